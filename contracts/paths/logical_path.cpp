@@ -1,0 +1,27 @@
+#include "contracts/paths/logical_path.h"
+
+#include <algorithm>
+
+bool LOGICAL_PATH::operator<(const QString& other) const
+{
+    const ushort* const a = m_text.utf16();
+    const ushort* const b = other.utf16();
+    const int a_size = m_text.size();
+    const int b_size = other.size();
+    const int common = std::min(a_size, b_size);
+    const int p = int(std::mismatch(a, a + common, b).first - a);
+    if (p == common)
+        return a_size < b_size; // the one is the start of the other, or both are equal
+
+    // The paths part within one name of each. A slash from here on says that
+    // the name is a folder's; files come before folders.
+    const bool a_is_folder = std::find(a + p, a + a_size, ushort('/')) != a + a_size;
+    const bool b_is_folder = std::find(b + p, b + b_size, ushort('/')) != b + b_size;
+    if (a_is_folder != b_is_folder)
+        return b_is_folder;
+    if (a[p] == '/')
+        return true; // a's name ends here, so it is the shorter one
+    if (b[p] == '/')
+        return false;
+    return a[p] < b[p];
+}
