@@ -36,7 +36,13 @@ void redirecting_handler(QtMsgType type, const QMessageLogContext& context, cons
 
 ACTION_INTERFACE::ACTION_INTERFACE(PROCESSOR_INTERFACE* maker) : processor(maker) {}
 
-ACTION_INTERFACE::~ACTION_INTERFACE() = default;
+ACTION_INTERFACE::~ACTION_INTERFACE()
+{
+    for (ACTION_INTERFACE* pulled : qAsConst(pulls))
+        pulled->pulled_by.removeAll(this);
+    for (ACTION_INTERFACE* puller : qAsConst(pulled_by))
+        puller->pulls.removeAll(this);
+}
 
 void ACTION_INTERFACE::abort() {}
 

@@ -157,7 +157,7 @@ private:
     QVector<ACTION_INTERFACE*> reached_through_pulls();
 
     QSet<ACTION_INTERFACE*> m_dependency_set; // the same as `dependencies`, once these are many
-    int m_plan_mark = 0;                      // scratch of planning
+    int m_plan_index = -1;                    // scratch of planning; -1 outside of it
 
     static QSet<QString> s_assert_cache; // assertions already reported for the current action
 };

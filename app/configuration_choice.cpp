@@ -1,0 +1,82 @@
+#include "app/configuration_choice.h"
+
+#include <QtCore/QDirIterator>
+#include <QtCore/QFile>
+#include <QtWidgets/QInputDialog>
+#include <QtWidgets/QMessageBox>
+
+#include "contracts/configuration/configuration.h"
+#include "contracts/services/command_line_options.h"
+
+namespace {
+
+const QString& default_name()
+{
+    static const QString name = QStringLiteral("default");
+    return name;
+}
+
+bool is_option(const QString& key, const char* name)
+{
+    return key.toLower() == QLatin1String(name);
+}
+
+} // namespace
+
+QString configuration_name_of(const COMMAND_LINE_OPTIONS& options)
+{
+    QString name = default_name();
+    const QMap<QString, QString>& all = options.get_all();
+    for (auto option = all.cbegin(); option != all.cend(); ++option)
+        if (is_option(option.key(), "configuration") && !option.value().isEmpty())
+            name = option.value();
+    return name;
+}
+
+QString configuration_file(const QString& name)
+{
+    return "GOX/" + name + "_configuration.xml";
+}
+
+void check_options(const COMMAND_LINE_OPTIONS& options)
+{
+    const QMap<QString, QString>& all = options.get_all();
+    for (auto option = all.cbegin(); option != all.cend(); ++option) {
+        if (is_option(option.key(), "configuration") && option.value().isEmpty())
+            QMessageBox::warning(nullptr, QStringLiteral("GOX"),
+                                 "Missing value for parameter '" + option.key() + "'!", QMessageBox::Ok);
+        if (is_option(option.key(), "handle_crash"))
+            QFile::remove(QStringLiteral("call_stack.txt"));
+    }
+}
+
+bool is_unattended(const COMMAND_LINE_OPTIONS& options)
+{
+    const QString name = configuration_name_of(options);
+    if (!options.exists(QStringLiteral("dont_stop_on_error")) || name == QLatin1String("choose"))
+        return false;
+    CONFIGURATION configuration;
+    QString error;
+    if (!configuration.load(configuration_file(name), error))
+        return name != default_name(); // a default that can't be read is as good as none
+    return configuration.silent;
+}
+
+bool ask_for_configuration(QString& name)
+{
+    const QString ending = QStringLiteral("_configuration.xml");
+    QStringList names{default_name()};
+    QDirIterator files(QStringLiteral("GOX"), {'*' + ending}, QDir::Files);
+    while (files.hasNext()) {
+        files.next();
+        const QString found = files.fileName().chopped(ending.size());
+        if (found != default_name())
+            names.append(found);
+    }
+    bool is_chosen = false;
+    const QString chosen = QInputDialog::getItem(nullptr, QStringLiteral("GOX"),
+                                                 QStringLiteral("Choose configuration:"), names, 0, false, &is_chosen);
+    if (is_chosen)
+        name = chosen;
+    return is_chosen;
+}

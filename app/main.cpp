@@ -1,0 +1,165 @@
+// The process entry: it owns every long-lived object of a run, decides which
+// configuration applies, starts the session up behind a splash, and leaves by
+// one of three roads.
+
+#include <QtCore/QTextCodec>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QMessageBox>
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+
+#include "app/configuration_choice.h"
+#include "app/run_cycle.h"
+#include "app/terminate_process.h"
+#include "app/unattended_boxes.h"
+#include "contracts/configuration/configuration.h"
+#include "contracts/paths/paths.h"
+#include "contracts/services/command_line_options.h"
+#include "contracts/services/fw_message_box.h"
+#include "contracts/services/p4_connection.h"
+#include "contracts/services/progress_widget.h"
+#include "contracts/services/tallyline_context.h"
+#include "contracts/services/thread_manager.h"
+#include "contracts/services/tools_metrics.h"
+#include "session/build_session.h"
+#include "session/run_report.h"
+#include "session/start_up_hooks.h"
+
+namespace {
+
+const int APPLICATION_NUMBER = 44;
+
+// Prints what --help or --version asks for; false when neither is there.
+bool answer_without_start(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        if (!std::strcmp(argv[i], "--help") || !std::strcmp(argv[i], "-help")) {
+            std::fputs(COMMAND_LINE_OPTIONS::help_text().toLocal8Bit().constData(), stdout);
+            return true;
+        }
+        if (!std::strcmp(argv[i], "--version") || !std::strcmp(argv[i], "-version")) {
+            std::puts("GOX " GOX_VERSION);
+            return true;
+        }
+    }
+    return false;
+}
+
+#ifdef Q_OS_UNIX
+
+// File names are UTF-8 whatever the locale says, and a console that goes away
+// must not end the run.
+void prepare_process()
+{
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+// On a machine without a display the offscreen platform is taken, unless the
+// caller chose a platform. Whether a person can see a window.
+bool choose_platform(int argc, char** argv)
+{
+    bool is_chosen = qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+    for (int i = 1; i < argc; ++i)
+        is_chosen = is_chosen || !std::strcmp(argv[i], "-platform") || !std::strcmp(argv[i], "--platform");
+    const bool has_display =
+        !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    if (is_chosen || has_display)
+        return true;
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    return false;
+}
+
+#else
+
+void prepare_process() {}
+
+bool choose_platform(int, char**)
+{
+    return true;
+}
+
+#endif
+
+// Everything from the command line to the end of the cycle. The exit status of
+// a run that came to its end, or nothing when it is to leave by the failure road.
+std::optional<int> run(int argc, char** argv, QApplication& application, Tallyline::Context& metrics,
+                       Tallyline::StopWatch& total_watch, bool has_display)
+{
+    COMMAND_LINE_OPTIONS options;
+    QStringList option_errors;
+    options.initialise(argc, argv, option_errors);
+    if (!has_display)
+        new UNATTENDED_BOXES(UNATTENDED_BOXES::ALL_DIALOGS, &application);
+    else if (is_unattended(options))
+        new UNATTENDED_BOXES(UNATTENDED_BOXES::MESSAGE_BOXES, &application);
+    if (!option_errors.isEmpty())
+        QMessageBox::warning(nullptr, QStringLiteral("GOX"), option_errors.join('\n'), QMessageBox::Ok);
+    check_options(options);
+
+    QString configuration_name = configuration_name_of(options);
+    if (configuration_name == QLatin1String("choose")) {
+        if (!has_display)
+            RUN_REPORT::error(QStringLiteral("There is no display to choose a configuration on. Name one."));
+        if (!ask_for_configuration(configuration_name))
+            return std::nullopt;
+    }
+    CONFIGURATION configuration;
+    configuration.retail = true;
+    QString load_error;
+    if (!configuration.load(configuration_file(configuration_name), load_error) &&
+        configuration_name != QLatin1String("default")) {
+        QMessageBox::critical(nullptr, QStringLiteral("GOX"), "Failed to load configuration!\n" + load_error,
+                              QMessageBox::Ok);
+        terminate_process(1);
+    }
+    if (configuration.silent || !has_display)
+        RUN_REPORT::start();
+
+    P4_CONNECTION p4(true, true, configuration.p4_option);
+    PROGRESS_WIDGET splash(nullptr, Qt::Tool | Qt::FramelessWindowHint);
+    splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
+    if (!options.exists(QStringLiteral("nosplashscreen")))
+        splash.show();
+    splash.repaint();
+
+    BUILD_SESSION session(configuration, options, metrics, p4);
+    if (options.exists(QStringLiteral("swallow_startup_asserts")))
+        FW::fw_message_box_hook = startup_message_hook;
+    const bool is_started = session.start_up(splash, options.value(QStringLiteral("workspace")));
+    FW::fw_message_box_hook = nullptr;
+    if (!is_started)
+        return std::nullopt;
+    return RUN_CYCLE(session, configuration, splash, metrics, total_watch, has_display).run();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    prepare_process();
+    if (answer_without_start(argc, argv))
+        return 0;
+    const bool has_display = choose_platform(argc, argv);
+
+    QApplication application(argc, argv);
+    QApplication::setStyle(QStringLiteral("windowsxp"));
+    const QString tool_name = QStringLiteral("GoX");
+    TOOLS_METRICS::set_application(application);
+    TOOLS_METRICS::tool_started(tool_name);
+    UTILITYDLL::thread_manager().initialize(0, true);
+    {
+        Tallyline::Context metrics(TOOLS_METRICS::ENDPOINT, TOOLS_METRICS::PORT, "GOX", APPLICATION_NUMBER);
+        Tallyline::StopWatch total_watch;
+        if (!PATHS::initialise(QCoreApplication::applicationDirPath()))
+            terminate_process(1);
+        // Static destruction is skipped on purpose when the run came to its end.
+        if (const std::optional<int> exit_status = run(argc, argv, application, metrics, total_watch, has_display))
+            terminate_process(*exit_status);
+    }
+    TOOLS_METRICS::tool_finished(tool_name);
+    return 1;
+}

@@ -1,0 +1,119 @@
+#include "app/run_cycle.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtWidgets/QMessageBox>
+
+#include "contracts/actions/action_interface.h"
+#include "contracts/configuration/configuration.h"
+#include "contracts/services/progress_widget.h"
+#include "contracts/services/tallyline_context.h"
+#include "execution/run_summary.h"
+#include "session/build_session.h"
+#include "session/run_report.h"
+
+RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, PROGRESS_WIDGET& splash,
+                     Tallyline::Context& metrics, Tallyline::StopWatch& total_watch, bool has_display)
+    : m_session(session),
+      m_configuration(configuration),
+      m_splash(splash),
+      m_metrics(metrics),
+      m_total_watch(total_watch),
+      m_has_display(has_display)
+{
+}
+
+std::optional<int> RUN_CYCLE::run()
+{
+    while (true) {
+        m_get_latest = false;
+        switch (choose_files()) {
+        case CHOSEN:
+            break;
+        case CANCELLED:
+            return exit_status();
+        case NOBODY_TO_CHOOSE:
+            m_exit_status = 1;
+            return exit_status();
+        }
+        m_session.plan_build();
+        if (m_session.selected_actions.isEmpty())
+            RUN_REPORT::line(QStringLiteral("Nothing is selected, so there is nothing to build."));
+        else if (!build())
+            return std::nullopt;
+        if (m_leave_after_pass)
+            return exit_status();
+        send_event("More");
+        m_session.reset_for_more();
+        m_first_pass = false;
+    }
+}
+
+RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
+{
+    if (m_configuration.silent) {
+        m_splash.hide();
+        m_session.select_from_configuration();
+        m_total_watch.Stop();
+        if (m_first_pass)
+            send_start_up_time(nullptr);
+        return CHOSEN;
+    }
+    Tallyline::StopWatch dialog_watch;
+    m_splash.set_progress(QStringLiteral("Setting up the file selection window..."));
+    m_splash.repaint();
+    m_splash.hide();
+    if (m_first_pass) {
+        dialog_watch.Stop();
+        m_total_watch.Stop();
+        send_start_up_time(&dialog_watch);
+    }
+    if (!m_has_display) {
+        RUN_REPORT::error(QStringLiteral("There is no display to choose files on. Use a configuration that is silent."));
+        return NOBODY_TO_CHOOSE;
+    }
+    QMessageBox::information(nullptr, QStringLiteral("GOX"),
+                             QStringLiteral("This version of GOX has no window to choose files in yet.\n"
+                                            "Use a configuration that is silent."),
+                             QMessageBox::Ok);
+    return NOBODY_TO_CHOOSE;
+}
+
+// False when the build could not be prepared.
+bool RUN_CYCLE::build()
+{
+    send_event("BuildStarted");
+    QElapsedTimer time;
+    time.start();
+    if (!m_session.prepare_build(m_get_latest))
+        return false;
+    m_session.finish_build(false);
+    report_summary(m_session.selected_actions, time.elapsed());
+    return true;
+}
+
+int RUN_CYCLE::exit_status() const
+{
+    for (const ACTION_INTERFACE* action : QVector<ACTION_INTERFACE*>(m_session.selected_actions))
+        if (action->state != ACTION_SUCCEEDED && action->state != ACTION_SUCCEEDED_WITH_WARNINGS)
+            return 1;
+    return m_exit_status;
+}
+
+void RUN_CYCLE::send_start_up_time(const Tallyline::StopWatch* dialog_watch)
+{
+    const Tallyline::Context::PACKET packet = m_metrics.AllocatePacket();
+    const auto add = [&](const char* key, const Tallyline::StopWatch& watch) {
+        m_metrics.AddField(packet, key, QString::number(watch.AsSec()).toLocal8Bit());
+    };
+    if (dialog_watch)
+        add("StartUpSetupDialogSecs", *dialog_watch);
+    add("StartUpTotalSecs", m_total_watch);
+    m_metrics.Send(packet);
+}
+
+void RUN_CYCLE::send_event(const char* key)
+{
+    const Tallyline::Context::PACKET packet = m_metrics.AllocatePacket();
+    m_metrics.AddField(packet, key, "1");
+    m_metrics.Send(packet);
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <optional>
+
+#include "contracts/services/stop_watch.h"
+
+class BUILD_SESSION;
+class CONFIGURATION;
+class PROGRESS_WIDGET;
+namespace Tallyline {
+class Context;
+}
+
+/// The cycle of selection, planning and build that follows the start-up. It owns
+/// nothing of what it works with. Main thread.
+class RUN_CYCLE
+{
+public:
+    /// `has_display` is false where no person can see a window.
+    RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, PROGRESS_WIDGET& splash,
+              Tallyline::Context& metrics, Tallyline::StopWatch& total_watch, bool has_display);
+
+    /// Runs passes until one of them ends the cycle. The exit status of the
+    /// process, or nothing when the build could not be prepared.
+    std::optional<int> run();
+
+private:
+    enum CHOICE { CHOSEN, CANCELLED, NOBODY_TO_CHOOSE };
+
+    CHOICE choose_files();
+    bool build();
+    int exit_status() const;
+    void send_start_up_time(const Tallyline::StopWatch* dialog_watch);
+    void send_event(const char* key);
+
+    BUILD_SESSION& m_session;
+    const CONFIGURATION& m_configuration;
+    PROGRESS_WIDGET& m_splash;
+    Tallyline::Context& m_metrics;
+    Tallyline::StopWatch& m_total_watch;
+    bool m_has_display;
+    bool m_first_pass = true;
+    bool m_leave_after_pass = true;
+    bool m_get_latest = false;
+    int m_exit_status = 0;
+};

@@ -1,0 +1,24 @@
+#include "app/terminate_process.h"
+
+#include <QtCore/qglobal.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#ifdef Q_OS_WIN
+#include <windows.h>
+#else
+#include <unistd.h>
+#endif
+
+void terminate_process(int status)
+{
+    std::fflush(stdout);
+    std::fflush(stderr);
+#ifdef Q_OS_WIN
+    TerminateProcess(GetCurrentProcess(), UINT(status));
+    std::abort(); // not reached
+#else
+    _exit(status);
+#endif
+}

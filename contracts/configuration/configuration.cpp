@@ -1,0 +1,205 @@
+#include "contracts/configuration/configuration.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QSet>
+#include <QtCore/QXmlStreamWriter>
+
+#include "contracts/services/xml_file_reader.h"
+#include "contracts/services/xml_file_writer.h"
+
+// The format is described in docs/file-formats-configuration.md.
+
+namespace {
+
+constexpr const char* ROOT = "configuration";
+constexpr int VERSION = 1;
+
+// More entries in one list are taken for a fault.
+constexpr int MAX_ENTRIES = 1000000;
+
+struct FLAG
+{
+    const char* element;
+    bool CONFIGURATION::*member;
+};
+
+template <typename LIST>
+struct NAMED_LIST
+{
+    const char* element;
+    const char* entry;
+    LIST CONFIGURATION::*member;
+};
+
+constexpr NAMED_LIST<QVector<QString>> NAME_LISTS[] = {
+    {"processors", "processor", &CONFIGURATION::processors},
+    {"directories", "directory", &CONFIGURATION::directories},
+    {"global_rules", "global_rule", &CONFIGURATION::global_rules},
+};
+
+constexpr NAMED_LIST<QStringList> PATTERN_LISTS[] = {
+    {"selected_providers", "pattern", &CONFIGURATION::selected_providers},
+    {"selected_consumers", "pattern", &CONFIGURATION::selected_consumers},
+};
+
+constexpr FLAG FLAGS[] = {
+    {"retail", &CONFIGURATION::retail},
+    {"silent", &CONFIGURATION::silent},
+    {"no_progress_dialog", &CONFIGURATION::no_progress_dialog},
+    {"p4_option", &CONFIGURATION::p4_option},
+    {"scan_perforce", &CONFIGURATION::scan_perforce},
+    {"keep_output", &CONFIGURATION::keep_output},
+    {"load_asset_graph", &CONFIGURATION::load_asset_graph},
+    {"clean_asset_graph", &CONFIGURATION::clean_asset_graph},
+    {"get_latest", &CONFIGURATION::get_latest},
+};
+
+constexpr const char* MERGE_ELEMENT = "merge_db_for_checkin";
+
+template <typename ROW, std::size_t N>
+const ROW* find_row(const ROW (&table)[N], const QString& element)
+{
+    for (const ROW& row : table)
+        if (element == QLatin1String(row.element))
+            return &row;
+    return nullptr;
+}
+
+template <typename LIST>
+void read_list(XML_FILE_READER& xml, const char* entry, LIST& list)
+{
+    list.clear();
+    while (xml.next_child()) {
+        if (xml.name() != QLatin1String(entry)) {
+            xml.skip();
+            continue;
+        }
+        xml.allow_attributes({});
+        const QString text = xml.text().trimmed();
+        if (text.isEmpty())
+            xml.fail(QStringLiteral("<%1> is empty").arg(QLatin1String(entry)));
+        else if (list.size() == MAX_ENTRIES)
+            xml.fail(QStringLiteral("more than %1 entries in one list").arg(MAX_ENTRIES));
+        else
+            list.append(text);
+    }
+}
+
+void read_number(XML_FILE_READER& xml, int& number)
+{
+    const QString element = xml.name().toString();
+    const QString text = xml.text().trimmed();
+    bool is_number = false;
+    const int value = text.toInt(&is_number);
+    if (is_number)
+        number = value;
+    else
+        xml.fail(QStringLiteral("<%1> must be a whole number, not \"%2\"").arg(element, text));
+}
+
+bool is_known(const QString& element)
+{
+    return find_row(FLAGS, element) || find_row(NAME_LISTS, element) || find_row(PATTERN_LISTS, element) ||
+           element == QLatin1String(MERGE_ELEMENT);
+}
+
+void read_member(XML_FILE_READER& xml, const QString& element, CONFIGURATION& record)
+{
+    if (const FLAG* const flag = find_row(FLAGS, element))
+        xml.boolean(record.*flag->member);
+    else if (const auto* const names = find_row(NAME_LISTS, element))
+        read_list(xml, names->entry, record.*names->member);
+    else if (const auto* const patterns = find_row(PATTERN_LISTS, element))
+        read_list(xml, patterns->entry, record.*patterns->member);
+    else
+        read_number(xml, record.merge_db_for_checkin);
+}
+
+bool read_members(XML_FILE_READER& xml, CONFIGURATION& record)
+{
+    xml.allow_attributes({"version"});
+    xml.check_version(VERSION);
+    QSet<QString> met;
+    while (xml.next_child()) {
+        const QString element = xml.name().toString();
+        if (!is_known(element)) {
+            xml.skip();
+            continue;
+        }
+        if (met.contains(element))
+            xml.fail(QStringLiteral("<%1> stands twice").arg(element));
+        met.insert(element);
+        if (xml.allow_attributes({}))
+            read_member(xml, element, record);
+    }
+    return xml.finish();
+}
+
+template <typename LIST>
+void write_list(QXmlStreamWriter& xml, const NAMED_LIST<LIST>& row, const LIST& list)
+{
+    xml.writeStartElement(row.element);
+    for (const QString& entry : list)
+        if (!entry.trimmed().isEmpty())
+            xml.writeTextElement(row.entry, entry.trimmed());
+    xml.writeEndElement();
+}
+
+// Empty when the record holds characters that can't stand in XML.
+QByteArray text_of(const CONFIGURATION& record)
+{
+    QByteArray text;
+    QXmlStreamWriter xml(&text);
+    xml.setAutoFormatting(true);
+    xml.writeStartDocument();
+    xml.writeStartElement(ROOT);
+    xml.writeAttribute(QStringLiteral("version"), QString::number(VERSION));
+    for (const auto& row : NAME_LISTS)
+        write_list(xml, row, record.*row.member);
+    for (const FLAG& flag : FLAGS)
+        xml.writeTextElement(flag.element, record.*flag.member ? "true" : "false");
+    xml.writeTextElement(MERGE_ELEMENT, QString::number(record.merge_db_for_checkin));
+    for (const auto& row : PATTERN_LISTS)
+        write_list(xml, row, record.*row.member);
+    xml.writeEndElement();
+    xml.writeEndDocument();
+    return xml.hasError() ? QByteArray() : text;
+}
+
+// Some characters come back as others.
+bool comes_back(const QByteArray& text)
+{
+    XML_FILE_READER xml{QString()};
+    CONFIGURATION again;
+    return !text.isEmpty() && xml.open(text, ROOT) && read_members(xml, again) && text_of(again) == text;
+}
+
+bool holds(const QString& path, const QByteArray& text)
+{
+    QFile file(path);
+    return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) && file.size() == text.size() &&
+           file.readAll() == text;
+}
+
+} // namespace
+
+bool CONFIGURATION::load(const QString& path, QString& error)
+{
+    XML_FILE_READER xml(path);
+    CONFIGURATION record = *this;
+    if (!xml.open(ROOT) || !read_members(xml, record)) {
+        error = xml.error();
+        return false;
+    }
+    *this = record;
+    return true;
+}
+
+bool CONFIGURATION::save(const QString& path, bool only_if_changed) const
+{
+    const QByteArray text = text_of(*this);
+    if (!comes_back(text))
+        return false;
+    return (only_if_changed && holds(path, text)) || write_file_whole(path, text).isEmpty();
+}

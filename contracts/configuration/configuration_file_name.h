@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QtCore/QString>
+
+#include "contracts/export.h"
+
+/// The file name to save a configuration under, from the one that the user
+/// typed, so that GOX finds it again. Without regard to case: a name that ends
+/// in "_configuration.xml" stays; else one that ends in ".xml" loses that and
+/// gets "_configuration.xml"; else one that ends in "configuration" gets
+/// ".xml"; any other name stays. `name` may have folders in front. Any thread.
+GOX_CONTRACTS_EXPORT QString repaired_configuration_file_name(const QString& name);

@@ -1,0 +1,197 @@
+#include "contracts/database/kv_table_reader.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+#include "contracts/database/kv_schema_reader.h"
+#include "contracts/services/xml_file_reader.h"
+
+namespace {
+
+constexpr int QUOTED_LENGTH = 60;
+
+// Gives equal short values of a field one text in memory: names of types,
+// numbers and flags repeat over and over in a table. What it remembers is
+// bounded, so a table of different values costs no more for it.
+class SHARED_VALUES
+{
+public:
+    explicit SHARED_VALUES(int fields) : m_seen(fields * PLACES) {}
+
+    QString get(int field, const QStringRef& value)
+    {
+        if (value.size() > MAX_LENGTH)
+            return value.toString();
+        QString& seen = m_seen[field * PLACES + int(qHash(value) % PLACES)];
+        if (seen != value)
+            seen = value.toString();
+        return seen;
+    }
+
+private:
+    static constexpr int PLACES = 64; // for each field
+    static constexpr int MAX_LENGTH = 32;
+
+    QVector<QString> m_seen;
+};
+
+class TABLE_READER
+{
+public:
+    TABLE_READER(const QString& path, const QSharedPointer<const KV_TABLE_SCHEMA>& schema,
+                 bool skip_unknown_fields)
+        : m_xml(path, KV_MAX_TABLE_BYTES),
+          m_schema(*schema),
+          m_skips_unknown(skip_unknown_fields),
+          m_key(schema->key_index()),
+          m_values(schema->fields.size()),
+          m_given_in(schema->fields.size(), -1)
+    {
+        m_table.schema = schema;
+        for (const KV_FIELD_SCHEMA& field : m_schema.fields) {
+            m_places.insert(field.name, m_places.size());
+            m_defaults.append({field.default_value});
+        }
+    }
+
+    QString read(KV_TABLE_DATA& table)
+    {
+        if (m_xml.open_streamed("table") && m_xml.allow_attributes({"name"}) && check_name())
+            while (m_xml.next_child())
+                read_record();
+        if (!m_xml.finish())
+            return m_xml.error();
+        m_table.records.squeeze();
+        table = m_table;
+        return QString();
+    }
+
+private:
+    bool check_name()
+    {
+        const QString name = m_xml.attribute("name");
+        return name == m_schema.name ||
+               m_xml.fail(QStringLiteral("this must be table \"%1\", not \"%2\"").arg(m_schema.name, name));
+    }
+
+    void read_record()
+    {
+        if (m_xml.name() != QLatin1String("record")) {
+            m_xml.fail(QStringLiteral("<table> can't hold <%1>").arg(m_xml.name().toString()));
+            return;
+        }
+        KV_RECORD_DATA record{m_defaults, m_xml.line()};
+        const QXmlStreamAttributes attributes = m_xml.attributes();
+        for (const QXmlStreamAttribute& attribute : attributes)
+            if (is_known(attribute.qualifiedName()))
+                set(record, attribute.value());
+        while (m_xml.next_child())
+            read_long_value(record);
+        if (!m_xml.failed() && check_count() && add_key(record))
+            m_table.records.append(record);
+    }
+
+    // A value of several lines stands in an element of its own.
+    void read_long_value(KV_RECORD_DATA& record)
+    {
+        if (!is_known(m_xml.name())) {
+            m_xml.skip();
+            return;
+        }
+        const QString value = m_xml.text();
+        if (!m_xml.failed())
+            set(record, QStringRef(&value));
+    }
+
+    // Finds the field and keeps its place for `set`. Most records give their
+    // fields in the order of the schema.
+    bool is_known(const QStringRef& name)
+    {
+        const int next = m_field + 1 < m_schema.fields.size() ? m_field + 1 : 0;
+        m_field = m_schema.fields.at(next).name == name ? next : m_places.value(name.toString(), -1);
+        if (m_field < 0 && !m_skips_unknown)
+            m_xml.fail(
+                QStringLiteral("table \"%1\" has no field \"%2\"").arg(m_schema.name, name.toString()));
+        return m_field >= 0;
+    }
+
+    void set(KV_RECORD_DATA& record, const QStringRef& value)
+    {
+        const KV_FIELD_SCHEMA& field = m_schema.fields.at(m_field);
+        const int row = m_table.records.size();
+        if (m_given_in.at(m_field) == row)
+            m_xml.fail(QStringLiteral("the record gives field \"%1\" twice").arg(field.name));
+        else if (!kv_value_has_type(value, field.type))
+            m_xml.fail(QStringLiteral("value \"%1\" of field \"%2\" is not of type %3")
+                           .arg(value.left(QUOTED_LENGTH).toString(), field.name, kv_type_name(field.type)));
+        m_given_in[m_field] = row;
+        record.fields[m_field].value = m_values.get(m_field, value);
+    }
+
+    bool check_count()
+    {
+        const qint64 count = m_table.records.size() + 1;
+        if (count > KV_MAX_RECORDS)
+            return m_xml.fail(QStringLiteral("more than %1 records").arg(KV_MAX_RECORDS));
+        if (count * m_schema.fields.size() > KV_MAX_VALUES)
+            return m_xml.fail(QStringLiteral("more than %1 values").arg(KV_MAX_VALUES));
+        return true;
+    }
+
+    bool add_key(const KV_RECORD_DATA& record)
+    {
+        if (m_key < 0)
+            return true;
+        const QString& key = record.fields.at(m_key).value;
+        const QString& field = m_schema.fields.at(m_key).name;
+        if (key.isEmpty())
+            return m_xml.fail(QStringLiteral("the record has no value in the key field \"%1\"").arg(field));
+        int& row = m_table.rows_by_key[key];
+        // New places hold 0, and so does the place of the first record.
+        if (!m_table.records.isEmpty() && m_table.records.at(row).fields.at(m_key).value == key)
+            return m_xml.fail(QStringLiteral("key \"%1\" is already that of the record in line %2")
+                                  .arg(key.left(QUOTED_LENGTH))
+                                  .arg(m_table.records.at(row).line));
+        row = m_table.records.size();
+        return true;
+    }
+
+    XML_FILE_READER m_xml;
+    const KV_TABLE_SCHEMA& m_schema;
+    const bool m_skips_unknown;
+    const int m_key; // place of the key field, or -1
+    SHARED_VALUES m_values;
+    QVector<int> m_given_in; // for each field the last row that gave it
+    QHash<QString, int> m_places;
+    QVector<KV_FIELD_DATA> m_defaults;
+    int m_field = -1; // where the field found last stands
+    KV_TABLE_DATA m_table;
+};
+
+// A name in other letter case would be found on some systems only.
+QString misspelt_file(const QString& path)
+{
+    const QFileInfo info(path);
+    const QStringList names = info.dir().entryList(QDir::Files);
+    for (const QString& name : names)
+        if (name.compare(info.fileName(), Qt::CaseInsensitive) == 0)
+            return QStringLiteral("%1: the file of this table must be called \"%2\"")
+                .arg(info.dir().filePath(name), info.fileName());
+    return QString();
+}
+
+} // namespace
+
+QString read_database_table(const QString& path, const QSharedPointer<const KV_TABLE_SCHEMA>& schema,
+                            bool skip_unknown_fields, KV_TABLE_DATA& table)
+{
+    const QFileInfo info(path);
+    if (info.exists() || info.isSymLink())
+        return TABLE_READER(path, schema, skip_unknown_fields).read(table);
+    const QString error = misspelt_file(path);
+    if (error.isEmpty()) {
+        table = KV_TABLE_DATA();
+        table.schema = schema;
+    }
+    return error;
+}

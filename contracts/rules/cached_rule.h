@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QtCore/QMap>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+#include "contracts/export.h"
+#include "contracts/paths/logical_path.h"
+#include "contracts/paths/physical_path.h"
+#include "contracts/rules/file_filter_list.h"
+
+/// One rule as it stands in a rule file: settings of one kind for the files of
+/// a folder and below.
+///
+/// A value class. RULE_CACHE owns the rules that it holds; whoever takes one
+/// out of the cache owns it from then on. Read by any thread once start-up is
+/// over, written by the rule editor on the GUI thread while no build runs.
+class GOX_CONTRACTS_EXPORT CACHED_RULE
+{
+public:
+    LOGICAL_PATH path;               ///< the rule's folder; "<>" for a rule of a global file
+    PHYSICAL_PATH physical_path;     ///< the same folder on disk, in the disk's spelling
+    QString name;                    ///< the kind of rule: the name of its RULE_SCHEMA, in any case
+    bool inherit_properties = false; ///< what this rule leaves open comes from rules further away
+
+private:
+    FILE_FILTER_LIST m_file_filters; // against the path below the folder
+
+public:
+    /// What the rule itself sets. Key: the property's name as its RULE_PROPERTY
+    /// spells it. A property that the rule leaves open has no entry; an empty
+    /// value is never stored.
+    QMap<QString, QVariant> properties;
+
+    /// The file filters as the user sees and types them, see
+    /// FILE_FILTER_LIST::from_text. Empty: the rule holds for every file.
+    QString get_file_filters() const;
+    void set_file_filters(const QString& text);
+
+    /// Whether the filters let a file pass; `path_below` is its path below the
+    /// rule's folder, for a global rule the whole logical path.
+    bool applies_to(const QString& path_below) const { return m_file_filters.matching(path_below); }
+};

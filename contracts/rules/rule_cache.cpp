@@ -1,0 +1,124 @@
+#include "contracts/rules/rule_cache.h"
+
+#include "contracts/paths/paths.h"
+#include "contracts/rules/rule_files.h"
+#include "contracts/rules/rule_key.h"
+
+namespace {
+
+const LOGICAL_PATH& global_folder()
+{
+    static const LOGICAL_PATH folder(QStringLiteral("<>"));
+    return folder;
+}
+
+} // namespace
+
+RULE_CACHE::RULE_CACHE() : m_files(new RULE_FILES) {}
+
+RULE_CACHE::~RULE_CACHE()
+{
+    qDeleteAll(rules);
+}
+
+QString RULE_CACHE::add_rules(const PHYSICAL_PATH& file)
+{
+    const LOGICAL_PATH folder = PATHS::logical_path(PHYSICAL_PATH(file.section('/', 0, -2)));
+    if (folder == global_folder())
+        return QStringLiteral("%1: the file lies outside the data roots").arg(file);
+    return add_file(file, folder);
+}
+
+QString RULE_CACHE::add_global_rules(const PHYSICAL_PATH& file)
+{
+    return add_file(file, global_folder());
+}
+
+QString RULE_CACHE::add_file(const PHYSICAL_PATH& file, const LOGICAL_PATH& folder)
+{
+    QVector<CACHED_RULE*> oldest_first;
+    const QString error = m_files->read(file, folder, oldest_first);
+    for (CACHED_RULE* const rule : qAsConst(oldest_first))
+        rules.insert(rule_key(rule->path, rule->name), rule);
+    return error;
+}
+
+void RULE_CACHE::validate_cache(const LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files)
+{
+    m_rule_folders.clear();
+    m_folders_without_files.clear();
+    for (auto rule = rules.cbegin(); rule != rules.cend(); ++rule) {
+        const QString name = (*rule)->name.toLower();
+        m_rule_folders.insert(rule.key().left(rule.key().size() - name.size() - 1));
+
+        const LOGICAL_PATH& folder = (*rule)->path;
+        if (folder == global_folder())
+            continue;
+        const QString start = folder + '/';
+        const auto first = files.lower_bound(LOGICAL_PATH(start));
+        if (first == files.end() || first.key().left(start.size()) != start)
+            m_folders_without_files.insert(folder);
+    }
+    m_indexed = rules;
+}
+
+void RULE_CACHE::add_new_file_to_cache(const LOGICAL_PATH& file)
+{
+    const QString& path = file;
+    for (int end = path.lastIndexOf('/'); end > 0 && !m_folders_without_files.isEmpty();
+         end = path.lastIndexOf('/', end - 1))
+        m_folders_without_files.remove(path.left(end));
+}
+
+QStringList RULE_CACHE::folders_without_files() const
+{
+    QStringList folders = m_folders_without_files.values();
+    folders.sort();
+    return folders;
+}
+
+RULE RULE_CACHE::get(const LOGICAL_PATH& path, const QString& name) const
+{
+    RULE result;
+    const QString& text = path;
+    const QString lower = text.toLower();
+    const QString kind = '*' + name.toLower();
+    // The editor changes `rules` itself, which ends the sharing; then every
+    // folder of the chain has to be looked up.
+    const bool is_indexed = rules.isSharedWith(m_indexed);
+    for (int end = lower.lastIndexOf('/'); end > 0; end = lower.lastIndexOf('/', end - 1)) {
+        const QString folder = QString::fromRawData(lower.constData(), end);
+        if (is_indexed && !m_rule_folders.contains(folder))
+            continue;
+        if (!resolve(folder + kind, lower.mid(end + 1), result))
+            return result;
+    }
+    resolve(global_folder() + kind, lower, result);
+    return result;
+}
+
+bool RULE_CACHE::resolve(const QString& key, const QString& path_below, RULE& result) const
+{
+    for (auto place = rules.constFind(key); place != rules.cend() && place.key() == key; ++place) {
+        CACHED_RULE* const rule = *place;
+        if (!rule->applies_to(path_below))
+            continue;
+        if (!result.found)
+            result.found = rule;
+        const auto& properties = rule->properties;
+        for (auto property = properties.cbegin(); property != properties.cend(); ++property) {
+            const QString key_of_value = property.key().toLower();
+            if (!result.values.contains(key_of_value))
+                result.values.insert(key_of_value, {property.value(), rule});
+        }
+        if (!rule->inherit_properties)
+            return false;
+    }
+    return true;
+}
+
+QString RULE_CACHE::save(P4_CONNECTION&)
+{
+    // A workspace file that needs checking out is read-only, and shows as an error.
+    return m_files->save(rules);
+}

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <QtCore/QMap>
+#include <QtCore/QScopedPointer>
+#include <QtCore/QSet>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include "contracts/export.h"
+#include "contracts/paths/logical_path.h"
+#include "contracts/paths/physical_path.h"
+#include "contracts/rules/cached_rule.h"
+#include "contracts/rules/rule.h"
+#include "session/lockable_map.h"
+
+class P4_CONNECTION;
+class RULE_FILES;
+struct FILE_ENTRY;
+
+/// All rules of a run. The session holds the one cache; processors get it as an
+/// argument and ask it with `get`.
+///
+/// Filled on the GUI thread during start-up and changed there by the rule
+/// editor, which writes straight into `rules`. `get` changes nothing, so the
+/// build thread may ask while nobody edits.
+class GOX_CONTRACTS_EXPORT RULE_CACHE
+{
+public:
+    /// Key: `rule_key` of folder and kind. The cache owns the rules. Rules with
+    /// equal keys stand newest first, both in a walk and in `values(key)`; seen
+    /// as a list, the first is the oldest.
+    QMultiMap<QString, CACHED_RULE*> rules;
+
+    /// Set by the rule editor on every edit and never cleared: the files of the
+    /// run were judged by rules that no longer hold.
+    bool rules_changed = false;
+
+    /// Reads the "rules.gox" of a data folder. Its rules belong to the file's
+    /// folder and are newer than all that were read before. Empty on success;
+    /// otherwise the error, with file, line and column where there is one, and
+    /// the cache stays as it was. A file that lies outside the data roots or
+    /// was read before is an error.
+    QString add_rules(const PHYSICAL_PATH& file);
+
+    /// The same for a global rule file, whose rules stand behind those of all
+    /// folders. Their `path` is "<>".
+    QString add_global_rules(const PHYSICAL_PATH& file);
+
+    /// To be called once all rule files have been read: notes the rules that
+    /// reach none of the run's files, and makes `get` quick.
+    void validate_cache(const LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files);
+
+    /// A file came into being after `validate_cache`: rules above it reach a
+    /// file now. `get` answers for any path, announced or not.
+    void add_new_file_to_cache(const LOGICAL_PATH& file);
+
+    /// The folders whose rules reach no file of the run, as `validate_cache`
+    /// and `add_new_file_to_cache` saw it; sorted.
+    QStringList folders_without_files() const;
+
+    /// What the rules of kind `name` (in any case) say about the file `path`.
+    ///
+    /// A rule takes part when its folder is on the path's chain of folders and
+    /// its file filters let the path below that folder pass. The nearest folder
+    /// comes first, within a folder the newest rule; global rules come last, as
+    /// if above every root. Each property is taken from the first rule that
+    /// sets it, and a rule without `inherit_properties` ends the walk.
+    RULE get(const LOGICAL_PATH& path, const QString& name) const;
+
+    /// Writes each rule file whose rules have changed, whole or not at all;
+    /// others are not touched. A rule goes to the file that it came from, a new
+    /// one to the "rules.gox" of its folder. Files are compared by the rules in
+    /// them, so spaces and comments alone do not make a file a changed one, but
+    /// a file that is written anew keeps only what rules consist of.
+    ///
+    /// Empty on success; otherwise a line for each file that was not written,
+    /// with its path and the cause, while the others have been. Not written is
+    /// a file that could not be read, that appeared or changed on disk since it
+    /// was read, or that can't be replaced, such as a read-only one.
+    QString save(P4_CONNECTION& p4);
+
+private:
+    friend class BUILD_SESSION;
+    friend struct RULE_CACHE_HOLDER; // lets tests and benchmarks hold a cache without a session
+
+    RULE_CACHE();
+    ~RULE_CACHE();
+    Q_DISABLE_COPY(RULE_CACHE)
+
+    QString add_file(const PHYSICAL_PATH& file, const LOGICAL_PATH& folder);
+    bool resolve(const QString& key, const QString& path_below, RULE& result) const;
+
+    QScopedPointer<RULE_FILES> m_files;         // where the rules came from
+    QMultiMap<QString, CACHED_RULE*> m_indexed; // shares data with `rules` while m_rule_folders holds
+    QSet<QString> m_rule_folders;               // folders that have any rule, in lower case
+    QSet<QString> m_folders_without_files;
+};

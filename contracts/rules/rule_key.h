@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QtCore/QString>
+
+/// The key of RULE_CACHE::rules: folder and kind of a rule, in lower case.
+/// `path` is the text of CACHED_RULE::path. Any thread.
+inline QString rule_key(const QString& path, const QString& name)
+{
+    return QString(path + QLatin1Char('*') + name).toLower();
+}

@@ -1,0 +1,292 @@
+#include "contracts/services/directory_scanner.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <condition_variable>
+#include <limits>
+#include <map>
+#include <mutex>
+#include <thread>
+
+#include "contracts/services/directory_walk.h"
+
+using DIRECTORY_WALK::FOLDER;
+using DIRECTORY_WALK::FOLDER_READER;
+using DIRECTORY_WALK::SUB_FOLDERS;
+
+namespace {
+
+// From a cold disk more requests at a time are faster even on few processors;
+// more threads than this gain nothing anywhere.
+constexpr int DEFAULT_THREADS = 4;
+
+// What a QVector can hold.
+constexpr std::size_t MOST_FILES =
+    std::size_t(std::numeric_limits<int>::max()) / sizeof(DIRECTORY_SCANNER::FILE_INFO) - 64;
+
+/// The walk of one announced directory.
+struct TREE
+{
+    std::vector<std::unique_ptr<FOLDER>> folders; // in the order of discovery, the root first
+    std::vector<FOLDER*> waiting;                 // to be read, the last first
+    std::size_t unread = 0;                       // waiting or being read
+    int fetches = 0;                              // get_files calls that were announced
+};
+
+/// The directory as it begins the paths of its files.
+QString without_trailing_slashes(const QString& directory)
+{
+    int size = directory.size();
+    while (size > 0 && directory[size - 1] == '/')
+        --size;
+    return directory.left(size);
+}
+
+/// All folders of a tree in the order in which their files are delivered.
+std::vector<FOLDER*> depth_first(const TREE& tree)
+{
+    std::vector<FOLDER*> result;
+    result.reserve(tree.folders.size());
+    std::vector<FOLDER*> ahead;
+    if (!tree.folders.empty())
+        ahead.push_back(tree.folders.front().get());
+    while (!ahead.empty()) {
+        FOLDER* const folder = ahead.back();
+        ahead.pop_back();
+        result.push_back(folder);
+        ahead.insert(ahead.end(), folder->folders.rbegin(), folder->folders.rend());
+    }
+    return result;
+}
+
+struct FAILURE
+{
+    int number = 0;
+    QString text; // empty when there was none
+};
+
+/// The first failure in the order of delivery, so that the same fault gives the
+/// same text each time, and how many others there are.
+FAILURE failure_of(const std::vector<FOLDER*>& folders)
+{
+    FAILURE result;
+    std::size_t file_count = 0;
+    int others = -1;
+    for (const FOLDER* const folder : folders) {
+        file_count += folder->files.size();
+        if (folder->error_number && ++others == 0)
+            result = {folder->error_number, folder->error};
+    }
+    if (others > 0)
+        result.text += QString(" (and %1 more)").arg(others);
+    if (result.text.isEmpty() && file_count > MOST_FILES)
+        result = {EOVERFLOW, QString("%1 files are too many").arg(file_count)};
+    return result;
+}
+
+void append_files(const std::vector<FOLDER*>& folders, bool is_last,
+                  QVector<DIRECTORY_SCANNER::FILE_INFO>& files)
+{
+    std::size_t count = std::size_t(files.size());
+    for (const FOLDER* const folder : folders)
+        count += folder->files.size();
+    files.reserve(int(std::min(count, MOST_FILES)));
+    for (FOLDER* const folder : folders) {
+        if (!is_last) {
+            std::copy(folder->files.begin(), folder->files.end(), std::back_inserter(files));
+            continue;
+        }
+        std::move(folder->files.begin(), folder->files.end(), std::back_inserter(files));
+        decltype(folder->files)().swap(folder->files);
+    }
+}
+
+} // namespace
+
+/// The threads and the walks that they work on. All of it is guarded by one
+/// mutex, which is free while folders are read.
+class DIRECTORY_SCANNER::WORKERS
+{
+public:
+    WORKERS(int thread_count, WALK walk) : m_thread_count(thread_count), m_walk(walk) {}
+    ~WORKERS() { stop(); }
+
+    void announce(const QString& directory);
+    FAILURE fetch(const QString& directory, QVector<FILE_INFO>& files);
+    void stop();
+
+private:
+    TREE& begin(const QString& key, bool is_nothing);
+    void start_threads();
+    void work(const TREE* only);
+    TREE* tree_with_work(const TREE* only) const;
+    void read_one(TREE& tree, FOLDER_READER& reader, std::unique_lock<std::mutex>& lock);
+
+    const int m_thread_count;
+    const WALK m_walk;
+    std::mutex m_mutex;
+    std::condition_variable m_work_waits;
+    std::condition_variable m_tree_ended;
+    std::map<QString, std::unique_ptr<TREE>> m_trees;
+    std::vector<TREE*> m_unread; // trees that are not read yet, in the order of announcement
+    std::vector<std::thread> m_threads;
+    std::atomic<bool> m_stopping{false};
+};
+
+void DIRECTORY_SCANNER::WORKERS::announce(const QString& directory)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    ++begin(without_trailing_slashes(directory), directory.isEmpty()).fetches;
+}
+
+TREE& DIRECTORY_SCANNER::WORKERS::begin(const QString& key, bool is_nothing)
+{
+    std::unique_ptr<TREE>& tree = m_trees[key];
+    if (tree)
+        return *tree;
+    tree = std::make_unique<TREE>();
+    if (is_nothing)
+        return *tree;
+    tree->folders.push_back(std::make_unique<FOLDER>());
+    tree->folders.front()->path = key.toUtf8();
+    tree->waiting.push_back(tree->folders.front().get());
+    tree->unread = 1;
+    m_unread.push_back(tree.get());
+    start_threads();
+    m_work_waits.notify_one();
+    return *tree;
+}
+
+void DIRECTORY_SCANNER::WORKERS::start_threads()
+{
+    if (!m_threads.empty())
+        return;
+    try {
+        while (int(m_threads.size()) < m_thread_count)
+            m_threads.emplace_back([this] { work(nullptr); });
+    } catch (const std::system_error&) {
+        // The system gives no more threads. Those that there are do the work;
+        // if there are none, fetch does it.
+    }
+}
+
+FAILURE DIRECTORY_SCANNER::WORKERS::fetch(const QString& directory, QVector<FILE_INFO>& files)
+{
+    const QString key = without_trailing_slashes(directory);
+    std::unique_lock<std::mutex> lock(m_mutex);
+    TREE* const tree = &begin(key, directory.isEmpty());
+    if (m_threads.empty()) {
+        lock.unlock();
+        work(tree);
+        lock.lock();
+    }
+    m_tree_ended.wait(lock, [tree] { return tree->unread == 0; });
+    const bool is_last = --tree->fetches <= 0;
+    std::unique_ptr<TREE> owned;
+    if (is_last) {
+        owned = std::move(m_trees[key]);
+        m_trees.erase(key);
+    }
+    lock.unlock();
+
+    const std::vector<FOLDER*> folders = depth_first(*tree);
+    const FAILURE failure = failure_of(folders);
+    if (failure.text.isEmpty())
+        append_files(folders, is_last, files);
+    return failure;
+}
+
+/// Reads folders until stop; with a tree given, until none of its folders waits.
+void DIRECTORY_SCANNER::WORKERS::work(const TREE* only)
+{
+    const std::unique_ptr<FOLDER_READER> reader =
+        m_walk == WALK_NATIVE ? DIRECTORY_WALK::make_native_reader() : DIRECTORY_WALK::make_portable_reader();
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_stopping) {
+        if (TREE* const tree = tree_with_work(only))
+            read_one(*tree, *reader, lock);
+        else if (only)
+            return;
+        else
+            m_work_waits.wait(lock);
+    }
+}
+
+TREE* DIRECTORY_SCANNER::WORKERS::tree_with_work(const TREE* only) const
+{
+    for (TREE* const tree : m_unread)
+        if (!tree->waiting.empty() && (!only || tree == only))
+            return tree;
+    return nullptr;
+}
+
+void DIRECTORY_SCANNER::WORKERS::read_one(TREE& tree, FOLDER_READER& reader,
+                                          std::unique_lock<std::mutex>& lock)
+{
+    FOLDER& folder = *tree.waiting.back();
+    tree.waiting.pop_back();
+    lock.unlock();
+    SUB_FOLDERS found = reader.read(folder, m_stopping);
+    folder.path = QByteArray();
+    folder.folders.reserve(found.size());
+    for (const std::unique_ptr<FOLDER>& sub_folder : found)
+        folder.folders.push_back(sub_folder.get());
+    lock.lock();
+    tree.waiting.insert(tree.waiting.end(), folder.folders.rbegin(), folder.folders.rend());
+    std::move(found.begin(), found.end(), std::back_inserter(tree.folders));
+    tree.unread += folder.folders.size();
+    if (folder.folders.size() > 1)
+        m_work_waits.notify_all(); // this thread goes on with one of them
+    if (--tree.unread == 0) {
+        m_unread.erase(std::find(m_unread.begin(), m_unread.end(), &tree));
+        m_tree_ended.notify_all();
+    }
+}
+
+void DIRECTORY_SCANNER::WORKERS::stop()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_stopping = true;
+        m_work_waits.notify_all();
+    }
+    for (std::thread& thread : m_threads)
+        thread.join();
+    m_threads.clear();
+    m_unread.clear();
+    m_trees.clear();
+    m_stopping = false;
+}
+
+DIRECTORY_SCANNER::DIRECTORY_SCANNER(int thread_count, WALK walk)
+    : error_number(0),
+      m_workers(std::make_unique<WORKERS>(thread_count > 0 ? thread_count : DEFAULT_THREADS, walk))
+{
+}
+
+DIRECTORY_SCANNER::~DIRECTORY_SCANNER() = default;
+
+void DIRECTORY_SCANNER::add_path(const QString& directory)
+{
+    m_workers->announce(directory);
+}
+
+bool DIRECTORY_SCANNER::get_files(const QString& directory, QVector<FILE_INFO>& files)
+{
+    const FAILURE failure = m_workers->fetch(directory, files);
+    if (failure.text.isEmpty())
+        return true;
+    error_number = failure.number;
+    m_error = failure.text;
+    return false;
+}
+
+QString DIRECTORY_SCANNER::get_error() const
+{
+    return m_error;
+}
+
+void DIRECTORY_SCANNER::end_work()
+{
+    m_workers->stop();
+}

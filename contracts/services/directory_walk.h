@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+
+#include <atomic>
+#include <memory>
+#include <system_error>
+#include <vector>
+
+#include "contracts/services/directory_scanner.h"
+
+/// What DIRECTORY_SCANNER and its ways of reading folders share. Not for others.
+namespace DIRECTORY_WALK {
+
+/// One folder of a tree: first what is needed to read it, then what was found.
+/// Owned by its tree. One thread reads a folder; its sub-folders are handed to
+/// other threads only when it has been read.
+struct FOLDER
+{
+    const FOLDER* parent = nullptr; ///< null for the root of a tree
+    QByteArray path;                ///< UTF-8, no trailing slash, empty for "/"; emptied when read
+    bool below_link = false;        ///< a link to a folder lies on the way here
+    QByteArray identity;            ///< equal for the same folder of the disk, however it was reached
+
+    std::vector<DIRECTORY_SCANNER::FILE_INFO> files; ///< sorted by name
+    std::vector<FOLDER*> folders;                    ///< sorted by name
+    int error_number = 0;                            ///< of the first failure, 0 when there was none
+    QString error;                                   ///< path and cause of the first failure
+};
+
+/// Sub-folders on their way to their tree, sorted by name.
+using SUB_FOLDERS = std::vector<std::unique_ptr<FOLDER>>;
+
+/// Reads one folder at a time, in buffers of its own; each thread has its own.
+class FOLDER_READER
+{
+public:
+    virtual ~FOLDER_READER() = default;
+
+    /// Fills `files`, `identity` and the failure of `folder`, and gives its
+    /// sub-folders. A folder that is not there any more is empty, and so is one
+    /// that lies above itself. May end early once `stopping` is set.
+    virtual SUB_FOLDERS read(FOLDER& folder, const std::atomic<bool>& stopping) = 0;
+};
+
+std::unique_ptr<FOLDER_READER> make_native_reader();
+std::unique_ptr<FOLDER_READER> make_portable_reader();
+
+/// The key by which the names of a folder are sorted.
+struct SORTED_NAME
+{
+    explicit SORTED_NAME(const QString& text);
+    bool operator<(const SORTED_NAME& other) const;
+
+    QString lower;
+    QString name;
+};
+
+/// Whether `folder` was reached through a link and is one of the folders above itself.
+bool leads_back(const FOLDER& folder);
+
+/// Whether `cause` says that `folder` has vanished since its name was read, or,
+/// for a root, that it does not exist.
+bool is_gone(const FOLDER& folder, const std::error_code& cause);
+
+/// Whether `cause` says that the file or link behind a name leads nowhere.
+bool is_gone(const std::error_code& cause);
+
+/// Notes that `path` could not be read, unless `folder` has a failure already.
+void fail(FOLDER& folder, const std::error_code& cause, const QByteArray& path);
+
+std::unique_ptr<FOLDER> make_sub_folder(const FOLDER& folder, const QByteArray& name, bool is_link);
+
+} // namespace DIRECTORY_WALK

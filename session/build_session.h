@@ -1,0 +1,170 @@
+#pragma once
+
+#include <QtCore/QHash>
+#include <QtCore/QSet>
+#include <QtCore/QStringList>
+#include <QtCore/QThread>
+#include <QtCore/QVector>
+
+#include "contracts/paths/logical_path.h"
+#include "contracts/paths/physical_path.h"
+#include "contracts/rules/rule_cache.h"
+#include "contracts/services/directory_scanner.h"
+#include "session/file_entry.h"
+#include "session/file_spellings.h"
+#include "session/lockable_map.h"
+
+class ACTION_INTERFACE;
+class COMMAND_LINE_OPTIONS;
+class CONFIGURATION;
+class KV_XML_QUERY_INTERFACE;
+class P4_CONNECTION;
+class PLUGIN_INTERFACE;
+class PREFERENCES_EDITOR_DIALOG;
+class PROCESSOR_INTERFACE;
+class PROGRESS_WIDGET;
+class QTextStream;
+struct ACTION_TARGET;
+
+namespace QTSHARED {
+class ASSET_GRAPH;
+}
+namespace Tallyline {
+class Context;
+class StopWatch;
+} // namespace Tallyline
+
+/// The central object of a run: all that was worked out about the data tree, the
+/// start-up that fills it, and, as a QThread, the build itself.
+///
+/// The program builds one and hands it to every window. Everything runs on the
+/// GUI thread while no build runs, apart from `run`, which is the build thread.
+/// The two share abort_flag, pause_flag and the state, output and progress of
+/// the actions as plain memory. The session outlives its build: destroy it only
+/// after finish_build has returned.
+class BUILD_SESSION : public QThread
+{
+public:
+    using FILE_MAP = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>;
+
+    /// The options and the configuration must outlive the session; the other
+    /// two are not kept.
+    BUILD_SESSION(const CONFIGURATION& configuration, const COMMAND_LINE_OPTIONS& options,
+                  const Tallyline::Context& metrics, const P4_CONNECTION& p4);
+
+    /// Frees the containers, but none of the objects behind their pointers nor
+    /// `database`, `asset_graph` and `preferences`: the process ends next.
+    ~BUILD_SESSION() override;
+
+    const COMMAND_LINE_OPTIONS* options;
+    KV_XML_QUERY_INTERFACE* database; ///< null until connect_database succeeds
+    const CONFIGURATION* configuration;
+    QVector<PHYSICAL_PATH> directories;           ///< scan roots, none inside another
+    QSet<PHYSICAL_PATH> parent_directories;       ///< every proper ancestor of a scan root in its data root
+    FILE_MAP file_map;                            ///< all known files in path order, rule files apart
+    QHash<LOGICAL_PATH, FILE_ENTRY*> file_lookup; ///< the same records by path, rule files included
+    RULE_CACHE rule_cache;                        ///< the rules of the run
+    QVector<PLUGIN_INTERFACE*> plugins;           ///< in load order; belong to their libraries
+    QVector<PROCESSOR_INTERFACE*> processors;     ///< in ascending order of their order number
+    QVector<ACTION_INTERFACE*> actions;           ///< all of them, in order of processors
+    QVector<ACTION_INTERFACE*> selected_actions;  ///< the plan: what to run, in this order
+    QTSHARED::ASSET_GRAPH* asset_graph;
+    PREFERENCES_EDITOR_DIALOG* preferences;
+    volatile bool abort_flag; ///< ends the build after the action in hand
+    bool pause_flag;          ///< holds the build ahead of the next action
+
+    /// Runs the steps below in their order, each behind a text on the splash.
+    /// False, when the database, the plugins or the scan stopped it; that has
+    /// been reported then. Problems also go to gox_startup_error.log.
+    bool start_up(PROGRESS_WIDGET& splash, const QString& workspace);
+
+    /// Selects actions by the two file lists of the configuration.
+    void select_from_configuration();
+
+    /// Puts the selected actions into the order in which they will run.
+    void plan_build();
+
+    /// Starts the build thread and returns true. `get_latest` has no effect.
+    bool prepare_build(bool get_latest);
+
+    /// Waits until the build has ended. With `abort` the build is told to end
+    /// first; without, a request to end from outside is passed on to the action
+    /// in hand.
+    void finish_build(bool abort);
+
+    /// Makes processors and actions ready for another build.
+    void reset_for_more();
+
+    /// Whether a check at the end of a run found something: never.
+    bool end_of_run_check() const { return false; }
+
+    /// Fetches files from the depot; nothing to do here, always true.
+    bool get_latest_files(const QSet<FILE_ENTRY*>& files);
+
+    /// Names the files of these actions that cannot be updated because of local
+    /// edits. Always true; no step of a run asks.
+    bool check_edited_locally(const QSet<ACTION_INTERFACE*>& actions);
+
+    /// Refuses working data that this program does not support, with a box and a
+    /// line in the log. No step of a run asks.
+    bool check_data_set(QTextStream& log);
+
+    // The steps of start_up, in their order. `log` is the start-up log.
+
+    bool connect_database(const QString& workspace, QTextStream& log, bool no_progress_dialog);
+    QString database_path() const; ///< the folder of this run's database
+    bool load_plugins(QTextStream& log);
+    void create_processors();
+    void calculate_directories();
+    bool scan_local_files(QTextStream& log);
+    void load_asset_graph(PROGRESS_WIDGET& splash);
+    void load_rule_files();
+    void collect_virtual_files();
+    void collect_actions(PROGRESS_WIDGET& splash, Tallyline::StopWatch& collection_watch,
+                         Tallyline::StopWatch& files_watch);
+    void collect_affected_files(QVector<ACTION_INTERFACE*>& collected); ///< may drop and delete actions
+    void clean_asset_graph(PROGRESS_WIDGET& splash);
+    void analyse_dependencies();
+
+    /// Adds the real files behind `entry`: itself, or, seen through intermediate
+    /// files, what their providers read.
+    static void find_sources(FILE_ENTRY* entry, QSet<FILE_ENTRY*>& sources);
+
+    /// `path` in the letter case of its folder's first known file.
+    PHYSICAL_PATH normalise_path_case(const PHYSICAL_PATH& path);
+
+    /// Makes the parent folder of each of `paths` where it is missing. The other
+    /// two play no part.
+    void ensure_target_directories(const QStringList& paths, const QStringList& moved,
+                                   ACTION_INTERFACE* action);
+
+protected:
+    void run() override; ///< the build
+
+private:
+    Q_DISABLE_COPY(BUILD_SESSION)
+
+    bool is_unattended() const; // silent, and not to stop on an error: no box of the start-up shows
+    void register_graph_path_callback();
+
+    struct SCANNED_FOLDER;
+    void enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file, SCANNED_FOLDER& folder,
+                            QStringList& shadowing);
+    void ask_about_shadowing_files(const QStringList& shadowing);
+    void put_file(const LOGICAL_PATH& key, FILE_ENTRY* entry);
+
+    struct ACTION_FILES;
+    bool writes_retail(const ACTION_FILES& files) const;
+    void link_inputs(ACTION_INTERFACE& action, ACTION_FILES& files);
+    void link_targets(ACTION_INTERFACE& action, ACTION_FILES& files);
+    FILE_ENTRY* target_entry(const ACTION_TARGET& target);
+
+    struct BUILD_LOGS;
+    bool run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs);
+    void stop_for_dependencies(ACTION_INTERFACE& action);
+    void prepare_targets(ACTION_INTERFACE& action);
+    void execute_action(ACTION_INTERFACE& action);
+    void abort_selected_actions();
+
+    FILE_SPELLINGS m_spellings{file_map};
+};

@@ -1,0 +1,213 @@
+#include "contracts/actions/action_interface.h"
+#include "contracts/actions/processor_interface.h"
+#include "contracts/configuration/configuration.h"
+#include "contracts/paths/paths.h"
+#include "contracts/services/progress_widget.h"
+#include "session/build_session.h"
+#include "session/run_report.h"
+
+// What one action reads and writes, and what the times of these files say.
+// "Latest" is the view by latest revisions, the other one by local dates.
+struct BUILD_SESSION::ACTION_FILES
+{
+    QVector<LOGICAL_PATH> inputs;
+    QVector<ACTION_TARGET> targets;
+    QDateTime stamp;
+    QVector<FILE_ENTRY*> direct_inputs;
+    QSet<FILE_ENTRY*> sources; // the real files behind the inputs
+    QVector<FILE_ENTRY*> direct_targets;
+    QDateTime newest_source;
+    QDateTime newest_source_latest;
+    QDateTime oldest_target;
+    QDateTime oldest_target_latest;
+    bool stale = false;
+    bool stale_latest = false;
+};
+
+namespace {
+
+// A null time is older than any other, also than those before 1970.
+bool is_before(const QDateTime& a, const QDateTime& b)
+{
+    return a.isNull() || b.isNull() ? a.isNull() && !b.isNull() : a < b;
+}
+
+const QDateTime& later(const QDateTime& a, const QDateTime& b)
+{
+    return is_before(a, b) ? b : a;
+}
+
+const QDateTime& earlier(const QDateTime& a, const QDateTime& b)
+{
+    return is_before(b, a) ? b : a;
+}
+
+bool is_in_folder(const QString& path, const QString& folder_with_slash)
+{
+    return path.startsWith(folder_with_slash, Qt::CaseInsensitive);
+}
+
+void collect_sources(FILE_ENTRY* entry, QSet<FILE_ENTRY*>& sources, QSet<FILE_ENTRY*>& seen_through)
+{
+    if (!entry->intermediate || entry->providers.isEmpty()) {
+        sources.insert(entry);
+        return;
+    }
+    QVector<FILE_ENTRY*> waiting{entry};
+    seen_through.insert(entry);
+    while (!waiting.isEmpty()) {
+        const FILE_ENTRY* const file = waiting.takeLast();
+        for (const ACTION_INTERFACE* provider : file->providers)
+            for (FILE_ENTRY* input : provider->input_files) {
+                if (!input->intermediate || input->providers.isEmpty()) {
+                    sources.insert(input);
+                } else if (!seen_through.contains(input)) { // intermediate files can form a cycle
+                    seen_through.insert(input);
+                    waiting.append(input);
+                }
+            }
+    }
+}
+
+} // namespace
+
+void BUILD_SESSION::find_sources(FILE_ENTRY* entry, QSet<FILE_ENTRY*>& sources)
+{
+    QSet<FILE_ENTRY*> seen_through;
+    collect_sources(entry, sources, seen_through);
+}
+
+void BUILD_SESSION::collect_actions(PROGRESS_WIDGET& splash, Tallyline::StopWatch& collection_watch,
+                                    Tallyline::StopWatch& files_watch)
+{
+    PROCESSOR_INTERFACE::s_asset_graph = asset_graph;
+    int number = 0;
+    for (PROCESSOR_INTERFACE* processor : QVector<PROCESSOR_INTERFACE*>(processors)) {
+        ++number;
+        collection_watch.Start();
+        const QString text =
+            QStringLiteral("Collecting actions and affected files...\n%1/%2 %3")
+                .arg(QString::number(number), QString::number(processors.size()), processor->name());
+        splash.set_progress(text);
+        splash.repaint();
+        RUN_REPORT::line(text);
+        QVector<ACTION_INTERFACE*> collected = processor->collect_actions(file_map, rule_cache);
+        collected.removeAll(nullptr);
+        for (ACTION_INTERFACE* action : qAsConst(collected))
+            if (!action->processor)
+                action->processor = processor;
+        collection_watch.Stop();
+        files_watch.Start();
+        collect_affected_files(collected);
+        files_watch.Stop();
+        actions += collected;
+    }
+}
+
+void BUILD_SESSION::collect_affected_files(QVector<ACTION_INTERFACE*>& collected)
+{
+    QVector<ACTION_INTERFACE*> kept;
+    kept.reserve(collected.size());
+    for (ACTION_INTERFACE* action : qAsConst(collected)) {
+        ACTION_FILES files;
+        action->collect_files(files.inputs, files.targets, files.stamp, file_map, rule_cache);
+        if (!configuration->retail && writes_retail(files)) {
+            delete action;
+            continue;
+        }
+        kept.append(action);
+        files.oldest_target = QDateTime::currentDateTimeUtc();
+        files.oldest_target_latest = files.oldest_target;
+        link_inputs(*action, files);
+        link_targets(*action, files);
+
+        files.newest_source = later(files.newest_source, files.stamp);
+        files.newest_source_latest = later(files.newest_source_latest, files.stamp);
+        const bool stale = files.stale || is_before(files.oldest_target, files.newest_source) ||
+                           files.newest_source.isNull();
+        const bool stale_latest = files.stale_latest ||
+                                  is_before(files.oldest_target_latest, files.newest_source_latest) ||
+                                  files.newest_source_latest.isNull();
+        for (FILE_ENTRY* input : qAsConst(files.direct_inputs)) {
+            input->out_of_date_source |= stale;
+            input->out_of_date_source_latest |= stale_latest;
+        }
+        for (FILE_ENTRY* target : qAsConst(files.direct_targets)) {
+            target->out_of_date_target |= stale;
+            target->out_of_date_target_latest |= stale_latest;
+        }
+    }
+    collected = kept;
+}
+
+// Inputs are logical paths, so in practice the targets decide.
+bool BUILD_SESSION::writes_retail(const ACTION_FILES& files) const
+{
+    const QString retail = PATHS::retail_build() + "/";
+    for (const LOGICAL_PATH& input : files.inputs)
+        if (is_in_folder(input, retail))
+            return true;
+    for (const ACTION_TARGET& target : files.targets)
+        if (is_in_folder(target.physical_path, retail))
+            return true;
+    return false;
+}
+
+void BUILD_SESSION::link_inputs(ACTION_INTERFACE& action, ACTION_FILES& files)
+{
+    QSet<FILE_ENTRY*> seen_through;
+    for (const LOGICAL_PATH& input : qAsConst(files.inputs)) {
+        FILE_ENTRY* const entry = file_lookup.value(input);
+        if (!entry)
+            continue;
+        files.direct_inputs.append(entry);
+        action.input_files.append(entry);
+        entry->consumers.append(&action);
+        if (!seen_through.contains(entry))
+            collect_sources(entry, files.sources, seen_through);
+    }
+    for (const FILE_ENTRY* source : qAsConst(files.sources)) {
+        files.newest_source = later(files.newest_source, source->have_time);
+        if (source->local_state != FILE_STATE_NO_CHANGE) {
+            files.newest_source = later(files.newest_source, source->local_time);
+            files.newest_source_latest =
+                later(later(files.newest_source_latest, source->have_time), source->local_time);
+        } else {
+            files.newest_source_latest = later(files.newest_source_latest, source->head_time);
+        }
+        files.stale |= source->out_of_date_target;
+        files.stale_latest |= source->out_of_date_target_latest;
+    }
+}
+
+void BUILD_SESSION::link_targets(ACTION_INTERFACE& action, ACTION_FILES& files)
+{
+    for (const ACTION_TARGET& target : qAsConst(files.targets)) {
+        FILE_ENTRY* const entry = target_entry(target);
+        files.direct_targets.append(entry);
+        if (!target.secondary)
+            entry->main_provider = &action;
+        action.target_files.insert(entry, target.physical_path);
+        entry->providers.append(&action);
+        entry->intermediate = target.intermediate;
+
+        const bool has_local = entry->local_state != FILE_STATE_NO_CHANGE;
+        const QDateTime time = has_local ? later(entry->have_time, entry->local_time) : entry->have_time;
+        files.oldest_target = earlier(files.oldest_target, time);
+        files.oldest_target_latest = earlier(files.oldest_target_latest, has_local ? time : entry->head_time);
+    }
+}
+
+FILE_ENTRY* BUILD_SESSION::target_entry(const ACTION_TARGET& target)
+{
+    if (FILE_ENTRY* const known = file_lookup.value(target.logical_path))
+        return known;
+    FILE_ENTRY* const entry = new FILE_ENTRY;
+    entry->physical = normalise_path_case(target.physical_path);
+    entry->local_state = FILE_STATE_NO_PERFORCE;
+    entry->p4_state = FILE_STATE_NO_PERFORCE;
+    put_file(target.logical_path, entry);
+    m_spellings.file_added(entry->physical, target.logical_path);
+    rule_cache.add_new_file_to_cache(target.logical_path);
+    return entry;
+}

@@ -1,0 +1,37 @@
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QTextStream>
+
+#include "contracts/actions/action_interface.h"
+#include "contracts/actions/processor_interface.h"
+#include "contracts/services/command_line_options.h"
+#include "session/build_session.h"
+#include "session/gox_query_interface.h"
+#include "session/run_report.h"
+
+bool BUILD_SESSION::connect_database(const QString& workspace, QTextStream& log, bool no_progress_dialog)
+{
+    const bool read_only = options->exists(QStringLiteral("build_server")) || no_progress_dialog;
+    database = new GOX_QUERY_INTERFACE(nullptr, workspace, false, read_only);
+    const QString error = database->connect_without_merge(database_path(), false);
+    if (error.isEmpty()) {
+        PROCESSOR_INTERFACE::s_database = database;
+        ACTION_INTERFACE::s_database = database;
+        return true;
+    }
+    delete database;
+    database = nullptr;
+    const QString text = "Failed to connect the database!\n\n" + error;
+    show_error_box(text, is_unattended());
+    log << text;
+    return false;
+}
+
+QString BUILD_SESSION::database_path() const
+{
+    const QString tool_folder = QCoreApplication::applicationDirPath();
+    const bool is_test = QFile::exists(tool_folder + "/test_database");
+    const QString canonical = QDir(tool_folder).canonicalPath().replace('\\', '/');
+    return canonical.section('/', 0, -2) + "/raw_data/" + (is_test ? "test_db" : "db");
+}

@@ -1,0 +1,44 @@
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+
+#include "contracts/actions/plugin_interface.h"
+#include "contracts/actions/processor_interface.h"
+#include "contracts/configuration/configuration.h"
+#include "session/build_session.h"
+#include "session/processor_order.h"
+#include "session/run_report.h"
+
+namespace {
+
+// The presence of this file after a run tells that the run missed a processor.
+void report_missing_processors(bool are_missing)
+{
+    const QString text = QStringLiteral("Couldn't create all processors, check that GOX has been built.");
+    QFile file(QCoreApplication::applicationDirPath() + "/gox_plugin_error.log");
+    if (!are_missing) {
+        file.remove();
+        return;
+    }
+    RUN_REPORT::line(text);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(text.toLocal8Bit());
+}
+
+} // namespace
+
+void BUILD_SESSION::create_processors()
+{
+    const QVector<QString>& wanted = configuration->processors;
+    int kept = 0;
+    for (PLUGIN_INTERFACE* plugin : qAsConst(plugins))
+        for (PROCESSOR_INTERFACE* processor : plugin->processors_of_plugin()) {
+            if (wanted.isEmpty() || wanted.contains(processor->name())) {
+                ++kept;
+                processors.append(processor);
+            } else {
+                delete processor;
+            }
+        }
+    report_missing_processors(!wanted.isEmpty() && kept != wanted.size());
+    exchange_sort(processors, [](PROCESSOR_INTERFACE* processor) { return processor->order_number(); });
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QtCore/QHash>
+
+#include "contracts/paths/logical_path.h"
+#include "contracts/paths/physical_path.h"
+#include "session/file_entry.h"
+#include "session/lockable_map.h"
+
+/// Makes all files of a folder share the letter case of the folder's first known
+/// file.
+///
+/// The answer for a path is that of a walk: from the path itself up through its
+/// folders, the first key of the map whose text begins with the logical path of
+/// that step, and whose file lies there on disk (letter case apart), lends its
+/// spelling. As such walks are long in large folders, the spelling of each
+/// folder is remembered and kept right by telling this object of every file that
+/// enters the map, leaves it or gets another physical path.
+///
+/// Does not own the map. One thread at a time.
+class FILE_SPELLINGS
+{
+public:
+    using FILE_MAP = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>;
+
+    explicit FILE_SPELLINGS(const FILE_MAP& files);
+
+    /// `path` in the letter case of what is known.
+    PHYSICAL_PATH normalised(const PHYSICAL_PATH& path);
+
+    /// The file of `key` now lies at `physical`.
+    void file_added(const PHYSICAL_PATH& physical, const LOGICAL_PATH& key);
+
+    /// A file that lay at `physical` has left the map or lies elsewhere now.
+    void file_left(const PHYSICAL_PATH& physical);
+
+    /// A file that lay at `former` lies at `now`.
+    void file_moved(const PHYSICAL_PATH& former, const PHYSICAL_PATH& now);
+
+private:
+    QString walk_keys(const QString& folder, const QString& folder_key) const;
+    QString spelling_of(const QString& path, const QString& key, bool remember_nothing_found);
+    void forget(const QString& path);
+
+    const FILE_MAP& m_files;
+
+    // Spelling by folder, the folder in folded letter case. Empty: the map has
+    // no file below it.
+    QHash<QString, QString> m_folders;
+    bool m_is_complete = true; // a folder that is not in m_folders has no file below it
+    bool m_has_strays = false; // some file's key is not the logical path of its place: nothing is remembered
+};

@@ -1,0 +1,69 @@
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDirIterator>
+#include <QtCore/QPluginLoader>
+#include <QtCore/QTextStream>
+
+#include "contracts/actions/plugin_interface.h"
+#include "contracts/configuration/configuration.h"
+#include "contracts/services/command_line_options.h"
+#include "session/build_session.h"
+#include "session/run_report.h"
+
+namespace {
+
+// Two plugins that this program never takes part with, whatever the
+// configuration says.
+bool is_excluded(const QString& path)
+{
+    const QString name = path.section('/', -1, -1).split('.').first().toLower();
+    return name == QLatin1String("gox_cleanretail") || name == QLatin1String("gox_variantmeshpart");
+}
+
+// The plugin's root object, or null. A library that the system could not load
+// leaves its words in `failures`; one that merely is no plugin leaves nothing.
+PLUGIN_INTERFACE* load_plugin(const QString& path, QStringList& failures)
+{
+    QPluginLoader loader(path);
+    // A missing symbol is to be found now, not when an action first calls it.
+    loader.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::PreventUnloadHint);
+    QObject* const root = loader.instance();
+    void* const plugin = root ? root->qt_metacast("PLUGIN_INTERFACE") : nullptr;
+    if (plugin)
+        return static_cast<PLUGIN_INTERFACE*>(plugin);
+    const QString error = loader.errorString();
+    if (error.contains(QLatin1String("Cannot load")))
+        failures.append(error);
+    loader.unload();
+    return nullptr;
+}
+
+} // namespace
+
+bool BUILD_SESSION::load_plugins(QTextStream& log)
+{
+    const QString tag = QCoreApplication::applicationFilePath().section('.', -2, -2);
+    QStringList failures;
+    QDirIterator files(QStringLiteral("."), {"GOX_*." + tag + ".dll"}, QDir::Files);
+    while (files.hasNext()) {
+        const QString path = files.next();
+        if (is_excluded(path))
+            continue;
+        if (PLUGIN_INTERFACE* const plugin = load_plugin(path, failures))
+            plugins.append(plugin);
+    }
+
+    if (plugins.isEmpty()) {
+        const QString text = QStringLiteral("GOX plugins could not be loaded for some reason!");
+        show_error_box(text, is_unattended());
+        log << text;
+        return false;
+    }
+    if (!failures.isEmpty()) {
+        const QString text =
+            "The following plugins were not loaded (missing dependencies?):\n\n" + failures.join('\n');
+        show_error_box(text, configuration->silent);
+        log << text;
+        return options->exists(QStringLiteral("dont_stop_on_error"));
+    }
+    return true;
+}

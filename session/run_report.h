@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QtCore/QString>
+
+/// What an unattended run tells the console, so that a build engineer can follow
+/// it in the output of the job. Off until `start` is called; a run with a person
+/// in front of it stays quiet. One thread writes at a time: the GUI thread, or
+/// the build thread while the GUI thread waits for it.
+namespace RUN_REPORT {
+
+void start();
+bool is_on();
+
+/// One line to standard output; line ends in the text become blanks.
+void line(const QString& text);
+
+/// A text to standard error, whether the report is on or not, as it stands.
+void error(const QString& text);
+
+} // namespace RUN_REPORT
+
+/// Shows an error as a message box (title "GOX", button Ok), or, where the mode
+/// of the run hides the box, tells it to standard error alone. GUI thread.
+void show_error_box(const QString& text, bool hidden);

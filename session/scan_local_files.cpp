@@ -1,0 +1,121 @@
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QTextStream>
+
+#include "contracts/configuration/configuration.h"
+#include "contracts/paths/paths.h"
+#include "contracts/services/command_line_options.h"
+#include "contracts/services/file_list_dialog.h"
+#include "contracts/services/satellite.h"
+#include "session/build_session.h"
+#include "session/run_report.h"
+
+// The folder of the file that was entered last. The scanner delivers the files
+// of a folder one after another, so what holds for the folder is worked out once.
+struct BUILD_SESSION::SCANNED_FOLDER
+{
+    QString physical;           // with its slash
+    QString logical;            // with its slash
+    bool is_spelled_so = false; // a file of it has been entered, in this very spelling
+    QMap<LOGICAL_PATH, FILE_ENTRY*>::const_iterator hint; // behind the file that was entered last
+};
+
+bool BUILD_SESSION::scan_local_files(QTextStream& log)
+{
+    SATELLITE& scanner = SATELLITE::instance();
+    for (const PHYSICAL_PATH& directory : qAsConst(directories))
+        scanner.add_path(directory);
+    QVector<DIRECTORY_SCANNER::FILE_INFO> files;
+    bool is_complete = true;
+    for (const PHYSICAL_PATH& directory : qAsConst(directories))
+        is_complete = scanner.get_files(directory, files) && is_complete;
+    if (!is_complete) {
+        const QString text = QStringLiteral("Error while scanning local files! (Error: %1, %2)")
+                                 .arg(QString::number(scanner.error_number), scanner.get_error());
+        show_error_box(text, is_unattended());
+        log << text;
+        return false;
+    }
+    for (const PHYSICAL_PATH& directory : qAsConst(parent_directories)) {
+        const QFileInfo rule_file(directory + "/rules.gox");
+        if (rule_file.exists())
+            files.append({directory + "/rules.gox", rule_file.lastModified().toUTC()});
+    }
+
+    file_lookup.reserve(file_lookup.size() + files.size());
+    QStringList shadowing;
+    SCANNED_FOLDER folder;
+    folder.hint = file_map.map.cbegin();
+    for (const DIRECTORY_SCANNER::FILE_INFO& file : qAsConst(files))
+        enter_scanned_file(file, folder, shadowing);
+    if (!shadowing.isEmpty() && !configuration->silent)
+        ask_about_shadowing_files(shadowing);
+    scanner.stop();
+    return true;
+}
+
+void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file, SCANNED_FOLDER& folder,
+                                       QStringList& shadowing)
+{
+    const PHYSICAL_PATH path(file.path);
+    const int name_at = file.path.lastIndexOf('/') + 1;
+    const bool same_folder = name_at == folder.physical.size() && file.path.startsWith(folder.physical);
+    LOGICAL_PATH key;
+    if (same_folder) {
+        key = LOGICAL_PATH(folder.logical + lower_case_by_letter(file.path.mid(name_at)));
+    } else {
+        key = PATHS::logical_path(path);
+        folder.physical = file.path.left(name_at);
+        const QString& key_text = key;
+        folder.logical = key_text.left(key_text.lastIndexOf('/') + 1);
+        // Outside all roots the key tells nothing of the folder.
+        if (folder.logical.isEmpty())
+            folder.physical.clear();
+        folder.is_spelled_so = false;
+    }
+
+    FILE_ENTRY*& known = file_lookup[key];
+    if (known) {
+        if (!PATHS::override(path, known->physical, options->exists(QStringLiteral("dont_stop_on_error")))) {
+            known->local_time = file.modified; // the date of the file that loses, and yet the newer one
+            return;
+        }
+        shadowing.append(file.path);
+        m_spellings.file_left(known->physical);
+        delete known;
+    }
+    FILE_ENTRY* const entry = new FILE_ENTRY;
+    known = entry;
+    entry->local_state = FILE_STATE_NO_PERFORCE;
+    entry->p4_state = FILE_STATE_NO_PERFORCE;
+    if (!file_map.locked) {
+        folder.hint = file_map.map.insert(folder.hint, key, entry);
+        ++folder.hint;
+    }
+    if (folder.is_spelled_so) {
+        entry->physical = path;
+    } else {
+        entry->physical = m_spellings.normalised(path);
+        m_spellings.file_added(entry->physical, key);
+        folder.is_spelled_so = static_cast<const QString&>(entry->physical).startsWith(folder.physical) &&
+                               !folder.physical.isEmpty();
+    }
+    entry->local_time = file.modified;
+}
+
+void BUILD_SESSION::ask_about_shadowing_files(const QStringList& shadowing)
+{
+    const bool all_checked = true;
+    FILE_LIST_DIALOG dialog(
+        QStringLiteral("GOX"),
+        QStringLiteral(
+            "The following non-Perforce files in 'raw_data' and 'working_data' shadow Perforce files in "
+            "'old_raw_data' and 'old_working_data'. This may lead to unexpected behaviour of the game "
+            "unless they are deleted.\nDo you want to delete these files?"),
+        QStringLiteral("Delete selected"), shadowing, QStringLiteral("Skip"), all_checked, nullptr,
+        Qt::WindowFlags());
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    for (const QString& file : dialog.get_selected_files())
+        QFile::remove(file);
+}

@@ -1,0 +1,129 @@
+#pragma once
+
+#include <QtCore/QDateTime>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVector>
+
+/// What a whole run does, from a small text. One word and its argument a line;
+/// "#" starts a comment line, and leading blanks do not count. The argument is
+/// the rest of the line, so that names and texts may hold blanks.
+///
+///     trace FILE                calls go into FILE, beside the script
+///     processor NAME            what follows belongs to it
+///       order N                 0 by default
+///       scan <raw>/folder       a scan directory
+///       virtual [TIME] PATH     a virtual file; TIME is ISO 8601, now without
+///       collecting_raises TEXT  a message box while actions are collected
+///       collecting_warns TEXT   a Qt warning then
+///     action NAME               of the processor above; names are unique
+///       long TEXT               the long display text; NAME without
+///       reads PATH              an input
+///       writes [intermediate] [secondary] PATH
+///       leaves_targets          does not write its targets (it does otherwise)
+///       stamp TIME
+///       group LABEL             one action group for all with this label
+///       depends ACTION          add_dependency, without pulling it along
+///       pulls ACTION            add_dependency, pulling it along
+///       preset TEXT             a line of preset_errors
+///       begins N                the state before the build
+///       total N                 progress_total
+///       ignores_dependencies    checks_dependencies is false
+///       needs_review            sets review_needed
+///       review_fails            review_is_failure is true
+///       ignores_abort           goes on when it is asked to stop
+///       ends N                  the result of execute; 2 without
+///     and what execute does, in this order, each as often as wanted:
+///       says TEXT               an output line
+///       warns TEXT              a Qt warning
+///       raises TEXT             a message box of the base library
+///       takes N                 N milliseconds
+///       progress N              progress_current
+///       services                says which services it was given
+///       rule NAME PROPERTY      says what the rule gives for the first input
+///       files                   a line for each input and target: what its record knows
+///
+/// A PATH is logical, "<working>/a/b.txt", in the spelling that it is to have
+/// on disk, or absolute.
+struct SCRIPT_STEP
+{
+    enum KIND
+    {
+        SAY,
+        WARN,
+        RAISE,
+        TAKE,
+        PROGRESS,
+        SERVICES,
+        RULE,
+        FILES
+    };
+    KIND kind;
+    QString text;
+    int number = 0;
+};
+
+struct SCRIPT_TARGET
+{
+    QString path;
+    bool intermediate = false;
+    bool secondary = false;
+};
+
+struct SCRIPT_LINK
+{
+    QString action; ///< the other action
+    bool pulls = false;
+    int line = 0;
+};
+
+struct SCRIPT_ACTION
+{
+    QString name;
+    QString long_name;
+    QStringList inputs;
+    QVector<SCRIPT_TARGET> targets;
+    QDateTime stamp;
+    QString group;
+    QVector<SCRIPT_LINK> links;
+    QVector<SCRIPT_STEP> steps;
+    QStringList preset_errors;
+    int first_state = 0;
+    int result = 2;
+    int total = 0;
+    bool ignores_dependencies = false;
+    bool needs_review = false;
+    bool review_fails = false;
+    bool ignores_abort = false;
+    bool leaves_targets = false;
+};
+
+struct SCRIPT_VIRTUAL_FILE
+{
+    QString path;
+    QDateTime time;
+};
+
+struct SCRIPT_PROCESSOR
+{
+    QString name;
+    int order = 0;
+    QVector<QString> scan;
+    QVector<SCRIPT_VIRTUAL_FILE> virtual_files;
+    QStringList raises;
+    QStringList warnings;
+    QVector<SCRIPT_ACTION> actions;
+};
+
+struct SCRIPT
+{
+    QVector<SCRIPT_PROCESSOR> processors;
+    QString trace;      ///< a file name; empty for none
+    QStringList errors; ///< "file:line: what is wrong"; a script with errors is not to be run
+
+    /// Reads the text; `file_name` is for the errors.
+    static SCRIPT parse(const QString& text, const QString& file_name);
+
+    /// The same from a file; a file that can't be read is an error.
+    static SCRIPT load(const QString& path);
+};

@@ -1,0 +1,142 @@
+#pragma once
+
+#include <QtCore/QTextStream>
+
+#include <functional>
+
+#include "contracts/actions/action_interface.h"
+#include "contracts/actions/processor_interface.h"
+#include "contracts/configuration/configuration.h"
+#include "contracts/paths/paths.h"
+#include "contracts/services/command_line_options.h"
+#include "contracts/services/p4_connection.h"
+#include "contracts/services/progress_widget.h"
+#include "contracts/services/tallyline_context.h"
+#include "session/build_session.h"
+#include "tests/support/temporary_tree.h"
+
+/// An action whose every answer a test sets.
+class STEP_ACTION : public ACTION_INTERFACE
+{
+public:
+    explicit STEP_ACTION(const QString& name) : name(name) {}
+    ~STEP_ACTION() override
+    {
+        if (deleted)
+            deleted->append(name);
+    }
+
+    /// A target at the physical place of its logical path.
+    void writes(const QString& logical, bool intermediate = false, bool secondary = false)
+    {
+        const LOGICAL_PATH path(logical);
+        targets.append({PATHS::physical_path(path), path, intermediate, secondary});
+    }
+
+    void abort() override { aborts.ref(); }
+    QString display_text(bool) override { return name; }
+    void collect_files(QVector<LOGICAL_PATH>& in, QVector<ACTION_TARGET>& out, QDateTime& since,
+                       LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override
+    {
+        for (const QString& path : qAsConst(reads))
+            in.append(LOGICAL_PATH(path));
+        out = targets;
+        since = stamp;
+    }
+    int execute(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override
+    {
+        ++runs;
+        return body ? body(*this) : ACTION_SUCCEEDED;
+    }
+
+    QString name;
+    QStringList reads;
+    QVector<ACTION_TARGET> targets;
+    QDateTime stamp;
+    std::function<int(STEP_ACTION&)> body;
+    QAtomicInt aborts;
+    int runs = 0;
+    QStringList* deleted = nullptr;
+};
+
+class STEP_PROCESSOR : public PROCESSOR_INTERFACE
+{
+public:
+    explicit STEP_PROCESSOR(const QString& text) : text(text) {}
+
+    QString name() override { return text; }
+    int order_number() override { return 0; }
+    QVector<VIRTUAL_FILE> collect_virtual_files(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&,
+                                                RULE_CACHE&) override
+    {
+        return virtual_files;
+    }
+    QVector<ACTION_INTERFACE*> collect_actions(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files,
+                                               RULE_CACHE&) override
+    {
+        files_seen = files.size();
+        return actions;
+    }
+
+    STEP_ACTION* add(const QString& action_name)
+    {
+        STEP_ACTION* const action = new STEP_ACTION(action_name);
+        actions.append(action);
+        return action;
+    }
+
+    QString text;
+    QVector<VIRTUAL_FILE> virtual_files;
+    QVector<ACTION_INTERFACE*> actions;
+    int files_seen = 0;
+};
+
+/// A data tree and a session over it, whose steps a test takes one by one.
+class STEP_SCENE
+{
+public:
+    STEP_SCENE()
+    {
+        tree.make_folder("old_raw_data");
+        PATHS::initialise(tree.path("tool"));
+        configuration.retail = true;
+        session = new BUILD_SESSION(configuration, options, metrics, p4);
+    }
+    ~STEP_SCENE() { delete session; }
+
+    STEP_PROCESSOR* add_processor(const QString& name)
+    {
+        STEP_PROCESSOR* const processor = new STEP_PROCESSOR(name);
+        session->processors.append(processor);
+        return processor;
+    }
+
+    /// Everything from the scan to the dependencies.
+    bool start_up()
+    {
+        QTextStream log(&log_text);
+        session->directories = PATHS::all();
+        if (!session->scan_local_files(log))
+            return false;
+        session->load_rule_files();
+        session->collect_virtual_files();
+        PROGRESS_WIDGET splash(nullptr, Qt::WindowFlags());
+        Tallyline::StopWatch watch;
+        session->collect_actions(splash, watch, watch);
+        splash_text = splash.progress();
+        session->file_map.lock(true);
+        session->analyse_dependencies();
+        return true;
+    }
+
+    FILE_ENTRY* file(const char* logical) const { return session->file_lookup.value(LOGICAL_PATH(logical)); }
+
+    TEMPORARY_TREE tree;
+    CONFIGURATION configuration;
+    COMMAND_LINE_OPTIONS options;
+    Tallyline::Context metrics{"nowhere", 0, "test", 0};
+    P4_CONNECTION p4{true, true, false};
+    BUILD_SESSION* session;
+    QString log_text;
+    QString splash_text;
+};

@@ -1,0 +1,200 @@
+// Letter case of paths: the remembered spellings against a plain walk over the
+// whole map, on random trees with all that can happen to them.
+
+#include <QtTest/QtTest>
+
+#include <memory>
+#include <random>
+
+#include "contracts/paths/paths.h"
+#include "session/file_spellings.h"
+#include "tests/support/temporary_tree.h"
+#include "tests/support/watched_test.h"
+
+namespace {
+
+using FILE_MAP = FILE_SPELLINGS::FILE_MAP;
+
+// The rule as it is told: every key is looked at.
+QString plain_spelling(const FILE_MAP& files, const QString& path)
+{
+    QString a = path;
+    QString b = PATHS::logical_path(PHYSICAL_PATH(path));
+    while (true) {
+        for (auto place = files.begin(); place != files.end(); ++place) {
+            const QString& key = place.key();
+            const QString& physical = place.value()->physical;
+            if (key.startsWith(b) && physical.startsWith(a, Qt::CaseInsensitive) &&
+                (physical.size() == a.size() || physical.at(a.size()) == '/'))
+                return physical.left(a.size()) + path.mid(a.size());
+        }
+        if (!b.contains('/'))
+            return path;
+        a.truncate(a.lastIndexOf('/'));
+        b.truncate(b.lastIndexOf('/'));
+    }
+}
+
+class RANDOM_TREE
+{
+public:
+    explicit RANDOM_TREE(unsigned seed, const QString& top) : spellings(files), m_random(seed), m_top(top) {}
+
+    int below(int end) { return int(m_random() % unsigned(end)); }
+
+    QString random_path()
+    {
+        static const char* const ROOTS[] = {"raw_data", "old_raw_data", "working_data", "RAW_data"};
+        static const char* const NAMES[] = {"unit1",  "unit10", "unit100", "Unit1",
+                                            "UNIT10", "a.txt",  "A.txt",   "b"};
+        QString path = m_top + '/' + ROOTS[below(4)];
+        for (int depth = 1 + below(4); depth > 0; --depth)
+            path += '/' + QLatin1String(NAMES[below(8)]);
+        return path;
+    }
+
+    // A file that takes the letter case of its folder, as all do but virtual ones.
+    void add(const QString& path, bool as_it_stands)
+    {
+        const PHYSICAL_PATH wanted(path);
+        const LOGICAL_PATH key = PATHS::logical_path(wanted);
+        if (FILE_ENTRY* const known = files.value(key)) {
+            if (!PATHS::override(wanted, known->physical, true))
+                return;
+            spellings.file_left(known->physical);
+        }
+        put(key, as_it_stands ? wanted : spellings.normalised(wanted));
+    }
+
+    // A file whose key is not the logical path of its place.
+    void add_stray(const QString& key_of, const QString& path)
+    {
+        put(PATHS::logical_path(PHYSICAL_PATH(key_of)), PHYSICAL_PATH(path));
+    }
+
+    FILE_ENTRY* random_entry(LOGICAL_PATH& key)
+    {
+        if (files.map.isEmpty())
+            return nullptr;
+        const auto place = files.map.cbegin() + below(files.map.size());
+        key = place.key();
+        return place.value();
+    }
+
+    void remove_one()
+    {
+        LOGICAL_PATH key;
+        if (FILE_ENTRY* const entry = random_entry(key)) {
+            spellings.file_left(entry->physical);
+            files.map.remove(key);
+        }
+    }
+
+    void move_one(const QString& path)
+    {
+        LOGICAL_PATH key;
+        if (FILE_ENTRY* const entry = random_entry(key)) {
+            const PHYSICAL_PATH former = entry->physical;
+            entry->physical = spellings.normalised(PHYSICAL_PATH(path));
+            spellings.file_moved(former, entry->physical);
+        }
+    }
+
+    FILE_MAP files;
+    FILE_SPELLINGS spellings;
+
+private:
+    void put(const LOGICAL_PATH& key, const PHYSICAL_PATH& physical)
+    {
+        m_entries.push_back(std::make_unique<FILE_ENTRY>());
+        m_entries.back()->physical = physical;
+        files.insert(key, m_entries.back().get());
+        spellings.file_added(physical, key);
+    }
+
+    std::mt19937 m_random;
+    QString m_top;
+    std::vector<std::unique_ptr<FILE_ENTRY>> m_entries;
+};
+
+} // namespace
+
+class TST_FILE_SPELLINGS : public WATCHED_TEST
+{
+    Q_OBJECT
+
+private slots:
+    void result_is_that_of_the_plain_walk_data();
+    void result_is_that_of_the_plain_walk();
+    void similar_names_are_kept_apart();
+};
+
+void TST_FILE_SPELLINGS::result_is_that_of_the_plain_walk_data()
+{
+    // Of a hundred steps, how many are what; the rest adds a file in its folder's spelling.
+    QTest::addColumn<int>("as_it_stands");
+    QTest::addColumn<int>("removed");
+    QTest::addColumn<int>("moved");
+    QTest::addColumn<int>("strays");
+    QTest::newRow("scanned files only") << 0 << 0 << 0 << 0;
+    QTest::newRow("files that leave the map") << 0 << 20 << 0 << 0;
+    QTest::newRow("virtual files in a spelling of their own") << 20 << 5 << 0 << 0;
+    QTest::newRow("targets that move") << 5 << 5 << 15 << 0;
+    QTest::newRow("strays") << 5 << 5 << 5 << 5;
+}
+
+void TST_FILE_SPELLINGS::result_is_that_of_the_plain_walk()
+{
+    QFETCH(int, as_it_stands);
+    QFETCH(int, removed);
+    QFETCH(int, moved);
+    QFETCH(int, strays);
+    TEMPORARY_TREE tree;
+    tree.make_folder("old_raw_data");
+    QVERIFY(PATHS::initialise(tree.path("tool")));
+    for (unsigned seed = 1; seed <= 150; ++seed) {
+        RANDOM_TREE random(seed, tree.path());
+        for (int step = 0; step < 120; ++step) {
+            int kind = random.below(100);
+            if ((kind -= as_it_stands) < 0)
+                random.add(random.random_path(), true);
+            else if ((kind -= removed) < 0)
+                random.remove_one();
+            else if ((kind -= moved) < 0)
+                random.move_one(random.random_path());
+            else if ((kind -= strays) < 0)
+                random.add_stray(random.random_path(), random.random_path());
+            else
+                random.add(random.random_path(), false);
+            if (step == 100)
+                random.files.lock(true);
+            const QString path = random.random_path();
+            const QString quick = random.spellings.normalised(PHYSICAL_PATH(path));
+            QVERIFY2(quick == plain_spelling(random.files, path),
+                     qPrintable(QStringLiteral("seed %1, step %2: %3 became %4, not %5")
+                                    .arg(seed)
+                                    .arg(step)
+                                    .arg(path, quick, plain_spelling(random.files, path))));
+        }
+    }
+}
+
+void TST_FILE_SPELLINGS::similar_names_are_kept_apart()
+{
+    TEMPORARY_TREE tree;
+    QVERIFY(PATHS::initialise(tree.path("tool")));
+    RANDOM_TREE random(1, tree.path());
+    random.add(tree.path("raw_data/UNIT10/a.txt"), false);
+    random.add(tree.path("raw_data/Unit1.txt"), false);
+    random.add(tree.path("raw_data/uNIT1/a.txt"), false);
+    const auto spelled = [&](const char* path) -> QString {
+        return random.spellings.normalised(PHYSICAL_PATH(tree.path(path)));
+    };
+    QCOMPARE(spelled("raw_data/unit1/B.txt"), tree.path("raw_data/uNIT1/B.txt"));
+    QCOMPARE(spelled("raw_data/unit10/B.txt"), tree.path("raw_data/UNIT10/B.txt"));
+    QCOMPARE(spelled("raw_data/unit100/B.txt"), tree.path("raw_data/unit100/B.txt"));
+    QCOMPARE(spelled("RAW_DATA/Unit1/A.TXT"), tree.path("raw_data/uNIT1/a.txt"));
+}
+
+QTEST_GUILESS_MAIN(TST_FILE_SPELLINGS)
+#include "tst_file_spellings.moc"

@@ -1,0 +1,51 @@
+#include "tests/support/dialog_answers.h"
+
+#include <QtTest/QTest>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QDialog>
+#include <QtWidgets/QMessageBox>
+#include <QtWidgets/QPushButton>
+
+DIALOG_ANSWERS::DIALOG_ANSWERS()
+{
+    connect(&m_timer, SIGNAL(timeout()), this, SLOT(look()));
+    m_timer.start(2);
+}
+
+void DIALOG_ANSWERS::press_default()
+{
+    answer_with([](QDialog* dialog) {
+        QMessageBox* const box = qobject_cast<QMessageBox*>(dialog);
+        QPushButton* const button = box ? qobject_cast<QPushButton*>(box->focusWidget()) : nullptr;
+        if (button)
+            QTest::mouseClick(button, Qt::LeftButton);
+        else
+            dialog->reject();
+    });
+}
+
+void DIALOG_ANSWERS::answer_with(const std::function<void(QDialog*)>& answer)
+{
+    m_answers.append(answer);
+}
+
+int DIALOG_ANSWERS::waiting() const
+{
+    return m_answers.size();
+}
+
+void DIALOG_ANSWERS::look()
+{
+    QDialog* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+    if (!dialog || !dialog->isVisible())
+        return;
+    const QMessageBox* const box = qobject_cast<QMessageBox*>(dialog);
+    texts.append(box ? box->text() : dialog->windowTitle());
+    if (m_answers.isEmpty()) {
+        ++unexpected;
+        dialog->reject();
+        return;
+    }
+    const std::function<void(QDialog*)> answer = m_answers.takeFirst();
+    answer(dialog);
+}

@@ -1,0 +1,135 @@
+#include "tests/support/program_run.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QThread>
+
+#ifdef Q_OS_UNIX
+#include <csignal>
+#include <grp.h>
+#include <unistd.h>
+#endif
+
+#include "tests/support/files.h"
+#include "tests/support/temporary_tree.h"
+
+namespace {
+
+class CHILD_PROCESS : public QProcess
+{
+public:
+    bool unprivileged = false;
+
+protected:
+    // Runs in the child between fork and exec.
+    void setupChildProcess() override
+    {
+#ifdef Q_OS_UNIX
+        const uid_t nobody = 65534;
+        if (unprivileged && ::getuid() == 0)
+            if (::setgroups(0, nullptr) != 0 || ::setgid(nobody) != 0 || ::setuid(nobody) != 0)
+                ::_exit(127);
+#endif
+    }
+};
+
+} // namespace
+
+PROGRAM_RUN::PROGRAM_RUN(const TEMPORARY_TREE& tree) : m_tree(tree) {}
+
+PROGRAM_RUN::~PROGRAM_RUN()
+{
+    if (m_process && m_process->state() != QProcess::NotRunning) {
+        m_process->kill();
+        m_process->waitForFinished();
+    }
+}
+
+QProcessEnvironment PROGRAM_RUN::environment() const
+{
+    QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "LANGUAGE"})
+        result.remove(QLatin1String(name));
+    const QString locale = plain_locale ? QStringLiteral("C") : QStringLiteral("C.UTF-8");
+    result.insert(QStringLiteral("LANG"), locale);
+    result.insert(QStringLiteral("LC_ALL"), locale);
+    // No settings of the person who runs the tests are read or written.
+    result.insert(QStringLiteral("HOME"), m_tree.path());
+    result.insert(QStringLiteral("XDG_CONFIG_HOME"), m_tree.path(QStringLiteral("settings")));
+    result.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_tree.path());
+    if (offscreen)
+        result.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    result.insert(extra);
+    return result;
+}
+
+bool PROGRAM_RUN::start(const QStringList& arguments)
+{
+    auto process = std::make_unique<CHILD_PROCESS>();
+    process->unprivileged = unprivileged;
+    m_process = std::move(process);
+    m_arguments = arguments;
+    m_status = NOT_STARTED;
+    out.clear();
+    err.clear();
+    m_process->setProcessEnvironment(environment());
+    m_process->setWorkingDirectory(m_tree.path(QStringLiteral("tool")));
+    m_process->start(m_tree.program(), arguments, QIODevice::ReadOnly);
+    return m_process->waitForStarted(limit);
+}
+
+int PROGRAM_RUN::wait()
+{
+    if (!m_process || m_process->error() == QProcess::FailedToStart)
+        return m_status;
+    const bool ended = m_process->state() == QProcess::NotRunning || m_process->waitForFinished(limit);
+    if (!ended) {
+        m_process->kill();
+        m_process->waitForFinished();
+        m_status = HUNG;
+    } else {
+        m_status = m_process->exitStatus() == QProcess::NormalExit ? m_process->exitCode() : CRASHED;
+    }
+    out = m_process->readAllStandardOutput();
+    err = m_process->readAllStandardError();
+    return m_status;
+}
+
+int PROGRAM_RUN::run(const QStringList& arguments)
+{
+    start(arguments);
+    return wait();
+}
+
+bool PROGRAM_RUN::wait_for_text(const QString& file, const QByteArray& text)
+{
+    QElapsedTimer watch;
+    watch.start();
+    while (!FILES::bytes(file).contains(text)) {
+        if (watch.elapsed() > limit || m_process->waitForFinished(0) ||
+            m_process->state() == QProcess::NotRunning)
+            return false;
+        QThread::msleep(2);
+    }
+    return true;
+}
+
+void PROGRAM_RUN::send_signal(int number)
+{
+#ifdef Q_OS_UNIX
+    if (m_process && m_process->state() == QProcess::Running)
+        ::kill(pid_t(m_process->processId()), number);
+#else
+    Q_UNUSED(number)
+#endif
+}
+
+QByteArray PROGRAM_RUN::report() const
+{
+    const QByteArray ended = m_status == HUNG          ? QByteArray("hung and was killed")
+                             : m_status == CRASHED     ? QByteArray("crashed")
+                             : m_status == NOT_STARTED ? QByteArray("did not start")
+                                                       : "ended with " + QByteArray::number(m_status);
+    return "gox " + m_arguments.join(' ').toUtf8() + ' ' + ended + "\nstandard output:\n" + out +
+           "\nstandard error:\n" + err;
+}

@@ -1,0 +1,58 @@
+#include "tests/support/watched_test.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QThread>
+#include <QtTest/QTest>
+
+namespace {
+
+// What the offscreen platform has to say is no fault of ours.
+const char* const PLATFORM_WARNINGS[] = {"This plugin does not support", "propagateSizeHints",
+                                         "QStandardPaths: ", "Could not find the Qt platform theme"};
+
+QStringList s_allowed;
+QtMessageHandler s_former_handler = nullptr;
+
+bool is_allowed(const QString& text)
+{
+    for (const char* part : PLATFORM_WARNINGS)
+        if (text.contains(QLatin1String(part)))
+            return true;
+    for (const QString& part : qAsConst(s_allowed))
+        if (text.contains(part))
+            return true;
+    return false;
+}
+
+bool on_main_thread()
+{
+    return QCoreApplication::instance() && QThread::currentThread() == QCoreApplication::instance()->thread();
+}
+
+// A warning of another thread is only printed: Qt Test can't fail there, and
+// what ctest looks for in the output does it.
+void watching_handler(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    const bool is_bad = (type == QtWarningMsg || type == QtCriticalMsg) && !is_allowed(text);
+    if (is_bad && on_main_thread())
+        QTest::qFail(qPrintable(QStringLiteral("unexpected warning: ") + text), context.file, context.line);
+    else if (s_former_handler)
+        s_former_handler(type, context, text);
+}
+
+} // namespace
+
+WATCHED_TEST::WATCHED_TEST() = default;
+
+WATCHED_TEST::~WATCHED_TEST() = default;
+
+void WATCHED_TEST::allow_warning(const QString& part)
+{
+    s_allowed.append(part);
+}
+
+void WATCHED_TEST::initTestCase_data()
+{
+    s_allowed.clear();
+    s_former_handler = qInstallMessageHandler(watching_handler);
+}
