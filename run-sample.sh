@@ -56,7 +56,7 @@ fi
 
 scripts/install-packages.sh build sample
 echo "Building GOX and the sample plugins..."
-[ -f build/release/build.ninja ] || cmake --preset release >build/release-configure.log
+[ -f build/release/build.ninja ] || cmake --preset release
 cmake --build --preset release --target gox
 scripts/lay-out-sample.sh build/release build/sample
 
@@ -66,15 +66,18 @@ started=$sample/started
 touch "$started"
 echo
 echo "Running GOX with the configuration \"$configuration\" in $tree"
+# Without --gui nobody is there: whatever the machine has, GOX is to see no
+# display, so that it answers by itself what it would ask.
+command=(./gox.release.bin --configuration="$configuration")
+if [ -z "$gui" ]; then
+    command=(env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM "${command[@]}" --dont_stop_on_error --nosplashscreen)
+fi
+if [ -z "${XDG_RUNTIME_DIR:-}" ]; then
+    export XDG_RUNTIME_DIR=$sample/runtime
+    (umask 077 && mkdir -p "$XDG_RUNTIME_DIR")
+fi
 status=0
-(
-    cd "$tree/tool"
-    if [ -n "$gui" ]; then
-        exec ./gox.release.bin --configuration="$configuration"
-    else
-        QT_QPA_PLATFORM=offscreen exec ./gox.release.bin --configuration="$configuration" --dont_stop_on_error </dev/null
-    fi
-) || status=$?
+(cd "$tree/tool" && exec "${command[@]}" </dev/null) || status=$?
 
 echo
 echo "Exit status: $status"

@@ -73,8 +73,8 @@ private:
         if (!is_name(name))
             return m_xml.fail(not_a_name("table", name));
         if (name.compare(QLatin1String("schema"), Qt::CaseInsensitive) == 0)
-            return m_xml.fail(QStringLiteral("no table can be called \"%1\": its file would be the schema's")
-                                  .arg(name));
+            return m_xml.fail(
+                QStringLiteral("no table can be called \"%1\": its file would be the schema's").arg(name));
         // Files of names that differ in letter case only can't lie side by side
         // on every system.
         if (m_table_names.contains(name.toLower()))
@@ -108,12 +108,11 @@ private:
         if (!is_name(field.name))
             return m_xml.fail(not_a_name("field", field.name));
         if (table.field_index(field.name) >= 0)
-            return m_xml.fail(QStringLiteral("table \"%1\" has two fields called \"%2\"")
-                                  .arg(table.name, field.name));
+            return m_xml.fail(
+                QStringLiteral("table \"%1\" has two fields called \"%2\"").arg(table.name, field.name));
         if (table.fields.size() == KV_MAX_FIELDS)
-            return m_xml.fail(QStringLiteral("table \"%1\" has more than %2 fields")
-                                  .arg(table.name)
-                                  .arg(KV_MAX_FIELDS));
+            return m_xml.fail(
+                QStringLiteral("table \"%1\" has more than %2 fields").arg(table.name).arg(KV_MAX_FIELDS));
         return true;
     }
 

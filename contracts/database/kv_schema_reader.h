@@ -4,9 +4,9 @@
 
 #include "contracts/database/kv_records.h"
 
-constexpr int KV_FORMAT_VERSION = 1;  ///< of the database format that is read here
-constexpr int KV_MAX_TABLES = 10000;  ///< in a database
-constexpr int KV_MAX_FIELDS = 500;    ///< in a table
+constexpr int KV_FORMAT_VERSION = 1;    ///< of the database format that is read here
+constexpr int KV_MAX_TABLES = 10000;    ///< in a database
+constexpr int KV_MAX_FIELDS = 500;      ///< in a table
 constexpr int KV_MAX_NAME_LENGTH = 100; ///< of a table or field
 
 /// Reads a schema file into `schema`, which is left as it was on an error. The

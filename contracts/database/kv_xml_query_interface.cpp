@@ -98,8 +98,9 @@ struct KV_XML_QUERY_INTERFACE::STATE
     QString no_table(const QString& name) const
     {
         const bool has_file = QFileInfo::exists(table_path(path, name)) && !name.contains('/');
-        return has_file ? QStringLiteral("%1: the schema does not name this table").arg(table_path(path, name))
-                        : QStringLiteral("%1: there is no table \"%2\"").arg(schema_path(path), name);
+        return has_file
+                   ? QStringLiteral("%1: the schema does not name this table").arg(table_path(path, name))
+                   : QStringLiteral("%1: there is no table \"%2\"").arg(schema_path(path), name);
     }
 
     const LOADED_TABLE* load(const QString& name, int done, int total)
@@ -235,7 +236,8 @@ KV_TABLE_DATA KV_XML_QUERY_INTERFACE::get_table_data(QString& error, const QStri
         return *data;
     const int end = filter.indexOf('=');
     if (end < 0) {
-        m_state->report(error, QStringLiteral("filter \"%1\" of table \"%2\" must be field=value").arg(filter, table));
+        m_state->report(
+            error, QStringLiteral("filter \"%1\" of table \"%2\" must be field=value").arg(filter, table));
         return KV_TABLE_DATA();
     }
     const int field = data->schema->field_index(filter.left(end));
@@ -252,7 +254,8 @@ const KV_TABLE_DATA* KV_XML_QUERY_INTERFACE::get_table_data(QString& error, cons
     if (!check_connected(error))
         return nullptr;
     const LOADED_TABLE* const loaded = m_state->load(table, 0, 1);
-    return m_state->report(error, loaded ? loaded->error : m_state->no_table(table)) ? &loaded->data : nullptr;
+    return m_state->report(error, loaded ? loaded->error : m_state->no_table(table)) ? &loaded->data
+                                                                                     : nullptr;
 }
 
 bool KV_XML_QUERY_INTERFACE::is_read_only() const
@@ -272,5 +275,6 @@ const QString& KV_XML_QUERY_INTERFACE::get_last_error() const
 
 bool KV_XML_QUERY_INTERFACE::check_connected(QString& error) const
 {
-    return m_state->report(error, m_state->connected ? QString() : QStringLiteral("no database is connected"));
+    return m_state->report(error,
+                           m_state->connected ? QString() : QStringLiteral("no database is connected"));
 }

@@ -38,6 +38,15 @@ bool read_property(XML_FILE_READER& xml, CACHED_RULE& rule, QSet<QString>& known
     return !xml.failed();
 }
 
+void read_files(XML_FILE_READER& xml, CACHED_RULE& rule, bool& is_known)
+{
+    if (is_known)
+        xml.fail(QStringLiteral("<files> stands twice in one rule"));
+    else if (xml.allow_attributes({}))
+        rule.set_file_filters(xml.text());
+    is_known = true;
+}
+
 bool read_rule(XML_FILE_READER& xml, CACHED_RULE& rule)
 {
     if (!xml.allow_attributes({"name", "inherit"}) || !read_name(xml, rule.name) ||
@@ -46,17 +55,12 @@ bool read_rule(XML_FILE_READER& xml, CACHED_RULE& rule)
     bool has_files = false;
     QSet<QString> properties;
     while (xml.next_child()) {
-        if (xml.name() == QLatin1String("property")) {
+        if (xml.name() == QLatin1String("property"))
             read_property(xml, rule, properties);
-        } else if (xml.name() != QLatin1String("files")) {
+        else if (xml.name() == QLatin1String("files"))
+            read_files(xml, rule, has_files);
+        else
             xml.skip();
-        } else if (has_files) {
-            xml.fail(QStringLiteral("<files> stands twice in one rule"));
-        } else {
-            has_files = true;
-            if (xml.allow_attributes({}))
-                rule.set_file_filters(xml.text());
-        }
     }
     return !xml.failed();
 }

@@ -190,7 +190,7 @@ FAILURE DIRECTORY_SCANNER::WORKERS::fetch(const QString& directory, QVector<FILE
     lock.unlock();
 
     const std::vector<FOLDER*> folders = depth_first(*tree);
-    const FAILURE failure = failure_of(folders);
+    FAILURE failure = failure_of(folders);
     if (failure.text.isEmpty())
         append_files(folders, is_last, files);
     return failure;

@@ -16,7 +16,7 @@
 namespace DIRECTORY_WALK {
 namespace {
 
-constexpr std::size_t BUFFER_SIZE = 256 * 1024;
+constexpr std::size_t BUFFER_SIZE = std::size_t(256) * 1024;
 
 /// What getdents64 writes; names end with a zero byte.
 struct KERNEL_ENTRY
@@ -220,7 +220,7 @@ void NATIVE_READER::take_name(std::vector<ENTRY>& list, const char* name, bool i
     const std::size_t place = m_text.size();
     m_text.resize(place + 2 * size);
     char* const text = m_text.data() + place;
-    std::memcpy(text, name, size);
+    std::copy_n(name, size, text);
     char* const lower = text + size;
     uchar all_bits = 0;
     for (std::size_t i = 0; i < size; ++i) {

@@ -17,7 +17,25 @@ qint64 STREAMED_XML_FILE::readData(char* data, qint64 size)
     if (count <= 0)
         return count;
     m_piece += count;
-    return watch(data, count);
+    return watch(data, valid_bytes(data, count));
+}
+
+// How many of the bytes can be UTF-8.
+qint64 STREAMED_XML_FILE::valid_bytes(const char* data, qint64 size)
+{
+    for (qint64 i = 0; i < size; ++i) {
+        const uchar c = uchar(data[i]);
+        if (m_following == 0 && c < 0x80)
+            continue;
+        const bool is_start = c >= 0xc2 && c <= 0xf4;
+        const bool is_continued = (c & 0xc0) == 0x80;
+        if (m_following > 0 ? !is_continued : !is_start) {
+            m_problem = QStringLiteral("the bytes here are not UTF-8");
+            return i;
+        }
+        m_following = m_following > 0 ? m_following - 1 : c < 0xe0 ? 1 : c < 0xf0 ? 2 : 3;
+    }
+    return size;
 }
 
 // How many of the bytes can be given out.
@@ -39,8 +57,10 @@ qint64 STREAMED_XML_FILE::watch(const char* data, qint64 size)
         } else {
             watch_raw(data[i]);
         }
-        if (!m_problem.isEmpty())
+        if (m_values > m_max_attributes) {
+            m_problem = QStringLiteral("more than %1 attributes in one element").arg(m_max_attributes);
             return i;
+        }
     }
     return size;
 }
@@ -74,8 +94,7 @@ void STREAMED_XML_FILE::watch_tag(char c)
     } else if (c == '"' || c == '\'') {
         m_state = VALUE;
         m_quote = c;
-        if (++m_values > m_max_attributes)
-            m_problem = QStringLiteral("more than %1 attributes in one element").arg(m_max_attributes);
+        ++m_values;
     }
 }
 

@@ -7,8 +7,9 @@
 /// An XML file as QXmlStreamReader reads it piece by piece, kept from what would
 /// cost the parser memory or time without bound: a tag or text that never ends,
 /// and an element of very many attributes (these cost the square of their
-/// number). The bytes up to such a thing are given out, then reading fails and
-/// `problem` says why. For one thread at a time.
+/// number); and from bytes that are not UTF-8, for which the parser would name a
+/// wrong place. The bytes up to such a thing are given out, then reading fails
+/// and `problem` says why. For one thread at a time.
 class STREAMED_XML_FILE : public QFile
 {
 public:
@@ -33,6 +34,7 @@ private:
         RAW,   // a comment, raw text or instruction, up to m_end
     };
 
+    qint64 valid_bytes(const char* data, qint64 size);
     qint64 watch(const char* data, qint64 size);
     void watch_opening(char c);
     void watch_tag(char c);
@@ -41,6 +43,7 @@ private:
     const qint64 m_max_piece;
     const int m_max_attributes;
     qint64 m_piece = 0;
+    int m_following = 0; // bytes of a UTF-8 character that are still to come
     STATE m_state = TEXT;
     QByteArray m_opening;
     char m_quote = 0;

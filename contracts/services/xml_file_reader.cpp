@@ -147,12 +147,13 @@ bool XML_FILE_READER::read_content()
     QFile file(m_path);
     if (!file.open(QIODevice::ReadOnly))
         return cannot_open(file.errorString());
-    if (file.size() > m_max_bytes)
+    const qint64 size = file.size();
+    if (size > m_max_bytes)
         return too_large();
-    m_content = file.read(m_max_bytes + 1); // it may have grown since
+    m_content = file.read(size + 1); // as much is allocated, whatever is there
     if (file.error() != QFile::NoError)
         return cannot_open(file.errorString());
-    return m_content.size() > m_max_bytes ? too_large() : true;
+    return m_content.size() > size ? cannot_open(QStringLiteral("it grew while it was read")) : true;
 }
 
 bool XML_FILE_READER::start(const char* root)
@@ -324,6 +325,11 @@ bool XML_FILE_READER::finish()
     while (!failed() && !m_xml.atEnd())
         step();
     return !failed();
+}
+
+QString XML_FILE_READER::place() const
+{
+    return QStringLiteral("%1:%2:%3").arg(m_path).arg(m_xml.lineNumber()).arg(m_xml.columnNumber() + 1);
 }
 
 bool XML_FILE_READER::fail(const QString& cause)

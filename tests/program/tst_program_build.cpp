@@ -25,10 +25,14 @@ private slots:
     void calls_in_order();
     void selection_data();
     void selection();
+    void selection_carries_along();
+    void virtual_files_data();
+    void virtual_files();
     void retail_data();
     void retail();
     void targets_are_prepared();
     void intermediate_files_and_dates();
+    void rules_reach_the_plugins();
     void a_new_build_empties_the_logs();
     void console_summary();
 };
@@ -194,7 +198,8 @@ void tst_program_build::order_data()
         << QByteArray("action x1\ndepends y\naction x2\ndepends y\naction y\n")
         << QStringList{"y", "x2", "x1"};
     QTest::newRow("dependencies through files")
-        << QByteArray("action reads\nreads <working>/a\naction writes\nwrites <working>/a\n")
+        << QByteArray(
+               "virtual <working>/a\naction reads\nreads <working>/a\naction writes\nwrites <working>/a\n")
         << QStringList{"writes", "reads"};
     QTest::newRow("main provider before the other writers")
         << QByteArray("action second\nwrites secondary <working>/a\naction main\nwrites <working>/a\n"
@@ -293,6 +298,46 @@ void tst_program_build::selection()
     QCOMPARE(scene.tree.exists("tool/gox.log"), !selected.isEmpty());
 }
 
+void tst_program_build::selection_carries_along()
+{
+    SCRIPTED_SCENE scene;
+    scene.configuration.selected_providers = QStringList{"<working>/a.out"};
+    GOX_COMPARE_STATUS(scene.run("processor p\n"
+                                 "action a\nwrites <working>/a.out\npulls pulled\ndepends needed\n"
+                                 "action pulled\npulls deep\naction needed\naction deep\naction other\n"),
+                       0, scene.gox);
+    // What is merely needed is not carried along, and what is pulled is a dependency as well.
+    QCOMPARE(scene.log().actions(), QStringList({"deep", "pulled", "a"}));
+}
+
+void tst_program_build::virtual_files_data()
+{
+    QTest::addColumn<QString>("on_disk");
+    QTest::addColumn<QString>("place");
+    QTest::addColumn<QString>("known");
+    const QString announced = " 2020-01-01T09:00:00Z virtual";
+    QTest::newRow("nothing on disk") << QString() << "raw_data/Unit/V.txt" << announced;
+    QTest::newRow("over a file of the companion root") << "old_raw_data/unit/v.txt"
+                                                       << "raw_data/Unit/V.txt" << announced;
+    QTest::newRow("over a file of the same root") << "raw_data/unit/v.txt"
+                                                  << "raw_data/unit/v.txt"
+                                                  << " 2020-01-01T02:00:00Z";
+}
+
+void tst_program_build::virtual_files()
+{
+    QFETCH(QString, on_disk);
+    QFETCH(QString, place);
+    QFETCH(QString, known);
+    SCRIPTED_SCENE scene;
+    if (!on_disk.isEmpty())
+        scene.tree.write(on_disk, "x", FILES::hour(2));
+    GOX_COMPARE_STATUS(scene.run("processor p\nvirtual 2020-01-01T09:00:00Z <raw>/Unit/V.txt\n"
+                                 "action a\nreads <raw>/unit/v.txt\nfiles\n"),
+                       0, scene.gox);
+    QCOMPARE(scene.log().body("a").section('\n', 0, 0), "input " + scene.tree.path(place) + known);
+}
+
 void tst_program_build::retail_data()
 {
     QTest::addColumn<bool>("retail");
@@ -315,18 +360,24 @@ void tst_program_build::retail()
     QCOMPARE(scene.tree.exists("retail_build/Pack.bin"), retail);
 }
 
+// A target takes the spelling that its folder has on disk, and leaves the
+// companion root that it was found in.
 void tst_program_build::targets_are_prepared()
 {
     SCRIPTED_SCENE scene;
     scene.tree.write("working_data/Unit/old.txt", "old", FILES::hour(1));
-    GOX_COMPARE_STATUS(scene.run("processor p\naction a\n"
-                                 "writes <working>/unit/new/x.txt\nwrites <working>/fresh/y.txt\nfiles\n"),
+    scene.tree.write("old_working_data/unit/z.txt", "old", FILES::hour(1));
+    GOX_COMPARE_STATUS(scene.run("processor p\naction a\nwrites <working>/unit/new/x.txt\n"
+                                 "writes <working>/fresh/y.txt\nwrites <working>/unit/z.txt\nfiles\n"),
                        0, scene.gox);
-    // A new file takes the spelling that its folder has on disk.
-    QVERIFY2(scene.log().body("a").contains(scene.tree.path("working_data/Unit/new/x.txt")),
-             qPrintable(scene.log().body("a")));
-    QVERIFY(scene.tree.exists("working_data/Unit/new"));
-    QCOMPARE(scene.tree.read("working_data/fresh/y.txt"), QByteArray("made by a\n"));
+    for (const char* target :
+         {"working_data/Unit/new/x.txt", "working_data/fresh/y.txt", "working_data/Unit/z.txt"}) {
+        QVERIFY2(scene.log().body("a").contains("target " + scene.tree.path(target) + ' '),
+                 qPrintable(scene.log().body("a")));
+        QCOMPARE(scene.tree.read(target), QByteArray("made by a\n"));
+    }
+    QCOMPARE(scene.tree.read("old_working_data/unit/z.txt"), QByteArray("old"));
+    QVERIFY(!scene.tree.exists("working_data/unit"));
 }
 
 void tst_program_build::intermediate_files_and_dates()
@@ -357,6 +408,35 @@ void tst_program_build::intermediate_files_and_dates()
     QVERIFY2(target_line("stamped").endsWith("outdated_target"), qPrintable(target_line("stamped")));
     QVERIFY2(!target_line("through").contains("outdated"), qPrintable(target_line("through")));
     QVERIFY(scene.log().body("through").contains("middle 2020-01-01T04:00:00Z intermediate"));
+}
+
+// Of the nearest folder first, then upwards while rules inherit, the global
+// ones last; rule files above the scan roots count, those of the retail tree don't.
+void tst_program_build::rules_reach_the_plugins()
+{
+    SCRIPTED_SCENE scene;
+    const auto rule_file = [](const QByteArray& files, const QByteArray& property, const QByteArray& value) {
+        return "<rules><rule name='Texture' inherit='true'><files>" + files + "</files><property name='" +
+               property + "'>" + value + "</property></rule></rules>";
+    };
+    scene.tree.write("raw_data/rules.gox", rule_file("", "Size", "top"));
+    scene.tree.write("raw_data/unit/rules.gox", rule_file("*.txt, -b*", "Size", "unit"));
+    scene.tree.write("retail_build/rules.gox", rule_file("", "Depth", "retail"));
+    scene.tree.write("tool/GOX/all.rules.gox", rule_file("&lt;raw>/...", "Format", "global"));
+    scene.tree.write("raw_data/unit/a.txt", "x");
+    scene.tree.write("raw_data/unit/b.txt", "x");
+    scene.configuration.processors = {"p"};
+    scene.configuration.global_rules = {"all.rules.gox"};
+    const QByteArray questions =
+        "rule texture size\nrule TEXTURE Format\nrule Texture Depth\nrule Sound Size\n";
+    GOX_COMPARE_STATUS(scene.run("processor p\nscan <raw>/unit\n"
+                                 "action a\nreads <raw>/unit/a.txt\n" +
+                                 questions + "action b\nreads <raw>/unit/b.txt\n" + questions),
+                       0, scene.gox);
+    const QString common =
+        "TEXTURE Format: global\nTexture Depth: no value\nSound Size: no rule\n" + end_of_executed_section();
+    QCOMPARE(scene.log().body("a"), "texture size: unit\n" + common);
+    QCOMPARE(scene.log().body("b"), "texture size: top\n" + common);
 }
 
 void tst_program_build::a_new_build_empties_the_logs()

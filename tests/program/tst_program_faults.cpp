@@ -13,6 +13,7 @@ private slots:
     void unreadable_folder();
     void read_only_tool_folder();
     void logs_that_are_folders();
+    void full_disk();
     void target_folder_that_cannot_be_made_data();
     void target_folder_that_cannot_be_made();
     void broken_rule_files_data();
@@ -91,6 +92,26 @@ void tst_program_faults::logs_that_are_folders()
     scene.configuration.processors = {"p", "none"};
     GOX_COMPARE_STATUS(scene.run("processor p\naction a\nends 3\n"), 0, scene.gox);
     QCOMPARE(scene.log("gox_warnings.log").actions(), QStringList{"a"});
+}
+
+// /dev/full takes nothing: a log, a target and the console on a full disk.
+void tst_program_faults::full_disk()
+{
+    if (!QFileInfo::exists("/dev/full"))
+        GOX_SKIP("this system has no /dev/full");
+    SCRIPTED_SCENE scene;
+    QVERIFY(QFile::link("/dev/full", scene.tree.path("tool/gox.log")));
+    QVERIFY(QFile::link("/dev/full", scene.tree.path("working_data/a.txt")));
+    const QByteArray script =
+        "processor p\naction a\nwrites <working>/a.txt\naction b\nwrites <working>/b.txt\n";
+    GOX_COMPARE_STATUS(scene.run(script), 1, scene.gox);
+    QVERIFY2(scene.gox.out.contains("gox.log: No space left on device"), scene.gox.report());
+    QVERIFY2(scene.gox.out.contains("working_data/a.txt: No space left on device"), scene.gox.report());
+    QCOMPARE(scene.log("gox_error.log").actions(), QStringList{"a"});
+    QCOMPARE(scene.tree.read("working_data/b.txt"), QByteArray("made by b\n"));
+    scene.gox.output_file = "/dev/full";
+    GOX_COMPARE_STATUS(scene.run(script), 1, scene.gox);
+    QCOMPARE(scene.log("gox_error.log").actions(), QStringList{"a"});
 }
 
 void tst_program_faults::target_folder_that_cannot_be_made_data()

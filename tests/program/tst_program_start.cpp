@@ -25,6 +25,8 @@ private slots:
     void default_configuration_keeps_retail();
     void broken_configuration_data();
     void broken_configuration();
+    void unknown_elements_are_passed_over();
+    void current_and_program_folder();
     void database_failure();
     void test_database_marker();
     void plugins_data();
@@ -171,6 +173,7 @@ void tst_program_start::default_configuration_keeps_retail()
     file.replace("<retail>true</retail>", "");
     QVERIFY2(file.size() < before, file.constData());
     scene.tree.write("tool/GOX/ci_configuration.xml", file);
+    scene.tree.remove("tool/gox.log");
     GOX_COMPARE_STATUS(scene.gox.run({"--configuration=ci"}), 0, scene.gox);
     QCOMPARE(scene.log().actions(), QStringList{"pack"});
 }
@@ -186,6 +189,11 @@ void tst_program_start::broken_configuration_data()
     QTest::newRow("binary") << QByteArray("\x7f\x45\x4c\x46\0\0\xff\xfe", 8);
     QTest::newRow("another document") << QByteArray("<html/>");
     QTest::newRow("deeply nested") << QByteArray("<a>").repeated(100000);
+    QTest::newRow("a value that means nothing")
+        << QByteArray("<configuration>\n<retail>perhaps</retail>\n</configuration>");
+    QTest::newRow("entries beyond all measure")
+        << "<configuration><processors>" + QByteArray("<processor>p</processor>").repeated(1000001) +
+               "</processors></configuration>";
     QTest::newRow("huge") << "<configuration>" + QByteArray("<silent>").append(QByteArray(100000000, 'x'));
 }
 
@@ -197,8 +205,42 @@ void tst_program_start::broken_configuration()
         scene.tree.write("tool/GOX/bad_configuration.xml", file);
     GOX_COMPARE_STATUS(scene.gox.run({"--configuration=bad", "--dont_stop_on_error"}), 1, scene.gox);
     QVERIFY2(scene.gox.err.contains("Failed to load configuration!\n"), scene.gox.report());
-    QVERIFY2(scene.gox.err.contains("bad_configuration.xml"), scene.gox.report());
+    QVERIFY2(scene.gox.err.contains("GOX/bad_configuration.xml"), scene.gox.report());
+    if (file.contains("perhaps"))
+        QVERIFY2(scene.gox.err.contains("bad_configuration.xml:2"), scene.gox.report());
     QVERIFY(!scene.tree.exists("tool/gox_startup_error.log"));
+}
+
+void tst_program_start::unknown_elements_are_passed_over()
+{
+    SCRIPTED_SCENE scene;
+    scene.tree.write("tool/GOX/new_configuration.xml",
+                     "<configuration><of_tomorrow><silent>false</silent></of_tomorrow><silent>true</silent>\n"
+                     "<no_progress_dialog>true</no_progress_dialog></configuration>");
+    scene.tree.write_script("processor p\naction a\n");
+    GOX_COMPARE_STATUS(scene.gox.run({"--configuration=new"}), 0, scene.gox);
+    QCOMPARE(scene.log().count, 1);
+}
+
+// Configurations and plugins belong to the current folder, logs and global
+// rules to the program's.
+void tst_program_start::current_and_program_folder()
+{
+    SCRIPTED_SCENE scene;
+    const QString plugin = "GOX_scripted." GOX_BUILD_TAG ".dll";
+    scene.tree.make_folder("desk");
+    scene.tree.add_plugin("scripted", "../desk/" + plugin);
+    scene.tree.remove("tool/" + plugin);
+    scene.tree.write("desk/GOX/ci_configuration.xml",
+                     "<configuration><silent>true</silent><no_progress_dialog>true</no_progress_dialog>"
+                     "<global_rules><global_rule>all.rules.gox</global_rule></global_rules></configuration>");
+    scene.tree.write("tool/GOX/all.rules.gox",
+                     "<rules><rule name='R'><property name='P'>found</property></rule></rules>");
+    scene.tree.write_script("processor p\naction a\nreads <raw>/a\nrule R P\n");
+    scene.gox.folder = "desk";
+    GOX_COMPARE_STATUS(scene.gox.run({"--configuration=ci"}), 0, scene.gox);
+    QVERIFY2(scene.log().body("a").startsWith("R P: found\n"), qPrintable(scene.log().body("a")));
+    QCOMPARE(FILES::below(scene.tree.path("desk")), QStringList({"GOX/ci_configuration.xml", plugin}));
 }
 
 void tst_program_start::database_failure()

@@ -1,6 +1,7 @@
 #include <QtTest/QtTest>
 
 #include <csignal>
+#include <cstring>
 
 #include "tests/support/files.h"
 #include "tests/support/scripted_scene.h"
@@ -17,12 +18,16 @@ private slots:
     void nothing_hangs_without_a_display();
     void nothing_hangs_unattended_on_a_chosen_platform_data();
     void nothing_hangs_unattended_on_a_chosen_platform();
+    void a_person_is_waited_for_data();
+    void a_person_is_waited_for();
     void a_choice_without_a_display_data();
     void a_choice_without_a_display();
     void interrupt_data();
     void interrupt();
     void second_interrupt_ends_at_once();
     void progress_dialog_is_left_out();
+    void empty_platform_is_no_platform();
+    void a_console_that_is_closed();
 };
 
 namespace {
@@ -201,6 +206,44 @@ void tst_program_unattended::nothing_hangs_unattended_on_a_chosen_platform()
     }
 }
 
+void tst_program_unattended::a_person_is_waited_for_data()
+{
+    QTest::addColumn<int>("fault");
+    QTest::addColumn<bool>("silent");
+    QTest::addColumn<bool>("waits");
+    const auto add = [](const char* name, bool silent, bool waits) {
+        for (int i = 0; i < int(sizeof FAULTS / sizeof FAULTS[0]); ++i)
+            if (!std::strcmp(FAULTS[i].name, name))
+                QTest::addRow("%s%s", name, silent ? ", silent" : "") << i << silent << waits;
+    };
+    for (const char* name : {"no database", "no plugin", "unreadable folder"})
+        add(name, true, true);
+    add("broken plugin", true, false);
+    add("broken plugin", false, true);
+    add("shadowed file", true, false);
+    add("none", false, true);
+}
+
+// On a platform that the caller chose, a box stays until somebody answers it.
+// `silent` alone hides some of them and not others.
+void tst_program_unattended::a_person_is_waited_for()
+{
+    QFETCH(int, fault);
+    QFETCH(bool, silent);
+    QFETCH(bool, waits);
+    SCRIPTED_SCENE scene;
+    scene.gox.offscreen = true;
+    scene.configuration.silent = silent;
+    scene.tree.write_script(FAULTS[fault].script);
+    FAULTS[fault].prepare(scene);
+    write_configuration(scene.tree, "ci", scene.configuration);
+    if (waits)
+        scene.gox.limit = 300;
+    QVERIFY(scene.gox.start({"--configuration=ci"}));
+    const int expected = waits ? int(PROGRAM_RUN::HUNG) : FAULTS[fault].ends_strict_run ? 1 : 0;
+    GOX_COMPARE_STATUS(scene.gox.wait(), expected, scene.gox);
+}
+
 void tst_program_unattended::a_choice_without_a_display_data()
 {
     QTest::addColumn<QStringList>("arguments");
@@ -283,6 +326,28 @@ void tst_program_unattended::progress_dialog_is_left_out()
     scene.configuration.no_progress_dialog = false;
     GOX_COMPARE_STATUS(scene.run(SCRIPT_OF_ONE), 0, scene.gox);
     QCOMPARE(scene.log().actions(), QStringList{"a"});
+}
+
+void tst_program_unattended::empty_platform_is_no_platform()
+{
+    SCRIPTED_SCENE scene;
+    for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+        scene.gox.extra.insert(name, "");
+    GOX_COMPARE_STATUS(scene.run(SCRIPT_OF_ONE), 0, scene.gox);
+}
+
+// The first files that are opened then get the numbers of the console, and what
+// is meant for the console must not end up in them.
+void tst_program_unattended::a_console_that_is_closed()
+{
+    SCRIPTED_SCENE scene;
+    scene.gox.closed_console = true;
+    GOX_COMPARE_STATUS(scene.run(SCRIPT_OF_ONE, {"--no_such_option"}), 0, scene.gox);
+    QCOMPARE(scene.tree.read("tool/gox_startup_error.log"), QByteArray());
+    QCOMPARE(scene.tree.read("tool/gox_error.log"), QByteArray());
+    QCOMPARE(without_durations(scene.tree.read("tool/gox.log")),
+             "1 action(s) were selected for execution.\n\n=== p / a ===\n" +
+                 end_of_executed_section().toUtf8() + '\n');
 }
 
 QTEST_GUILESS_MAIN(tst_program_unattended)

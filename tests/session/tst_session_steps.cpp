@@ -3,6 +3,9 @@
 
 #include <QtTest/QtTest>
 
+#include <QtCore/QSemaphore>
+#include <QtWidgets/QDialog>
+
 #include "session/file_entry.h"
 #include "tests/session/step_scene.h"
 #include "tests/support/dialog_answers.h"

@@ -19,6 +19,7 @@ class CHILD_PROCESS : public QProcess
 {
 public:
     bool unprivileged = false;
+    bool closed_console = false;
 
 protected:
     // Runs in the child between fork and exec.
@@ -29,9 +30,22 @@ protected:
         if (unprivileged && ::getuid() == 0)
             if (::setgroups(0, nullptr) != 0 || ::setgid(nobody) != 0 || ::setuid(nobody) != 0)
                 ::_exit(127);
+        for (int stream = 0; closed_console && stream <= 2; ++stream)
+            ::close(stream);
 #endif
     }
 };
+
+// Without what the offscreen platform has to say about windows.
+QByteArray without_platform_remarks(const QByteArray& text)
+{
+    QByteArray result;
+    for (const QByteArray& line : text.split('\n'))
+        if (!line.startsWith("This plugin does not support "))
+            result += line + '\n';
+    result.chop(1);
+    return result;
+}
 
 } // namespace
 
@@ -67,13 +81,16 @@ bool PROGRAM_RUN::start(const QStringList& arguments)
 {
     auto process = std::make_unique<CHILD_PROCESS>();
     process->unprivileged = unprivileged;
+    process->closed_console = closed_console;
     m_process = std::move(process);
     m_arguments = arguments;
     m_status = NOT_STARTED;
     out.clear();
     err.clear();
     m_process->setProcessEnvironment(environment());
-    m_process->setWorkingDirectory(m_tree.path(QStringLiteral("tool")));
+    m_process->setWorkingDirectory(m_tree.path(folder));
+    if (!output_file.isEmpty())
+        m_process->setStandardOutputFile(output_file);
     m_process->start(m_tree.program(), arguments, QIODevice::ReadOnly);
     return m_process->waitForStarted(limit);
 }
@@ -91,7 +108,7 @@ int PROGRAM_RUN::wait()
         m_status = m_process->exitStatus() == QProcess::NormalExit ? m_process->exitCode() : CRASHED;
     }
     out = m_process->readAllStandardOutput();
-    err = m_process->readAllStandardError();
+    err = without_platform_remarks(m_process->readAllStandardError());
     return m_status;
 }
 

@@ -18,11 +18,14 @@ public:
     ~PROGRAM_RUN(); ///< kills a program that still runs
 
     /// What to set before `start`.
-    int limit = 20000;         ///< milliseconds
-    bool offscreen = false;    ///< a platform that the caller chose; else no display at all
-    bool plain_locale = false; ///< LANG and LC_ALL are "C"
-    bool unprivileged = false; ///< permissions count, also when the tests run as root
-    QProcessEnvironment extra; ///< more environment variables
+    int limit = 20000;                       ///< milliseconds
+    bool offscreen = false;                  ///< a platform that the caller chose; else no display at all
+    bool plain_locale = false;               ///< LANG and LC_ALL are "C"
+    bool unprivileged = false;               ///< permissions count, also when the tests run as root
+    bool closed_console = false;             ///< without standard input, output and error
+    QString folder = QStringLiteral("tool"); ///< the current folder of the run, relative to the tree
+    QString output_file;                     ///< where standard output goes instead of `out`, if not empty
+    QProcessEnvironment extra;               ///< more environment variables
 
     static const int HUNG = -1;
     static const int CRASHED = -2;
@@ -42,7 +45,7 @@ public:
     void send_signal(int number);
 
     QByteArray out; ///< standard output, once the run has ended
-    QByteArray err; ///< standard error
+    QByteArray err; ///< standard error, without the remarks of the offscreen platform
 
     /// All that there is to say about the run, for a failure message.
     QByteArray report() const;

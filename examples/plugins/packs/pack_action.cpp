@@ -90,15 +90,14 @@ int PACK_ACTION::write()
         write_pack(target_files.firstKey()->physical, members, {progress_current, progress_total, m_stop});
     if (!error.isEmpty())
         return fail(m_stop ? QStringLiteral("Stopped.") : error);
+    if (!has_contents)
+        add_output_line(
+            QStringLiteral("Warning: the table \"packs\" does not describe \"%1\", so the pack has no %2.")
+                .arg(m_pack, CONTENTS_NAME));
+    add_output_line(QStringLiteral("%1 file(s) were packed:").arg(members.size()));
     for (const PACK_MEMBER& member : qAsConst(members))
         add_output_line(member.name);
-    add_output_line(QStringLiteral("%1 file(s) were packed.").arg(members.size()));
-    if (has_contents)
-        return ACTION_SUCCEEDED;
-    add_output_line(
-        QStringLiteral("Warning: the table \"packs\" does not describe \"%1\", so the pack has no %2.")
-            .arg(m_pack, CONTENTS_NAME));
-    return ACTION_SUCCEEDED_WITH_WARNINGS;
+    return has_contents ? ACTION_SUCCEEDED : ACTION_SUCCEEDED_WITH_WARNINGS;
 }
 
 bool PACK_ACTION::add_contents(QVector<PACK_MEMBER>& members, QString& error) const

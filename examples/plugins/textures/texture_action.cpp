@@ -3,6 +3,7 @@
 #include <QtCore/QFileInfo>
 
 #include <exception>
+#include <utility>
 
 #include "contracts/paths/paths.h"
 #include "contracts/rules/rule_cache.h"
@@ -86,28 +87,32 @@ int TEXTURE_ACTION::convert()
     if (input_files.isEmpty() || target_files.isEmpty())
         return fail(QStringLiteral("%1 is not there.").arg(m_source));
     QString error;
-    const QImage picture = read_picture(input_files.first()->physical, error);
+    QImage picture = read_picture(input_files.first()->physical, error);
     if (picture.isNull())
         return fail(error);
 
-    const MIP_CHAIN chain = mip_chain(picture.size(), m_settings.maximum_size, m_settings.mip_maps);
-    ROW_COUNTER rows(chain.rows(picture.size()), progress_current, progress_total, m_stop);
-    const int result = write(picture, chain, rows);
+    const QSize size = picture.size();
+    const MIP_CHAIN chain = mip_chain(size, m_settings.maximum_size, m_settings.mip_maps);
+    ROW_COUNTER rows(chain.rows(size), progress_current, progress_total, m_stop);
+    const int result = write(std::move(picture), chain, rows);
     if (result != ACTION_SUCCEEDED)
         return result;
 
+    const bool is_odd = !has_power_of_two_sides(size);
+    if (is_odd)
+        add_output_line(
+            QStringLiteral("Warning: %1 x %2 pixels; a side is no power of two, so smaller levels lose "
+                           "rows or columns.")
+                .arg(size.width())
+                .arg(size.height()));
     add_output_line(QStringLiteral("%1 x %2 pixels became %3 x %4 in %5 level(s) of %6.")
-                        .arg(picture.width())
-                        .arg(picture.height())
+                        .arg(size.width())
+                        .arg(size.height())
                         .arg(chain.levels.first().width())
                         .arg(chain.levels.first().height())
                         .arg(chain.levels.size())
                         .arg(format_name(m_settings.format)));
-    if (has_power_of_two_sides(picture.size()))
-        return ACTION_SUCCEEDED;
-    add_output_line(
-        QStringLiteral("Warning: a side is no power of two, so smaller levels lose rows or columns."));
-    return ACTION_SUCCEEDED_WITH_WARNINGS;
+    return is_odd ? ACTION_SUCCEEDED_WITH_WARNINGS : ACTION_SUCCEEDED;
 }
 
 // The picture is consumed level by level, so that only two sizes of it are in

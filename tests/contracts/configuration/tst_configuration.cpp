@@ -1,3 +1,4 @@
+#include <QtCore/QFileInfo>
 #include <QtTest/QTest>
 
 #include "contracts/configuration/configuration.h"

@@ -9,10 +9,17 @@ class TST_RULE_SCHEMA : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
+    void cleanup();
     void is_registered_once();
     void slots_emit_their_name_data();
     void slots_emit_their_name();
 };
+
+void TST_RULE_SCHEMA::cleanup()
+{
+    qDeleteAll(RULE_SCHEMA::s_schemas);
+    RULE_SCHEMA::s_schemas.clear();
+}
 
 void TST_RULE_SCHEMA::is_registered_once()
 {

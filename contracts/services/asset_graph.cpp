@@ -1,0 +1,235 @@
+#include "contracts/services/asset_graph.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QSaveFile>
+
+#include <algorithm>
+#include <memory>
+
+#include "contracts/services/asset_graph_cache.h"
+#include "contracts/services/asset_graph_index.h"
+#include "contracts/services/asset_graph_problems.h"
+#include "contracts/services/asset_graph_reader.h"
+
+namespace QTSHARED {
+namespace {
+
+// A file changed this shortly ago could change again without its times and size
+// telling: they count in steps.
+constexpr qint64 SETTLED_AFTER_MS = 2000;
+
+std::function<QString(QString)>& name_callback()
+{
+    static std::function<QString(QString)> callback;
+    return callback;
+}
+
+AGF_STAMP stamp_of(const QString& path)
+{
+    const QFileInfo info(path);
+    AGF_STAMP stamp;
+    stamp.modified = info.lastModified().toMSecsSinceEpoch();
+    stamp.changed = info.metadataChangeTime().toMSecsSinceEpoch();
+    const qint64 settled = QDateTime::currentMSecsSinceEpoch() - SETTLED_AFTER_MS;
+    if (info.isFile() && stamp.modified < settled && stamp.changed < settled)
+        stamp.size = info.size();
+    return stamp;
+}
+
+AGF_FRAGMENTS numbered(const QVector<AGF_ASSET>& assets, ASSET_GRAPH_DATA& graph)
+{
+    AGF_FRAGMENTS file;
+    for (const AGF_ASSET& asset : assets) {
+        ASSET_USES entry;
+        entry.asset = graph.number(asset.name);
+        entry.uses.reserve(asset.uses.size());
+        for (const QString& used : asset.uses)
+            entry.uses.append(graph.number(used));
+        file.assets.append(entry);
+    }
+    return file;
+}
+
+// Adds those files of `other` that `graph` does not know.
+void add_unknown_files(const ASSET_GRAPH_DATA& other, ASSET_GRAPH_DATA& graph)
+{
+    for (auto file = other.files.begin(); file != other.files.end(); ++file) {
+        if (graph.files.contains(file.key()))
+            continue;
+        AGF_FRAGMENTS copy = file.value();
+        for (ASSET_USES& asset : copy.assets) {
+            asset.asset = graph.number(other.names.at(asset.asset));
+            for (int& used : asset.uses)
+                used = graph.number(other.names.at(used));
+        }
+        graph.files.insert(file.key(), copy);
+    }
+}
+
+// A graph that holds no names but those that its files mention.
+ASSET_GRAPH_DATA without_unused_names(const ASSET_GRAPH_DATA& graph)
+{
+    ASSET_GRAPH_DATA result;
+    add_unknown_files(graph, result);
+    return result;
+}
+
+QString read_cache(const QString& path, ASSET_GRAPH_DATA& graph)
+{
+    if (!QFileInfo(path).isFile())
+        return QStringLiteral("it is not a file");
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return file.errorString();
+    const qint64 size = file.size();
+    if (size > MAX_ASSET_GRAPH_CACHE_BYTES)
+        return QStringLiteral("it is larger than %1 bytes").arg(MAX_ASSET_GRAPH_CACHE_BYTES);
+    const QByteArray bytes = file.read(size); // as much is allocated, whatever is there
+    if (file.error() != QFile::NoError)
+        return file.errorString();
+    return unpack_asset_graph(bytes, graph);
+}
+
+} // namespace
+
+void set_absolute_to_relative_path_callback_for_asset_graph(std::function<QString(QString)> callback)
+{
+    name_callback() = std::move(callback);
+}
+
+struct ASSET_GRAPH::STATE
+{
+    ASSET_GRAPH_DATA graph;
+    std::unique_ptr<ASSET_GRAPH_INDEX> index; // null after a change
+
+    const ASSET_GRAPH_INDEX& indexed()
+    {
+        if (!index)
+            index = std::make_unique<ASSET_GRAPH_INDEX>(graph);
+        return *index;
+    }
+
+    QStringList names(const ASSET_LISTS& lists, const QString& asset) const
+    {
+        QStringList result;
+        const int number = graph.numbers.value(asset, -1);
+        if (number >= 0)
+            std::for_each(lists.first(number), lists.last(number),
+                          [&](int other) { result.append(graph.names.at(other)); });
+        return result;
+    }
+};
+
+ASSET_GRAPH::ASSET_GRAPH() : m_state(new STATE) {}
+
+ASSET_GRAPH::~ASSET_GRAPH() = default;
+
+bool ASSET_GRAPH::load_binary(const QString& path, QStringList& errors, bool keep_known)
+{
+    if (!QFileInfo::exists(path))
+        return false;
+    ASSET_GRAPH_DATA cached;
+    const QString cause = read_cache(path, cached);
+    if (!cause.isEmpty()) {
+        errors.append(QStringLiteral("%1: the asset graph cache is ignored: %2").arg(path, cause));
+        return false;
+    }
+    if (keep_known)
+        add_unknown_files(cached, m_state->graph);
+    else
+        m_state->graph = cached;
+    m_state->index.reset();
+    return true;
+}
+
+bool ASSET_GRAPH::save_binary(const QString& path, QString& error) const
+{
+    const auto fail = [&](const QString& cause) {
+        error = QStringLiteral("%1: the asset graph cache can't be written: %2").arg(path, cause);
+        return false;
+    };
+    error.clear();
+    const QByteArray bytes = pack_asset_graph(without_unused_names(m_state->graph));
+    if (bytes.isEmpty())
+        return fail(QStringLiteral("it would be larger than %1 bytes").arg(MAX_ASSET_GRAPH_CACHE_BYTES));
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+        return fail(file.errorString());
+    return true;
+}
+
+bool ASSET_GRAPH::add(const QString& agf_path, QString& error)
+{
+    error.clear();
+    const QString name = name_callback() ? name_callback()(agf_path) : agf_path;
+    const AGF_STAMP stamp = stamp_of(agf_path);
+    const auto known = m_state->graph.files.find(name);
+    const bool is_known = known != m_state->graph.files.end();
+    if (is_known && known->stamp == stamp && (known->path.isEmpty() || known->path == agf_path)) {
+        known->path = agf_path;
+        return true;
+    }
+    QVector<AGF_ASSET> assets;
+    error = read_agf(agf_path, assets);
+    if (!error.isEmpty())
+        return false;
+    AGF_FRAGMENTS file = numbered(assets, m_state->graph);
+    file.stamp = stamp;
+    file.path = agf_path;
+    m_state->graph.files.insert(name, file);
+    m_state->index.reset();
+    return true;
+}
+
+void ASSET_GRAPH::check_dependencies(QStringList& errors) const
+{
+    find_asset_graph_problems(m_state->graph, m_state->indexed(), errors);
+}
+
+QStringList ASSET_GRAPH::get_all_agf_filenames() const
+{
+    return m_state->graph.files.keys();
+}
+
+void ASSET_GRAPH::remove_fragments_by_agf_filename(const QString& name)
+{
+    if (m_state->graph.files.remove(name) > 0)
+        m_state->index.reset();
+}
+
+QStringList ASSET_GRAPH::assets() const
+{
+    QStringList result;
+    const QVector<int>& sorted = m_state->indexed().sorted;
+    result.reserve(sorted.size());
+    for (const int asset : sorted)
+        result.append(m_state->graph.names.at(asset));
+    return result;
+}
+
+QStringList ASSET_GRAPH::dependencies_of(const QString& asset) const
+{
+    return m_state->names(m_state->indexed().uses, asset);
+}
+
+QStringList ASSET_GRAPH::used_by(const QString& asset) const
+{
+    QStringList result = m_state->names(m_state->indexed().users, asset);
+    result.sort();
+    return result;
+}
+
+QStringList ASSET_GRAPH::agf_filenames_of(const QString& asset) const
+{
+    QStringList result;
+    const ASSET_GRAPH_INDEX& index = m_state->indexed();
+    const int number = m_state->graph.numbers.value(asset, -1);
+    if (number >= 0)
+        std::for_each(index.definers.first(number), index.definers.last(number),
+                      [&](int file) { result.append(index.files.at(file)); });
+    return result;
+}
+
+} // namespace QTSHARED
