@@ -74,8 +74,8 @@ bool ask_for_configuration(QString& name)
             names.append(found);
     }
     bool is_chosen = false;
-    const QString chosen = QInputDialog::getItem(nullptr, QStringLiteral("GOX"),
-                                                 QStringLiteral("Choose configuration:"), names, 0, false, &is_chosen);
+    const QString chosen = QInputDialog::getItem(
+        nullptr, QStringLiteral("GOX"), QStringLiteral("Choose configuration:"), names, 0, false, &is_chosen);
     if (is_chosen)
         name = chosen;
     return is_chosen;

@@ -11,6 +11,10 @@
 #include <cstring>
 #include <optional>
 
+#ifdef Q_OS_UNIX
+#include <fcntl.h>
+#endif
+
 #include "app/configuration_choice.h"
 #include "app/run_cycle.h"
 #include "app/terminate_process.h"
@@ -50,19 +54,30 @@ bool answer_without_start(int argc, char** argv)
 
 #ifdef Q_OS_UNIX
 
+// The first files that are opened would get the numbers of a console that was
+// closed before the start, and with them all that is meant for the console.
+void fill_closed_console()
+{
+    for (int stream = 0; stream <= 2; ++stream)
+        if (::fcntl(stream, F_GETFD) < 0)
+            (void)::open("/dev/null", O_RDWR); // gets the lowest free number, which is this one
+}
+
 // File names are UTF-8 whatever the locale says, and a console that goes away
-// must not end the run.
+// or a limit on file sizes must not end the run.
 void prepare_process()
 {
+    fill_closed_console();
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 // On a machine without a display the offscreen platform is taken, unless the
 // caller chose a platform. Whether a person can see a window.
 bool choose_platform(int argc, char** argv)
 {
-    bool is_chosen = qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+    bool is_chosen = !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
     for (int i = 1; i < argc; ++i)
         is_chosen = is_chosen || !std::strcmp(argv[i], "-platform") || !std::strcmp(argv[i], "--platform");
     const bool has_display =
@@ -122,7 +137,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     P4_CONNECTION p4(true, true, configuration.p4_option);
     PROGRESS_WIDGET splash(nullptr, Qt::Tool | Qt::FramelessWindowHint);
     splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
-    if (!options.exists(QStringLiteral("nosplashscreen")))
+    if (has_display && !options.exists(QStringLiteral("nosplashscreen")))
         splash.show();
     splash.repaint();
 
@@ -157,7 +172,8 @@ int main(int argc, char** argv)
         if (!PATHS::initialise(QCoreApplication::applicationDirPath()))
             terminate_process(1);
         // Static destruction is skipped on purpose when the run came to its end.
-        if (const std::optional<int> exit_status = run(argc, argv, application, metrics, total_watch, has_display))
+        if (const std::optional<int> exit_status =
+                run(argc, argv, application, metrics, total_watch, has_display))
             terminate_process(*exit_status);
     }
     TOOLS_METRICS::tool_finished(tool_name);

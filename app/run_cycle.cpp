@@ -68,7 +68,8 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
         send_start_up_time(&dialog_watch);
     }
     if (!m_has_display) {
-        RUN_REPORT::error(QStringLiteral("There is no display to choose files on. Use a configuration that is silent."));
+        RUN_REPORT::error(
+            QStringLiteral("There is no display to choose files on. Use a configuration that is silent."));
         return NOBODY_TO_CHOOSE;
     }
     QMessageBox::information(nullptr, QStringLiteral("GOX"),

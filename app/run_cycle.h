@@ -25,7 +25,12 @@ public:
     std::optional<int> run();
 
 private:
-    enum CHOICE { CHOSEN, CANCELLED, NOBODY_TO_CHOOSE };
+    enum CHOICE
+    {
+        CHOSEN,
+        CANCELLED,
+        NOBODY_TO_CHOOSE
+    };
 
     CHOICE choose_files();
     bool build();

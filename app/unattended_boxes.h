@@ -13,7 +13,11 @@ class UNATTENDED_BOXES : public QObject
     Q_OBJECT
 
 public:
-    enum SCOPE { MESSAGE_BOXES, ALL_DIALOGS };
+    enum SCOPE
+    {
+        MESSAGE_BOXES,
+        ALL_DIALOGS
+    };
 
     /// Begins to answer at once.
     UNATTENDED_BOXES(SCOPE scope, QObject* application);

@@ -1,6 +1,9 @@
 #include "execution/order_by_level.h"
 
+#include <QtCore/QtAlgorithms>
+
 #include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <queue>
 
@@ -8,41 +11,80 @@ namespace {
 
 const int NOWHERE = 0x7fffffff;
 
-using POSITIONS = std::priority_queue<int, std::vector<int>, std::greater<int>>;
+// More bits than this for all levels together and positions are kept in heaps.
+const std::size_t MOST_BITS = std::size_t(1) << 29;
+
+// Positions of a sort of which the first never moves back: one bit each.
+class POSITION_BITS
+{
+public:
+    explicit POSITION_BITS(std::size_t size) : m_words(size / 64 + 1) {}
+
+    int front()
+    {
+        while (m_words[m_first] == 0)
+            if (++m_first == m_words.size()) {
+                m_first = m_words.size() - 1;
+                return NOWHERE;
+            }
+        return int(m_first * 64) + lowest_bit(m_words[m_first]);
+    }
+    void take(int position) { m_words[std::size_t(position) / 64] &= ~bit(position); }
+    void put(int position) { m_words[std::size_t(position) / 64] |= bit(position); }
+
+private:
+    static std::uint64_t bit(int position) { return std::uint64_t(1) << (position % 64); }
+    static int lowest_bit(std::uint64_t word) { return int(qCountTrailingZeroBits(quint64(word))); }
+
+    std::vector<std::uint64_t> m_words;
+    std::size_t m_first = 0;
+};
+
+// The same for any number of levels.
+class POSITION_HEAP
+{
+public:
+    explicit POSITION_HEAP(std::size_t) {}
+
+    int front() const { return m_heap.empty() ? NOWHERE : m_heap.top(); }
+    void take(int) { m_heap.pop(); }
+    void put(int position) { m_heap.push(position); }
+
+private:
+    std::priority_queue<int, std::vector<int>, std::greater<int>> m_heap;
+};
 
 // The positions of each level that are still to be sorted, the first of them at
 // hand, and for any level the lower level whose first position comes earliest.
+template <typename POSITIONS>
 class LEVEL_FRONTS
 {
 public:
-    explicit LEVEL_FRONTS(const std::vector<int>& ranks, int levels) : m_positions(std::size_t(levels))
+    LEVEL_FRONTS(const std::vector<int>& ranks, int levels)
+        : m_positions(std::size_t(levels), POSITIONS(ranks.size()))
     {
         while (m_leaves < levels)
             m_leaves *= 2;
-        std::vector<std::vector<int>> by_rank(static_cast<std::size_t>(levels));
         for (std::size_t i = 0; i < ranks.size(); ++i)
-            by_rank[std::size_t(ranks[i])].push_back(int(i));
+            m_positions[std::size_t(ranks[i])].put(int(i));
         m_tree.assign(std::size_t(2 * m_leaves), NOWHERE);
-        for (int rank = 0; rank < levels; ++rank) {
-            m_positions[std::size_t(rank)] =
-                POSITIONS(std::greater<int>(), std::move(by_rank[std::size_t(rank)]));
-            m_tree[std::size_t(m_leaves + rank)] = front(rank);
-        }
+        for (int rank = 0; rank < levels; ++rank)
+            m_tree[std::size_t(m_leaves + rank)] = m_positions[std::size_t(rank)].front();
         for (int node = m_leaves - 1; node > 0; --node)
             update(node);
     }
 
-    int take_front(int rank)
+    void take_front(int rank)
     {
-        const int position = m_positions[std::size_t(rank)].top();
-        m_positions[std::size_t(rank)].pop();
+        m_positions[std::size_t(rank)].take(m_tree[std::size_t(m_leaves + rank)]);
         front_changed(rank);
-        return position;
     }
 
-    void put(int rank, int position)
+    // Takes the front of the level and puts in a later position.
+    void move_front(int rank, int position)
     {
-        m_positions[std::size_t(rank)].push(position);
+        m_positions[std::size_t(rank)].take(m_tree[std::size_t(m_leaves + rank)]);
+        m_positions[std::size_t(rank)].put(position);
         front_changed(rank);
     }
 
@@ -64,12 +106,6 @@ public:
     }
 
 private:
-    int front(int rank) const
-    {
-        const POSITIONS& positions = m_positions[std::size_t(rank)];
-        return positions.empty() ? NOWHERE : positions.top();
-    }
-
     void update(int node)
     {
         m_tree[std::size_t(node)] =
@@ -79,7 +115,7 @@ private:
     void front_changed(int rank)
     {
         int node = m_leaves + rank;
-        m_tree[std::size_t(node)] = front(rank);
+        m_tree[std::size_t(node)] = m_positions[std::size_t(rank)].front();
         for (node /= 2; node > 0; node /= 2)
             update(node);
     }
@@ -101,31 +137,39 @@ std::vector<int> ranks_of(const std::vector<int>& levels, int& count)
     return ranks;
 }
 
+// When its turn comes, a place takes the elements of ever lower levels that
+// follow, each the first of its level, and each moves to where the next one was
+// found.
+template <typename POSITIONS>
+std::vector<int> exchange_sorted(const std::vector<int>& ranks, int level_count)
+{
+    LEVEL_FRONTS<POSITIONS> fronts(ranks, level_count);
+    std::vector<int> order(ranks.size());
+    for (std::size_t i = 0; i < order.size(); ++i)
+        order[i] = int(i);
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        int held = order[i];
+        int rank = ranks[std::size_t(held)];
+        int found = fronts.earliest_below(rank);
+        while (found != NOWHERE) {
+            fronts.move_front(rank, found);
+            std::swap(held, order[std::size_t(found)]);
+            rank = ranks[std::size_t(held)];
+            found = fronts.earliest_below(rank);
+        }
+        fronts.take_front(rank);
+        order[i] = held;
+    }
+    return order;
+}
+
 } // namespace
 
 std::vector<int> order_by_level(const std::vector<int>& levels)
 {
     int level_count = 0;
     const std::vector<int> ranks = ranks_of(levels, level_count);
-    LEVEL_FRONTS fronts(ranks, level_count);
-    std::vector<int> order(levels.size());
-    for (std::size_t i = 0; i < order.size(); ++i)
-        order[i] = int(i);
-
-    // When its turn comes, a place takes the elements of ever lower levels that
-    // follow, each the first of its level, and each moves to where the next one
-    // was found.
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        int held = order[i];
-        fronts.take_front(ranks[std::size_t(held)]);
-        int found = fronts.earliest_below(ranks[std::size_t(held)]);
-        while (found != NOWHERE) {
-            std::swap(held, order[std::size_t(found)]);
-            fronts.take_front(ranks[std::size_t(held)]);
-            fronts.put(ranks[std::size_t(order[std::size_t(found)])], found);
-            found = fronts.earliest_below(ranks[std::size_t(held)]);
-        }
-        order[i] = held;
-    }
-    return order;
+    const bool has_few_levels = std::size_t(level_count) <= MOST_BITS / (levels.size() + 1);
+    return has_few_levels ? exchange_sorted<POSITION_BITS>(ranks, level_count)
+                          : exchange_sorted<POSITION_HEAP>(ranks, level_count);
 }

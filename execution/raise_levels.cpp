@@ -41,10 +41,21 @@ std::vector<int> by_closure_size(const PLAN_GRAPH& graph)
     return sorted;
 }
 
+// Sweeps beyond this number only go round in cycles: the longest way from one
+// level to another that is not a cycle has been gone by then.
+int most_sweeps(const PLAN_GRAPH& graph)
+{
+    if (graph.level.empty())
+        return 0;
+    const auto levels = std::minmax_element(graph.level.begin(), graph.level.end());
+    return *levels.second - *levels.first +
+           *std::max_element(graph.closure_size.begin(), graph.closure_size.end()) + 2;
+}
+
 void raise_in_sweeps(PLAN_GRAPH& graph)
 {
     bool changed = true;
-    while (changed) {
+    for (int sweeps = most_sweeps(graph); changed && sweeps > 0; --sweeps) {
         changed = false;
         for (int action = 0; action < graph.selected(); ++action) {
             int& level = graph.level[std::size_t(action)];

@@ -10,5 +10,6 @@
 /// actions in order, and over the dependencies of each in order: a raise that
 /// follows a cycle does not count as a change, the last raise of a sweep decides,
 /// and the sweeps end with the first that ends without a change. Levels may then
-/// be lower than the rule asks.
+/// be lower than the rule asks. An ordinary raise that follows a cycle's in each
+/// sweep would go on without end: the sweeps stop when none but such is left.
 void raise_levels(PLAN_GRAPH& graph);

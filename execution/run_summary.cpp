@@ -38,7 +38,9 @@ QString reason_of(const ACTION_INTERFACE& action)
     const QStringList lines = action.output.split('\n', Qt::SkipEmptyParts);
     const bool has_reason = !lines.isEmpty() && !lines.first().startsWith(QLatin1String("=====")) &&
                             !lines.first().startsWith(QLatin1String("Duration: "));
-    return has_reason ? ": " + lines.first() : QString();
+    if (!has_reason)
+        return QString();
+    return ": " + (action.state == ACTION_DEPENDENCY_FAILED ? lines.join(' ') : lines.first());
 }
 
 } // namespace

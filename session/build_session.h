@@ -154,7 +154,7 @@ private:
     void put_file(const LOGICAL_PATH& key, FILE_ENTRY* entry);
 
     struct ACTION_FILES;
-    bool writes_retail(const ACTION_FILES& files) const;
+    static bool writes_retail(const ACTION_FILES& files, const QString& retail);
     void link_inputs(ACTION_INTERFACE& action, ACTION_FILES& files);
     void link_targets(ACTION_INTERFACE& action, ACTION_FILES& files);
     FILE_ENTRY* target_entry(const ACTION_TARGET& target);

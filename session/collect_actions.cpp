@@ -106,12 +106,13 @@ void BUILD_SESSION::collect_actions(PROGRESS_WIDGET& splash, Tallyline::StopWatc
 
 void BUILD_SESSION::collect_affected_files(QVector<ACTION_INTERFACE*>& collected)
 {
+    const QString retail = PATHS::retail_build() + "/";
     QVector<ACTION_INTERFACE*> kept;
     kept.reserve(collected.size());
     for (ACTION_INTERFACE* action : qAsConst(collected)) {
         ACTION_FILES files;
         action->collect_files(files.inputs, files.targets, files.stamp, file_map, rule_cache);
-        if (!configuration->retail && writes_retail(files)) {
+        if (!configuration->retail && writes_retail(files, retail)) {
             delete action;
             continue;
         }
@@ -141,9 +142,8 @@ void BUILD_SESSION::collect_affected_files(QVector<ACTION_INTERFACE*>& collected
 }
 
 // Inputs are logical paths, so in practice the targets decide.
-bool BUILD_SESSION::writes_retail(const ACTION_FILES& files) const
+bool BUILD_SESSION::writes_retail(const ACTION_FILES& files, const QString& retail)
 {
-    const QString retail = PATHS::retail_build() + "/";
     for (const LOGICAL_PATH& input : files.inputs)
         if (is_in_folder(input, retail))
             return true;

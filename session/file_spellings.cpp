@@ -128,6 +128,11 @@ void FILE_SPELLINGS::file_added(const PHYSICAL_PATH& physical, const LOGICAL_PAT
             forget(text); // another spelling: the map's order decides which is the first
             return;
         }
+        const auto namesake = m_files.find(LOGICAL_PATH(key_text.left(key_size)));
+        if (namesake != m_files.end() && namesake.value()->physical == PHYSICAL_PATH(folder)) {
+            forget(text); // it comes ahead of the folder's files
+            return;
+        }
         if (known != m_folders.end())
             *known = folder;
         else if (m_is_complete)

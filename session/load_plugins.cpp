@@ -1,5 +1,6 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDirIterator>
+#include <QtCore/QFileInfo>
 #include <QtCore/QPluginLoader>
 #include <QtCore/QTextStream>
 
@@ -23,7 +24,8 @@ bool is_excluded(const QString& path)
 // leaves its words in `failures`; one that merely is no plugin leaves nothing.
 PLUGIN_INTERFACE* load_plugin(const QString& path, QStringList& failures)
 {
-    QPluginLoader loader(path);
+    // A relative path would be looked for beside the program, wherever that lies.
+    QPluginLoader loader(QFileInfo(path).absoluteFilePath());
     // A missing symbol is to be found now, not when an action first calls it.
     loader.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::PreventUnloadHint);
     QObject* const root = loader.instance();

@@ -2,6 +2,8 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QTextStream>
 
+#include <algorithm>
+
 #include "contracts/configuration/configuration.h"
 #include "contracts/paths/paths.h"
 #include "contracts/services/command_line_options.h"
@@ -19,6 +21,30 @@ struct BUILD_SESSION::SCANNED_FOLDER
     bool is_spelled_so = false; // a file of it has been entered, in this very spelling
     QMap<LOGICAL_PATH, FILE_ENTRY*>::const_iterator hint; // behind the file that was entered last
 };
+
+namespace {
+
+// The folder's key and the name of the file in lower case, in one piece of memory.
+LOGICAL_PATH key_in_folder(const QString& folder_key, const QString& path, int name_at)
+{
+    const int folder_size = folder_key.size();
+    const int name_size = path.size() - name_at;
+    QString text(folder_size + name_size, Qt::Uninitialized);
+    QChar* const letters = text.data();
+    std::copy_n(folder_key.constData(), folder_size, letters);
+    const QChar* const name = path.constData() + name_at;
+    ushort all_bits = 0;
+    for (int i = 0; i < name_size; ++i) {
+        const ushort c = name[i].unicode();
+        all_bits |= c;
+        letters[folder_size + i] = QChar(ushort(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c));
+    }
+    if (all_bits < 0x80)
+        return LOGICAL_PATH(text);
+    return LOGICAL_PATH(folder_key + lower_case_by_letter(path.mid(name_at)));
+}
+
+} // namespace
 
 bool BUILD_SESSION::scan_local_files(QTextStream& log)
 {
@@ -62,7 +88,7 @@ void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file,
     const bool same_folder = name_at == folder.physical.size() && file.path.startsWith(folder.physical);
     LOGICAL_PATH key;
     if (same_folder) {
-        key = LOGICAL_PATH(folder.logical + lower_case_by_letter(file.path.mid(name_at)));
+        key = key_in_folder(folder.logical, file.path, name_at);
     } else {
         key = PATHS::logical_path(path);
         folder.physical = file.path.left(name_at);

@@ -4,6 +4,9 @@
 
 namespace {
 
+// Where an ordinary raise follows a cycle's in each sweep, the sweeps never end.
+const int MOST_SWEEPS = 5000;
+
 void close_dependencies(PLAIN_ACTION* action, PLAIN_ACTION* from)
 {
     for (PLAIN_ACTION* dependency : from->dependencies)
@@ -25,10 +28,12 @@ QVector<PLAIN_ACTION*> gather(const QVector<PLAIN_ACTION*>& actions)
     return selected;
 }
 
-void raise(const QVector<PLAIN_ACTION*>& selected)
+bool raise(const QVector<PLAIN_ACTION*>& selected)
 {
     bool changed = true;
-    while (changed) {
+    for (int sweeps = 0; changed; ++sweeps) {
+        if (sweeps == MOST_SWEEPS)
+            return false;
         changed = false;
         for (PLAIN_ACTION* a : selected)
             for (PLAIN_ACTION* d : a->all_dependencies) {
@@ -38,6 +43,7 @@ void raise(const QVector<PLAIN_ACTION*>& selected)
                 changed = !d->all_dependencies.contains(a);
             }
     }
+    return true;
 }
 
 void sort(QVector<PLAIN_ACTION*>& plan)
@@ -89,7 +95,8 @@ void place(QVector<PLAIN_ACTION*>& plan, int group)
 QVector<int> plain_plan(const QVector<PLAIN_ACTION*>& actions, int next_group)
 {
     QVector<PLAIN_ACTION*> plan = gather(actions);
-    raise(plan);
+    if (!raise(plan))
+        return {};
     sort(plan);
     for (int group = 1; group < next_group; ++group)
         place(plan, group);

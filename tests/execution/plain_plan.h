@@ -16,4 +16,5 @@ struct PLAIN_ACTION
 
 /// The numbers of the selected actions in the order of the plan. Fills closures
 /// and levels in the actions, and keeps what is there from an earlier pass.
+/// Empty where the procedure has no end.
 QVector<int> plain_plan(const QVector<PLAIN_ACTION*>& actions, int next_group);

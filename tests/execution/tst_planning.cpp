@@ -140,6 +140,7 @@ void TST_PLANNING::plan_equals_plain_procedure()
     QFETCH(int, percent_backward);
     QFETCH(int, groups);
     RANDOM random(20);
+    int compared = 0;
     for (int round = 0; round < rounds; ++round) {
         TWIN_ACTIONS actions(size);
         for (int edge = 0; edge < size * edges_per_action / 10; ++edge) {
@@ -159,11 +160,15 @@ void TST_PLANNING::plan_equals_plain_procedure()
             QVector<int> quick;
             QVector<int> expected;
             actions.plan(groups + 1, quick, expected);
+            if (expected.isEmpty() && !quick.isEmpty())
+                break; // without an end; it is enough that the planner has one
+            ++compared;
             QVERIFY2(quick == expected, qPrintable(QStringLiteral("round %1, pass %2").arg(round).arg(pass)));
             for (int i = 0; i < size; ++i)
                 QCOMPARE(actions.real[i]->order_level, actions.plain[i]->order_level);
         }
     }
+    QVERIFY2(compared > rounds, qPrintable(QString::number(compared)));
 }
 
 void TST_PLANNING::closure_leaves_out_the_action_itself()

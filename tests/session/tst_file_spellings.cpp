@@ -58,6 +58,8 @@ public:
     {
         const PHYSICAL_PATH wanted(path);
         const LOGICAL_PATH key = PATHS::logical_path(wanted);
+        if (files.locked)
+            return;
         if (FILE_ENTRY* const known = files.value(key)) {
             if (!PATHS::override(wanted, known->physical, true))
                 return;
@@ -74,9 +76,11 @@ public:
 
     FILE_ENTRY* random_entry(LOGICAL_PATH& key)
     {
-        if (files.map.isEmpty())
+        if (files.empty())
             return nullptr;
-        const auto place = files.map.cbegin() + below(files.map.size());
+        auto place = files.begin();
+        for (int steps = below(files.size()); steps > 0; --steps)
+            ++place;
         key = place.key();
         return place.value();
     }
@@ -84,7 +88,8 @@ public:
     void remove_one()
     {
         LOGICAL_PATH key;
-        if (FILE_ENTRY* const entry = random_entry(key)) {
+        FILE_ENTRY* const entry = random_entry(key);
+        if (entry && !files.locked) {
             spellings.file_left(entry->physical);
             files.map.remove(key);
         }
@@ -106,6 +111,8 @@ public:
 private:
     void put(const LOGICAL_PATH& key, const PHYSICAL_PATH& physical)
     {
+        if (files.locked)
+            return;
         m_entries.push_back(std::make_unique<FILE_ENTRY>());
         m_entries.back()->physical = physical;
         files.insert(key, m_entries.back().get());
