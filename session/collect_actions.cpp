@@ -8,13 +8,30 @@
 
 // What one action reads and writes, and what the times of these files say.
 // "Latest" is the view by latest revisions, the other one by local dates.
+// One record serves all actions, so that its memory is asked for once.
 struct BUILD_SESSION::ACTION_FILES
 {
+    void start_action()
+    {
+        inputs.resize(0); // unlike clear, these keep their memory
+        targets.resize(0);
+        direct_inputs.resize(0);
+        sources.resize(0);
+        direct_targets.resize(0);
+        stamp = QDateTime();
+        newest_source = QDateTime();
+        newest_source_latest = QDateTime();
+        oldest_target = QDateTime::fromMSecsSinceEpoch(QDateTime::currentMSecsSinceEpoch(), Qt::UTC);
+        oldest_target_latest = oldest_target;
+        stale = false;
+        stale_latest = false;
+    }
+
     QVector<LOGICAL_PATH> inputs;
     QVector<ACTION_TARGET> targets;
     QDateTime stamp;
     QVector<FILE_ENTRY*> direct_inputs;
-    QSet<FILE_ENTRY*> sources; // the real files behind the inputs
+    QVector<FILE_ENTRY*> sources; // the real files behind the inputs; repeats change nothing
     QVector<FILE_ENTRY*> direct_targets;
     QDateTime newest_source;
     QDateTime newest_source_latest;
@@ -47,12 +64,17 @@ bool is_in_folder(const QString& path, const QString& folder_with_slash)
     return path.startsWith(folder_with_slash, Qt::CaseInsensitive);
 }
 
-void collect_sources(FILE_ENTRY* entry, QSet<FILE_ENTRY*>& sources, QSet<FILE_ENTRY*>& seen_through)
+// Hands `take` each real file behind `entry`, at least once. `seen_through` holds
+// the intermediate files that have been dealt with: they can form a circle.
+template <typename TAKE>
+void collect_sources(FILE_ENTRY* entry, QSet<FILE_ENTRY*>& seen_through, TAKE take)
 {
     if (!entry->intermediate || entry->providers.isEmpty()) {
-        sources.insert(entry);
+        take(entry);
         return;
     }
+    if (seen_through.contains(entry))
+        return;
     QVector<FILE_ENTRY*> waiting{entry};
     seen_through.insert(entry);
     while (!waiting.isEmpty()) {
@@ -60,8 +82,8 @@ void collect_sources(FILE_ENTRY* entry, QSet<FILE_ENTRY*>& sources, QSet<FILE_EN
         for (const ACTION_INTERFACE* provider : file->providers)
             for (FILE_ENTRY* input : provider->input_files) {
                 if (!input->intermediate || input->providers.isEmpty()) {
-                    sources.insert(input);
-                } else if (!seen_through.contains(input)) { // intermediate files can form a cycle
+                    take(input);
+                } else if (!seen_through.contains(input)) {
                     seen_through.insert(input);
                     waiting.append(input);
                 }
@@ -74,7 +96,7 @@ void collect_sources(FILE_ENTRY* entry, QSet<FILE_ENTRY*>& sources, QSet<FILE_EN
 void BUILD_SESSION::find_sources(FILE_ENTRY* entry, QSet<FILE_ENTRY*>& sources)
 {
     QSet<FILE_ENTRY*> seen_through;
-    collect_sources(entry, sources, seen_through);
+    collect_sources(entry, seen_through, [&](FILE_ENTRY* source) { sources.insert(source); });
 }
 
 void BUILD_SESSION::collect_actions(PROGRESS_WIDGET& splash, Tallyline::StopWatch& collection_watch,
@@ -109,16 +131,15 @@ void BUILD_SESSION::collect_affected_files(QVector<ACTION_INTERFACE*>& collected
     const QString retail = PATHS::retail_build() + "/";
     QVector<ACTION_INTERFACE*> kept;
     kept.reserve(collected.size());
+    ACTION_FILES files;
     for (ACTION_INTERFACE* action : qAsConst(collected)) {
-        ACTION_FILES files;
+        files.start_action();
         action->collect_files(files.inputs, files.targets, files.stamp, file_map, rule_cache);
         if (!configuration->retail && writes_retail(files, retail)) {
             delete action;
             continue;
         }
         kept.append(action);
-        files.oldest_target = QDateTime::currentDateTimeUtc();
-        files.oldest_target_latest = files.oldest_target;
         link_inputs(*action, files);
         link_targets(*action, files);
 
@@ -163,8 +184,7 @@ void BUILD_SESSION::link_inputs(ACTION_INTERFACE& action, ACTION_FILES& files)
         files.direct_inputs.append(entry);
         action.input_files.append(entry);
         entry->consumers.append(&action);
-        if (!seen_through.contains(entry))
-            collect_sources(entry, files.sources, seen_through);
+        collect_sources(entry, seen_through, [&](FILE_ENTRY* source) { files.sources.append(source); });
     }
     for (const FILE_ENTRY* source : qAsConst(files.sources)) {
         files.newest_source = later(files.newest_source, source->have_time);
