@@ -36,15 +36,25 @@ namespace {
 
 const int APPLICATION_NUMBER = 44;
 
+// Whether an argument is this option, in any of its forms.
+bool is_request(const char* argument, const char* name)
+{
+#ifdef Q_OS_WIN
+    if (argument[0] == '/')
+        return !std::strcmp(argument + 1, name);
+#endif
+    return argument[0] == '-' && !std::strcmp(argument + (argument[1] == '-' ? 2 : 1), name);
+}
+
 // Prints what --help or --version asks for; false when neither is there.
 bool answer_without_start(int argc, char** argv)
 {
     for (int i = 1; i < argc; ++i) {
-        if (!std::strcmp(argv[i], "--help") || !std::strcmp(argv[i], "-help")) {
+        if (is_request(argv[i], "help")) {
             std::fputs(COMMAND_LINE_OPTIONS::help_text().toLocal8Bit().constData(), stdout);
             return true;
         }
-        if (!std::strcmp(argv[i], "--version") || !std::strcmp(argv[i], "-version")) {
+        if (is_request(argv[i], "version")) {
             std::puts("GOX " GOX_VERSION);
             return true;
         }

@@ -4,6 +4,7 @@
 // is to start the thread.
 bool BUILD_SESSION::prepare_build(bool)
 {
+    abort_flag = false; // left by the pass before; finish_build looks at it, and `run` may start late
     start(QThread::InheritPriority);
     return true;
 }

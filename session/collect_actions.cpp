@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/processor_interface.h"
 #include "contracts/configuration/configuration.h"
@@ -131,11 +133,13 @@ void BUILD_SESSION::collect_affected_files(QVector<ACTION_INTERFACE*>& collected
     const QString retail = PATHS::retail_build() + "/";
     QVector<ACTION_INTERFACE*> kept;
     kept.reserve(collected.size());
+    QSet<ACTION_INTERFACE*> dropped;
     ACTION_FILES files;
     for (ACTION_INTERFACE* action : qAsConst(collected)) {
         files.start_action();
         action->collect_files(files.inputs, files.targets, files.stamp, file_map, rule_cache);
         if (!configuration->retail && writes_retail(files, retail)) {
+            dropped.insert(action);
             delete action;
             continue;
         }
@@ -160,6 +164,21 @@ void BUILD_SESSION::collect_affected_files(QVector<ACTION_INTERFACE*>& collected
         }
     }
     collected = kept;
+    if (!dropped.isEmpty())
+        forget_dependencies(collected, dropped);
+}
+
+// Actions that were made together can know each other already.
+void BUILD_SESSION::forget_dependencies(const QVector<ACTION_INTERFACE*>& of_actions,
+                                        const QSet<ACTION_INTERFACE*>& dropped)
+{
+    for (ACTION_INTERFACE* action : of_actions) {
+        QVector<ACTION_INTERFACE*>& all = action->dependencies;
+        all.erase(std::remove_if(all.begin(), all.end(),
+                                 [&](ACTION_INTERFACE* dependency) { return dropped.contains(dependency); }),
+                  all.end());
+        action->m_dependency_set.subtract(dropped);
+    }
 }
 
 // Inputs are logical paths, so in practice the targets decide.

@@ -151,7 +151,7 @@ void FILE_SPELLINGS::file_moved(const PHYSICAL_PATH& former, const PHYSICAL_PATH
     if (PATHS::logical_path(former) != PATHS::logical_path(now))
         m_has_strays = true; // the key stays as it was
     forget(former);
-    forget(now);
+    file_added(now, PATHS::logical_path(now));
 }
 
 void FILE_SPELLINGS::forget(const QString& path)

@@ -26,8 +26,8 @@ unsigned int thread_number_of_current_thread()
 
 bool startup_message_hook(bool, const FW::UniString& text, bool& show_box, bool&)
 {
-    if (current_action)
-        current_action->message_box_hook(QString::fromUtf16(text.get_temporary_uni_chars(), text.length()));
+    if (ACTION_INTERFACE* const action = current_action) // read once: the build thread changes it
+        action->message_box_hook(QString::fromUtf16(text.get_temporary_uni_chars(), text.length()));
     show_box = false;
     return !silent_mode;
 }

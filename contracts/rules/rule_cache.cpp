@@ -81,19 +81,18 @@ RULE RULE_CACHE::get(const LOGICAL_PATH& path, const QString& name) const
 {
     RULE result;
     const QString& text = path;
-    const QString lower = text.toLower();
     const QString kind = '*' + name.toLower();
     // The editor changes `rules` itself, which ends the sharing; then every
     // folder of the chain has to be looked up.
     const bool is_indexed = rules.isSharedWith(m_indexed);
-    for (int end = lower.lastIndexOf('/'); end > 0; end = lower.lastIndexOf('/', end - 1)) {
-        const QString folder = QString::fromRawData(lower.constData(), end);
+    for (int end = text.lastIndexOf('/'); end > 0; end = text.lastIndexOf('/', end - 1)) {
+        const QString folder = text.left(end).toLower();
         if (is_indexed && !m_rule_folders.contains(folder))
             continue;
-        if (!resolve(folder + kind, lower.mid(end + 1), result))
+        if (!resolve(folder + kind, text.mid(end + 1), result))
             return result;
     }
-    resolve(global_folder() + kind, lower, result);
+    resolve(global_folder() + kind, text, result);
     return result;
 }
 

@@ -3,6 +3,8 @@
 #include <QtCore/QSet>
 #include <QtCore/QXmlStreamWriter>
 
+#include "contracts/rules/rule_schema.h"
+
 namespace {
 
 constexpr int VERSION = 1;
@@ -32,6 +34,12 @@ bool read_property(XML_FILE_READER& xml, CACHED_RULE& rule, QSet<QString>& known
     known.insert(name.toLower());
     if (known.size() == count)
         return xml.fail(QStringLiteral("the property \"%1\" is set twice in one rule").arg(name));
+    // In the schema's spelling, which is what whoever edits the rule asks for.
+    if (const RULE_SCHEMA* const schema = RULE_SCHEMA::s_schemas.value(rule.name.toLower())) {
+        const auto property = schema->properties.constFind(name.toLower());
+        if (property != schema->properties.constEnd())
+            name = property->name;
+    }
     const QString value = xml.text().trimmed();
     if (!value.isEmpty())
         rule.properties.insert(name, value);

@@ -13,24 +13,27 @@ std::atomic<volatile bool*> s_flag{nullptr};
 
 #ifdef Q_OS_WIN
 
-BOOL WINAPI on_console_event(DWORD)
+BOOL WINAPI on_console_event(DWORD event)
 {
     volatile bool* const flag = s_flag;
     if (!flag || *flag)
         return FALSE; // not watching, or the second request: the default ends the process
     *flag = true;
+    // The system ends the process when this returns from anything but a key press.
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
+        Sleep(INFINITE);
     return TRUE;
 }
 
 void install()
 {
-    SetConsoleCtrlHandler(on_console_event, TRUE);
+    static const BOOL is_installed = SetConsoleCtrlHandler(on_console_event, TRUE);
+    Q_UNUSED(is_installed)
 }
 
-void restore()
-{
-    SetConsoleCtrlHandler(on_console_event, FALSE);
-}
+// Taking the handler away could wait for one that waits above; without a flag it
+// leaves everything to the system.
+void restore() {}
 
 #else
 
@@ -55,8 +58,11 @@ void install()
     action.sa_handler = on_signal;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
-    for (int i = 0; i < 3; ++i)
-        sigaction(WATCHED_SIGNALS[i], &action, &s_former[i]);
+    for (int i = 0; i < 3; ++i) {
+        sigaction(WATCHED_SIGNALS[i], nullptr, &s_former[i]);
+        if (s_former[i].sa_handler != SIG_IGN) // whoever started the run wants it to outlive these
+            sigaction(WATCHED_SIGNALS[i], &action, nullptr);
+    }
 }
 
 void restore()

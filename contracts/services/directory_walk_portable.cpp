@@ -16,6 +16,8 @@ namespace fs = std::filesystem;
 
 // On Unix the bytes of a name are UTF-8, here as everywhere.
 #ifdef Q_OS_WIN
+const int LONG_PATH = 240; // from 260 letters on the system wants a prefix that lifts its limit
+
 QString text_of(const fs::path& path)
 {
     return QString::fromStdWString(path.generic_wstring());
@@ -23,12 +25,18 @@ QString text_of(const fs::path& path)
 fs::path path_of(const QByteArray& utf8)
 {
     // A drive without a slash would be the current folder of the drive.
-    const QString text = QString::fromUtf8(utf8);
-    return fs::path((text.endsWith(':') ? text + '/' : text).toStdWString());
+    QString text = QString::fromUtf8(utf8);
+    if (text.endsWith(':'))
+        text += '/';
+    if (text.size() >= LONG_PATH) {
+        text.replace('/', '\\');
+        text = text.startsWith("\\\\") ? "\\\\?\\UNC" + text.mid(1) : "\\\\?\\" + text;
+    }
+    return fs::path(text.toStdWString());
 }
 QDateTime modified_of(const fs::path& path)
 {
-    return QFileInfo(text_of(path)).lastModified().toUTC();
+    return QFileInfo(QString::fromStdWString(path.wstring())).lastModified().toUTC();
 }
 #else
 QString text_of(const fs::path& path)

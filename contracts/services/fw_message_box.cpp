@@ -31,8 +31,9 @@ void FW::raise_message_box(const QString& text, bool is_assertion)
 {
     bool show_box = true;
     bool break_in_debugger = false;
-    if (fw_message_box_hook) {
-        const bool tell = fw_message_box_hook(is_assertion, UniString(text), show_box, break_in_debugger);
+    // Read once: the build thread takes the hook away at its end.
+    if (const MESSAGE_BOX_HOOK hook = fw_message_box_hook) {
+        const bool tell = hook(is_assertion, UniString(text), show_box, break_in_debugger);
         if (tell && !show_box)
             write_to_standard_error(text);
         if (!tell)

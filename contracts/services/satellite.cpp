@@ -2,8 +2,9 @@
 
 SATELLITE& SATELLITE::instance()
 {
-    static SATELLITE s_instance;
-    return s_instance;
+    // Never destroyed: at the end of the process its threads may be gone already.
+    static SATELLITE* const the_instance = new SATELLITE;
+    return *the_instance;
 }
 
 void SATELLITE::stop()

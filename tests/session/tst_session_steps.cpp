@@ -284,6 +284,7 @@ void TST_SESSION_STEPS::retail_actions_are_dropped()
     QCOMPARE(names(scene.session->actions), QStringList({"w1", "w2"}));
     QVERIFY(!scene.file("<retail>/r1"));
     QVERIFY(scene.session->actions.first()->pulls.isEmpty());
+    QVERIFY(scene.session->actions.first()->dependencies.isEmpty());
 }
 
 void TST_SESSION_STEPS::dependencies_of_shared_files()
