@@ -36,7 +36,7 @@ private:
     static std::uint64_t bit(int position) { return std::uint64_t(1) << (position % 64); }
     static int lowest_bit(std::uint64_t word) { return int(qCountTrailingZeroBits(quint64(word))); }
 
-    std::vector<std::uint64_t> m_words;
+    FW::VECTOR<std::uint64_t> m_words;
     std::size_t m_first = 0;
 };
 
@@ -51,7 +51,7 @@ public:
     void put(int position) { m_heap.push(position); }
 
 private:
-    std::priority_queue<int, std::vector<int>, std::greater<int>> m_heap;
+    std::priority_queue<int, FW::VECTOR<int>, std::greater<int>> m_heap;
 };
 
 // The positions of each level that are still to be sorted, the first of them at
@@ -60,7 +60,7 @@ template <typename POSITIONS>
 class LEVEL_FRONTS
 {
 public:
-    LEVEL_FRONTS(const std::vector<int>& ranks, int levels)
+    LEVEL_FRONTS(const FW::VECTOR<int>& ranks, int levels)
         : m_positions(std::size_t(levels), POSITIONS(ranks.size()))
     {
         while (m_leaves < levels)
@@ -120,18 +120,18 @@ private:
             update(node);
     }
 
-    std::vector<POSITIONS> m_positions;
+    FW::VECTOR<POSITIONS> m_positions;
     int m_leaves = 1;
-    std::vector<int> m_tree; // minimum of the fronts, leaves behind inner nodes
+    FW::VECTOR<int> m_tree; // minimum of the fronts, leaves behind inner nodes
 };
 
-std::vector<int> ranks_of(const std::vector<int>& levels, int& count)
+FW::VECTOR<int> ranks_of(const FW::VECTOR<int>& levels, int& count)
 {
-    std::vector<int> distinct = levels;
+    FW::VECTOR<int> distinct = levels;
     std::sort(distinct.begin(), distinct.end());
     distinct.erase(std::unique(distinct.begin(), distinct.end()), distinct.end());
     count = int(distinct.size());
-    std::vector<int> ranks(levels.size());
+    FW::VECTOR<int> ranks(levels.size());
     for (std::size_t i = 0; i < levels.size(); ++i)
         ranks[i] = int(std::lower_bound(distinct.begin(), distinct.end(), levels[i]) - distinct.begin());
     return ranks;
@@ -141,10 +141,10 @@ std::vector<int> ranks_of(const std::vector<int>& levels, int& count)
 // follow, each the first of its level, and each moves to where the next one was
 // found.
 template <typename POSITIONS>
-std::vector<int> exchange_sorted(const std::vector<int>& ranks, int level_count)
+FW::VECTOR<int> exchange_sorted(const FW::VECTOR<int>& ranks, int level_count)
 {
     LEVEL_FRONTS<POSITIONS> fronts(ranks, level_count);
-    std::vector<int> order(ranks.size());
+    FW::VECTOR<int> order(ranks.size());
     for (std::size_t i = 0; i < order.size(); ++i)
         order[i] = int(i);
     for (std::size_t i = 0; i < order.size(); ++i) {
@@ -165,10 +165,10 @@ std::vector<int> exchange_sorted(const std::vector<int>& ranks, int level_count)
 
 } // namespace
 
-std::vector<int> order_by_level(const std::vector<int>& levels)
+FW::VECTOR<int> order_by_level(const FW::VECTOR<int>& levels)
 {
     int level_count = 0;
-    const std::vector<int> ranks = ranks_of(levels, level_count);
+    const FW::VECTOR<int> ranks = ranks_of(levels, level_count);
     const bool has_few_levels = std::size_t(level_count) <= MOST_BITS / (levels.size() + 1);
     return has_few_levels ? exchange_sorted<POSITION_BITS>(ranks, level_count)
                           : exchange_sorted<POSITION_HEAP>(ranks, level_count);

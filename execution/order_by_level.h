@@ -1,6 +1,6 @@
 #pragma once
 
-#include <vector>
+#include "contracts/services/fw_memory.h"
 
 /// Sorts by level, the lower first, and gives the sorted indices of `levels`.
 ///
@@ -8,4 +8,4 @@
 /// swapped with every later element of a lower level. That order decides how
 /// unrelated actions stand in logs and windows. It is worked out here in about
 /// n log n steps.
-std::vector<int> order_by_level(const std::vector<int>& levels);
+FW::VECTOR<int> order_by_level(const FW::VECTOR<int>& levels);

@@ -10,7 +10,7 @@ namespace {
 INTEGER_ROWS members_by_group(const PLAN_GRAPH& graph, int next_group)
 {
     INTEGER_ROWS members;
-    std::vector<std::pair<int, int>> all; // group, action
+    FW::VECTOR<std::pair<int, int>> all; // group, action
     for (int action = 0; action < graph.selected(); ++action) {
         const int group = graph.group[std::size_t(action)];
         if (group >= 1 && group < next_group)
@@ -31,7 +31,7 @@ INTEGER_ROWS members_by_group(const PLAN_GRAPH& graph, int next_group)
 // nothing for others.
 INTEGER_ROWS dependants_of_members(const PLAN_GRAPH& graph, const INTEGER_ROWS& members)
 {
-    std::vector<char> is_member(std::size_t(graph.selected()), 0);
+    FW::VECTOR<char> is_member(std::size_t(graph.selected()), 0);
     for (int row = 0; row < members.rows(); ++row)
         if (members.size(row) > 1)
             for (const int* member = members.begin(row); member != members.end(row); ++member)
@@ -49,7 +49,7 @@ INTEGER_ROWS dependants_of_members(const PLAN_GRAPH& graph, const INTEGER_ROWS& 
     for (std::size_t i = 1; i < dependants.first.size(); ++i)
         dependants.first[i] += dependants.first[i - 1];
     dependants.items.resize(dependants.first.back());
-    std::vector<std::size_t> next = dependants.first;
+    FW::VECTOR<std::size_t> next = dependants.first;
     for_each_dependant(
         [&](int member, int action) { dependants.items[next[std::size_t(member)]++] = action; });
     return dependants;
@@ -63,7 +63,7 @@ public:
     {
     }
 
-    void place(std::vector<int> members)
+    void place(FW::VECTOR<int> members)
     {
         std::sort(members.begin(), members.end(),
                   [&](int a, int b) { return m_sequence.comes_before(a, b); });
@@ -103,7 +103,7 @@ private:
 
 } // namespace
 
-void place_groups(std::vector<int>& order, const PLAN_GRAPH& graph, int next_group)
+void place_groups(FW::VECTOR<int>& order, const PLAN_GRAPH& graph, int next_group)
 {
     const INTEGER_ROWS members = members_by_group(graph, next_group);
     const INTEGER_ROWS dependants = dependants_of_members(graph, members);
@@ -111,6 +111,6 @@ void place_groups(std::vector<int>& order, const PLAN_GRAPH& graph, int next_gro
     GROUP_PLACING placing(sequence, graph, dependants);
     for (int row = 0; row < members.rows(); ++row)
         if (members.size(row) > 1)
-            placing.place(std::vector<int>(members.begin(row), members.end(row)));
+            placing.place(FW::VECTOR<int>(members.begin(row), members.end(row)));
     order = sequence.to_vector();
 }

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <vector>
-
+#include "contracts/services/fw_memory.h"
 #include "execution/plan_graph.h"
 
 /// Moves the members of each group next to each other in `order`, the selected
@@ -13,4 +12,4 @@
 /// that it would pass has a lower level and is one of its dependencies (moving
 /// back: has a higher level and depends on it). A later group may split an
 /// earlier one again.
-void place_groups(std::vector<int>& order, const PLAN_GRAPH& graph, int next_group);
+void place_groups(FW::VECTOR<int>& order, const PLAN_GRAPH& graph, int next_group);

@@ -10,9 +10,9 @@ void BUILD_SESSION::plan_build()
     PLANNED_ACTIONS planned(actions);
     raise_levels(planned.graph);
     planned.store_levels();
-    std::vector<int> levels = planned.graph.level;
+    FW::VECTOR<int> levels = planned.graph.level;
     levels.resize(std::size_t(planned.graph.selected())); // the unselected ones are not sorted
-    std::vector<int> order = order_by_level(levels);
+    FW::VECTOR<int> order = order_by_level(levels);
     if (PROCESSOR_INTERFACE::s_next_action_group_id >= 2)
         place_groups(order, planned.graph, PROCESSOR_INTERFACE::s_next_action_group_id);
     selected_actions = planned.in_order(order);

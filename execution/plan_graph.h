@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
+
+#include "contracts/services/fw_memory.h"
 
 /// Rows of integers of different length, one behind another in one array.
 struct INTEGER_ROWS
 {
-    std::vector<int> items;
-    std::vector<std::size_t> first{0}; ///< row r holds the items from first[r] up to first[r + 1]
+    FW::VECTOR<int> items;
+    FW::VECTOR<std::size_t> first{0}; ///< row r holds the items from first[r] up to first[r + 1]
 
     int rows() const { return int(first.size()) - 1; }
     const int* begin(int row) const { return items.data() + first[std::size_t(row)]; }
@@ -26,9 +27,9 @@ struct PLAN_GRAPH
     /// the action itself.
     INTEGER_ROWS closures;
 
-    std::vector<int> level;        ///< by action, selected or not
-    std::vector<int> closure_size; ///< by action, selected or not; 0 while a closure is not known
-    std::vector<int> group;        ///< by selected action; 0 is no group
+    FW::VECTOR<int> level;        ///< by action, selected or not
+    FW::VECTOR<int> closure_size; ///< by action, selected or not; 0 while a closure is not known
+    FW::VECTOR<int> group;        ///< by selected action; 0 is no group
 
     int selected() const { return closures.rows(); }
 };

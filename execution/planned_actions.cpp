@@ -50,8 +50,8 @@ INTEGER_ROWS PLANNED_ACTIONS::direct_dependencies()
 void PLANNED_ACTIONS::collect_closures(const INTEGER_ROWS& direct)
 {
     INTEGER_ROWS& closures = graph.closures;
-    std::vector<int> seen_by(m_actions.size(), -1); // the last action whose closure took this one
-    std::vector<int> waiting;
+    FW::VECTOR<int> seen_by(m_actions.size(), -1); // the last action whose closure took this one
+    FW::VECTOR<int> waiting;
     for (int action = 0; action < m_selected; ++action) {
         seen_by[std::size_t(action)] = action;
         waiting.assign(1, action);
@@ -94,7 +94,7 @@ void PLANNED_ACTIONS::store_levels() const
         m_actions[std::size_t(i)]->order_level = graph.level[std::size_t(i)];
 }
 
-QVector<ACTION_INTERFACE*> PLANNED_ACTIONS::in_order(const std::vector<int>& order) const
+QVector<ACTION_INTERFACE*> PLANNED_ACTIONS::in_order(const FW::VECTOR<int>& order) const
 {
     QVector<ACTION_INTERFACE*> result;
     result.reserve(int(order.size()));

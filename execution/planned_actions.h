@@ -2,6 +2,7 @@
 
 #include <QtCore/QVector>
 
+#include "contracts/services/fw_memory.h"
 #include "execution/plan_graph.h"
 
 class ACTION_INTERFACE;
@@ -21,7 +22,7 @@ public:
     void store_levels() const;
 
     /// The selected actions in the order that the planner found.
-    QVector<ACTION_INTERFACE*> in_order(const std::vector<int>& order) const;
+    QVector<ACTION_INTERFACE*> in_order(const FW::VECTOR<int>& order) const;
 
     PLAN_GRAPH graph;
 
@@ -33,6 +34,6 @@ private:
     void collect_closures(const INTEGER_ROWS& direct);
     void store_closures();
 
-    std::vector<ACTION_INTERFACE*> m_actions; // by number, the selected ones first
+    FW::VECTOR<ACTION_INTERFACE*> m_actions; // by number, the selected ones first
     int m_selected = 0;
 };

@@ -23,9 +23,9 @@ bool has_cycle(const PLAN_GRAPH& graph)
 
 // The selected actions, smaller closures first: dependencies ahead of those that
 // depend on them.
-std::vector<int> by_closure_size(const PLAN_GRAPH& graph)
+FW::VECTOR<int> by_closure_size(const PLAN_GRAPH& graph)
 {
-    std::vector<int> starts;
+    FW::VECTOR<int> starts;
     for (int action = 0; action < graph.selected(); ++action) {
         const std::size_t size = std::size_t(graph.closures.size(action));
         if (starts.size() < size + 2)
@@ -34,7 +34,7 @@ std::vector<int> by_closure_size(const PLAN_GRAPH& graph)
     }
     for (std::size_t size = 1; size < starts.size(); ++size)
         starts[size] += starts[size - 1];
-    std::vector<int> sorted;
+    FW::VECTOR<int> sorted;
     sorted.resize(std::size_t(graph.selected()));
     for (int action = 0; action < graph.selected(); ++action)
         sorted[std::size_t(starts[std::size_t(graph.closures.size(action))]++)] = action;

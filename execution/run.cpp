@@ -29,10 +29,8 @@ class LOG_FILE
 public:
     explicit LOG_FILE(const char* name) : m_file(QCoreApplication::applicationDirPath() + QLatin1String(name))
     {
-        if (m_file.open(QIODevice::WriteOnly))
+        if (open_log(m_file))
             m_stream.setDevice(&m_file);
-        else
-            report_failure();
     }
 
     ~LOG_FILE()
@@ -43,7 +41,8 @@ public:
         m_stream.setDevice(nullptr);
         m_file.close();
         if (m_file.error() != QFile::NoError)
-            report_failure();
+            RUN_REPORT::line(
+                QStringLiteral("Cannot write %1: %2").arg(m_file.fileName(), m_file.errorString()));
     }
 
     template <typename T>
@@ -55,11 +54,6 @@ public:
     }
 
 private:
-    void report_failure()
-    {
-        RUN_REPORT::line(QStringLiteral("Cannot write %1: %2").arg(m_file.fileName(), m_file.errorString()));
-    }
-
     QFile m_file;
     QTextStream m_stream;
 };

@@ -11,7 +11,7 @@ const double DENSITY_STEP = 1.4;
 
 } // namespace
 
-SEQUENCE::SEQUENCE(const std::vector<int>& order)
+SEQUENCE::SEQUENCE(const FW::VECTOR<int>& order)
     : END(int(order.size())),
       m_label(order.size() + 1),
       m_next(order.size() + 1),
@@ -93,9 +93,9 @@ void SEQUENCE::make_room_behind(int element)
     }
 }
 
-std::vector<int> SEQUENCE::to_vector() const
+FW::VECTOR<int> SEQUENCE::to_vector() const
 {
-    std::vector<int> order;
+    FW::VECTOR<int> order;
     order.reserve(std::size_t(END));
     for (int element = behind(END); element != END; element = behind(element))
         order.push_back(element);

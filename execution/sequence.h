@@ -1,7 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
+
+#include "contracts/services/fw_memory.h"
 
 /// A list of the numbers 0, 1, ... in some order, in which moving an element and
 /// asking which of two comes first is quick however far apart they are.
@@ -9,14 +10,14 @@ class SEQUENCE
 {
 public:
     /// `order` holds each number below its size once.
-    explicit SEQUENCE(const std::vector<int>& order);
+    explicit SEQUENCE(const FW::VECTOR<int>& order);
 
     bool comes_before(int a, int b) const { return m_label[std::size_t(a)] < m_label[std::size_t(b)]; }
     int before(int element) const { return m_previous[std::size_t(element)]; } ///< END for the first
     int behind(int element) const { return m_next[std::size_t(element)]; }     ///< END for the last
     void move_behind(int element, int other); ///< `other` may be END: to the front
     void move_before(int element, int other); ///< `other` may be END: to the back
-    std::vector<int> to_vector() const;
+    FW::VECTOR<int> to_vector() const;
 
     const int END; ///< stands ahead of the first and behind the last element
 
@@ -26,7 +27,7 @@ private:
     void make_room_behind(int element);
 
     // Labels grow along the list; an element that moves gets one in between.
-    std::vector<std::uint64_t> m_label;
-    std::vector<int> m_next;
-    std::vector<int> m_previous;
+    FW::VECTOR<std::uint64_t> m_label;
+    FW::VECTOR<int> m_next;
+    FW::VECTOR<int> m_previous;
 };

@@ -70,7 +70,7 @@ void BUILD_SESSION::load_asset_graph(PROGRESS_WIDGET& splash)
     asset_graph->check_dependencies(errors);
 
     QFile log(QCoreApplication::applicationDirPath() + "/gox_asset_graph_error.log");
-    if (log.open(QIODevice::WriteOnly))
+    if (open_log(log))
         log.write(errors.join(QStringLiteral("\r\n")).toLocal8Bit());
     if (!errors.isEmpty())
         RUN_REPORT::line(QStringLiteral("The asset graph has %1 problem(s), see %2")

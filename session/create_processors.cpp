@@ -20,7 +20,7 @@ void report_missing_processors(bool are_missing)
         return;
     }
     RUN_REPORT::line(text);
-    if (file.open(QIODevice::WriteOnly))
+    if (open_log(file))
         file.write(text.toLocal8Bit());
 }
 

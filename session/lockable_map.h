@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <utility>
-#include <vector>
 
 #include "contracts/services/fw_memory.h"
 
@@ -17,13 +16,10 @@ template <typename KEY, typename VALUE>
 class LOCKABLE_MAP
 {
 public:
-    template <typename T>
-    using ARRAY = std::vector<T, FW::STANDARD_ALLOCATOR<T>>;
-
-    bool locked = false;  ///< selects the form
-    QMap<KEY, VALUE> map; ///< the form for building
-    ARRAY<KEY> keys;      ///< the form for reading: keys in map order
-    ARRAY<VALUE> values;  ///< parallel to `keys`
+    bool locked = false;      ///< selects the form
+    QMap<KEY, VALUE> map;     ///< the form for building
+    FW::VECTOR<KEY> keys;     ///< the form for reading: keys in map order
+    FW::VECTOR<VALUE> values; ///< parallel to `keys`
 
     /// A place in either form. Invalid after an insertion, after an erase (which
     /// gives a new one) and after `lock`.

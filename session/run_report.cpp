@@ -4,6 +4,10 @@
 
 #include <cstdio>
 
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#endif
+
 namespace {
 
 bool s_is_on = false;
@@ -13,6 +17,18 @@ void write(FILE* stream, const QString& text)
     const QByteArray bytes = text.toLocal8Bit() + '\n';
     std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stream);
     std::fflush(stream);
+}
+
+// Opening a pipe waits for somebody who reads it.
+bool is_pipe(const QString& path)
+{
+#ifdef Q_OS_UNIX
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISFIFO(status.st_mode);
+#else
+    Q_UNUSED(path)
+    return false;
+#endif
 }
 
 } // namespace
@@ -36,6 +52,17 @@ void RUN_REPORT::line(const QString& text)
 void RUN_REPORT::error(const QString& text)
 {
     write(stderr, text);
+}
+
+bool open_log(QFile& log)
+{
+    const bool is_refused = is_pipe(log.fileName());
+    if (!is_refused && log.open(QIODevice::WriteOnly))
+        return true;
+    RUN_REPORT::line(
+        QStringLiteral("Cannot write %1: %2")
+            .arg(log.fileName(), is_refused ? QStringLiteral("it is a pipe") : log.errorString()));
+    return false;
 }
 
 void show_error_box(const QString& text, bool hidden)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QFile>
 #include <QtCore/QString>
 
 /// What an unattended run tells the console, so that a build engineer can follow
@@ -18,6 +19,11 @@ void line(const QString& text);
 void error(const QString& text);
 
 } // namespace RUN_REPORT
+
+/// Opens a log for writing, which empties it. False when that can't be done, or
+/// when a pipe has the log's name, since that would wait for a reader; only the
+/// console of an unattended run hears of that.
+bool open_log(QFile& log);
 
 /// Shows an error as a message box (title "GOX", button Ok), or, where the mode
 /// of the run hides the box, tells it to standard error alone. GUI thread.

@@ -28,9 +28,7 @@ void show_step(PROGRESS_WIDGET& splash, const char* text)
 bool BUILD_SESSION::start_up(PROGRESS_WIDGET& splash, const QString& workspace)
 {
     QFile log_file(QCoreApplication::applicationDirPath() + "/gox_startup_error.log");
-    if (!log_file.open(QIODevice::WriteOnly))
-        RUN_REPORT::line(
-            QStringLiteral("Cannot write %1: %2").arg(log_file.fileName(), log_file.errorString()));
+    open_log(log_file); // one that is not open swallows what is written to it
     QTextStream log(&log_file);
 
     show_step(splash, "Connecting the database...");

@@ -27,10 +27,10 @@ constexpr std::size_t MOST_FILES =
 /// The walk of one announced directory.
 struct TREE
 {
-    std::vector<std::unique_ptr<FOLDER>> folders; // in the order of discovery, the root first
-    std::vector<FOLDER*> waiting;                 // to be read, the last first
-    std::size_t unread = 0;                       // waiting or being read
-    int fetches = 0;                              // get_files calls that were announced
+    FW::VECTOR<std::unique_ptr<FOLDER>> folders; // in the order of discovery, the root first
+    FW::VECTOR<FOLDER*> waiting;                 // to be read, the last first
+    std::size_t unread = 0;                      // waiting or being read
+    int fetches = 0;                             // get_files calls that were announced
 };
 
 /// The directory as it begins the paths of its files.
@@ -43,11 +43,11 @@ QString without_trailing_slashes(const QString& directory)
 }
 
 /// All folders of a tree in the order in which their files are delivered.
-std::vector<FOLDER*> depth_first(const TREE& tree)
+FW::VECTOR<FOLDER*> depth_first(const TREE& tree)
 {
-    std::vector<FOLDER*> result;
+    FW::VECTOR<FOLDER*> result;
     result.reserve(tree.folders.size());
-    std::vector<FOLDER*> ahead;
+    FW::VECTOR<FOLDER*> ahead;
     if (!tree.folders.empty())
         ahead.push_back(tree.folders.front().get());
     while (!ahead.empty()) {
@@ -67,7 +67,7 @@ struct FAILURE
 
 /// The first failure in the order of delivery, so that the same fault gives the
 /// same text each time, and how many others there are.
-FAILURE failure_of(const std::vector<FOLDER*>& folders)
+FAILURE failure_of(const FW::VECTOR<FOLDER*>& folders)
 {
     FAILURE result;
     std::size_t file_count = 0;
@@ -84,7 +84,7 @@ FAILURE failure_of(const std::vector<FOLDER*>& folders)
     return result;
 }
 
-void append_files(const std::vector<FOLDER*>& folders, bool is_last,
+void append_files(const FW::VECTOR<FOLDER*>& folders, bool is_last,
                   QVector<DIRECTORY_SCANNER::FILE_INFO>& files)
 {
     std::size_t count = std::size_t(files.size());
@@ -128,8 +128,8 @@ private:
     std::condition_variable m_work_waits;
     std::condition_variable m_tree_ended;
     std::map<QString, std::unique_ptr<TREE>> m_trees;
-    std::vector<TREE*> m_unread; // trees that are not read yet, in the order of announcement
-    std::vector<std::thread> m_threads;
+    FW::VECTOR<TREE*> m_unread; // trees that are not read yet, in the order of announcement
+    FW::VECTOR<std::thread> m_threads;
     std::atomic<bool> m_stopping{false};
 };
 
@@ -189,7 +189,7 @@ FAILURE DIRECTORY_SCANNER::WORKERS::fetch(const QString& directory, QVector<FILE
     }
     lock.unlock();
 
-    const std::vector<FOLDER*> folders = depth_first(*tree);
+    const FW::VECTOR<FOLDER*> folders = depth_first(*tree);
     FAILURE failure = failure_of(folders);
     if (failure.text.isEmpty())
         append_files(folders, is_last, files);

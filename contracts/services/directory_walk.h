@@ -6,9 +6,9 @@
 #include <atomic>
 #include <memory>
 #include <system_error>
-#include <vector>
 
 #include "contracts/services/directory_scanner.h"
+#include "contracts/services/fw_memory.h"
 
 /// What DIRECTORY_SCANNER and its ways of reading folders share. Not for others.
 namespace DIRECTORY_WALK {
@@ -23,14 +23,14 @@ struct FOLDER
     bool below_link = false;        ///< a link to a folder lies on the way here
     QByteArray identity;            ///< equal for the same folder of the disk, however it was reached
 
-    std::vector<DIRECTORY_SCANNER::FILE_INFO> files; ///< sorted by name
-    std::vector<FOLDER*> folders;                    ///< sorted by name
-    int error_number = 0;                            ///< of the first failure, 0 when there was none
-    QString error;                                   ///< path and cause of the first failure
+    FW::VECTOR<DIRECTORY_SCANNER::FILE_INFO> files; ///< sorted by name
+    FW::VECTOR<FOLDER*> folders;                    ///< sorted by name
+    int error_number = 0;                           ///< of the first failure, 0 when there was none
+    QString error;                                  ///< path and cause of the first failure
 };
 
 /// Sub-folders on their way to their tree, sorted by name.
-using SUB_FOLDERS = std::vector<std::unique_ptr<FOLDER>>;
+using SUB_FOLDERS = FW::VECTOR<std::unique_ptr<FOLDER>>;
 
 /// Reads one folder at a time, in buffers of its own; each thread has its own.
 class FOLDER_READER

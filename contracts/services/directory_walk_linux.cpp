@@ -112,16 +112,16 @@ private:
     bool identify(FOLDER& folder, int descriptor) const;
     void read_entries(FOLDER& folder, int descriptor, const std::atomic<bool>& stopping);
     void take_entry(FOLDER& folder, int descriptor, const KERNEL_ENTRY& entry);
-    void take_name(std::vector<ENTRY>& list, const char* name, bool is_link, qint64 modified);
-    void sort(std::vector<ENTRY>& list) const;
-    void sort_by_text(std::vector<ENTRY>& list) const;
+    void take_name(FW::VECTOR<ENTRY>& list, const char* name, bool is_link, qint64 modified);
+    void sort(FW::VECTOR<ENTRY>& list) const;
+    void sort_by_text(FW::VECTOR<ENTRY>& list) const;
     bool is_less(const ENTRY& a, const ENTRY& b) const;
     void make_files(FOLDER& folder) const;
 
-    std::vector<char> m_buffer;
-    std::vector<char> m_text; // names of the folder, each followed by its lower-case form
-    std::vector<ENTRY> m_files;
-    std::vector<ENTRY> m_folders;
+    FW::VECTOR<char> m_buffer;
+    FW::VECTOR<char> m_text; // names of the folder, each followed by its lower-case form
+    FW::VECTOR<ENTRY> m_files;
+    FW::VECTOR<ENTRY> m_folders;
     bool m_ascii = true; // no name of the folder needs more
 };
 
@@ -214,7 +214,7 @@ void NATIVE_READER::take_entry(FOLDER& folder, int descriptor, const KERNEL_ENTR
         take_name(m_files, name, false, modified_of(status));
 }
 
-void NATIVE_READER::take_name(std::vector<ENTRY>& list, const char* name, bool is_link, qint64 modified)
+void NATIVE_READER::take_name(FW::VECTOR<ENTRY>& list, const char* name, bool is_link, qint64 modified)
 {
     const std::size_t size = std::strlen(name);
     const std::size_t place = m_text.size();
@@ -235,7 +235,7 @@ void NATIVE_READER::take_name(std::vector<ENTRY>& list, const char* name, bool i
     list.push_back({qFromBigEndian<quint64>(start), place, quint32(size), is_link, modified});
 }
 
-void NATIVE_READER::sort(std::vector<ENTRY>& list) const
+void NATIVE_READER::sort(FW::VECTOR<ENTRY>& list) const
 {
     if (m_ascii)
         std::sort(list.begin(), list.end(), [this](const ENTRY& a, const ENTRY& b) { return is_less(a, b); });
@@ -257,9 +257,9 @@ bool NATIVE_READER::is_less(const ENTRY& a, const ENTRY& b) const
     return std::memcmp(a_text, b_text, a.size) < 0;
 }
 
-void NATIVE_READER::sort_by_text(std::vector<ENTRY>& list) const
+void NATIVE_READER::sort_by_text(FW::VECTOR<ENTRY>& list) const
 {
-    std::vector<std::pair<SORTED_NAME, ENTRY>> named;
+    FW::VECTOR<std::pair<SORTED_NAME, ENTRY>> named;
     named.reserve(list.size());
     for (const ENTRY& entry : list)
         named.emplace_back(QString::fromUtf8(m_text.data() + entry.name, int(entry.size)), entry);

@@ -92,8 +92,8 @@ private:
     void identify(FOLDER& folder, const fs::path& path) const;
     void take_entry(FOLDER& folder, const fs::directory_entry& entry);
 
-    std::vector<FILE_ITEM> m_files;
-    std::vector<FOLDER_ITEM> m_folders;
+    FW::VECTOR<FILE_ITEM> m_files;
+    FW::VECTOR<FOLDER_ITEM> m_folders;
 };
 
 SUB_FOLDERS PORTABLE_READER::read(FOLDER& folder, const std::atomic<bool>& stopping)

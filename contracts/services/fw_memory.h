@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <new>
+#include <vector>
 
 #include "contracts/export.h"
 
@@ -47,5 +48,9 @@ struct STANDARD_ALLOCATOR
     friend bool operator==(const STANDARD_ALLOCATOR&, const STANDARD_ALLOCATOR&) { return true; }
     friend bool operator!=(const STANDARD_ALLOCATOR&, const STANDARD_ALLOCATOR&) { return false; }
 };
+
+/// A vector that fails in the standard way.
+template <typename T>
+using VECTOR = std::vector<T, STANDARD_ALLOCATOR<T>>;
 
 } // namespace FW

@@ -74,9 +74,9 @@ public:
                     plain[i]->all_dependencies.append(plain[real.indexOf(dependency)]);
         raise_levels(planned.graph);
         planned.store_levels();
-        std::vector<int> levels = planned.graph.level;
+        FW::VECTOR<int> levels = planned.graph.level;
         levels.resize(std::size_t(planned.graph.selected()));
-        std::vector<int> order = order_by_level(levels);
+        FW::VECTOR<int> order = order_by_level(levels);
         place_groups(order, planned.graph, next_group);
         for (ACTION_INTERFACE* action : planned.in_order(order))
             quick.append(real.indexOf(action));
@@ -87,8 +87,8 @@ public:
     QVector<PLAIN_ACTION*> plain;
 
 private:
-    std::vector<std::unique_ptr<IDLE_ACTION>> m_real;
-    std::vector<std::unique_ptr<PLAIN_ACTION>> m_plain;
+    FW::VECTOR<std::unique_ptr<IDLE_ACTION>> m_real;
+    FW::VECTOR<std::unique_ptr<PLAIN_ACTION>> m_plain;
 };
 
 using RANDOM = std::mt19937;
@@ -198,11 +198,11 @@ void TST_PLANNING::order_of_equal_levels()
 {
     RANDOM random(7);
     for (int round = 0; round < 2000; ++round) {
-        std::vector<int> levels(std::size_t(below(random, 60)));
+        FW::VECTOR<int> levels(std::size_t(below(random, 60)));
         const int distinct = 1 + below(random, 12);
         for (int& level : levels)
             level = below(random, distinct) * 3 - 4;
-        std::vector<int> expected(levels.size());
+        FW::VECTOR<int> expected(levels.size());
         for (std::size_t i = 0; i < expected.size(); ++i)
             expected[i] = int(i);
         for (std::size_t i = 0; i < expected.size(); ++i)
@@ -212,7 +212,7 @@ void TST_PLANNING::order_of_equal_levels()
         QCOMPARE(order_by_level(levels), expected);
     }
     // An element is carried past its equals.
-    QCOMPARE(order_by_level({1, 1, 0}), std::vector<int>({2, 1, 0}));
+    QCOMPARE(order_by_level({1, 1, 0}), FW::VECTOR<int>({2, 1, 0}));
 }
 
 void TST_PLANNING::groups_by_hand_data()
@@ -252,7 +252,7 @@ void TST_PLANNING::groups_by_hand()
 
 void TST_PLANNING::sequence_stands_many_moves_to_one_place()
 {
-    std::vector<int> expected(3000);
+    FW::VECTOR<int> expected(3000);
     for (std::size_t i = 0; i < expected.size(); ++i)
         expected[i] = int(i);
     SEQUENCE sequence(expected);
