@@ -31,6 +31,7 @@ FILE_LIST_DIALOG::FILE_LIST_DIALOG(const QString& title, const QString& text, co
     accept_button->setObjectName(QStringLiteral("accept_button"));
     QPushButton* const reject_button = buttons->addButton(reject_label, QDialogButtonBox::RejectRole);
     reject_button->setObjectName(QStringLiteral("reject_button"));
+    reject_button->setDefault(true); // Return alone touches no file
     connect(buttons, SIGNAL(accepted()), this, SLOT(accept()));
     connect(buttons, SIGNAL(rejected()), this, SLOT(reject()));
 

@@ -1,5 +1,6 @@
 #include "contracts/services/progress_widget.h"
 
+#include <QtGui/QScreen>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QVBoxLayout>
 
@@ -25,7 +26,6 @@ PROGRESS_WIDGET::PROGRESS_WIDGET(QWidget* parent, Qt::WindowFlags flags)
     m_bulletin->setObjectName(QStringLiteral("bulletin_label"));
     m_bulletin->setTextFormat(Qt::PlainText);
     m_bulletin->setWordWrap(true);
-    m_bulletin->setEnabled(false); // in the palette's own quiet colour
     m_bulletin->hide();
 
     QVBoxLayout* const layout = new QVBoxLayout(this);
@@ -35,6 +35,13 @@ PROGRESS_WIDGET::PROGRESS_WIDGET(QWidget* parent, Qt::WindowFlags flags)
     layout->addWidget(m_progress);
     layout->addWidget(m_bulletin);
     setFixedWidth(SPLASH_WIDTH);
+}
+
+void PROGRESS_WIDGET::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    if (isWindow() && screen())
+        move(screen()->availableGeometry().center() - rect().center());
 }
 
 void PROGRESS_WIDGET::set_progress(const QString& text)

@@ -37,6 +37,9 @@ public:
     /// to say.
     void update_bulletin_board(BULLETIN_BOARD::CATEGORIES category);
 
+protected:
+    void showEvent(QShowEvent* event) override; ///< in the middle of the screen
+
 private:
     QLabel* m_progress;
     QLabel* m_bulletin;
