@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "contracts/paths/letter_case.h"
 #include "contracts/paths/paths.h"
 
 namespace {
@@ -11,19 +12,7 @@ namespace {
 QString folded(const QString& text)
 {
     QString result = text;
-    QChar* const letters = result.data();
-    for (int i = 0; i < result.size(); ++i) {
-        const ushort c = letters[i].unicode();
-        if (c < 0x80)
-            letters[i] = QChar(ushort(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c));
-        else if (!QChar::isSurrogate(c))
-            letters[i] = QChar(ushort(QChar::toCaseFolded(uint(c))));
-        else if (QChar::isHighSurrogate(c) && i + 1 < result.size() && letters[i + 1].isLowSurrogate()) {
-            const uint letter = QChar::toCaseFolded(QChar::surrogateToUcs4(c, letters[i + 1].unicode()));
-            letters[i] = QChar(QChar::highSurrogate(letter));
-            letters[++i] = QChar(QChar::lowSurrogate(letter));
-        }
-    }
+    map_letters(result.data(), result.size(), [](uint letter) { return QChar::toCaseFolded(letter); });
     return result;
 }
 

@@ -3,6 +3,8 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
+#include "contracts/paths/letter_case.h"
+
 namespace {
 
 struct ROOT
@@ -48,24 +50,7 @@ const ROOT* root_of(const QString& path)
 
 void lower_in_place(QChar* text, int size)
 {
-    for (int i = 0; i < size; ++i) {
-        const ushort c = text[i].unicode();
-        if (c < 0x80) {
-            if (c >= 'A' && c <= 'Z')
-                text[i] = QChar(ushort(c + ('a' - 'A')));
-        } else if (QChar::isHighSurrogate(c) && i + 1 < size && text[i + 1].isLowSurrogate()) {
-            const uint lower = QChar::toLower(QChar::surrogateToUcs4(c, text[i + 1].unicode()));
-            if (lower > 0xffff) {
-                text[i] = QChar(QChar::highSurrogate(lower));
-                text[i + 1] = QChar(QChar::lowSurrogate(lower));
-            }
-            ++i;
-        } else {
-            const uint lower = QChar::toLower(uint(c));
-            if (lower <= 0xffff)
-                text[i] = QChar(ushort(lower));
-        }
-    }
+    map_letters(text, size, [](uint letter) { return QChar::toLower(letter); });
 }
 
 } // namespace
