@@ -158,7 +158,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     FW::fw_message_box_hook = nullptr;
     if (!is_started)
         return std::nullopt;
-    return RUN_CYCLE(session, configuration, splash, metrics, total_watch, has_display).run();
+    return RUN_CYCLE(session, configuration, p4, splash, metrics, total_watch, has_display).run();
 }
 
 } // namespace

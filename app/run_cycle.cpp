@@ -1,20 +1,31 @@
 #include "app/run_cycle.h"
 
 #include <QtCore/QElapsedTimer>
-#include <QtWidgets/QMessageBox>
+#include <QtCore/QTimer>
+#include <QtWidgets/QApplication>
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/configuration/configuration.h"
 #include "contracts/services/progress_widget.h"
 #include "contracts/services/tallyline_context.h"
 #include "execution/run_summary.h"
+#include "progress/build_progress_dialog.h"
+#include "selection/data_selection_dialog.h"
 #include "session/build_session.h"
 #include "session/run_report.h"
 
-RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, PROGRESS_WIDGET& splash,
-                     Tallyline::Context& metrics, Tallyline::StopWatch& total_watch, bool has_display)
+namespace {
+
+const int INTERRUPT_CHECK_INTERVAL = 100; // milliseconds
+
+}
+
+RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, P4_CONNECTION& p4,
+                     PROGRESS_WIDGET& splash, Tallyline::Context& metrics, Tallyline::StopWatch& total_watch,
+                     bool has_display)
     : m_session(session),
       m_configuration(configuration),
+      m_p4(p4),
       m_splash(splash),
       m_metrics(metrics),
       m_total_watch(total_watch),
@@ -58,25 +69,28 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
             send_start_up_time(nullptr);
         return CHOSEN;
     }
+    if (!m_has_display) {
+        m_splash.hide();
+        RUN_REPORT::error(
+            QStringLiteral("There is no display to choose files on. Use a configuration that is silent."));
+        return NOBODY_TO_CHOOSE;
+    }
     Tallyline::StopWatch dialog_watch;
     m_splash.set_progress(QStringLiteral("Setting up the file selection window..."));
     m_splash.repaint();
+    // Static, so that what was chosen is still there on the next pass.
+    static DATA_SELECTION_DIALOG dialog(&m_session, QString(), nullptr, Qt::WindowFlags());
+    dialog.set_perforce(&m_p4);
     m_splash.hide();
     if (m_first_pass) {
         dialog_watch.Stop();
         m_total_watch.Stop();
         send_start_up_time(&dialog_watch);
     }
-    if (!m_has_display) {
-        RUN_REPORT::error(
-            QStringLiteral("There is no display to choose files on. Use a configuration that is silent."));
-        return NOBODY_TO_CHOOSE;
-    }
-    QMessageBox::information(nullptr, QStringLiteral("GOX"),
-                             QStringLiteral("This version of GOX has no window to choose files in yet.\n"
-                                            "Use a configuration that is silent."),
-                             QMessageBox::Ok);
-    return NOBODY_TO_CHOOSE;
+    if (dialog.exec() != QDialog::Accepted)
+        return CANCELLED;
+    m_get_latest = dialog.is_get_latest_checked();
+    return CHOSEN;
 }
 
 // False when the build could not be prepared.
@@ -87,9 +101,50 @@ bool RUN_CYCLE::build()
     time.start();
     if (!m_session.prepare_build(m_get_latest))
         return false;
-    m_session.finish_build(false);
+    if (m_configuration.no_progress_dialog || !m_has_display)
+        m_session.finish_build(false);
+    else
+        watch_build();
     report_summary(m_session.selected_actions, time.elapsed());
     return true;
+}
+
+void RUN_CYCLE::watch_build()
+{
+    BUILD_PROGRESS_DIALOG dialog(&m_session, &m_configuration, QString(), m_session.options, nullptr,
+                                 Qt::WindowFlags());
+    // An interrupt from outside must not leave a window behind that waits for
+    // actions which will never run.
+    QTimer interrupt_check;
+    QObject::connect(&interrupt_check, &QTimer::timeout, &dialog, [this, &dialog] {
+        if (m_session.abort_flag && !dialog.aborted)
+            dialog.reject();
+    });
+    interrupt_check.start(INTERRUPT_CHECK_INTERVAL);
+    m_leave_after_pass = dialog.exec() == QDialog::Rejected;
+    interrupt_check.stop();
+    show_what_is_waited_for();
+    m_session.finish_build(true);
+    m_splash.hide();
+    if (dialog.aborted)
+        m_exit_status = 1;
+}
+
+// The window is gone, but an action that takes its time over an abort can keep
+// the process for long.
+void RUN_CYCLE::show_what_is_waited_for()
+{
+    if (!m_session.isRunning())
+        return;
+    QString text = QStringLiteral("Waiting for the build to stop...");
+    for (ACTION_INTERFACE* action : qAsConst(m_session.selected_actions))
+        if (action->state == ACTION_RUNNING)
+            text = QStringLiteral("Waiting for an action to stop:\n%1").arg(action->display_text(true));
+    m_splash.set_progress(text);
+    m_splash.show();
+    m_splash.repaint();
+    // A window system shows what it has been told of.
+    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }
 
 int RUN_CYCLE::exit_status() const

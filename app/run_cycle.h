@@ -6,6 +6,7 @@
 
 class BUILD_SESSION;
 class CONFIGURATION;
+class P4_CONNECTION;
 class PROGRESS_WIDGET;
 namespace Tallyline {
 class Context;
@@ -17,8 +18,9 @@ class RUN_CYCLE
 {
 public:
     /// `has_display` is false where no person can see a window.
-    RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, PROGRESS_WIDGET& splash,
-              Tallyline::Context& metrics, Tallyline::StopWatch& total_watch, bool has_display);
+    RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, P4_CONNECTION& p4,
+              PROGRESS_WIDGET& splash, Tallyline::Context& metrics, Tallyline::StopWatch& total_watch,
+              bool has_display);
 
     /// Runs passes until one of them ends the cycle. The exit status of the
     /// process, or nothing when the build could not be prepared.
@@ -34,12 +36,15 @@ private:
 
     CHOICE choose_files();
     bool build();
+    void watch_build();
+    void show_what_is_waited_for();
     int exit_status() const;
     void send_start_up_time(const Tallyline::StopWatch* dialog_watch);
     void send_event(const char* key);
 
     BUILD_SESSION& m_session;
     const CONFIGURATION& m_configuration;
+    P4_CONNECTION& m_p4;
     PROGRESS_WIDGET& m_splash;
     Tallyline::Context& m_metrics;
     Tallyline::StopWatch& m_total_watch;

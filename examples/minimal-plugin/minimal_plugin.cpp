@@ -5,6 +5,7 @@
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/processor_interface.h"
 #include "contracts/paths/paths.h"
+#include "session/file_entry.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ public:
 
     int execute(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override
     {
-        QSaveFile file(target_files.first());
+        QSaveFile file(target_files.firstKey()->physical);
         if (!file.open(QIODevice::WriteOnly) || file.write("Hello!\n") < 0 || !file.commit()) {
             add_output_line(
                 QStringLiteral("%1 can't be written: %2").arg(file.fileName(), file.errorString()));
