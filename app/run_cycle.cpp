@@ -2,7 +2,6 @@
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QTimer>
-#include <QtWidgets/QApplication>
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/configuration/configuration.h"
@@ -80,7 +79,6 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
     m_splash.repaint();
     // Static, so that what was chosen is still there on the next pass.
     static DATA_SELECTION_DIALOG dialog(&m_session, QString(), nullptr, Qt::WindowFlags());
-    dialog.set_perforce(&m_p4);
     m_splash.hide();
     if (m_first_pass) {
         dialog_watch.Stop();
@@ -89,7 +87,7 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
     }
     if (dialog.exec() != QDialog::Accepted)
         return CANCELLED;
-    m_get_latest = dialog.is_get_latest_checked();
+    m_get_latest = dialog.ui.get_latest_checkbox->isChecked();
     return CHOSEN;
 }
 
@@ -111,7 +109,7 @@ bool RUN_CYCLE::build()
 
 void RUN_CYCLE::watch_build()
 {
-    BUILD_PROGRESS_DIALOG dialog(&m_session, &m_configuration, QString(), m_session.options, nullptr,
+    BUILD_PROGRESS_DIALOG dialog(m_session, m_configuration, QString(), *m_session.options, nullptr,
                                  Qt::WindowFlags());
     // An interrupt from outside must not leave a window behind that waits for
     // actions which will never run.
@@ -123,28 +121,10 @@ void RUN_CYCLE::watch_build()
     interrupt_check.start(INTERRUPT_CHECK_INTERVAL);
     m_leave_after_pass = dialog.exec() == QDialog::Rejected;
     interrupt_check.stop();
-    show_what_is_waited_for();
+    dialog.show_waiting();
     m_session.finish_build(true);
-    m_splash.hide();
     if (dialog.aborted)
         m_exit_status = 1;
-}
-
-// The window is gone, but an action that takes its time over an abort can keep
-// the process for long.
-void RUN_CYCLE::show_what_is_waited_for()
-{
-    if (!m_session.isRunning())
-        return;
-    QString text = QStringLiteral("Waiting for the build to stop...");
-    for (ACTION_INTERFACE* action : qAsConst(m_session.selected_actions))
-        if (action->state == ACTION_RUNNING)
-            text = QStringLiteral("Waiting for an action to stop:\n%1").arg(action->display_text(true));
-    m_splash.set_progress(text);
-    m_splash.show();
-    m_splash.repaint();
-    // A window system shows what it has been told of.
-    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }
 
 int RUN_CYCLE::exit_status() const

@@ -37,7 +37,6 @@ private:
     CHOICE choose_files();
     bool build();
     void watch_build();
-    void show_what_is_waited_for();
     int exit_status() const;
     void send_start_up_time(const Tallyline::StopWatch* dialog_watch);
     void send_event(const char* key);
