@@ -19,7 +19,7 @@ struct SECTION
 
 const SECTION SECTIONS[] = {
     {"scan", bench_scan},         {"start-up", bench_start_up},         {"peer", bench_peer},
-    {"planning", bench_planning}, {"build-thread", bench_build_thread},
+    {"planning", bench_planning}, {"build-thread", bench_build_thread}, {"progress", bench_progress},
 };
 
 const SECTION& section_of(const QString& name)
@@ -70,7 +70,8 @@ int main(int argc, char** argv)
     QCommandLineOption alone("alone", "Runs the one section in this process.");
     alone.setFlags(QCommandLineOption::HiddenFromHelp);
     parser.addOptions({quick, trees, alone});
-    parser.addPositionalArgument("section", "scan, start-up, peer, planning or build-thread", "[section...]");
+    parser.addPositionalArgument("section", "scan, start-up, peer, planning, build-thread or progress",
+                                 "[section...]");
     parser.process(application);
 
     BENCH_OPTIONS options;

@@ -1,0 +1,340 @@
+#include "progress/build_progress_dialog.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QSettings>
+#include <QtGui/QGuiApplication>
+#include <QtGui/QWindow>
+#include <QtWidgets/QMessageBox>
+#include <QtWidgets/QScrollBar>
+#include <QtWidgets/QStyledItemDelegate>
+
+#include <cstdlib>
+
+#include "contracts/actions/action_interface.h"
+#include "contracts/actions/dialog_helper.h"
+#include "contracts/configuration/configuration.h"
+#include "contracts/services/command_line_options.h"
+#include "contracts/services/single_line_delegate.h"
+#include "progress/output_pane.h"
+#include "progress/remaining_time.h"
+#include "session/build_session.h"
+#include "session/start_up_hooks.h"
+
+namespace {
+
+const char ORGANISATION[] = "The Ferrule Works";
+const char APPLICATION[] = "GOX";
+const char KEY_GEOMETRY[] = "BuildProgressGeometry";
+
+// Milliseconds.
+const int POLL_PERIOD = 20;
+const int LONGEST_WAY_TO_THE_SCREEN = 500;
+
+// Seconds.
+const int ESTIMATE_PERIOD = 2;
+const int SHORTEST_BASE_OF_ESTIMATE = 5;
+
+const int MARKER_MARGIN = 2; // pixels
+
+// Like QTime's own, which is on its way out: the clock may pass midnight.
+int milliseconds_since(const QTime& time)
+{
+    const int milliseconds_a_day = 24 * 60 * 60 * 1000;
+    const int elapsed = time.msecsTo(QTime::currentTime());
+    return elapsed < 0 ? elapsed + milliseconds_a_day : elapsed;
+}
+
+// The build thread adds to the output of the action in hand, and still does so
+// for a moment when its state tells that it has ended.
+bool is_output_growing(const ACTION_INTERFACE& action, const BUILD_SESSION& session)
+{
+    return action.state == ACTION_RUNNING || (current_action == &action && session.isRunning());
+}
+
+// The blanks that keep the texts apart are room, not something to cut off.
+class LEGEND_DELEGATE : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QString displayText(const QVariant& value, const QLocale&) const override
+    {
+        return value.toString().trimmed();
+    }
+};
+
+} // namespace
+
+BUILD_PROGRESS_DIALOG::BUILD_PROGRESS_DIALOG(BUILD_SESSION& the_session,
+                                             const CONFIGURATION& the_configuration, const QString&,
+                                             const COMMAND_LINE_OPTIONS& the_options, QWidget* parent,
+                                             Qt::WindowFlags flags)
+    : QDialog(parent, flags),
+      session(&the_session),
+      configuration(&the_configuration),
+      options(&the_options),
+      output_frozen(false),
+      aborted(false),
+      paused(false),
+      paused_msecs(0),
+      filter_mask(PROGRESS_ROWS::ALL)
+{
+    ui.setupUi(this);
+    m_output = new OUTPUT_PANE(ui.output);
+    setWindowTitle(windowTitle() + " - " + title_suffix);
+    restoreGeometry(QSettings(ORGANISATION, APPLICATION).value(KEY_GEOMETRY).toByteArray());
+    ui.more_button->hide();
+    ui.exit_button->hide();
+    connect_widgets();
+    timer.start(POLL_PERIOD);
+    ui.actions->setItemDelegate(new SINGLE_LINE_DELEGATE(ui.actions));
+    m_rows.build(ui.actions, session->selected_actions);
+    colour_legend();
+    fit_legend();
+    // A name of several lines must not push the window about.
+    ui.widget->setMaximumHeight(ui.label_2->sizeHint().height());
+    ui.frame->hide();
+    ui.progress2->hide();
+    tick_clock = QTime::currentTime();
+    tick();
+    clicked_here();
+}
+
+void BUILD_PROGRESS_DIALOG::connect_widgets()
+{
+    for (QCheckBox* const box : {ui.cbError, ui.cbWarning, ui.cbUnfinished, ui.cbCompleted})
+        connect(box, SIGNAL(stateChanged(int)), this, SLOT(filter_changed()));
+    connect(&timer, SIGNAL(timeout()), this, SLOT(tick()));
+    connect(&m_last_look, SIGNAL(timeout()), this, SLOT(look_again()));
+    connect(ui.actions, SIGNAL(itemSelectionChanged()), this, SLOT(action_selected()));
+    const QScrollBar* const bar = ui.output->verticalScrollBar();
+    connect(bar, SIGNAL(sliderPressed()), this, SLOT(output_scrollbar_pressed()));
+    connect(bar, SIGNAL(sliderReleased()), this, SLOT(output_scrollbar_released()));
+    connect(ui.pause_button, SIGNAL(clicked()), this, SLOT(toggle_paused()));
+    connect(ui.abort_button, SIGNAL(clicked()), this, SLOT(abort()));
+    connect(ui.more_button, SIGNAL(clicked()), this, SLOT(accept()));
+    connect(ui.exit_button, SIGNAL(clicked()), this, SLOT(reject()));
+    connect(ui.game_button, SIGNAL(clicked()), this, SLOT(clicked_here()));
+}
+
+// The colours of the rows. Brushes without a style, which only lend their
+// colour, are not taken by the item's own setters.
+void BUILD_PROGRESS_DIALOG::colour_legend()
+{
+    const QColor colours[] = {Qt::blue, Qt::green, QColor(255, 128, 0), Qt::red};
+    const int first = 1; // what waits has the default colour
+    const int finished = 2;
+    for (int row = first; row < ui.listWidget->count(); ++row)
+        ui.listWidget->item(row)->setData(Qt::ForegroundRole, QBrush(colours[row - first], Qt::NoBrush));
+    ui.listWidget->item(first)->setBackground(PROGRESS_ROWS::ground_of_blue(palette()));
+    ui.listWidget->item(finished)->setData(Qt::BackgroundRole, QBrush(Qt::black, Qt::NoBrush));
+}
+
+// The legend lies on the window like a label. Its room is fixed, so it takes the
+// largest font, up to that of the window, with which all of it can be seen.
+void BUILD_PROGRESS_DIALOG::fit_legend()
+{
+    QListWidget& legend = *ui.listWidget;
+    legend.setItemDelegate(new LEGEND_DELEGATE(&legend));
+    legend.setWrapping(false);
+    legend.viewport()->setAutoFillBackground(false);
+    const QSize room = legend.minimumSize();
+    QFont font = legend.font();
+    const int smallest = 6 * 4; // quarters of a point
+    for (int size = int(QFontInfo(font).pointSizeF() * 4); size >= smallest; --size) {
+        font.setPointSizeF(size / 4.0);
+        const QFontMetrics metrics(font);
+        int width = 0;
+        for (int row = 0; row < legend.count(); ++row) {
+            QListWidgetItem& item = *legend.item(row);
+            const QString text = item.text().trimmed() + QStringLiteral("   "); // the gap to the next one
+            item.setSizeHint(QSize(metrics.horizontalAdvance(text), room.height()));
+            item.setTextAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+            width += item.sizeHint().width();
+        }
+        if (width <= room.width() && metrics.height() <= room.height())
+            break;
+    }
+    legend.setFont(font);
+}
+
+void BUILD_PROGRESS_DIALOG::tick()
+{
+    const PROGRESS_ROWS::SUMMARY summary = m_rows.refresh(filter_mask);
+    if (summary.running)
+        ui.current_action->setText(paused ? tr("(PAUSED) ") : summary.running->display_text(true));
+    ui.progress->setMaximum(summary.total);
+    ui.progress->setValue(summary.done);
+    move_marker(summary.done, summary.total);
+    if (paused)
+        paused_msecs += milliseconds_since(tick_clock);
+    if (summary.finished)
+        finish(summary.failed);
+    else
+        estimate(summary.done, summary.total);
+    action_selected();
+    tick_clock = QTime::currentTime();
+}
+
+void BUILD_PROGRESS_DIALOG::move_marker(int done, int total)
+{
+    const qint64 way = ui.progress2->width() - ui.progress2drag->width() - 2 * MARKER_MARGIN;
+    const qint64 x = total == 0 ? 0 : way * done / total;
+    ui.progress2drag->move(int(x) + MARKER_MARGIN, ui.progress2drag->y());
+}
+
+// A null time is 0 seconds away from any other, so that the first estimate waits
+// for a last one.
+void BUILD_PROGRESS_DIALOG::estimate(int done, int total)
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    if (start_time.isNull())
+        start_time = now;
+    const int elapsed = int(start_time.secsTo(now)) - paused_msecs / 1000;
+    if (last_estimate_time.secsTo(now) <= ESTIMATE_PERIOD || elapsed < SHORTEST_BASE_OF_ESTIMATE || done == 0)
+        return;
+    const QString text = remaining_time_text(remaining_seconds(elapsed, done, total));
+    ui.estimated_time->setText(aborted ? tr(" (ABORTED)") : paused ? text + tr(" (PAUSED)") : text);
+    last_estimate_time = now;
+}
+
+void BUILD_PROGRESS_DIALOG::finish(bool any_failed)
+{
+    const bool needs_nobody =
+        configuration->silent && (!any_failed || options->exists(QStringLiteral("dont_stop_on_error")));
+    const bool has_found_something = session->end_of_run_check();
+    if (needs_nobody) {
+        close();
+        return;
+    }
+    setWindowTitle(tr("GOX - Done - ") + title_suffix);
+    offer_leaving(!has_found_something && !configuration->silent);
+    ui.estimated_time->setText(QString());
+    ui.estimated_time_label->setEnabled(false);
+    ui.progress2->setEnabled(false);
+    ui.progress2drag->hide();
+    ui.current_action->setText(QString());
+    if (ui.progress->maximum() == 0) { // which shows that something is still going on
+        ui.progress->setMaximum(1);
+        ui.progress->setValue(1);
+    }
+    timer.stop();
+    // The last action may still be reviewed and get the last lines of its output.
+    if (session->isRunning())
+        m_last_look.start(POLL_PERIOD);
+}
+
+void BUILD_PROGRESS_DIALOG::look_again()
+{
+    if (session->isRunning())
+        return;
+    m_last_look.stop();
+    tick();
+}
+
+void BUILD_PROGRESS_DIALOG::offer_leaving(bool can_go_back)
+{
+    ui.pause_button->hide();
+    ui.abort_button->hide();
+    ui.more_button->setVisible(can_go_back);
+    ui.more_button->setFocus(Qt::OtherFocusReason);
+    ui.exit_button->show();
+    ui.exit_button->setDefault(!can_go_back);
+    for (QPushButton* const button : {ui.more_button, ui.exit_button})
+        button->setEnabled(true);
+}
+
+void BUILD_PROGRESS_DIALOG::action_selected()
+{
+    if (output_frozen)
+        return;
+    QTreeWidgetItem* const row = ui.actions->currentItem();
+    const ACTION_INTERFACE* const action = row ? DIALOG_HELPER::get_action_pointer(row, 0) : nullptr;
+    m_output->show_text(action && !is_output_growing(*action, *session) ? action->output : QString());
+}
+
+void BUILD_PROGRESS_DIALOG::output_scrollbar_pressed()
+{
+    output_frozen = true;
+}
+
+void BUILD_PROGRESS_DIALOG::output_scrollbar_released()
+{
+    output_frozen = false;
+}
+
+void BUILD_PROGRESS_DIALOG::toggle_paused()
+{
+    paused = !paused;
+    session->pause_flag = paused;
+    setWindowTitle((paused ? tr("GOX - Paused - ") : tr("GOX - ")) + title_suffix);
+    ui.pause_button->setText(paused ? tr("Resume") : tr("Pause"));
+    tick();
+}
+
+void BUILD_PROGRESS_DIALOG::abort()
+{
+    if (session->isRunning())
+        say_waiting();
+    session->finish_build(true);
+    setWindowTitle(tr("GOX - Aborted - ") + title_suffix);
+    offer_leaving(!configuration->silent);
+    aborted = true;
+    ui.current_action->setText(tr(" (ABORTED)"));
+    QMessageBox::information(nullptr, QStringLiteral("GOX"), tr("Aborted."), QMessageBox::Ok);
+}
+
+// At once, since no event is handled until the wait is over.
+void BUILD_PROGRESS_DIALOG::say_waiting()
+{
+    ACTION_INTERFACE* const running = m_rows.running();
+    ui.current_action->setText(running ? tr("Waiting for %1 to stop...").arg(running->display_text(true))
+                                       : tr("Waiting for the build to stop..."));
+    for (QPushButton* const button : {ui.pause_button, ui.abort_button, ui.more_button, ui.exit_button})
+        button->setEnabled(false);
+    repaint();
+}
+
+void BUILD_PROGRESS_DIALOG::show_waiting()
+{
+    // A build whose actions have all ended only has its logs to close.
+    if (!session->isRunning() || m_rows.refresh(filter_mask).finished)
+        return;
+    timer.stop();
+    m_last_look.stop();
+    say_waiting();
+    QGuiApplication::sync(); // the screen has let go of the window
+    move(pos());             // or else it may come back at another place
+    show();
+    QElapsedTimer time;
+    time.start();
+    while (!windowHandle()->isExposed() && time.elapsed() < LONGEST_WAY_TO_THE_SCREEN)
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, POLL_PERIOD);
+    repaint();
+}
+
+void BUILD_PROGRESS_DIALOG::clicked_here()
+{
+    const int left = ui.game_left_spacer->geometry().width();
+    const int right = ui.game_right_spacer->geometry().width();
+    ui.game_left_spacer->changeSize(std::rand() % (left + right + 1), 1, QSizePolicy::Fixed,
+                                    QSizePolicy::Fixed);
+    ui.score->setText(QString::number(ui.score->text().toInt() + 1));
+}
+
+void BUILD_PROGRESS_DIALOG::filter_changed()
+{
+    filter_mask = (ui.cbUnfinished->isChecked() ? PROGRESS_ROWS::UNFINISHED : 0) |
+                  (ui.cbError->isChecked() ? PROGRESS_ROWS::ERRORS : 0) |
+                  (ui.cbWarning->isChecked() ? PROGRESS_ROWS::WARNINGS : 0) |
+                  (ui.cbCompleted->isChecked() ? PROGRESS_ROWS::COMPLETED : 0);
+    if (!timer.isActive())
+        tick();
+}
+
+void BUILD_PROGRESS_DIALOG::reject()
+{
+    QSettings(ORGANISATION, APPLICATION).setValue(KEY_GEOMETRY, saveGeometry());
+    QDialog::reject();
+}

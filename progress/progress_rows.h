@@ -1,0 +1,88 @@
+#pragma once
+
+#include <QtCore/QVector>
+
+class ACTION_INTERFACE;
+class QBrush;
+class QModelIndex;
+class QPalette;
+class QTreeWidget;
+
+/// The rows of the progress window: a group row for each processor, and in it a
+/// row for each of its actions, coloured by state and hidden by filters.
+///
+/// A tree widget is slow to ask and slow to tell, so the rows remember what each
+/// of them shows and write only what differs. With 100,000 rows a look at all of
+/// them is a walk over the actions' states, and nothing
+/// may change colour or visibility of a row behind their back. GUI
+/// thread; the actions' fields are read while the build thread writes them.
+class PROGRESS_ROWS
+{
+public:
+    /// The bits of a filter: which rows stay visible.
+    enum FILTER : int
+    {
+        UNFINISHED = 1,
+        ERRORS = 2,
+        WARNINGS = 4,
+        COMPLETED = 8,
+        ALL = 15
+    };
+
+    /// What a look at all actions found.
+    struct SUMMARY
+    {
+        int total = 0;        ///< units of work of all actions; halved with `done` until it fits
+        int done = 0;         ///< units done, at most the total; no action counts beyond its own
+        bool finished = true; ///< no action is left to run
+        bool failed = false;
+        ACTION_INTERFACE* running = nullptr; ///< null for none
+    };
+
+    /// Fills the tree, which must be empty and outlive the rows: groups in the
+    /// order of their first action, actions in the order given. Nothing is
+    /// expanded. Neither the tree nor the actions are owned.
+    void build(QTreeWidget* tree, const QVector<ACTION_INTERFACE*>& actions);
+
+    /// Looks at every action and brings the rows up to date with it. A state
+    /// that is none of ACTION_STATE counts as unfinished, keeps the colour that
+    /// the row has, and no filter shows it. A group that is not finished is
+    /// always visible and keeps its colour, too.
+    SUMMARY refresh(int filter);
+
+    /// What the pure blue of a running action stands on: a light band where the
+    /// palette is dark, because nobody can read it there, else nothing.
+    static QBrush ground_of_blue(const QPalette& palette);
+
+    /// The action that runs now, or null. Writes nothing.
+    ACTION_INTERFACE* running() const;
+
+private:
+    // What a row shows: a colour, and whether it is hidden.
+    using LOOK = quint8;
+
+    class ROW_ITEM;
+
+    struct GROUP
+    {
+        ROW_ITEM* item;
+        LOOK shown;
+        int begin; // its actions
+        int end;
+    };
+
+    // What a filter makes of each state.
+    struct LOOKS;
+    struct SUMS;
+
+    void refresh_actions(int group, const LOOKS& looks, SUMS& sums);
+    void write(ROW_ITEM& item, int row, const QModelIndex& parent, LOOK& shown, LOOK wanted);
+
+    // By number of the row, group by group. Apart from each other, so that a
+    // look that finds no change reads no more than it needs.
+    QVector<ACTION_INTERFACE*> m_actions;
+    QVector<LOOK> m_shown;
+    QVector<ROW_ITEM*> m_items;
+    QVector<GROUP> m_groups;
+    QTreeWidget* m_tree = nullptr;
+};
