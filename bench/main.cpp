@@ -19,8 +19,17 @@ struct SECTION
 
 const SECTION SECTIONS[] = {
     {"scan", bench_scan},         {"start-up", bench_start_up},         {"peer", bench_peer},
-    {"planning", bench_planning}, {"build-thread", bench_build_thread}, {"progress", bench_progress},
+    {"planning", bench_planning}, {"build-thread", bench_build_thread}, {"selection", bench_selection},
+    {"progress", bench_progress},
 };
+
+QString names_of_sections()
+{
+    QStringList names;
+    for (const SECTION& section : SECTIONS)
+        names.append(QLatin1String(section.name));
+    return names.join(QLatin1String(", "));
+}
 
 const SECTION& section_of(const QString& name)
 {
@@ -70,8 +79,7 @@ int main(int argc, char** argv)
     QCommandLineOption alone("alone", "Runs the one section in this process.");
     alone.setFlags(QCommandLineOption::HiddenFromHelp);
     parser.addOptions({quick, trees, alone});
-    parser.addPositionalArgument("section", "scan, start-up, peer, planning, build-thread or progress",
-                                 "[section...]");
+    parser.addPositionalArgument("section", names_of_sections(), "[section...]");
     parser.process(application);
 
     BENCH_OPTIONS options;

@@ -78,3 +78,4 @@ void bench_peer(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_planning(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_build_thread(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_progress(const BENCH_OPTIONS& options, FIGURES& figures);
+void bench_selection(const BENCH_OPTIONS& options, FIGURES& figures);

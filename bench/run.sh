@@ -1,6 +1,7 @@
 #!/bin/sh
 # Builds the benchmarks and runs them:
-#     ./bench/run.sh [--quick] [--trees FOLDER] [scan|start-up|peer|planning|build-thread|progress]...
+#     ./bench/run.sh [--quick] [--trees FOLDER] [SECTION]...
+# A section is the name of a source bench_<section>.cpp, such as start-up.
 # Trees of up to 1,000,000 empty files are kept in FOLDER, build/bench-trees by
 # default. The exit status is 1 when a figure is missed.
 set -e

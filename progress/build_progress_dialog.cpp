@@ -15,7 +15,8 @@
 #include "contracts/actions/dialog_helper.h"
 #include "contracts/configuration/configuration.h"
 #include "contracts/services/command_line_options.h"
-#include "contracts/services/single_line_delegate.h"
+#include "contracts/services/plain_row_delegate.h"
+#include "contracts/services/qt_workarounds.h"
 #include "progress/output_pane.h"
 #include "progress/remaining_time.h"
 #include "session/build_session.h"
@@ -83,12 +84,13 @@ BUILD_PROGRESS_DIALOG::BUILD_PROGRESS_DIALOG(BUILD_SESSION& the_session,
     ui.setupUi(this);
     m_output = new OUTPUT_PANE(ui.output);
     setWindowTitle(windowTitle() + " - " + title_suffix);
-    restoreGeometry(QSettings(ORGANISATION, APPLICATION).value(KEY_GEOMETRY).toByteArray());
+    QT_WORKAROUNDS::restore_geometry(this,
+                                     QSettings(ORGANISATION, APPLICATION).value(KEY_GEOMETRY).toByteArray());
     ui.more_button->hide();
     ui.exit_button->hide();
     connect_widgets();
     timer.start(POLL_PERIOD);
-    ui.actions->setItemDelegate(new SINGLE_LINE_DELEGATE(ui.actions));
+    ui.actions->setItemDelegate(new PLAIN_ROW_DELEGATE(ui.actions));
     m_rows.build(ui.actions, session->selected_actions);
     colour_legend();
     fit_legend();

@@ -40,6 +40,12 @@ public:
                 ++m_place;
             return *this;
         }
+        /// The place `steps` further on: an addition when locked, else that many steps.
+        const_iterator operator+(int steps) const
+        {
+            return m_owner->locked ? const_iterator(m_owner, m_index + std::size_t(steps))
+                                   : const_iterator(m_owner, m_place + steps);
+        }
         bool operator==(const const_iterator& other) const
         {
             return m_owner->locked ? m_index == other.m_index : m_place == other.m_place;

@@ -6,6 +6,8 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QVBoxLayout>
 
+#include "contracts/services/plain_row_delegate.h"
+
 FILE_LIST_DIALOG::FILE_LIST_DIALOG(const QString& title, const QString& text, const QString& accept_label,
                                    const QStringList& files, const QString& reject_label,
                                    const bool& all_checked, QWidget* parent, Qt::WindowFlags flags)
@@ -19,6 +21,7 @@ FILE_LIST_DIALOG::FILE_LIST_DIALOG(const QString& title, const QString& text, co
     label->setWordWrap(true);
 
     m_list->setObjectName(QStringLiteral("file_list"));
+    m_list->setItemDelegate(new PLAIN_ROW_DELEGATE(m_list));
     m_list->setUniformItemSizes(true);
     for (const QString& file : files) {
         QListWidgetItem* const item = new QListWidgetItem(file, m_list);

@@ -1,12 +1,15 @@
 #include "contracts/services/progress_widget.h"
 
+#include <QtGui/QPainter>
 #include <QtGui/QScreen>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
 
-const int SPLASH_WIDTH = 480; // pixels; wide enough that the texts do not make the splash jump
+const int SPLASH_LETTERS = 64; // average ones; wide enough that few texts take a second line
 
 }
 
@@ -16,13 +19,18 @@ PROGRESS_WIDGET::PROGRESS_WIDGET(QWidget* parent, Qt::WindowFlags flags)
     setObjectName(QStringLiteral("PROGRESS_WIDGET"));
     QLabel* const title = new QLabel(QStringLiteral("GOX"), this);
     QFont title_font = title->font();
-    title_font.setPointSizeF(title_font.pointSizeF() * 2);
+    if (title_font.pointSizeF() > 0) // a size in pixels has no points
+        title_font.setPointSizeF(title_font.pointSizeF() * 2);
+    else
+        title_font.setPixelSize(title_font.pixelSize() * 2);
     title_font.setBold(true);
     title->setFont(title_font);
 
     m_progress->setObjectName(QStringLiteral("progress_label"));
     m_progress->setTextFormat(Qt::PlainText);
     m_progress->setMinimumHeight(m_progress->fontMetrics().lineSpacing() * 2);
+    m_progress->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    m_progress->setWordWrap(true);
     m_bulletin->setObjectName(QStringLiteral("bulletin_label"));
     m_bulletin->setTextFormat(Qt::PlainText);
     m_bulletin->setWordWrap(true);
@@ -34,7 +42,23 @@ PROGRESS_WIDGET::PROGRESS_WIDGET(QWidget* parent, Qt::WindowFlags flags)
     layout->addWidget(title);
     layout->addWidget(m_progress);
     layout->addWidget(m_bulletin);
-    setFixedWidth(SPLASH_WIDTH);
+    setFixedWidth(fontMetrics().averageCharWidth() * SPLASH_LETTERS + 2 * margin);
+    make_room();
+}
+
+// Wrapped texts tell the window too little of their height by themselves. What
+// was needed once stays, so that the splash does not jump from text to text.
+void PROGRESS_WIDGET::make_room()
+{
+    setFixedHeight(std::max(minimumHeight(), layout()->totalHeightForWidth(width())));
+}
+
+void PROGRESS_WIDGET::paintEvent(QPaintEvent* event)
+{
+    QWidget::paintEvent(event);
+    QPainter painter(this);
+    painter.setPen(palette().color(QPalette::Mid));
+    painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 
 void PROGRESS_WIDGET::showEvent(QShowEvent* event)
@@ -47,6 +71,7 @@ void PROGRESS_WIDGET::showEvent(QShowEvent* event)
 void PROGRESS_WIDGET::set_progress(const QString& text)
 {
     m_progress->setText(text);
+    make_room();
 }
 
 QString PROGRESS_WIDGET::progress() const
@@ -63,4 +88,5 @@ void PROGRESS_WIDGET::update_bulletin_board(BULLETIN_BOARD::CATEGORIES category)
                  "in gox_startup_error.log beside the program.")
             : QString());
     m_bulletin->setVisible(speaks);
+    make_room();
 }

@@ -38,9 +38,12 @@ public:
     void update_bulletin_board(BULLETIN_BOARD::CATEGORIES category);
 
 protected:
-    void showEvent(QShowEvent* event) override; ///< in the middle of the screen
+    void showEvent(QShowEvent* event) override;   ///< in the middle of the screen
+    void paintEvent(QPaintEvent* event) override; ///< with an edge, which the window itself has not
 
 private:
+    void make_room();
+
     QLabel* m_progress;
     QLabel* m_bulletin;
 };

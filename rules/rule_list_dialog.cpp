@@ -1,0 +1,74 @@
+#include "rules/rule_list_dialog.h"
+
+#include <QtGui/QKeyEvent>
+#include <QtWidgets/QHeaderView>
+#include <QtWidgets/QTreeWidget>
+
+#include "contracts/rules/cached_rule.h"
+#include "contracts/rules/rule_schema.h"
+#include "contracts/services/plain_row_delegate.h"
+
+namespace {
+
+enum COLUMN : int
+{
+    COLUMN_NAME,
+    COLUMN_VALUE,
+    COLUMN_ORIGIN,
+    COLUMN_COUNT
+};
+
+} // namespace
+
+RULE_LIST_DIALOG::RULE_LIST_DIALOG(const QMap<RULE_SCHEMA*, RULE>& resolved, QWidget* parent,
+                                   Qt::WindowFlags flags)
+    : QDialog(parent, flags)
+{
+    ui.setupUi(this);
+    ui.rules->setItemDelegate(new PLAIN_ROW_DELEGATE(ui.rules));
+    connect(ui.rules, SIGNAL(itemDoubleClicked(QTreeWidgetItem*, int)), this,
+            SLOT(item_double_clicked(QTreeWidgetItem*, int)));
+    for (auto rule = resolved.cbegin(); rule != resolved.cend(); ++rule)
+        add_rule(*rule.key(), rule.value());
+    // The size that the form gives all columns comes after the first one has its own.
+    ui.rules->setColumnWidth(COLUMN_NAME, ui.rules->header()->defaultSectionSize());
+    ui.rules->setColumnWidth(COLUMN_ORIGIN, ui.rules->header()->minimumSectionSize()); // takes what is left
+}
+
+void RULE_LIST_DIALOG::add_rule(const RULE_SCHEMA& schema, const RULE& rule)
+{
+    QTreeWidgetItem* const rule_row = new QTreeWidgetItem(ui.rules, {schema.name});
+    QFont bold = rule_row->font(COLUMN_NAME);
+    bold.setBold(true);
+    rule_row->setFont(COLUMN_NAME, bold);
+    for (const RULE_PROPERTY& property : schema.properties) {
+        const auto value = rule.values.constFind(property.name.toLower());
+        if (value == rule.values.constEnd())
+            continue;
+        const QString origin = value->origin ? QString(value->origin->path) : QString();
+        QTreeWidgetItem* const row =
+            new QTreeWidgetItem(rule_row, {property.name, value->value.toString(), origin});
+        for (int column = 0; column < COLUMN_COUNT; ++column)
+            row->setToolTip(column, tr("Double-click this if you want to edit"));
+        row->setData(COLUMN_ORIGIN, Qt::UserRole, quint64(quintptr(value->origin)));
+    }
+    rule_row->setExpanded(true);
+}
+
+void RULE_LIST_DIALOG::item_double_clicked(QTreeWidgetItem* item, int)
+{
+    chosen_rule =
+        reinterpret_cast<CACHED_RULE*>(quintptr(item->data(COLUMN_ORIGIN, Qt::UserRole).toULongLong()));
+    chosen_property = item->text(COLUMN_NAME);
+    if (chosen_rule)
+        accept();
+}
+
+void RULE_LIST_DIALOG::keyPressEvent(QKeyEvent* event)
+{
+    const bool is_return = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (is_return && ui.rules->currentItem())
+        item_double_clicked(ui.rules->currentItem(), COLUMN_NAME);
+    else
+        QDialog::keyPressEvent(event);
+}

@@ -1,0 +1,127 @@
+#pragma once
+
+#include <QtCore/QSet>
+#include <QtCore/QStringList>
+#include <QtWidgets/QDialog>
+
+#include "selection/data_selection_filter.h"
+#include "ui_data_selection_dialog.h"
+
+class ACTION_INTERFACE;
+class BUILD_SESSION;
+class CACHED_RULE;
+class CONFIGURATION_EDITOR_DIALOG;
+class DATA_SELECTION_FILE_MODEL_FILTER_PROXY;
+class QMenu;
+class RULE_EDITOR_DIALOG;
+struct FILE_ENTRY;
+
+/// The window in which a person chooses what to build: the three file trees, and
+/// the ways to everything that helps to choose.
+///
+/// What is chosen ends up in the selection counts of the actions and nowhere
+/// else; planning reads them. `exec` gives 1 when the user starts a build. One
+/// object serves all passes of a run, so that the choice and the trees stay as
+/// they were left. GUI thread, while no build runs.
+///
+/// The widgets that a normal run does not use are hidden by the constructor and
+/// work when they are shown.
+class DATA_SELECTION_DIALOG : public QDialog
+{
+    Q_OBJECT
+
+public:
+    /// The session has started up and outlives the dialog. The text is not used.
+    DATA_SELECTION_DIALOG(BUILD_SESSION* session, const QString& spare_text, QWidget* parent,
+                          Qt::WindowFlags flags);
+
+    Ui::DATA_SELECTION_DIALOG ui;
+    BUILD_SESSION* session;                 ///< not owned
+    DATA_SELECTION_FILTER filter;           ///< the proxies hold copies of it
+    bool selection_changing = false;        ///< set around changes of the selection
+    bool refresh_enabled = true;            ///< false while many actions change, which shows only at the end
+    QSet<ACTION_INTERFACE*> chosen_actions; ///< what checks have selected, with what that pulled in
+    RULE_EDITOR_DIALOG* rule_editor_dialog = nullptr;                   ///< null until first used
+    CONFIGURATION_EDITOR_DIALOG* configuration_editor_dialog = nullptr; ///< null until first used
+    DATA_SELECTION_FILE_MODEL_FILTER_PROXY* raw_data_proxy = nullptr;
+    DATA_SELECTION_FILE_MODEL_FILTER_PROXY* working_data_proxy = nullptr;
+    DATA_SELECTION_FILE_MODEL_FILTER_PROXY* retail_build_proxy = nullptr;
+
+    /// Makes the trees show what `filter` lets through. Drops the selection of raw
+    /// and working data.
+    void apply_filter();
+
+    /// Checks the row, or clears it when it is fully checked; of a folder only
+    /// the files directly in it take part. Nothing for an invalid index.
+    void select_files_only(const QModelIndex& index);
+
+    /// Opens the list of the actions that touch the row's files; nothing for an
+    /// invalid index.
+    void view_actions(const QModelIndex& index);
+
+    /// Opens the list of the rules that hold for the row's file, and from there
+    /// the rule editor. Nothing for a folder and an invalid index.
+    void view_rules(const QModelIndex& index);
+
+    /// Opens the action list: as a popup at the cursor, which stays open when
+    /// this returns, or modally.
+    void show_action_list(const QSet<ACTION_INTERFACE*>& providers, const QSet<ACTION_INTERFACE*>& consumers,
+                          bool popup);
+
+    /// Where the files lie on disk that the selected actions read and write.
+    QSet<QString> selected_files() const;
+
+protected:
+    void closeEvent(QCloseEvent* event) override; ///< remembers where the window was
+
+private slots:
+    void get_latest_toggled(bool checked);
+    void show_filter_dialog();
+    void item_checked(const QModelIndex& index);
+    void action_selection_changed(ACTION_INTERFACE* action, bool selected);
+    void mass_selection_change_started();
+    void mass_selection_change_ended();
+    void select_all();
+    void unselect_all();
+    void perforce();
+    void check_in_selected();
+    void revert_selected();
+    void select_checked_out();
+    void view_raw_data_rules();
+    void view_working_data_rules();
+    void view_raw_data_actions();
+    void view_working_data_actions();
+    void view_retail_build_actions();
+    void select_files_only_raw();
+    void select_files_only_working();
+    void rule_editor();
+    void configuration_editor();
+    void preferences_editor();
+    void graph();
+    void start();
+
+private:
+    using PROXY = DATA_SELECTION_FILE_MODEL_FILTER_PROXY;
+
+    void connect_widgets();
+    void set_up_trees();
+    PROXY* set_up_tree(QTreeView* tree, int root_kind);
+    void add_context_actions();
+    void add_context_action(QTreeView* tree, QAction* action, const char* slot);
+    void hide_unused_widgets();
+
+    QTreeView* tree_of(int root_kind) const;
+    PROXY* proxy_of(const QModelIndex& index) const;
+    QModelIndexList rows_meant_by(const QModelIndex& index) const;
+    void refresh_all();
+    void select_everything(bool selected);
+    void select_opened_files(const QSet<QString>& logical_paths);
+    void update_start_button();
+    QMap<QString, FILE_ENTRY*> missing_files() const;
+
+    void run_rule_editor(CACHED_RULE* rule, const QString& property);
+    void run_configuration_editor(const QStringList& processor_names);
+    void run_graph_settings();
+
+    QMenu* m_perforce_menu = nullptr; // null until first used
+};

@@ -1,0 +1,174 @@
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtGui/QCursor>
+#include <QtWidgets/QMenu>
+
+#include "contracts/actions/processor_interface.h"
+#include "contracts/paths/paths.h"
+#include "contracts/rules/rule_schema.h"
+#include "rules/rule_list_dialog.h"
+#include "selection/action_list_dialog.h"
+#include "selection/data_selection_dialog.h"
+#include "selection/data_selection_file_model_filter_proxy.h"
+#include "selection/filter_dialog.h"
+#include "session/build_session.h"
+#include "settings/preferences_editor_dialog.h"
+
+namespace {
+
+using ACTIONS = QList<ACTION_INTERFACE*>;
+
+// A set has another order in every run; the session's reads better and stays.
+ACTIONS in_order_of(const QVector<ACTION_INTERFACE*>& all, QSet<ACTION_INTERFACE*> actions)
+{
+    ACTIONS ordered;
+    ordered.reserve(actions.size());
+    for (auto action = all.cbegin(); action != all.cend() && !actions.isEmpty(); ++action)
+        if (actions.remove(*action))
+            ordered.append(*action);
+    return ordered + actions.values();
+}
+
+QMap<RULE_SCHEMA*, RULE> rules_of(const FILE_ENTRY& file, const RULE_CACHE& cache)
+{
+    const LOGICAL_PATH path = PATHS::logical_path(file.physical);
+    QMap<RULE_SCHEMA*, RULE> resolved;
+    for (RULE_SCHEMA* schema : QMap<QString, RULE_SCHEMA*>(RULE_SCHEMA::s_schemas)) {
+        const RULE rule = cache.get(path, schema->name);
+        if (rule.found)
+            resolved.insert(schema, rule);
+    }
+    return resolved;
+}
+
+} // namespace
+
+void DATA_SELECTION_DIALOG::show_action_list(const QSet<ACTION_INTERFACE*>& providers,
+                                             const QSet<ACTION_INTERFACE*>& consumers, bool popup)
+{
+    const ACTIONS provider_list = in_order_of(session->actions, providers);
+    const ACTIONS consumer_list = in_order_of(session->actions, consumers);
+    const auto listen_to = [this](const ACTION_LIST_DIALOG& list) {
+        connect(&list, SIGNAL(action_selection_changed(ACTION_INTERFACE*, bool)), this,
+                SLOT(action_selection_changed(ACTION_INTERFACE*, bool)));
+        connect(&list, SIGNAL(mass_selection_change_started()), this, SLOT(mass_selection_change_started()));
+        connect(&list, SIGNAL(mass_selection_change_ended()), this, SLOT(mass_selection_change_ended()));
+    };
+    if (popup) {
+        // Never deleted, only hidden: a popup goes away on any event, one that its
+        // own lists are in the middle of included, and a run opens few of them.
+        ACTION_LIST_DIALOG* const list =
+            new ACTION_LIST_DIALOG(provider_list, consumer_list, this, Qt::Popup);
+        list->move(QCursor::pos());
+        listen_to(*list);
+        list->show();
+    } else {
+        ACTION_LIST_DIALOG list(provider_list, consumer_list, this, Qt::WindowFlags());
+        listen_to(list);
+        list.exec();
+    }
+}
+
+void DATA_SELECTION_DIALOG::view_actions(const QModelIndex& index)
+{
+    const PROXY* const proxy = proxy_of(index);
+    if (!proxy)
+        return;
+    QSet<ACTION_INTERFACE*> providers;
+    QSet<ACTION_INTERFACE*> consumers;
+    proxy->collect_file_actions(index, providers, consumers);
+    show_action_list(providers, consumers, false);
+}
+
+void DATA_SELECTION_DIALOG::view_raw_data_actions()
+{
+    view_actions(ui.raw_data_files->currentIndex());
+}
+
+void DATA_SELECTION_DIALOG::view_working_data_actions()
+{
+    view_actions(ui.working_data_files->currentIndex());
+}
+
+void DATA_SELECTION_DIALOG::view_retail_build_actions()
+{
+    view_actions(ui.retail_build_files->currentIndex());
+}
+
+void DATA_SELECTION_DIALOG::view_rules(const QModelIndex& index)
+{
+    const PROXY* const proxy = proxy_of(index);
+    const FILE_ENTRY* const file = proxy ? proxy->file_entry(index) : nullptr;
+    if (!file)
+        return;
+    RULE_LIST_DIALOG list(rules_of(*file, session->rule_cache), nullptr, Qt::WindowFlags());
+    if (list.exec() == QDialog::Accepted)
+        run_rule_editor(list.chosen_rule, list.chosen_property);
+}
+
+void DATA_SELECTION_DIALOG::view_raw_data_rules()
+{
+    view_rules(ui.raw_data_files->currentIndex());
+}
+
+void DATA_SELECTION_DIALOG::view_working_data_rules()
+{
+    view_rules(ui.working_data_files->currentIndex());
+}
+
+void DATA_SELECTION_DIALOG::show_filter_dialog()
+{
+    const DATA_SELECTION_FILTER former = filter;
+    FILTER_DIALOG(&filter, this, Qt::WindowFlags()).exec();
+    if (filter != former)
+        apply_filter();
+}
+
+void DATA_SELECTION_DIALOG::perforce()
+{
+    if (!m_perforce_menu) {
+        m_perforce_menu = new QMenu(this);
+        m_perforce_menu->addAction(tr("Check in selected"), this, SLOT(check_in_selected()));
+        m_perforce_menu->addAction(tr("Revert selected"), this, SLOT(revert_selected()));
+        m_perforce_menu->addAction(tr("Select checked-out"), this, SLOT(select_checked_out()));
+    }
+    m_perforce_menu->popup(ui.perforce->mapToGlobal(ui.perforce->rect().bottomLeft()));
+}
+
+void DATA_SELECTION_DIALOG::preferences_editor()
+{
+    session->preferences->exec();
+}
+
+void DATA_SELECTION_DIALOG::rule_editor()
+{
+    run_rule_editor(nullptr, QString());
+}
+
+void DATA_SELECTION_DIALOG::configuration_editor()
+{
+    QStringList names;
+    for (PROCESSOR_INTERFACE* processor : QVector<PROCESSOR_INTERFACE*>(session->processors))
+        names.append(processor->name());
+    run_configuration_editor(names);
+}
+
+void DATA_SELECTION_DIALOG::graph()
+{
+    // Graphviz looks for its own files in the current folder.
+    const QString former = QDir::currentPath();
+    QDir::setCurrent(QCoreApplication::applicationDirPath() + QStringLiteral("/GOX/graphviz"));
+    run_graph_settings();
+    QDir::setCurrent(former);
+}
+
+// Shows the rule editor at that property of that rule, or as it was left.
+void DATA_SELECTION_DIALOG::run_rule_editor(CACHED_RULE*, const QString&)
+{
+    if (session->rule_cache.rules_changed) // the files were judged by rules that no longer hold
+        ui.start_button->setEnabled(false);
+}
+
+void DATA_SELECTION_DIALOG::run_configuration_editor(const QStringList&) {}
+
+void DATA_SELECTION_DIALOG::run_graph_settings() {}

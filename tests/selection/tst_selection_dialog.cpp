@@ -1,0 +1,353 @@
+// The selection dialog over a real session, driven with mouse and keys; what
+// counts is what the actions' selection says afterwards.
+
+#include <QtCore/QSettings>
+#include <QtCore/QTemporaryDir>
+#include <QtGui/QScreen>
+#include <QtTest/QtTest>
+#include <QtWidgets/QAction>
+#include <QtWidgets/QListWidget>
+#include <QtWidgets/QTreeWidget>
+
+#include "contracts/rules/rule_schema.h"
+#include "selection/data_selection_dialog.h"
+#include "selection/data_selection_file_model_filter_proxy.h"
+#include "settings/preferences_editor_dialog.h"
+#include "tests/selection/file_scene.h"
+#include "tests/session/step_scene.h"
+#include "tests/support/dialog_answers.h"
+#include "tests/support/view_clicks.h"
+#include "tests/support/watched_test.h"
+
+using namespace VIEW_CLICKS;
+
+namespace {
+
+// What each action reads and writes; "high" also pulls the jeep along.
+const char* const ACTIONS[][3] = {{"low", "<raw>/models/tank.fbx", "<working>/models/tank.low"},
+                                  {"high", "<raw>/models/tank.fbx", "<working>/models/tank.high"},
+                                  {"jeep", "<raw>/models/jeep.fbx", "<working>/models/jeep.mdl"},
+                                  {"grass", "<raw>/textures/grass.png", "<working>/grass.dds"},
+                                  {"pack", "<raw>/unused.txt", "<retail>/pack.bin"}};
+
+class SCENE : public STEP_SCENE
+{
+public:
+    SCENE()
+    {
+        STEP_PROCESSOR* const processor = add_processor(QStringLiteral("Models"));
+        for (const auto& action : ACTIONS) {
+            processor->add(action[0])->reads.append(action[1]);
+            static_cast<STEP_ACTION*>(processor->actions.last())->writes(action[2]);
+            tree.write(QString(action[1]).replace("<raw>", "raw_data"), "x");
+        }
+        processor->actions[1]->add_dependency(*processor->actions[2], true);
+        tree.write("raw_data/notes.txt", "x");
+        const QByteArray rule("<rules><rule name=\"&lt;b>Format\" inherit=\"true\"><property name=");
+        tree.write("raw_data/rules.gox", rule + "\"Level\">9</property></rule></rules>");
+        tree.write("raw_data/textures/rules.gox", rule + "\"Kind\">BC7</property></rule></rules>");
+        start_up();
+        file("<raw>/unused.txt")->consumers.clear(); // leaves "pack" to the retail tree
+        set_popup(false);
+    }
+
+    void set_popup(bool on)
+    {
+        session->preferences->findChild<QCheckBox*>("setting_actionselection")->setChecked(on);
+    }
+
+    QString selected() const
+    {
+        QStringList names;
+        for (ACTION_INTERFACE* action : session->actions)
+            if (action->selection_count >= 1)
+                names.append(action->display_text(true));
+        return names.join(' ');
+    }
+};
+
+class WINDOW : public DATA_SELECTION_DIALOG
+{
+public:
+    explicit WINDOW(SCENE& scene) : DATA_SELECTION_DIALOG(scene.session, QString(), nullptr, {}), scene(scene)
+    {
+        show();
+        for (QTreeView* tree : findChildren<QTreeView*>())
+            tree->expandAll();
+    }
+
+    QModelIndex row(const QString& name) const { return row_named(*raw_data_proxy, name); }
+
+    void change(const QString& name, bool selected)
+    {
+        for (ACTION_INTERFACE* action : scene.session->actions)
+            if (action->display_text(true) == name)
+                QMetaObject::invokeMethod(this, "action_selection_changed", Q_ARG(ACTION_INTERFACE*, action),
+                                          Q_ARG(bool, selected));
+    }
+
+    SCENE& scene;
+};
+
+void click(QPushButton* button)
+{
+    button->show();
+    QTest::mouseClick(button, Qt::LeftButton);
+}
+
+void press(QWidget* widget, const QVector<Qt::Key>& keys)
+{
+    for (const Qt::Key key : keys)
+        QTest::keyClick(widget, key);
+}
+
+QString entries(const QWidget* menu)
+{
+    QStringList texts;
+    for (const QAction* action : menu->actions())
+        texts.append(action->text());
+    return texts.join(',');
+}
+
+} // namespace
+
+class tst_selection_dialog : public WATCHED_TEST
+{
+    Q_OBJECT
+
+    QTemporaryDir m_settings;
+
+private slots:
+    void init() { QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path()); }
+
+    void check_selects_data()
+    {
+        // Actions selected before, rows marked in this order, the row that is ticked
+        // (none: the space bar instead), actions selected after.
+        const char* const lines[] = {
+            "folder|||models|low high jeep",
+            "file pulls another along|||tank.fbx|low high jeep",
+            "in part becomes whole|low||tank.fbx|low high jeep",
+            "whole is cleared|low high||tank.fbx|",
+            "outside of the marked rows||jeep.fbx|grass.png|grass",
+            "first marked row decides|jeep|jeep.fbx grass.png|grass.png|",
+            "marked the other way round||grass.png jeep.fbx|jeep.fbx|jeep grass",
+            "space bar||grass.png jeep.fbx||jeep grass",
+            "no action, no box||notes.txt|notes.txt|",
+        };
+        add_table({"before", "marked", "ticked", "after"}, lines);
+    }
+
+    void check_selects()
+    {
+        QFETCH(QString, before);
+        QFETCH(QString, marked);
+        QFETCH(QString, ticked);
+        QFETCH(QString, after);
+        SCENE scene;
+        WINDOW window(scene);
+        QTreeView& tree = *window.ui.raw_data_files;
+        QVERIFY(window.focusWidget() == &tree && !window.ui.start_button->isEnabled());
+        for (const QString& name : before.split(' ', Qt::SkipEmptyParts))
+            window.change(name, true);
+        for (const QString& name : marked.split(' ', Qt::SkipEmptyParts))
+            click_row(tree, window.row(name), Qt::ControlModifier);
+        const QItemSelection selection = tree.selectionModel()->selection();
+        QSignalSpy changes(window.raw_data_proxy->sourceModel(),
+                           SIGNAL(dataChanged(QModelIndex, QModelIndex)));
+        window.raw_data_proxy->refresh();
+        const int once = changes.size(); // one a folder
+        if (ticked.isEmpty())
+            press(&tree, {Qt::Key_Space});
+        else
+            click_box(tree, window.row(ticked));
+        QCOMPARE(scene.selected(), after);
+        QCOMPARE(changes.size(), ticked == "notes.txt" ? once : 2 * once);
+        QCOMPARE(window.ui.start_button->isEnabled(), !after.isEmpty());
+        if (ticked.isEmpty() || !marked.contains(ticked)) // a click on a marked row unmarks the others
+            QCOMPARE(tree.selectionModel()->selection(), selection);
+    }
+
+    void popup_changes_the_selection()
+    {
+        SCENE scene;
+        scene.set_popup(true);
+        WINDOW window(scene);
+        click_box(*window.ui.raw_data_files, window.row("grass.png"));
+        QVERIFY(!QApplication::activePopupWidget()); // one action is no choice
+        QCOMPARE(scene.selected(), QString("grass"));
+        click_box(*window.ui.raw_data_files, window.row("tank.fbx"));
+        const QPointer<QWidget> popup = QApplication::activePopupWidget();
+        QVERIFY(popup && (popup->pos() - QCursor::pos()).manhattanLength() <= 4); // the platform adds a frame
+        QCOMPARE(scene.selected(), QString("grass"));
+        QListWidget* const consumers = popup->findChild<QListWidget*>("consumer_list");
+        QCOMPARE(popup->focusWidget(), consumers); // there is nothing in the other list
+        click_box(*consumers, consumers->model()->index(1, 0));
+        QCOMPARE(scene.selected(), QString("low grass"));
+        QCOMPARE(window.row("tank.fbx").data(Qt::CheckStateRole).toInt(), int(Qt::PartiallyChecked));
+        press(consumers, {Qt::Key_Escape});
+        QVERIFY(popup && !popup->isVisible());
+    }
+
+    void start_follows_the_choice()
+    {
+        SCENE scene;
+        WINDOW window(scene);
+        window.change("high", true);
+        window.change("jeep", true);
+        window.change("high", false);
+        QCOMPARE(scene.selected(), QString("jeep")); // still held once
+        QCOMPARE(window.chosen_actions.size(), 1);
+        QVERIFY(window.ui.start_button->isEnabled());
+        for (const bool rules_changed : {true, false}) {
+            scene.session->rule_cache.rules_changed = rules_changed;
+            window.change("grass", rules_changed);
+            press(window.ui.raw_data_files, {Qt::Key_Return});
+            QCOMPARE(window.isVisible(), rules_changed);
+        }
+        QCOMPARE(window.result(), int(QDialog::Accepted));
+    }
+
+    void start_asks_for_missing_files()
+    {
+        for (const QString& answer : {QString(), QString("reject_button"), QString("accept_button")}) {
+            SCENE scene;
+            QByteArray words[] = {"gox", "--offline"};
+            char* arguments[] = {words[0].data(), words[1].data()};
+            QStringList errors;
+            scene.options.initialise(answer.isEmpty() ? 2 : 1, arguments, errors);
+            scene.configuration.get_latest = answer.isEmpty(); // then there is nothing to ask
+            scene.configuration.retail = !answer.isEmpty();
+            for (const char* missing : {"<raw>/textures/grass.png", "<raw>/models/jeep.fbx"}) {
+                scene.file(missing)->p4_state = FILE_STATE_ADDED;
+                scene.file(missing)->local_state = FILE_STATE_NO_CHANGE;
+            }
+            WINDOW window(scene);
+            window.change("grass", true); // nobody wants the jeep, which is missing too
+            DIALOG_ANSWERS answers;
+            QString shown;
+            if (!answer.isEmpty())
+                answers.answer_with([&](QDialog* dialog) {
+                    const QListWidget* const list = dialog->findChild<QListWidget*>();
+                    shown = list->count() == 1 ? list->item(0)->text() : QString("several");
+                    click(dialog->findChild<QPushButton*>(answer));
+                });
+            QCOMPARE(window.ui.get_latest_checkbox->isEnabled(), !answer.isEmpty());
+            QCOMPARE(window.ui.perforce->isEnabled(), !answer.isEmpty());
+            QCOMPARE(window.ui.retail_build_files->isHidden(), answer.isEmpty());
+            QCOMPARE(window.raw_data_proxy->get_latest, answer.isEmpty());
+            click(window.ui.start_button);
+            QVERIFY(window.result() == QDialog::Accepted && answers.unexpected == 0);
+            QCOMPARE(shown, answer.isEmpty() ? QString() : scene.tree.path("raw_data/textures/grass.png"));
+        }
+    }
+
+    void select_all_and_filter()
+    {
+        SCENE scene;
+        WINDOW window(scene);
+        DIALOG_ANSWERS answers;
+        for (const Qt::Key key : {Qt::Key_Home, Qt::Key_Down}) { // no filter, then one that hides all files
+            answers.answer_with([key](QDialog* dialog) {
+                press(dialog->findChild<QComboBox*>("mode_combobox"), {key});
+                dialog->reject();
+            });
+            click(window.ui.pushButton_2);
+            QCOMPARE(scene.selected(), QString());
+            QCOMPARE(window.retail_build_proxy->filter.mode, key == Qt::Key_Down ? 1 : 0);
+            click(window.ui.pushButton);
+            QCOMPARE(scene.selected(), QString("low high jeep grass")); // not what only retail files lead to
+        }
+        click(window.ui.pushButton_3);
+        QVERIFY(scene.selected().isEmpty() && !window.ui.start_button->isEnabled());
+    }
+
+    void rules_of_a_file()
+    {
+        RULE_SCHEMA::register_schema("<b>Format", QString(), {{"Kind", {}}, {"Level", {}}, {"Unset", {}}});
+        SCENE scene;
+        WINDOW window(scene);
+        DIALOG_ANSWERS answers;
+        QStringList rows;
+        answers.answer_with([&](QDialog* dialog) {
+            QTreeWidget* const tree = dialog->findChild<QTreeWidget*>("rules");
+            for (QTreeWidgetItemIterator item(tree); *item; ++item)
+                rows.append(QStringList{(*item)->text(0), (*item)->text(1), (*item)->text(2)}.join('|'));
+            tree->setCurrentItem(tree->topLevelItem(0));
+            press(tree, {Qt::Key_Return}); // the rule itself leads nowhere
+            QVERIFY(dialog->isVisible());
+            const QPoint property = tree->visualItemRect(tree->topLevelItem(0)->child(0)).center();
+            QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, property);
+            QTest::mouseDClick(tree->viewport(), Qt::LeftButton, {}, property);
+        });
+        for (const char* name : {"grass.png", "textures"}) { // a folder has no rules to show
+            window.ui.raw_data_files->setCurrentIndex(window.row(name));
+            window.ui.view_raw_data_rules->trigger(); // there is no editor to go on to
+        }
+        QCOMPARE(rows, QStringList({"<b>Format||", "Kind|BC7|<raw>/textures", "Level|9|<raw>"}));
+        QVERIFY(answers.texts == QStringList{"GOX - Rules"} && answers.unexpected == 0);
+    }
+
+    void menus()
+    {
+        SCENE scene;
+        WINDOW window(scene);
+        window.ui.select_files_only_working->trigger(); // no current row
+        window.ui.view_retail_build_actions->trigger();
+        QCOMPARE(entries(window.ui.retail_build_files), QString("View actions"));
+        QTreeView& tree = *window.ui.raw_data_files;
+        tree.setCurrentIndex(window.row("grass.png"));
+        DIALOG_ANSWERS answers;
+        answers.answer_with([](QDialog* dialog) {
+            QListWidget* const list = dialog->findChild<QListWidget*>("consumer_list");
+            click_box(*list, list->model()->index(0, 0));
+            dialog->reject();
+        });
+        QTimer::singleShot(0, &tree, [] {
+            QWidget* const menu = QApplication::activePopupWidget();
+            QCOMPARE(entries(menu), QString("View rules,View actions,Select files only"));
+            press(menu, {Qt::Key_Down, Qt::Key_Down, Qt::Key_Return});
+        });
+        QContextMenuEvent menu_key(QContextMenuEvent::Keyboard,
+                                   tree.visualRect(tree.currentIndex()).center());
+        QApplication::sendEvent(&tree, &menu_key);
+        QCOMPARE(scene.selected(), QString("grass"));
+        window.ui.select_files_only_raw->trigger();
+        QCOMPARE(scene.selected(), QString());
+        window.change("grass", true);
+
+        click(window.ui.perforce);
+        QWidget* const menu = QApplication::activePopupWidget();
+        QCOMPARE(entries(menu), QString("Check in selected,Revert selected,Select checked-out"));
+        answers.press_default();
+        press(menu, {Qt::Key_Up, Qt::Key_Return});
+        QCOMPARE(answers.texts, QStringList({"GOX", "Files selected."}));
+        QCOMPARE(scene.selected(), QString());
+    }
+
+    void geometry()
+    {
+        SCENE scene;
+        QSettings store("The Ferrule Works", "GOX");
+        QWidget far_away;
+        far_away.setGeometry(30000, 30000, 9000, 9000);
+        for (const QVariant& stored :
+             {QVariant(), QVariant(QStringList{"no", "bytes"}),
+              QVariant(QByteArray("\x01\xd9\xd0\xcb\x00\x07", 6)), QVariant(far_away.saveGeometry())}) {
+            store.setValue("DataSelectionGeometry", stored);
+            WINDOW window(scene);
+            const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+            QVERIFY(screen.intersects(window.geometry()) && window.width() <= screen.width());
+            window.setGeometry(40, 50, 610, 420);
+            window.accept();
+            QCOMPARE(store.value("DataSelectionGeometry"), stored);
+            window.show();
+            window.close();
+            QCOMPARE(window.result(), int(QDialog::Rejected));
+            QCOMPARE(WINDOW(scene).geometry(), QRect(40, 50, 610, 420));
+        }
+    }
+};
+
+QTEST_MAIN(tst_selection_dialog)
+#include "tst_selection_dialog.moc"
