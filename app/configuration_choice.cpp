@@ -3,10 +3,10 @@
 #include <QtCore/QDirIterator>
 #include <QtCore/QFile>
 #include <QtWidgets/QInputDialog>
-#include <QtWidgets/QMessageBox>
 
 #include "contracts/configuration/configuration.h"
 #include "contracts/services/command_line_options.h"
+#include "contracts/services/plain_message_box.h"
 
 namespace {
 
@@ -43,8 +43,8 @@ void check_options(const COMMAND_LINE_OPTIONS& options)
     const QMap<QString, QString>& all = options.get_all();
     for (auto option = all.cbegin(); option != all.cend(); ++option) {
         if (is_option(option.key(), "configuration") && option.value().isEmpty())
-            QMessageBox::warning(nullptr, QStringLiteral("GOX"),
-                                 "Missing value for parameter '" + option.key() + "'!", QMessageBox::Ok);
+            show_plain_box(QMessageBox::Warning, nullptr,
+                           "Missing value for parameter '" + option.key() + "'!");
         if (is_option(option.key(), "handle_crash"))
             QFile::remove(QStringLiteral("call_stack.txt"));
     }

@@ -4,7 +4,6 @@
 
 #include <QtCore/QTextCodec>
 #include <QtWidgets/QApplication>
-#include <QtWidgets/QMessageBox>
 
 #include <csignal>
 #include <cstdio>
@@ -24,6 +23,7 @@
 #include "contracts/services/command_line_options.h"
 #include "contracts/services/fw_message_box.h"
 #include "contracts/services/p4_connection.h"
+#include "contracts/services/plain_message_box.h"
 #include "contracts/services/progress_widget.h"
 #include "contracts/services/tallyline_context.h"
 #include "contracts/services/thread_manager.h"
@@ -122,7 +122,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     else if (is_unattended(options))
         new UNATTENDED_BOXES(UNATTENDED_BOXES::MESSAGE_BOXES, &application);
     if (!option_errors.isEmpty())
-        QMessageBox::warning(nullptr, QStringLiteral("GOX"), option_errors.join('\n'), QMessageBox::Ok);
+        show_plain_box(QMessageBox::Warning, nullptr, option_errors.join('\n'));
     check_options(options);
 
     QString configuration_name = configuration_name_of(options);
@@ -137,8 +137,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     QString load_error;
     if (!configuration.load(configuration_file(configuration_name), load_error) &&
         configuration_name != QLatin1String("default")) {
-        QMessageBox::critical(nullptr, QStringLiteral("GOX"), "Failed to load configuration!\n" + load_error,
-                              QMessageBox::Ok);
+        show_plain_box(QMessageBox::Critical, nullptr, "Failed to load configuration!\n" + load_error);
         terminate_process(1);
     }
     if (configuration.silent || !has_display)

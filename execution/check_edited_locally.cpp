@@ -1,10 +1,10 @@
 // Two checks that hosts of the session can ask for; no step of a run does.
 
 #include <QtCore/QTextStream>
-#include <QtWidgets/QMessageBox>
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/paths/paths.h"
+#include "contracts/services/plain_message_box.h"
 #include "session/build_session.h"
 #include "session/run_report.h"
 
@@ -52,7 +52,7 @@ bool BUILD_SESSION::check_edited_locally(const QSet<ACTION_INTERFACE*>& of_actio
         if (is_unattended())
             RUN_REPORT::error(text);
         else
-            QMessageBox::warning(nullptr, QStringLiteral("GOX"), text, QMessageBox::Ok);
+            show_plain_box(QMessageBox::Warning, nullptr, text);
     }
     return true;
 }

@@ -12,6 +12,7 @@
 #include "selection/data_selection_file_model_filter_proxy.h"
 #include "selection/filter_dialog.h"
 #include "session/build_session.h"
+#include "settings/configuration_editor_dialog.h"
 #include "settings/preferences_editor_dialog.h"
 
 namespace {
@@ -169,6 +170,12 @@ void DATA_SELECTION_DIALOG::run_rule_editor(CACHED_RULE*, const QString&)
         ui.start_button->setEnabled(false);
 }
 
-void DATA_SELECTION_DIALOG::run_configuration_editor(const QStringList&) {}
+void DATA_SELECTION_DIALOG::run_configuration_editor(const QStringList& processor_names)
+{
+    if (!configuration_editor_dialog)
+        configuration_editor_dialog =
+            new CONFIGURATION_EDITOR_DIALOG(*session->configuration, processor_names, this);
+    configuration_editor_dialog->exec();
+}
 
 void DATA_SELECTION_DIALOG::run_graph_settings() {}

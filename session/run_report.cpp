@@ -1,8 +1,8 @@
 #include "session/run_report.h"
 
-#include <QtWidgets/QMessageBox>
-
 #include <cstdio>
+
+#include "contracts/services/plain_message_box.h"
 
 #ifdef Q_OS_UNIX
 #include <sys/stat.h>
@@ -70,5 +70,5 @@ void show_error_box(const QString& text, bool hidden)
     if (hidden)
         RUN_REPORT::error(text);
     else
-        QMessageBox::critical(nullptr, QStringLiteral("GOX"), text, QMessageBox::Ok);
+        show_plain_box(QMessageBox::Critical, nullptr, text);
 }

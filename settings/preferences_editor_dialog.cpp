@@ -2,9 +2,10 @@
 
 #include <QtCore/QSettings>
 #include <QtGui/QCloseEvent>
-#include <QtWidgets/QMessageBox>
 
 #include <algorithm>
+
+#include "contracts/services/plain_message_box.h"
 
 namespace {
 
@@ -54,8 +55,13 @@ void PREFERENCES_EDITOR_DIALOG::save()
         store.setValue(KEY_SOURCE_TO_GOX, ui.source_to_gox->isChecked());
         store.setValue(KEY_GET_LATEST_DATABASE, ui.setting_getlatestdatabase->currentIndex());
     }
-    QMessageBox::information(this, QStringLiteral("GOX"), tr("Preferences have been saved."),
-                             QMessageBox::Ok);
+    show_plain_box(QMessageBox::Information, this, tr("Preferences have been saved."));
+    close();
+}
+
+// Escape ends a dialog without a close event.
+void PREFERENCES_EDITOR_DIALOG::reject()
+{
     close();
 }
 

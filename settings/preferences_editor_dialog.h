@@ -19,6 +19,8 @@ public:
     /// is open, this is what it shows.
     bool show_action_selection_popup() const;
 
+    void reject() override; ///< closes, so that Escape drops the changes too
+
 public slots:
     void save(); ///< stores the preferences, says so and closes
 

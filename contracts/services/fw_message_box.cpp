@@ -3,10 +3,11 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QThread>
 #include <QtWidgets/QApplication>
-#include <QtWidgets/QMessageBox>
 
 #include <csignal>
 #include <cstdio>
+
+#include "contracts/services/plain_message_box.h"
 
 FW::MESSAGE_BOX_HOOK FW::fw_message_box_hook = nullptr;
 
@@ -41,7 +42,7 @@ void FW::raise_message_box(const QString& text, bool is_assertion)
     }
     if (show_box) {
         if (can_show_boxes())
-            QMessageBox::critical(nullptr, QStringLiteral("GOX"), text, QMessageBox::Ok);
+            show_plain_box(QMessageBox::Critical, nullptr, text);
         else
             write_to_standard_error(text);
     }

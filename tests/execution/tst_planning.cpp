@@ -6,7 +6,6 @@
 #include <memory>
 #include <random>
 
-#include "contracts/actions/action_interface.h"
 #include "execution/duration_text.h"
 #include "execution/order_by_level.h"
 #include "execution/place_groups.h"
@@ -14,19 +13,10 @@
 #include "execution/raise_levels.h"
 #include "execution/sequence.h"
 #include "tests/execution/plain_plan.h"
+#include "tests/support/idle_action.h"
+#include "tests/support/rows.h"
 
 namespace {
-
-class IDLE_ACTION : public ACTION_INTERFACE
-{
-public:
-    QString display_text(bool) override { return QString(); }
-    void collect_files(QVector<LOGICAL_PATH>&, QVector<ACTION_TARGET>&, QDateTime&,
-                       LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override
-    {
-    }
-    int execute(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override { return ACTION_SUCCEEDED; }
-};
 
 // The same actions twice, for the planner and for the plain procedure.
 class TWIN_ACTIONS
@@ -98,6 +88,11 @@ int below(RANDOM& random, int end)
     return end > 0 ? int(random() % unsigned(end)) : 0;
 }
 
+using RANDOM_PLANS =
+    ROWS<int, int, int, int, int>; // size, rounds, edges_per_action, percent_backward, groups
+
+using GROUPS = ROWS<QVector<int>, QVector<int>, QVector<int>>; // groups, dependency, expected
+
 } // namespace
 
 class TST_PLANNING : public QObject
@@ -105,195 +100,150 @@ class TST_PLANNING : public QObject
     Q_OBJECT
 
 private slots:
-    void plan_equals_plain_procedure_data();
-    void plan_equals_plain_procedure();
-    void closure_leaves_out_the_action_itself();
-    void order_of_equal_levels();
-    void groups_by_hand_data();
-    void groups_by_hand();
-    void sequence_stands_many_moves_to_one_place();
-    void durations_data();
-    void durations();
-};
-
-void TST_PLANNING::plan_equals_plain_procedure_data()
-{
-    QTest::addColumn<int>("size");
-    QTest::addColumn<int>("rounds");
-    QTest::addColumn<int>("edges_per_action"); // in tenths
-    QTest::addColumn<int>("percent_backward"); // edges that may close a cycle
-    QTest::addColumn<int>("groups");
-    QTest::newRow("few actions") << 6 << 3000 << 10 << 0 << 2;
-    QTest::newRow("few actions with cycles") << 6 << 3000 << 13 << 40 << 3;
-    QTest::newRow("many levels") << 40 << 400 << 15 << 0 << 6;
-    QTest::newRow("many groups, consumers first") << 60 << 300 << 8 << 100 << 14;
-    QTest::newRow("cycles and groups") << 40 << 600 << 9 << 25 << 6;
-    QTest::newRow("hardly any dependency") << 80 << 100 << 2 << 10 << 10;
-    QTest::newRow("large") << 300 << 15 << 12 << 2 << 40;
-}
-
-void TST_PLANNING::plan_equals_plain_procedure()
-{
-    QFETCH(int, size);
-    QFETCH(int, rounds);
-    QFETCH(int, edges_per_action);
-    QFETCH(int, percent_backward);
-    QFETCH(int, groups);
-    RANDOM random(20);
-    int compared = 0;
-    for (int round = 0; round < rounds; ++round) {
-        TWIN_ACTIONS actions(size);
-        for (int edge = 0; edge < size * edges_per_action / 10; ++edge) {
-            const int a = below(random, size);
-            const int b = below(random, size);
-            const bool backward = below(random, 100) < percent_backward;
-            actions.depend(backward ? std::min(a, b) : std::max(a, b),
-                           backward ? std::max(a, b) : std::min(a, b));
-        }
-        for (int i = 0; i < size; ++i)
-            actions.set_group(i,
-                              below(random, 2) ? below(random, groups + 2) : 0); // one number is out of range
-        // Three passes: levels and closures of the earlier ones stay.
-        for (int pass = 0; pass < 3; ++pass) {
-            for (int i = 0; i < size; ++i)
-                actions.select(i, pass == 0 ? below(random, 4) > 0 : below(random, 2) > 0);
-            QVector<int> quick;
-            QVector<int> expected;
-            actions.plan(groups + 1, quick, expected);
-            if (expected.isEmpty() && !quick.isEmpty())
-                break; // without an end; it is enough that the planner has one
-            ++compared;
-            QVERIFY2(quick == expected, qPrintable(QStringLiteral("round %1, pass %2").arg(round).arg(pass)));
-            for (int i = 0; i < size; ++i)
-                QCOMPARE(actions.real[i]->order_level, actions.plain[i]->order_level);
-        }
+    void plan_equals_plain_procedure_data()
+    {
+        const RANDOM_PLANS row;
+        row("few actions", 6, 3000, 10, 0, 2);
+        row("few actions with cycles", 6, 3000, 13, 40, 3);
+        row("many levels", 40, 400, 15, 0, 6);
+        row("many groups, consumers first", 60, 300, 8, 100, 14);
+        row("cycles and groups", 40, 600, 9, 25, 6);
+        row("hardly any dependency", 80, 100, 2, 10, 10);
+        row("large", 300, 15, 12, 2, 40);
     }
-    QVERIFY2(compared > rounds, qPrintable(QString::number(compared)));
-}
 
-void TST_PLANNING::closure_leaves_out_the_action_itself()
-{
-    TWIN_ACTIONS actions(4); // 0 and 1 depend on each other, 2 on 0 by way of the unselected 3
-    actions.depend(0, 1);
-    actions.depend(1, 0);
-    actions.depend(2, 3);
-    actions.depend(3, 0);
-    for (const int i : {0, 1, 2})
-        actions.select(i, true);
-    PLANNED_ACTIONS planned(actions.real);
-    const auto names = [&](int i) {
-        QList<int> numbers;
-        for (ACTION_INTERFACE* d : actions.real[i]->all_dependencies)
-            numbers.append(actions.real.indexOf(d));
-        std::sort(numbers.begin(), numbers.end());
-        return numbers;
-    };
-    QCOMPARE(names(0), QList<int>({1}));
-    QCOMPARE(names(1), QList<int>({0}));
-    QCOMPARE(names(2), QList<int>({0, 1, 3}));
-    QCOMPARE(names(3), QList<int>()); // not selected, so not worked out
-}
+    void plan_equals_plain_procedure()
+    {
+        const auto [size, rounds, edges_per_action, percent_backward, groups] = RANDOM_PLANS::values();
+        RANDOM random(20);
+        int compared = 0;
+        for (int round = 0; round < rounds; ++round) {
+            TWIN_ACTIONS actions(size);
+            for (int edge = 0; edge < size * edges_per_action / 10; ++edge) {
+                const int a = below(random, size);
+                const int b = below(random, size);
+                const bool backward = below(random, 100) < percent_backward;
+                actions.depend(backward ? std::min(a, b) : std::max(a, b),
+                               backward ? std::max(a, b) : std::min(a, b));
+            }
+            for (int i = 0; i < size; ++i)
+                actions.set_group(i, below(random, 2) ? below(random, groups + 2)
+                                                      : 0); // one number is out of range
+            // Three passes: levels and closures of the earlier ones stay.
+            for (int pass = 0; pass < 3; ++pass) {
+                for (int i = 0; i < size; ++i)
+                    actions.select(i, pass == 0 ? below(random, 4) > 0 : below(random, 2) > 0);
+                QVector<int> quick;
+                QVector<int> expected;
+                actions.plan(groups + 1, quick, expected);
+                if (expected.isEmpty() && !quick.isEmpty())
+                    break; // without an end; it is enough that the planner has one
+                ++compared;
+                QVERIFY2(quick == expected,
+                         qPrintable(QStringLiteral("round %1, pass %2").arg(round).arg(pass)));
+                for (int i = 0; i < size; ++i)
+                    QCOMPARE(actions.real[i]->order_level, actions.plain[i]->order_level);
+            }
+        }
+        QVERIFY2(compared > rounds, qPrintable(QString::number(compared)));
+    }
 
-void TST_PLANNING::order_of_equal_levels()
-{
-    RANDOM random(7);
-    for (int round = 0; round < 2000; ++round) {
-        FW::VECTOR<int> levels(std::size_t(below(random, 60)));
-        const int distinct = 1 + below(random, 12);
-        for (int& level : levels)
-            level = below(random, distinct) * 3 - 4;
-        FW::VECTOR<int> expected(levels.size());
+    void closure_leaves_out_the_action_itself()
+    {
+        TWIN_ACTIONS actions(4); // 0 and 1 depend on each other, 2 on 0 by way of the unselected 3
+        actions.depend(0, 1);
+        actions.depend(1, 0);
+        actions.depend(2, 3);
+        actions.depend(3, 0);
+        for (const int i : {0, 1, 2})
+            actions.select(i, true);
+        PLANNED_ACTIONS planned(actions.real);
+        const auto names = [&](int i) {
+            QList<int> numbers;
+            for (ACTION_INTERFACE* d : actions.real[i]->all_dependencies)
+                numbers.append(actions.real.indexOf(d));
+            std::sort(numbers.begin(), numbers.end());
+            return numbers;
+        };
+        QCOMPARE(names(0), QList<int>({1}));
+        QCOMPARE(names(1), QList<int>({0}));
+        QCOMPARE(names(2), QList<int>({0, 1, 3}));
+        QCOMPARE(names(3), QList<int>()); // not selected, so not worked out
+    }
+
+    void order_of_equal_levels()
+    {
+        // An element is carried past its equals.
+        QCOMPARE(order_by_level({1, 1, 0}), FW::VECTOR<int>({2, 1, 0}));
+    }
+
+    void groups_by_hand_data()
+    {
+        const GROUPS row;
+        row("members come together, others keep their order", {0, 0, 1, 0, 0, 1, 0}, QVector<int>(7, -1),
+            {0, 1, 2, 5, 3, 4, 6});
+        row("a dependency right ahead holds a member", {1, 0, 1}, {-1, -1, 1}, {1, 0, 2});
+        row("held from both sides", {1, 0, 0, 1}, {-1, 0, 1, 2}, {0, 1, 2, 3});
+        row("a later group splits an earlier one", {2, 1, 1, 2}, {-1, -1, -1, 1}, {1, 0, 3, 2});
+        row("a group of one", {0, 1, 0}, QVector<int>(3, -1), {0, 1, 2});
+    }
+
+    void groups_by_hand()
+    {
+        const auto [groups, dependency, expected] = GROUPS::values();
+        TWIN_ACTIONS actions(groups.size());
+        for (int i = 0; i < groups.size(); ++i) {
+            actions.select(i, true);
+            actions.set_group(i, groups[i]);
+            if (dependency[i] >= 0)
+                actions.depend(i, dependency[i]);
+        }
+        QVector<int> quick;
+        QVector<int> plain;
+        actions.plan(10, quick, plain);
+        QCOMPARE(quick, expected);
+        QCOMPARE(plain, expected);
+    }
+
+    void sequence_stands_many_moves_to_one_place()
+    {
+        FW::VECTOR<int> expected(3000);
         for (std::size_t i = 0; i < expected.size(); ++i)
             expected[i] = int(i);
-        for (std::size_t i = 0; i < expected.size(); ++i)
-            for (std::size_t j = i + 1; j < expected.size(); ++j)
-                if (levels[std::size_t(expected[i])] > levels[std::size_t(expected[j])])
-                    std::swap(expected[i], expected[j]);
-        QCOMPARE(order_by_level(levels), expected);
+        SEQUENCE sequence(expected);
+        RANDOM random(3);
+        for (int move = 0; move < 6000; ++move) {
+            const int element = 1 + below(random, 2999);
+            const bool to_front = move % 3 == 0;
+            const int other = to_front ? sequence.END : move % 7 == 0 ? below(random, 3000) : 0;
+            if (other == element)
+                continue;
+            expected.erase(std::find(expected.begin(), expected.end(), element));
+            expected.insert(to_front ? expected.begin()
+                                     : std::find(expected.begin(), expected.end(), other) + 1,
+                            element);
+            sequence.move_behind(element, other);
+        }
+        QCOMPARE(sequence.to_vector(), expected);
+        for (std::size_t i = 1; i < expected.size(); ++i)
+            QVERIFY(sequence.comes_before(expected[i - 1], expected[i]));
     }
-    // An element is carried past its equals.
-    QCOMPARE(order_by_level({1, 1, 0}), FW::VECTOR<int>({2, 1, 0}));
-}
 
-void TST_PLANNING::groups_by_hand_data()
-{
-    QTest::addColumn<QVector<int>>("groups");
-    QTest::addColumn<QVector<int>>("dependency"); // of each action, -1 for none
-    QTest::addColumn<QVector<int>>("expected");
-    QTest::newRow("members come together, others keep their order")
-        << QVector<int>{0, 0, 1, 0, 0, 1, 0} << QVector<int>(7, -1) << QVector<int>{0, 1, 2, 5, 3, 4, 6};
-    QTest::newRow("a dependency right ahead holds a member")
-        << QVector<int>{1, 0, 1} << QVector<int>{-1, -1, 1} << QVector<int>{1, 0, 2};
-    QTest::newRow("held from both sides")
-        << QVector<int>{1, 0, 0, 1} << QVector<int>{-1, 0, 1, 2} << QVector<int>{0, 1, 2, 3};
-    QTest::newRow("a later group splits an earlier one")
-        << QVector<int>{2, 1, 1, 2} << QVector<int>{-1, -1, -1, 1} << QVector<int>{1, 0, 3, 2};
-    QTest::newRow("a group of one") << QVector<int>{0, 1, 0} << QVector<int>(3, -1) << QVector<int>{0, 1, 2};
-}
-
-void TST_PLANNING::groups_by_hand()
-{
-    QFETCH(QVector<int>, groups);
-    QFETCH(QVector<int>, dependency);
-    QFETCH(QVector<int>, expected);
-    TWIN_ACTIONS actions(groups.size());
-    for (int i = 0; i < groups.size(); ++i) {
-        actions.select(i, true);
-        actions.set_group(i, groups[i]);
-        if (dependency[i] >= 0)
-            actions.depend(i, dependency[i]);
+    void durations()
+    {
+        const std::pair<int, const char*> rows[] = {{0, "0 msec(s)"},
+                                                    {999, "999 msec(s)"},
+                                                    {1000, "1 sec(s)"},
+                                                    {59999, "59 sec(s)"},
+                                                    {60000, "1 min(s)"},
+                                                    {3599999, "59 min(s)"},
+                                                    {3600000, "1 hr(s) %2 min(s)"},
+                                                    {39780000, " 11 hr(s) %2 min(s)"}};
+        for (const auto& [milliseconds, text] : rows)
+            QCOMPARE(duration_text(milliseconds), QString(text));
+        QCOMPARE(duration_text(5400000), QString(29, ' ') + "1 hr(s) %2 min(s)");
     }
-    QVector<int> quick;
-    QVector<int> plain;
-    actions.plan(10, quick, plain);
-    QCOMPARE(quick, expected);
-    QCOMPARE(plain, expected);
-}
-
-void TST_PLANNING::sequence_stands_many_moves_to_one_place()
-{
-    FW::VECTOR<int> expected(3000);
-    for (std::size_t i = 0; i < expected.size(); ++i)
-        expected[i] = int(i);
-    SEQUENCE sequence(expected);
-    RANDOM random(3);
-    for (int move = 0; move < 6000; ++move) {
-        const int element = 1 + below(random, 2999);
-        const bool to_front = move % 3 == 0;
-        const int other = to_front ? sequence.END : move % 7 == 0 ? below(random, 3000) : 0;
-        if (other == element)
-            continue;
-        expected.erase(std::find(expected.begin(), expected.end(), element));
-        expected.insert(to_front ? expected.begin() : std::find(expected.begin(), expected.end(), other) + 1,
-                        element);
-        sequence.move_behind(element, other);
-    }
-    QCOMPARE(sequence.to_vector(), expected);
-    for (std::size_t i = 1; i < expected.size(); ++i)
-        QVERIFY(sequence.comes_before(expected[i - 1], expected[i]));
-}
-
-void TST_PLANNING::durations_data()
-{
-    QTest::addColumn<int>("milliseconds");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("none") << 0 << "0 msec(s)";
-    QTest::newRow("last millisecond") << 999 << "999 msec(s)";
-    QTest::newRow("first second") << 1000 << "1 sec(s)";
-    QTest::newRow("last second") << 59999 << "59 sec(s)";
-    QTest::newRow("first minute") << 60000 << "1 min(s)";
-    QTest::newRow("last minute") << 3599999 << "59 min(s)";
-    QTest::newRow("an hour") << 3600000 << "1 hr(s) %2 min(s)";
-    QTest::newRow("an hour and a half") << 5400000 << QString(29, ' ') + "1 hr(s) %2 min(s)";
-    QTest::newRow("eleven hours and three minutes") << 39780000 << " 11 hr(s) %2 min(s)";
-}
-
-void TST_PLANNING::durations()
-{
-    QFETCH(int, milliseconds);
-    QFETCH(QString, text);
-    QCOMPARE(duration_text(milliseconds), text);
-}
+};
 
 QTEST_GUILESS_MAIN(TST_PLANNING)
 #include "tst_planning.moc"

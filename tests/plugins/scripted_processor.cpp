@@ -1,31 +1,59 @@
 #include "tests/plugins/scripted_processor.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
+#include <QtCore/QMap>
+#include <QtCore/QMutex>
+#include <QtCore/QSharedPointer>
 #include <QtCore/QThread>
 
+#include <atomic>
 #include <cstdio>
 
+#include "contracts/actions/action_interface.h"
 #include "contracts/paths/paths.h"
+#include "contracts/rules/rule_cache.h"
 #include "contracts/services/fw_message_box.h"
-#include "tests/plugins/scripted_action.h"
+#include "session/file_entry.h"
 
 namespace {
 
-SCRIPT script_of_errors(const QStringList& errors)
-{
-    SCRIPT_ACTION action;
-    action.name = QStringLiteral("errors");
-    action.long_name = action.name;
-    action.preset_errors = errors;
-    SCRIPT_PROCESSOR processor;
-    processor.name = QStringLiteral("script");
-    processor.actions.append(action);
-    SCRIPT script;
-    script.processors.append(processor);
-    return script;
-}
+using FILE_MAP = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>;
 
-} // namespace
+// What the processors and actions of one script share. Lives as long as any of
+// them.
+class SCRIPTED_RUN
+{
+public:
+    SCRIPTED_RUN(const SCRIPT& script, const QString& folder)
+    {
+        if (script.trace.isEmpty())
+            return;
+        m_trace.setFileName(folder + '/' + script.trace);
+        if (!m_trace.open(QIODevice::WriteOnly))
+            std::fprintf(stderr, "%s: %s\n", qPrintable(m_trace.fileName()),
+                         qPrintable(m_trace.errorString()));
+    }
+
+    // Any thread.
+    void trace(const char* call, const QString& name)
+    {
+        const QMutexLocker lock(&m_mutex);
+        if (!m_trace.isOpen())
+            return;
+        const bool is_main = QThread::currentThread() == QCoreApplication::instance()->thread();
+        m_trace.write(QByteArray(is_main ? "main " : "build ") + call + ' ' + name.toUtf8() + '\n');
+        m_trace.flush(); // the process may end at any moment, without a farewell
+    }
+
+    QMap<QString, ACTION_INTERFACE*> actions; // by name, as they come to life
+    QMap<QString, int> groups;                // label to number
+
+private:
+    QMutex m_mutex;
+    QFile m_trace;
+};
 
 PHYSICAL_PATH scripted_place(const QString& path)
 {
@@ -37,87 +65,244 @@ PHYSICAL_PATH scripted_place(const QString& path)
     return PHYSICAL_PATH(roots.isEmpty() ? path : roots.last() + '/' + path.section('/', 1));
 }
 
-SCRIPTED_RUN::SCRIPTED_RUN(const SCRIPT& the_script, const QString& folder) : script(the_script)
+class SCRIPTED_ACTION : public ACTION_INTERFACE
 {
-    if (script.trace.isEmpty())
-        return;
-    m_trace.setFileName(folder + '/' + script.trace);
-    if (!m_trace.open(QIODevice::WriteOnly))
-        std::fprintf(stderr, "%s: %s\n", qPrintable(m_trace.fileName()), qPrintable(m_trace.errorString()));
-}
-
-void SCRIPTED_RUN::trace(const char* call, const QString& name)
-{
-    const QMutexLocker lock(&m_mutex);
-    if (!m_trace.isOpen())
-        return;
-    const bool is_main = QThread::currentThread() == QCoreApplication::instance()->thread();
-    m_trace.write(QByteArray(is_main ? "main " : "build ") + call + ' ' + name.toUtf8() + '\n');
-    m_trace.flush(); // the process may end at any moment, without a farewell
-}
-
-SCRIPTED_PROCESSOR::SCRIPTED_PROCESSOR(const SCRIPT_PROCESSOR& script,
-                                       const QSharedPointer<SCRIPTED_RUN>& run)
-    : m_script(script), m_run(run)
-{
-}
-
-SCRIPTED_PROCESSOR::~SCRIPTED_PROCESSOR()
-{
-    m_run->trace("delete", m_script.name);
-}
-
-QString SCRIPTED_PROCESSOR::name()
-{
-    return m_script.name;
-}
-
-int SCRIPTED_PROCESSOR::order_number()
-{
-    return m_script.order;
-}
-
-QVector<QString> SCRIPTED_PROCESSOR::scan_directories()
-{
-    m_run->trace("scan_directories", m_script.name);
-    return m_script.scan;
-}
-
-QVector<VIRTUAL_FILE> SCRIPTED_PROCESSOR::collect_virtual_files(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&,
-                                                                RULE_CACHE&)
-{
-    m_run->trace("collect_virtual_files", m_script.name);
-    QVector<VIRTUAL_FILE> files;
-    for (const SCRIPT_VIRTUAL_FILE& file : m_script.virtual_files)
-        files.append(VIRTUAL_FILE{scripted_place(file.path), file.time});
-    return files;
-}
-
-QVector<ACTION_INTERFACE*> SCRIPTED_PROCESSOR::collect_actions(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&,
-                                                               RULE_CACHE&)
-{
-    m_run->trace("collect_actions", m_script.name);
-    for (const QString& text : m_script.warnings)
-        qWarning("%s", qUtf8Printable(text));
-    for (const QString& text : m_script.raises)
-        FW::raise_message_box(text);
-    QVector<ACTION_INTERFACE*> actions;
-    for (const SCRIPT_ACTION& script : m_script.actions) {
-        SCRIPTED_ACTION* const action = new SCRIPTED_ACTION(script, group_of(script), this, m_run);
-        m_run->actions.insert(script.name, action);
-        actions.append(action);
+public:
+    SCRIPTED_ACTION(const SCRIPT_ACTION& script, int group, PROCESSOR_INTERFACE* maker,
+                    const QSharedPointer<SCRIPTED_RUN>& run)
+        : ACTION_INTERFACE(maker), m_script(script), m_run(run)
+    {
+        group_id = group;
+        prepare();
+        state = m_script.first_state;
     }
-    return actions;
+    ~SCRIPTED_ACTION() override { trace("delete"); }
+
+    void abort() override
+    {
+        trace("abort");
+        m_aborted = true;
+    }
+
+    void reset() override
+    {
+        trace("reset");
+        ACTION_INTERFACE::reset();
+        prepare();
+        m_aborted = false;
+    }
+
+    QString display_text(bool long_form) override { return long_form ? m_script.long_name : m_script.name; }
+
+    void collect_files(QVector<LOGICAL_PATH>& inputs, QVector<ACTION_TARGET>& targets, QDateTime& stamp,
+                       FILE_MAP&, RULE_CACHE&) override
+    {
+        trace("collect_files");
+        for (const QString& path : m_script.inputs)
+            inputs.append(PATHS::logical_path(scripted_place(path)));
+        for (const SCRIPT_TARGET& target : m_script.targets) {
+            const PHYSICAL_PATH place = scripted_place(target.path);
+            targets.append({place, PATHS::logical_path(place), target.intermediate, target.secondary});
+        }
+        stamp = m_script.stamp;
+    }
+
+    void resolve_dependencies(FILE_MAP&, RULE_CACHE&) override
+    {
+        trace("resolve_dependencies");
+        for (const SCRIPT_LINK& link : m_script.links)
+            if (ACTION_INTERFACE* const other = m_run->actions.value(link.action))
+                add_dependency(*other, link.pulls);
+    }
+
+    int execute(FILE_MAP&, RULE_CACHE& rules) override
+    {
+        trace("execute");
+        for (const SCRIPT_STEP& step : m_script.steps)
+            if (!take_step(step, rules)) {
+                add_output_line(QStringLiteral("aborted"));
+                return ACTION_FAILED;
+            }
+        if (!m_script.leaves_targets && !write_targets())
+            return ACTION_FAILED;
+        return m_script.result;
+    }
+
+    bool checks_dependencies() override
+    {
+        trace("checks_dependencies");
+        return !m_script.ignores_dependencies;
+    }
+
+    bool review_is_failure() override
+    {
+        trace("review_is_failure");
+        return m_script.review_fails;
+    }
+
+private:
+    void trace(const char* call) { m_run->trace(call, m_script.name); }
+
+    void prepare()
+    {
+        progress_total = m_script.total;
+        preset_errors = m_script.preset_errors;
+        review_needed = m_script.needs_review;
+    }
+
+    // False when the action was asked to stop.
+    bool take_step(const SCRIPT_STEP& step, const RULE_CACHE& rules)
+    {
+        switch (step.kind) {
+        case SCRIPT_STEP::SAY:
+            add_output_line(step.text);
+            break;
+        case SCRIPT_STEP::WARN:
+            qWarning("%s", qUtf8Printable(step.text));
+            break;
+        case SCRIPT_STEP::RAISE:
+            FW::raise_message_box(step.text);
+            break;
+        case SCRIPT_STEP::TAKE:
+            return wait(step.number);
+        case SCRIPT_STEP::PROGRESS:
+            progress_current = step.number;
+            break;
+        case SCRIPT_STEP::SERVICES:
+            add_output_line(QStringLiteral("database: %1, asset graph: %2")
+                                .arg(s_database ? "yes" : "no", s_asset_graph ? "yes" : "no"));
+            break;
+        case SCRIPT_STEP::RULE:
+            say_rule(step.text, rules);
+            break;
+        case SCRIPT_STEP::FILES:
+            say_files();
+            break;
+        }
+        return m_script.ignores_abort || !m_aborted;
+    }
+
+    bool wait(int milliseconds)
+    {
+        QElapsedTimer watch;
+        watch.start();
+        while (watch.elapsed() < milliseconds) {
+            if (m_aborted && !m_script.ignores_abort)
+                return false;
+            QThread::msleep(1);
+        }
+        return true;
+    }
+
+    void say_rule(const QString& rule_and_property, const RULE_CACHE& rules)
+    {
+        const QString name = rule_and_property.section(' ', 0, 0);
+        const QString property = rule_and_property.section(' ', 1).toLower();
+        const RULE rule = rules.get(PATHS::logical_path(scripted_place(m_script.inputs.value(0))), name);
+        const QString value = !rule.found                      ? QStringLiteral("no rule")
+                              : rule.values.contains(property) ? rule.values.value(property).value.toString()
+                                                               : QStringLiteral("no value");
+        add_output_line(rule_and_property + ": " + value);
+    }
+
+    void say_files()
+    {
+        for (const FILE_ENTRY* file : qAsConst(input_files))
+            say_file(QStringLiteral("input"), *file);
+        for (auto target = target_files.cbegin(); target != target_files.cend(); ++target)
+            say_file(QStringLiteral("target"), *target.key());
+    }
+
+    void say_file(const QString& role, const FILE_ENTRY& file)
+    {
+        add_output_line(role + ' ' + file.physical + ' ' + file.local_time.toUTC().toString(Qt::ISODate) +
+                        (file.virtual_file ? " virtual" : "") + (file.intermediate ? " intermediate" : "") +
+                        (file.out_of_date_source ? " outdated_source" : "") +
+                        (file.out_of_date_target ? " outdated_target" : ""));
+    }
+
+    bool write_targets()
+    {
+        for (auto target = target_files.cbegin(); target != target_files.cend(); ++target) {
+            QFile file(target.key()->physical); // in the spelling that its folder has
+            const QByteArray text = "made by " + m_script.name.toUtf8() + '\n';
+            if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush()) {
+                add_output_line(file.fileName() + ": " + file.errorString());
+                return false;
+            }
+        }
+        return true;
+    }
+
+    const SCRIPT_ACTION m_script;
+    const QSharedPointer<SCRIPTED_RUN> m_run;
+    std::atomic<bool> m_aborted{false};
+};
+
+class SCRIPTED_PROCESSOR : public PROCESSOR_INTERFACE
+{
+public:
+    SCRIPTED_PROCESSOR(const SCRIPT_PROCESSOR& script, const QSharedPointer<SCRIPTED_RUN>& run)
+        : m_script(script), m_run(run)
+    {
+    }
+    ~SCRIPTED_PROCESSOR() override { m_run->trace("delete", m_script.name); }
+
+    QString name() override { return m_script.name; }
+    int order_number() override { return m_script.order; }
+
+    QVector<QString> scan_directories() override
+    {
+        m_run->trace("scan_directories", m_script.name);
+        return m_script.scan;
+    }
+
+    QVector<VIRTUAL_FILE> collect_virtual_files(FILE_MAP&, RULE_CACHE&) override
+    {
+        m_run->trace("collect_virtual_files", m_script.name);
+        QVector<VIRTUAL_FILE> files;
+        for (const SCRIPT_VIRTUAL_FILE& file : m_script.virtual_files)
+            files.append(VIRTUAL_FILE{scripted_place(file.path), file.time});
+        return files;
+    }
+
+    QVector<ACTION_INTERFACE*> collect_actions(FILE_MAP&, RULE_CACHE&) override
+    {
+        m_run->trace("collect_actions", m_script.name);
+        for (const QString& text : m_script.warnings)
+            qWarning("%s", qUtf8Printable(text));
+        for (const QString& text : m_script.raises)
+            FW::raise_message_box(text);
+        QVector<ACTION_INTERFACE*> actions;
+        for (const SCRIPT_ACTION& script : m_script.actions) {
+            actions.append(new SCRIPTED_ACTION(script, group_of(script), this, m_run));
+            m_run->actions.insert(script.name, actions.last());
+        }
+        return actions;
+    }
+
+private:
+    int group_of(const SCRIPT_ACTION& action)
+    {
+        if (action.group.isEmpty())
+            return 0;
+        if (!m_run->groups.contains(action.group))
+            m_run->groups.insert(action.group, new_action_group());
+        return m_run->groups.value(action.group);
+    }
+
+    const SCRIPT_PROCESSOR m_script;
+    const QSharedPointer<SCRIPTED_RUN> m_run;
+};
+
+SCRIPT script_of_errors(const QStringList& errors)
+{
+    SCRIPT script = SCRIPT::parse(QStringLiteral("processor script\naction errors"), QString());
+    script.processors.first().actions.first().preset_errors = errors;
+    return script;
 }
 
-int SCRIPTED_PROCESSOR::group_of(const SCRIPT_ACTION& action)
-{
-    if (action.group.isEmpty())
-        return 0;
-    if (!m_run->groups.contains(action.group))
-        m_run->groups.insert(action.group, new_action_group());
-    return m_run->groups.value(action.group);
-}
+} // namespace
 
 QVector<PROCESSOR_INTERFACE*> scripted_processors(const SCRIPT& script, const QString& folder)
 {

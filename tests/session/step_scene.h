@@ -78,9 +78,13 @@ public:
         return actions;
     }
 
-    STEP_ACTION* add(const QString& action_name)
+    STEP_ACTION* add(const QString& action_name, const QStringList& reads = {},
+                     const QString& target = QString())
     {
         STEP_ACTION* const action = new STEP_ACTION(action_name);
+        action->reads = reads;
+        if (!target.isEmpty())
+            action->writes(target);
         actions.append(action);
         return action;
     }
@@ -127,6 +131,14 @@ public:
         session->file_map.lock(true);
         session->analyse_dependencies();
         return true;
+    }
+
+    /// A build of all that the configuration selects.
+    void begin_build(bool more = false)
+    {
+        session->select_from_configuration();
+        session->plan_build();
+        session->prepare_build(more);
     }
 
     FILE_ENTRY* file(const char* logical) const { return session->file_lookup.value(LOGICAL_PATH(logical)); }

@@ -8,6 +8,7 @@
 
 #include "contracts/paths/paths.h"
 #include "session/file_spellings.h"
+#include "tests/support/rows.h"
 #include "tests/support/temporary_tree.h"
 #include "tests/support/watched_test.h"
 
@@ -124,6 +125,10 @@ private:
     std::vector<std::unique_ptr<FILE_ENTRY>> m_entries;
 };
 
+// Of a hundred steps, how many are a file as it stands, a removal, a move, a
+// stray; the rest adds a file in its folder's spelling.
+using STEPS = ROWS<int, int, int, int>;
+
 } // namespace
 
 class TST_FILE_SPELLINGS : public WATCHED_TEST
@@ -131,77 +136,65 @@ class TST_FILE_SPELLINGS : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
-    void result_is_that_of_the_plain_walk_data();
-    void result_is_that_of_the_plain_walk();
-    void similar_names_are_kept_apart();
-};
-
-void TST_FILE_SPELLINGS::result_is_that_of_the_plain_walk_data()
-{
-    // Of a hundred steps, how many are what; the rest adds a file in its folder's spelling.
-    QTest::addColumn<int>("as_it_stands");
-    QTest::addColumn<int>("removed");
-    QTest::addColumn<int>("moved");
-    QTest::addColumn<int>("strays");
-    QTest::newRow("scanned files only") << 0 << 0 << 0 << 0;
-    QTest::newRow("files that leave the map") << 0 << 20 << 0 << 0;
-    QTest::newRow("virtual files in a spelling of their own") << 20 << 5 << 0 << 0;
-    QTest::newRow("targets that move") << 5 << 5 << 15 << 0;
-    QTest::newRow("strays") << 5 << 5 << 5 << 5;
-}
-
-void TST_FILE_SPELLINGS::result_is_that_of_the_plain_walk()
-{
-    QFETCH(int, as_it_stands);
-    QFETCH(int, removed);
-    QFETCH(int, moved);
-    QFETCH(int, strays);
-    TEMPORARY_TREE tree;
-    tree.make_folder("old_raw_data");
-    QVERIFY(PATHS::initialise(tree.path("tool")));
-    for (unsigned seed = 1; seed <= 150; ++seed) {
-        RANDOM_TREE random(seed, tree.path());
-        for (int step = 0; step < 120; ++step) {
-            int kind = random.below(100);
-            if ((kind -= as_it_stands) < 0)
-                random.add(random.random_path(), true);
-            else if ((kind -= removed) < 0)
-                random.remove_one();
-            else if ((kind -= moved) < 0)
-                random.move_one(random.random_path());
-            else if ((kind -= strays) < 0)
-                random.add_stray(random.random_path(), random.random_path());
-            else
-                random.add(random.random_path(), false);
-            if (step == 100)
-                random.files.lock(true);
-            const QString path = random.random_path();
-            const QString quick = random.spellings.normalised(PHYSICAL_PATH(path));
-            QVERIFY2(quick == plain_spelling(random.files, path),
-                     qPrintable(QStringLiteral("seed %1, step %2: %3 became %4, not %5")
-                                    .arg(seed)
-                                    .arg(step)
-                                    .arg(path, quick, plain_spelling(random.files, path))));
+    void result_is_that_of_the_plain_walk_data()
+    {
+        const STEPS row;
+        row("scanned files only", 0, 0, 0, 0);
+        row("files that leave the map", 0, 20, 0, 0);
+        row("virtual files in a spelling of their own", 20, 5, 0, 0);
+        row("targets that move", 5, 5, 15, 0);
+        row("strays", 5, 5, 5, 5);
+    }
+    void result_is_that_of_the_plain_walk()
+    {
+        const auto [as_it_stands, removed, moved, strays] = STEPS::values();
+        TEMPORARY_TREE tree;
+        tree.make_folder("old_raw_data");
+        QVERIFY(PATHS::initialise(tree.path("tool")));
+        for (unsigned seed = 1; seed <= 150; ++seed) {
+            RANDOM_TREE random(seed, tree.path());
+            for (int step = 0; step < 120; ++step) {
+                int kind = random.below(100);
+                if ((kind -= as_it_stands) < 0)
+                    random.add(random.random_path(), true);
+                else if ((kind -= removed) < 0)
+                    random.remove_one();
+                else if ((kind -= moved) < 0)
+                    random.move_one(random.random_path());
+                else if ((kind -= strays) < 0)
+                    random.add_stray(random.random_path(), random.random_path());
+                else
+                    random.add(random.random_path(), false);
+                if (step == 100)
+                    random.files.lock(true);
+                const QString path = random.random_path();
+                const QString quick = random.spellings.normalised(PHYSICAL_PATH(path));
+                const QString plain = plain_spelling(random.files, path);
+                if (quick != plain)
+                    qWarning() << "seed" << seed << "step" << step << path;
+                QCOMPARE(quick, plain);
+            }
         }
     }
-}
 
-void TST_FILE_SPELLINGS::similar_names_are_kept_apart()
-{
-    TEMPORARY_TREE tree;
-    QVERIFY(PATHS::initialise(tree.path("tool")));
-    RANDOM_TREE random(1, tree.path());
-    random.add(tree.path("raw_data/UNIT10/a.txt"), false);
-    random.add(tree.path("raw_data/Unit1.txt"), false);
-    random.add(tree.path("raw_data/uNIT1/a.txt"), false);
-    const auto spelled = [&](const char* path) -> QString {
-        return random.spellings.normalised(PHYSICAL_PATH(tree.path(path)));
-    };
-    QCOMPARE(spelled("raw_data/unit1/B.txt"), tree.path("raw_data/uNIT1/B.txt"));
-    QCOMPARE(spelled("raw_data/unit10/B.txt"), tree.path("raw_data/UNIT10/B.txt"));
-    QCOMPARE(spelled("raw_data/unit100/B.txt"), tree.path("raw_data/unit100/B.txt"));
-    QCOMPARE(spelled("RAW_DATA/Unit1/A.TXT"), tree.path("raw_data/uNIT1/a.txt"));
-}
+    void similar_names_are_kept_apart()
+    {
+        TEMPORARY_TREE tree;
+        QVERIFY(PATHS::initialise(tree.path("tool")));
+        RANDOM_TREE random(1, tree.path());
+        for (const char* path : {"raw_data/UNIT10/a.txt", "raw_data/Unit1.txt", "raw_data/uNIT1/a.txt"})
+            random.add(tree.path(path), false);
+        const std::pair<const char*, const char*> rows[] = {
+            {"raw_data/unit1/B.txt", "raw_data/uNIT1/B.txt"},
+            {"raw_data/unit10/B.txt", "raw_data/UNIT10/B.txt"},
+            {"raw_data/unit100/B.txt", "raw_data/unit100/B.txt"},
+            {"RAW_DATA/Unit1/A.TXT", "raw_data/uNIT1/a.txt"}};
+        for (const auto& [path, expected] : rows) {
+            const QString spelled = random.spellings.normalised(PHYSICAL_PATH(tree.path(path)));
+            QCOMPARE(spelled, tree.path(expected));
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(TST_FILE_SPELLINGS)
 #include "tst_file_spellings.moc"

@@ -47,5 +47,8 @@ void DIALOG_ANSWERS::look()
         return;
     }
     const std::function<void(QDialog*)> answer = m_answers.takeFirst();
+    // A timer whose slot still runs does not fire, and the answer may bring up
+    // the next dialog: a timer that starts anew does.
+    m_timer.start();
     answer(dialog);
 }
