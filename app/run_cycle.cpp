@@ -79,6 +79,7 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
     m_splash.repaint();
     // Static, so that what was chosen is still there on the next pass.
     static DATA_SELECTION_DIALOG dialog(&m_session, QString(), nullptr, Qt::WindowFlags());
+    dialog.set_perforce(&m_p4);
     m_splash.hide();
     if (m_first_pass) {
         dialog_watch.Stop();

@@ -13,6 +13,7 @@ class CACHED_RULE;
 class CONFIGURATION_EDITOR_DIALOG;
 class DATA_SELECTION_FILE_MODEL_FILTER_PROXY;
 class QMenu;
+class P4_CONNECTION;
 class RULE_EDITOR_DIALOG;
 struct FILE_ENTRY;
 
@@ -34,6 +35,10 @@ public:
     /// The session has started up and outlives the dialog. The text is not used.
     DATA_SELECTION_DIALOG(BUILD_SESSION* session, const QString& spare_text, QWidget* parent,
                           Qt::WindowFlags flags);
+
+    /// What saves the rules that are edited here; not owned. Without one there is
+    /// no rule editor.
+    void set_perforce(P4_CONNECTION* p4);
 
     Ui::DATA_SELECTION_DIALOG ui;
     BUILD_SESSION* session;                 ///< not owned
@@ -123,5 +128,6 @@ private:
     void run_configuration_editor(const QStringList& processor_names);
     void run_graph_settings();
 
+    P4_CONNECTION* m_p4 = nullptr;
     QMenu* m_perforce_menu = nullptr; // null until first used
 };

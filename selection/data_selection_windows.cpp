@@ -6,6 +6,7 @@
 #include "contracts/actions/processor_interface.h"
 #include "contracts/paths/paths.h"
 #include "contracts/rules/rule_schema.h"
+#include "rules/rule_editor_dialog.h"
 #include "rules/rule_list_dialog.h"
 #include "selection/action_list_dialog.h"
 #include "selection/data_selection_dialog.h"
@@ -164,10 +165,23 @@ void DATA_SELECTION_DIALOG::graph()
 }
 
 // Shows the rule editor at that property of that rule, or as it was left.
-void DATA_SELECTION_DIALOG::run_rule_editor(CACHED_RULE*, const QString&)
+void DATA_SELECTION_DIALOG::run_rule_editor(CACHED_RULE* rule, const QString& property)
 {
+    if (!rule_editor_dialog && m_p4)
+        rule_editor_dialog =
+            new RULE_EDITOR_DIALOG(session->rule_cache, session->file_map, *m_p4, this, Qt::WindowFlags());
+    if (!rule_editor_dialog)
+        return;
+    if (rule)
+        rule_editor_dialog->select_rule(rule, property);
+    rule_editor_dialog->exec();
     if (session->rule_cache.rules_changed) // the files were judged by rules that no longer hold
         ui.start_button->setEnabled(false);
+}
+
+void DATA_SELECTION_DIALOG::set_perforce(P4_CONNECTION* p4)
+{
+    m_p4 = p4;
 }
 
 void DATA_SELECTION_DIALOG::run_configuration_editor(const QStringList& processor_names)

@@ -116,8 +116,7 @@ bool RULE_CACHE::resolve(const QString& key, const QString& path_below, RULE& re
     return true;
 }
 
-QString RULE_CACHE::save(P4_CONNECTION&)
+QString RULE_CACHE::save(P4_CONNECTION& p4)
 {
-    // A workspace file that needs checking out is read-only, and shows as an error.
-    return m_files->save(rules);
+    return m_files->save(rules, p4);
 }

@@ -69,14 +69,16 @@ public:
 
     /// Writes each rule file whose rules have changed, whole or not at all;
     /// others are not touched. A rule goes to the file that it came from, a new
-    /// one to the "rules.gox" of its folder. Files are compared by the rules in
-    /// them, so spaces and comments alone do not make a file a changed one, but
-    /// a file that is written anew keeps only what rules consist of.
+    /// one to the "rules.gox" of its folder. In a file that is written, only the
+    /// rules that changed are: comments, unknown elements and layout stay.
+    ///
+    /// With `p4` enabled, a read-only file is opened for edit first, and a new
+    /// one for add once it is written.
     ///
     /// Empty on success; otherwise a line for each file that was not written,
-    /// with its path and the cause, while the others have been. Not written is
-    /// a file that could not be read, that appeared or changed on disk since it
-    /// was read, or that can't be replaced, such as a read-only one.
+    /// with its path and the cause, and then one for each that was. Not written
+    /// is a file that could not be read, that appeared or changed on disk since
+    /// it was read, or that can't be replaced. Saving again tries those again.
     QString save(P4_CONNECTION& p4);
 
 private:

@@ -1,7 +1,7 @@
 #include "contracts/rules/rule_file_format.h"
 
+#include <QtCore/QMap>
 #include <QtCore/QSet>
-#include <QtCore/QXmlStreamWriter>
 
 #include "contracts/rules/rule_schema.h"
 
@@ -73,24 +73,17 @@ bool read_rule(XML_FILE_READER& xml, CACHED_RULE& rule)
     return !xml.failed();
 }
 
-void write_rule(QXmlStreamWriter& xml, const CACHED_RULE& rule)
+// What the rule sets, by the property's name in lower case; a name that stands
+// there twice gives two values.
+QMultiMap<QString, QString> values_of(const CACHED_RULE& rule)
 {
-    xml.writeStartElement(QStringLiteral("rule"));
-    xml.writeAttribute(QStringLiteral("name"), rule.name.trimmed());
-    xml.writeAttribute(QStringLiteral("inherit"), rule.inherit_properties ? "true" : "false");
-    const QString filters = rule.get_file_filters();
-    if (!filters.isEmpty())
-        xml.writeTextElement(QStringLiteral("files"), filters);
+    QMultiMap<QString, QString> values;
     for (auto property = rule.properties.cbegin(); property != rule.properties.cend(); ++property) {
         const QString value = property.value().toString().trimmed();
-        if (value.isEmpty())
-            continue;
-        xml.writeStartElement(QStringLiteral("property"));
-        xml.writeAttribute(QStringLiteral("name"), property.key().trimmed());
-        xml.writeCharacters(value);
-        xml.writeEndElement();
+        if (!value.isEmpty())
+            values.insert(property.key().trimmed().toLower(), value);
     }
-    xml.writeEndElement();
+    return values;
 }
 
 } // namespace
@@ -113,17 +106,54 @@ bool read_rules(XML_FILE_READER& xml, QVector<CACHED_RULE>& rules)
     return xml.finish();
 }
 
-QByteArray rule_file_text(const QVector<const CACHED_RULE*>& rules)
+QByteArray escaped_for_rule_file(const QString& text)
 {
-    QByteArray text;
-    QXmlStreamWriter xml(&text);
-    xml.setAutoFormatting(true);
-    xml.writeStartDocument();
-    xml.writeStartElement(RULE_FILE_ROOT);
-    xml.writeAttribute(QStringLiteral("version"), QString::number(VERSION));
-    for (const CACHED_RULE* const rule : rules)
-        write_rule(xml, *rule);
-    xml.writeEndElement();
-    xml.writeEndDocument();
-    return xml.hasError() ? QByteArray() : text;
+    QByteArray bytes = text.toHtmlEscaped().toUtf8();
+    bytes.replace('\r', "&#13;"); // would be read as the end of a line
+    return bytes;
+}
+
+QByteArray files_element(const QString& filters)
+{
+    return "<files>" + escaped_for_rule_file(filters) + "</files>";
+}
+
+QByteArray property_element(const QString& name, const QString& value)
+{
+    QByteArray in_quotes = escaped_for_rule_file(name.trimmed());
+    in_quotes.replace('\n', "&#10;").replace('\t', "&#9;");
+    return "<property name=\"" + in_quotes + "\">" + escaped_for_rule_file(value) + "</property>";
+}
+
+QByteArray rule_element(const CACHED_RULE& rule, const RULE_FILE_STYLE& style)
+{
+    QByteArray children;
+    const auto add = [&](const QByteArray& child) {
+        children += style.line_end + style.inner_indent + child;
+    };
+    const QString filters = rule.get_file_filters();
+    if (!filters.isEmpty())
+        add(files_element(filters));
+    for (auto property = rule.properties.cbegin(); property != rule.properties.cend(); ++property) {
+        const QString value = property.value().toString().trimmed();
+        if (!value.isEmpty())
+            add(property_element(property.key(), value));
+    }
+    const QByteArray tag = "<rule name=\"" + escaped_for_rule_file(rule.name.trimmed()) + "\" inherit=\"" +
+                           (rule.inherit_properties ? "true" : "false");
+    return children.isEmpty() ? tag + "\"/>"
+                              : tag + "\">" + children + style.line_end + style.indent + "</rule>";
+}
+
+QByteArray empty_rule_file()
+{
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<rules version=\"" + QByteArray::number(VERSION) +
+           "\">\n</rules>\n";
+}
+
+bool mean_the_same(const CACHED_RULE& a, const CACHED_RULE& b)
+{
+    return a.name.trimmed().compare(b.name.trimmed(), Qt::CaseInsensitive) == 0 &&
+           a.inherit_properties == b.inherit_properties && a.get_file_filters() == b.get_file_filters() &&
+           values_of(a) == values_of(b);
 }

@@ -8,17 +8,39 @@
 
 // The text of a rule file. The format is described in docs/file-formats-rules.md.
 
-/// Reads the rules of an opened file, the oldest first; their folders are left
-/// empty. False after an error, which `xml` tells.
-bool read_rules(XML_FILE_READER& xml, QVector<CACHED_RULE>& rules);
-
-/// The text of a file with these rules, in their order. Empty when a rule holds
-/// characters that can't stand in XML; whether the others come back as they are
-/// is for the caller to see.
-QByteArray rule_file_text(const QVector<const CACHED_RULE*>& rules);
-
 /// The name of the outermost element.
 constexpr const char* RULE_FILE_ROOT = "rules";
 
 /// More rules in one file are taken for a fault.
 constexpr int MAX_RULES_PER_FILE = 100000;
+
+/// Reads the rules of an opened file, the oldest first; their folders are left
+/// empty. False after an error, which `xml` tells.
+bool read_rules(XML_FILE_READER& xml, QVector<CACHED_RULE>& rules);
+
+/// How the lines of a file begin and end.
+struct RULE_FILE_STYLE
+{
+    QByteArray line_end = "\n";
+    QByteArray indent = "    ";           ///< of a rule
+    QByteArray inner_indent = "        "; ///< of what a rule holds
+};
+
+// Pieces of a file. Whether they are read again as they were meant is for the
+// caller to see: some characters can't stand in XML at all.
+
+/// A file without rules.
+QByteArray empty_rule_file();
+
+/// The element of a rule, without the line end and indent in front of it.
+QByteArray rule_element(const CACHED_RULE& rule, const RULE_FILE_STYLE& style);
+
+QByteArray files_element(const QString& filters);
+QByteArray property_element(const QString& name, const QString& value);
+
+/// A text as the content of an element.
+QByteArray escaped_for_rule_file(const QString& text);
+
+/// Whether two rules of one folder say the same: nobody would have to write one
+/// in place of the other.
+bool mean_the_same(const CACHED_RULE& a, const CACHED_RULE& b);

@@ -4,91 +4,113 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QSet>
 
 #include <algorithm>
 
 #include "contracts/paths/paths.h"
+#include "contracts/rules/rule_file_edit.h"
 #include "contracts/rules/rule_file_format.h"
+#include "contracts/services/p4_connection.h"
 #include "contracts/services/xml_file_reader.h"
 #include "contracts/services/xml_file_writer.h"
 
 namespace {
 
 constexpr int NO_FILE = -1;
-constexpr auto FINGERPRINT = QCryptographicHash::Sha1;
+constexpr int NO_PLACE = -1;
 
-QByteArray fingerprint_on_disk(const QString& path)
+QByteArray fingerprint(const QByteArray& bytes)
 {
-    QFile file(path);
-    QCryptographicHash hash(FINGERPRINT);
-    const bool is_read = QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) && hash.addData(&file);
-    return is_read ? hash.result() : QByteArray();
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha1);
 }
 
-// The place of each kind in `kinds`; those of `rules` that are not there yet go
-// behind, by name.
-QHash<QString, int> places_of_kinds(const QVector<const CACHED_RULE*>& rules, QStringList& kinds)
+// Rules of different kinds have no order among themselves.
+QVector<const CACHED_RULE*> ordered_by_kind(QVector<const CACHED_RULE*> rules)
 {
-    QHash<QString, int> places;
-    for (int i = 0; i < kinds.size(); ++i)
-        places.insert(kinds.at(i), i);
-    QSet<QString> new_kinds;
+    const auto kind = [](const CACHED_RULE* rule) { return rule->name.trimmed().toLower(); };
+    std::stable_sort(rules.begin(), rules.end(),
+                     [&](const CACHED_RULE* a, const CACHED_RULE* b) { return kind(a) < kind(b); });
+    return rules;
+}
+
+// What a file says, whatever its layout.
+QByteArray fingerprint(const QVector<const CACHED_RULE*>& rules)
+{
+    QByteArray text;
+    for (const CACHED_RULE* const rule : ordered_by_kind(rules))
+        text += rule_element(*rule, RULE_FILE_STYLE());
+    return fingerprint(text);
+}
+
+bool reads_as(const QByteArray& text, const QVector<const CACHED_RULE*>& rules)
+{
+    XML_FILE_READER xml{QString()};
+    QVector<CACHED_RULE> read;
+    return xml.open(text, RULE_FILE_ROOT) && read_rules(xml, read) && read.size() == rules.size() &&
+           std::equal(rules.begin(), rules.end(), read.begin(),
+                      [](const CACHED_RULE* a, const CACHED_RULE& b) { return mean_the_same(*a, b); });
+}
+
+bool can_be_written(const CACHED_RULE& rule)
+{
+    QVector<RULE_IN_FILE> only{{&rule, NO_PLACE}};
+    return reads_as(edited_rule_file(empty_rule_file(), {}, only), {&rule});
+}
+
+QString why_not_writable(const CACHED_RULE& rule)
+{
+    const QString has_bad =
+        QStringLiteral("the rule \"%1\" holds characters that can't stand in a rule file");
+    for (auto property = rule.properties.cbegin(); property != rule.properties.cend(); ++property) {
+        CACHED_RULE single;
+        single.name = QStringLiteral("single");
+        single.properties.insert(property.key(), *property);
+        if (!can_be_written(single))
+            return (has_bad + QStringLiteral(", in its property \"%2\"")).arg(rule.name, property.key());
+    }
+    CACHED_RULE bare = rule;
+    bare.properties.clear();
+    if (!can_be_written(bare))
+        return has_bad.arg(rule.name);
+    return QStringLiteral("the rule \"%1\" has a property twice").arg(rule.name);
+}
+
+// Why a text of these rules must not take the place of the file.
+QString why_not_readable(const QString& path, const QByteArray& text,
+                         const QVector<const CACHED_RULE*>& rules)
+{
+    if (reads_as(text, rules))
+        return QString();
     for (const CACHED_RULE* const rule : rules)
-        if (!places.contains(rule->name.toLower()))
-            new_kinds.insert(rule->name.toLower());
-    QStringList sorted = new_kinds.values();
-    sorted.sort();
-    for (const QString& kind : qAsConst(sorted)) {
-        places.insert(kind, kinds.size());
-        kinds.append(kind);
-    }
-    return places;
-}
-
-// Rules of one kind stay together and keep their order.
-void arrange(QVector<const CACHED_RULE*>& rules, QStringList& kinds)
-{
-    const QHash<QString, int> places = places_of_kinds(rules, kinds);
-    std::stable_sort(rules.begin(), rules.end(), [&](const CACHED_RULE* a, const CACHED_RULE* b) {
-        return places.value(a->name.toLower()) < places.value(b->name.toLower());
-    });
-}
-
-QVector<const CACHED_RULE*> pointers_to(const QVector<CACHED_RULE>& rules)
-{
-    QVector<const CACHED_RULE*> pointers;
-    pointers.reserve(rules.size());
-    for (const CACHED_RULE& rule : rules)
-        pointers.append(&rule);
-    return pointers;
-}
-
-QStringList kinds_in_order(const QVector<CACHED_RULE>& rules)
-{
-    QStringList kinds;
-    QSet<QString> known;
-    for (const CACHED_RULE& rule : rules) {
-        const QString kind = rule.name.toLower();
-        if (!known.contains(kind))
-            kinds.append(kind);
-        known.insert(kind);
-    }
-    return kinds;
-}
-
-// What could not be read back must not take the place of what can.
-QString why_not_readable(const QString& path, const QByteArray& text)
-{
-    if (text.isEmpty())
-        return QStringLiteral("a rule holds characters that a rule file can't hold");
+        if (!can_be_written(*rule))
+            return why_not_writable(*rule);
     XML_FILE_READER xml(path);
-    QVector<CACHED_RULE> rules;
-    if (!xml.open(text, RULE_FILE_ROOT) || !read_rules(xml, rules))
-        return QStringLiteral("it could not be read again: ") + xml.error();
-    if (rule_file_text(pointers_to(rules)) != text)
-        return QStringLiteral("a rule holds characters that would come back as others");
-    return QString();
+    QVector<CACHED_RULE> read;
+    const bool is_read = xml.open(text, RULE_FILE_ROOT) && read_rules(xml, read);
+    return QStringLiteral("with the changes it could not be read again") +
+           (is_read ? QString() : QStringLiteral(": ") + xml.error());
+}
+
+// The rights themselves are looked at: an administrator may write to everything.
+bool is_read_only(const QString& path)
+{
+    constexpr auto ANYBODY = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
+    return !(QFile::permissions(path) & ANYBODY) || !QFileInfo(path).isWritable();
+}
+
+QString make_writable(const QString& path, P4_CONNECTION& p4)
+{
+    if (!QFileInfo::exists(path))
+        return QDir().mkpath(path.section('/', 0, -2)) ? QString()
+                                                       : QStringLiteral("its folder can't be made");
+    if (!is_read_only(path))
+        return QString();
+    if (!p4.is_enabled())
+        return QStringLiteral("it is read-only");
+    const QString error = p4.open_for_edit({path});
+    if (!error.isEmpty())
+        return QStringLiteral("it is read-only and could not be opened for edit: ") + error;
+    return is_read_only(path) ? QStringLiteral("it is read-only, though it is open for edit") : QString();
 }
 
 } // namespace
@@ -102,34 +124,27 @@ QString RULE_FILES::read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, 
     RULE_FILE file;
     file.path = path;
     file.folder = folder;
+    XML_FILE_READER xml(path);
     QVector<CACHED_RULE> read;
-    file.unreadable = parse(file, read);
-    if (!file.unreadable.isEmpty() && !QFileInfo::exists(path))
-        return file.unreadable; // nothing is there that could be overwritten
-    const int index = enter(file);
+    if (!xml.open(RULE_FILE_ROOT) || !read_rules(xml, read)) {
+        file.unreadable = xml.error();
+        if (QFileInfo::exists(path)) // otherwise nothing is there that could be overwritten
+            enter(file);
+        return file.unreadable;
+    }
 
     const PHYSICAL_PATH physical_folder(path.section('/', 0, -2));
     for (const CACHED_RULE& rule : qAsConst(read)) {
         rules.append(new CACHED_RULE(rule));
         rules.last()->path = folder;
         rules.last()->physical_path = physical_folder;
-        m_origin.insert(rules.last(), index);
+        file.places.insert(rules.last(), file.places.size());
     }
-    return file.unreadable;
-}
-
-QString RULE_FILES::parse(RULE_FILE& file, QVector<CACHED_RULE>& rules) const
-{
-    XML_FILE_READER xml(file.path);
-    if (!xml.open(RULE_FILE_ROOT) || !read_rules(xml, rules)) {
-        rules.clear();
-        return xml.error();
-    }
-    file.disk = QCryptographicHash::hash(xml.content(), FINGERPRINT);
-    file.kinds = kinds_in_order(rules);
-    FILE_RULES in_order = pointers_to(rules);
-    arrange(in_order, file.kinds);
-    file.text = rule_file_text(in_order);
+    file.disk = fingerprint(xml.content());
+    file.rules = fingerprint(FILE_RULES(rules.cbegin(), rules.cend()));
+    const int index = enter(file);
+    for (const CACHED_RULE* const rule : qAsConst(rules))
+        m_origin.insert(rule, index);
     return QString();
 }
 
@@ -191,51 +206,79 @@ QString RULE_FILES::distribute(const QMultiMap<QString, CACHED_RULE*>& rules, QM
     return errors.join('\n');
 }
 
-QString RULE_FILES::save(const QMultiMap<QString, CACHED_RULE*>& rules)
+QString RULE_FILES::save(const QMultiMap<QString, CACHED_RULE*>& rules, P4_CONNECTION& p4)
 {
     QMap<int, FILE_RULES> by_file;
     QStringList errors{distribute(rules, by_file)};
-    for (auto place = by_file.cbegin(); place != by_file.cend(); ++place)
-        errors.append(save_file(m_files[place.key()], place.value()));
+    QStringList written;
+    for (auto place = by_file.cbegin(); place != by_file.cend(); ++place) {
+        bool is_written = false;
+        errors.append(save_file(m_files[place.key()], *place, p4, is_written));
+        if (is_written && errors.last().isEmpty())
+            written.append(QStringLiteral("%1: saved").arg(m_files.at(place.key()).path));
+    }
     errors.removeAll(QString());
-    return errors.join('\n');
+    return errors.isEmpty() ? QString() : (errors + written).join('\n');
 }
 
-QString RULE_FILES::save_file(RULE_FILE& file, FILE_RULES rules) const
+QString RULE_FILES::save_file(RULE_FILE& file, const FILE_RULES& rules, P4_CONNECTION& p4,
+                              bool& is_written) const
 {
     const bool is_known = !file.disk.isEmpty();
-    if (rules.isEmpty() && !is_known)
-        return QString();
-    QStringList kinds = file.kinds;
-    arrange(rules, kinds);
-    const QByteArray text = rule_file_text(rules);
-    if (is_known && text == file.text)
-        return QString();
-
-    QString error = why_not_writable(file, text);
-    if (error.isEmpty() && !QDir().mkpath(file.path.section('/', 0, -2)))
-        error = QStringLiteral("%1: not saved, its folder can't be made").arg(file.path);
-    if (error.isEmpty())
-        error = write_file_whole(file.path, text);
-    if (error.isEmpty()) {
-        file.disk = QCryptographicHash::hash(text, FINGERPRINT);
-        file.text = text;
-        file.kinds = kinds;
+    const bool is_changed = is_known ? fingerprint(rules) != file.rules : !rules.isEmpty();
+    if (is_changed && rules.isEmpty() && !QFileInfo::exists(file.path)) {
+        file.disk.clear(); // it went with its folder, and its rules have gone too
+    } else if (is_changed) {
+        const QString cause = write(file, rules, p4);
+        if (!cause.isEmpty())
+            return QStringLiteral("%1: not saved, %2").arg(file.path, cause);
+        is_written = true;
+        file.is_new_to_perforce = file.is_new_to_perforce || !is_known;
     }
-    return error;
+    if (!file.is_new_to_perforce || !p4.is_enabled())
+        return QString();
+    const QString error = p4.open_for_add({file.path});
+    file.is_new_to_perforce = !error.isEmpty();
+    return error.isEmpty() ? QString()
+                           : QStringLiteral("%1: saved, but not opened for add: %2").arg(file.path, error);
 }
 
-QString RULE_FILES::why_not_writable(const RULE_FILE& file, const QByteArray& text) const
+QString RULE_FILES::write(RULE_FILE& file, const FILE_RULES& rules, P4_CONNECTION& p4) const
 {
-    const QString not_saved = QStringLiteral("%1: not saved, ").arg(file.path);
     if (!file.unreadable.isEmpty())
-        return not_saved + QStringLiteral("because it could not be read: ") + file.unreadable;
+        return QStringLiteral("because it could not be read: ") + file.unreadable;
+    QByteArray text = empty_rule_file();
+    QVector<CACHED_RULE> old_rules;
     const bool exists = QFileInfo::exists(file.path);
-    if (exists && file.disk.isEmpty())
-        return not_saved + QStringLiteral("a file that has not been read is there already");
-    if (exists && fingerprint_on_disk(file.path) != file.disk)
-        return not_saved + QStringLiteral("it has changed on disk since it was read");
+    if (exists) {
+        if (file.disk.isEmpty())
+            return QStringLiteral("a file that has not been read is there already");
+        XML_FILE_READER xml(file.path);
+        const bool is_read = xml.open(RULE_FILE_ROOT) && read_rules(xml, old_rules);
+        if (!is_read || fingerprint(xml.content()) != file.disk)
+            return QStringLiteral("it has changed on disk since it was read");
+        text = xml.content();
+    }
 
-    const QString cause = why_not_readable(file.path, text);
-    return cause.isEmpty() ? QString() : not_saved + cause;
+    QVector<RULE_IN_FILE> in_file;
+    for (const CACHED_RULE* const rule : ordered_by_kind(rules))
+        in_file.append({rule, exists ? file.places.value(rule, NO_PLACE) : NO_PLACE});
+    text = edited_rule_file(text, old_rules, in_file);
+    FILE_RULES in_order;
+    for (const RULE_IN_FILE& entry : qAsConst(in_file))
+        in_order.append(entry.rule);
+
+    QString cause = why_not_readable(file.path, text, in_order);
+    if (cause.isEmpty())
+        cause = make_writable(file.path, p4);
+    if (cause.isEmpty()) // which begins with the path
+        cause = write_file_whole(file.path, text).mid(static_cast<const QString&>(file.path).size() + 2);
+    if (!cause.isEmpty())
+        return cause;
+    file.disk = fingerprint(text);
+    file.rules = fingerprint(rules);
+    file.places.clear();
+    for (const RULE_IN_FILE& entry : qAsConst(in_file))
+        file.places.insert(entry.rule, entry.place);
+    return QString();
 }

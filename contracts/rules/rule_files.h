@@ -11,6 +11,8 @@
 #include "contracts/paths/physical_path.h"
 #include "contracts/rules/cached_rule.h"
 
+class P4_CONNECTION;
+
 /// The files behind the rules of a RULE_CACHE: what was read from each, and
 /// which rule came from which, so that a change goes back to the right place
 /// and nothing is overwritten that was not understood. GUI thread only.
@@ -22,26 +24,26 @@ public:
     QString read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, QVector<CACHED_RULE*>& rules);
 
     /// What RULE_CACHE::save says.
-    QString save(const QMultiMap<QString, CACHED_RULE*>& rules);
+    QString save(const QMultiMap<QString, CACHED_RULE*>& rules, P4_CONNECTION& p4);
 
 private:
     struct RULE_FILE
     {
         PHYSICAL_PATH path;
-        LOGICAL_PATH folder; // "<>" for a global file
-        QString unreadable;  // why it could not be read
-        QByteArray disk;     // fingerprint of the bytes on disk; empty for no file
-        QByteArray text;     // the rules as they would have been written; empty for no file
-        QStringList kinds;   // kinds of rule in lower case, in the file's order
+        LOGICAL_PATH folder;                   // "<>" for a global file
+        QString unreadable;                    // why it could not be read
+        QByteArray disk;                       // fingerprint of the bytes on disk; empty for no file
+        QByteArray rules;                      // fingerprint of the rules in them
+        QHash<const CACHED_RULE*, int> places; // of the rules in the file, from 0
+        bool is_new_to_perforce = false;       // written, and still to be opened for add
     };
-    using FILE_RULES = QVector<const CACHED_RULE*>;
+    using FILE_RULES = QVector<const CACHED_RULE*>; // those of a kind together, oldest first
 
-    QString parse(RULE_FILE& file, QVector<CACHED_RULE>& rules) const;
     int enter(const RULE_FILE& file);
     int file_of(const CACHED_RULE& rule);
     QString distribute(const QMultiMap<QString, CACHED_RULE*>& rules, QMap<int, FILE_RULES>& by_file);
-    QString save_file(RULE_FILE& file, FILE_RULES rules) const;
-    QString why_not_writable(const RULE_FILE& file, const QByteArray& text) const;
+    QString save_file(RULE_FILE& file, const FILE_RULES& rules, P4_CONNECTION& p4, bool& is_written) const;
+    QString write(RULE_FILE& file, const FILE_RULES& rules, P4_CONNECTION& p4) const;
 
     QVector<RULE_FILE> m_files;
     QHash<PHYSICAL_PATH, int> m_by_path;     // index in m_files

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
 #include "contracts/export.h"
 
 /// The connection to Perforce, built once by the program and handed to what
@@ -16,6 +19,13 @@ public:
 
     /// Whether files are under version control in this run.
     bool is_enabled() const { return m_enabled; }
+
+    /// Opens files of the depot for edit. Empty on success, and then every one
+    /// of them can be written on disk.
+    QString open_for_edit(const QStringList& files);
+
+    /// Opens files that the depot does not have for add. Empty on success.
+    QString open_for_add(const QStringList& files);
 
 private:
     Q_DISABLE_COPY(P4_CONNECTION)

@@ -5,9 +5,9 @@
 #include <QtCore/QTextCodec>
 
 #include <algorithm>
-#include <cstring>
 
 #include "contracts/services/streamed_xml_file.h"
+#include "contracts/services/xml_raw_part.h"
 
 namespace {
 
@@ -48,21 +48,6 @@ bool is_plain_encoding(const QStringRef& encoding)
 {
     return encoding.isEmpty() || encoding.compare(QLatin1String("utf-8"), Qt::CaseInsensitive) == 0 ||
            encoding.compare(QLatin1String("us-ascii"), Qt::CaseInsensitive) == 0;
-}
-
-// The place behind what starts at `from` and holds no elements: a comment, raw
-// text, an instruction. `from` itself for anything else.
-int behind_raw_part(const QByteArray& content, int from)
-{
-    constexpr const char* PARTS[][2] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
-    for (const auto& part : PARTS) {
-        const int size = int(std::strlen(part[0]));
-        if (std::strncmp(content.constData() + from, part[0], std::size_t(size)) != 0)
-            continue;
-        const int end = content.indexOf(part[1], from + size);
-        return end < 0 ? content.size() : end + int(std::strlen(part[1]));
-    }
-    return from;
 }
 
 // Quoted values in the tag that starts at `from`, which moves behind the tag.

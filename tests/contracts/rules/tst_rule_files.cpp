@@ -1,6 +1,14 @@
 #include <QtCore/QFileInfo>
 #include <QtTest/QTest>
 
+#include <algorithm>
+#include <csignal>
+#include <functional>
+
+#ifdef Q_OS_UNIX
+#include <sys/resource.h>
+#endif
+
 #include "contracts/paths/paths.h"
 #include "contracts/rules/rule_key.h"
 #include "contracts/services/p4_connection.h"
@@ -19,26 +27,41 @@ private slots:
     void broken_files_change_nothing();
     void passes_over_what_it_does_not_know();
     void refuses_files_outside_and_files_again();
+    void edits_files_in_place_data();
+    void edits_files_in_place();
     void leaves_unchanged_files_alone();
-    void keeps_order_through_save_and_reload();
-    void keeps_global_files_apart();
-    void writes_new_rules_to_their_folder();
-    void writes_to_the_companion_that_has_the_rules();
-    void moves_a_rule_to_its_new_folder();
-    void empties_a_file_that_lost_its_rules();
+    void writes_rules_to_their_folder();
     void refuses_to_overwrite_data();
     void refuses_to_overwrite();
     void refuses_what_could_not_be_read_again_data();
     void refuses_what_could_not_be_read_again();
 
 private:
+    QString add(const QString& file);
     CACHED_RULE* insert(const char* path, const char* name, const char* value);
+    void edit(const QString& commands);
     QString save();
     QString values(const QString& path);
 
     QScopedPointer<TEMPORARY_TREE> m_tree;
     QScopedPointer<RULE_CACHE_HOLDER> m_cache;
 };
+
+Q_DECLARE_METATYPE(std::function<void(const TEMPORARY_TREE&)>)
+
+// Stands for a full disk; -1 for none.
+static void limit_file_size(qint64 bytes)
+{
+#ifdef Q_OS_UNIX
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit;
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = bytes < 0 ? limit.rlim_max : rlim_t(bytes);
+    setrlimit(RLIMIT_FSIZE, &limit);
+#else
+    Q_UNUSED(bytes);
+#endif
+}
 
 static const char* const SIMPLE =
     "<rules><rule name='Texture'><property name='a'>1</property></rule></rules>";
@@ -54,6 +77,11 @@ void TST_RULE_FILES::cleanup()
 {
     m_cache.reset();
     m_tree.reset();
+}
+
+QString TST_RULE_FILES::add(const QString& file)
+{
+    return m_cache->add(*m_tree, file);
 }
 
 // As the rule editor does it.
@@ -131,9 +159,9 @@ void TST_RULE_FILES::broken_files_change_nothing()
     QFETCH(QByteArray, text);
     QFETCH(QString, error);
     m_tree->write("raw_data/rules.gox", SIMPLE);
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/rules.gox"), QString());
+    QCOMPARE(add("raw_data/rules.gox"), QString());
     m_tree->write("raw_data/unit/rules.gox", text);
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/unit/rules.gox"), "raw_data/unit/rules.gox" + error);
+    QCOMPARE(add("raw_data/unit/rules.gox"), "raw_data/unit/rules.gox" + error);
     QCOMPARE(m_cache->cache.rules.keys(), QStringList("<raw>*texture"));
 
     // Nothing to write: the broken file is no concern of a save.
@@ -152,7 +180,7 @@ void TST_RULE_FILES::passes_over_what_it_does_not_know()
                                         "<rule name=' Texture '><?note?><later a='1'>text<b/></later>"
                                         "<property name='a'>\n <![CDATA[<1>]]> &amp; </property><property "
                                         "name='b'> </property></rule></rules>");
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/rules.gox"), QString());
+    QCOMPARE(add("raw_data/rules.gox"), QString());
     QCOMPARE(m_cache->cache.rules.size(), 1);
     QCOMPARE(m_cache->answer("<raw>/x"), QString("a=<1> &"));
 }
@@ -161,169 +189,256 @@ void TST_RULE_FILES::refuses_files_outside_and_files_again()
 {
     m_tree->write("tool/rules.gox", SIMPLE);
     m_tree->write("raw_data/rules.gox", SIMPLE);
-    QCOMPARE(m_cache->add(*m_tree, "tool/rules.gox"),
-             QString("tool/rules.gox: the file lies outside the data roots"));
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/rules.gox"), QString());
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/RULES.gox"),
-             QString("raw_data/RULES.gox: the file has been read already"));
+    QCOMPARE(add("tool/rules.gox"), QString("tool/rules.gox: the file lies outside the data roots"));
+    QCOMPARE(add("raw_data/rules.gox"), QString());
+    QCOMPARE(add("raw_data/RULES.gox"), QString("raw_data/RULES.gox: the file has been read already"));
     QCOMPARE(m_cache->add_global(*m_tree, "tool/GOX/none.rules.gox"),
              QString("tool/GOX/none.rules.gox: can't be opened: No such file or directory"));
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/db/rules.gox"),
+    QCOMPARE(add("raw_data/db/rules.gox"),
              QString("raw_data/db/rules.gox: can't be opened: No such file or directory"));
     m_tree->make_folder("raw_data/unit/rules.gox");
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/unit/rules.gox"),
+    QCOMPARE(add("raw_data/unit/rules.gox"),
              QString("raw_data/unit/rules.gox: can't be opened: it is not a file"));
     QCOMPARE(m_cache->cache.rules.size(), 1);
 }
 
+// Each word is an edit of the textures of <raw>: "2.a=x" sets a property of the
+// second, "2.files=*.png" its filters, "2.inherit=1"; "-2" removes it, "+2"
+// inserts a new one there, "2>1" takes it from one place to another.
+void TST_RULE_FILES::edit(const QString& commands)
+{
+    const QString key = "<raw>*texture";
+    for (const QString& command : commands.split(' ')) {
+        QList<CACHED_RULE*> rules = m_cache->cache.rules.values(key);
+        std::reverse(rules.begin(), rules.end());
+        const QString value = command.section('=', 1);
+        const QString target = command.section('=', 0, 0).section('.', 1);
+        const int place = command.section('.', 0, 0).section('>', 0, 0).remove('+').remove('-').toInt() - 1;
+        if (command.startsWith('-')) {
+            delete rules.takeAt(place);
+        } else if (command.startsWith('+')) {
+            rules.insert(place, insert("<raw>", "Texture", "new"));
+        } else if (command.section('=', 0, 0).contains('>')) {
+            rules.move(place, command.section('>', 1).toInt() - 1);
+        } else if (target == "files") {
+            rules[place]->set_file_filters(value);
+        } else if (target == "inherit") {
+            rules[place]->inherit_properties = value == "1";
+        } else if (value.isEmpty()) {
+            rules[place]->properties.remove(target);
+        } else {
+            rules[place]->properties[target] = value;
+        }
+        m_cache->cache.rules.remove(key);
+        for (CACHED_RULE* const rule : qAsConst(rules))
+            m_cache->cache.rules.insert(key, rule);
+    }
+}
+
+void TST_RULE_FILES::edits_files_in_place_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QString>("commands");
+    QTest::addColumn<QByteArray>("after");
+    const QByteArray by_hand = "<?xml version='1.0'?>\r\n<!-- of <Ann> -->\r\n"
+                               "<rules xmlns:x='y' x:z='1'> <!-- old first -->\r\n"
+                               "\t<rule inherit='false' name='Texture'> <!-- a > b -->\r\n"
+                               "\t\t<property name=\"a\">\r\n 1 <!-- why -->\r\n</property>\r\n"
+                               "\t\t<later a='>'>text<b/></later>\r\n"
+                               "\t</rule> <!-- one -->\r\n"
+                               "\t<!-- two -->\r\n"
+                               "\t<rule name='Texture' />\r\n"
+                               "\t<rule name='Sound'/><?note?>\r\n"
+                               "</rules>\r\n";
+    const auto changed = [&](const char* from, const char* to) {
+        return QByteArray(by_hand).replace(from, to);
+    };
+    const auto row = [&](const char* name, const QByteArray& before, const char* commands,
+                         const QByteArray& after) {
+        QTest::newRow(name) << before << QString(commands) << after;
+    };
+    row("value", by_hand, "1.a=<2>", changed("\r\n 1 <!-- why -->\r\n", "&lt;2&gt;<!-- why -->"));
+    row("inherit", by_hand, "1.inherit=1", changed("'false'", "'true'"));
+    row("inherit, absent", by_hand, "2.inherit=1", changed("'Texture' />", "'Texture' inherit=\"true\" />"));
+    row("value of another", by_hand, "2.b=x",
+        changed("'Texture' />", "'Texture' >\r\n\t\t<property name=\"b\">x</property>\r\n\t</rule>"));
+    row("value beside others", by_hand, "1.b=x 1.files=*.png",
+        changed("</later>\r\n",
+                "</later>\r\n\t\t<files>*.png</files>\r\n\t\t<property name=\"b\">x</property>\r\n"));
+    row("no value", by_hand,
+        "1.a=", changed("\r\n\t\t<property name=\"a\">\r\n 1 <!-- why -->\r\n</property>", ""));
+    row("removed", by_hand, "-2", changed("\r\n\t<rule name='Texture' />", ""));
+    const char* const added = "\t<rule name=\"Texture\" inherit=\"false\">\r\n"
+                              "\t\t<property name=\"a\">new</property>\r\n\t</rule>\r\n";
+    row("first", by_hand, "+1", changed("\t<rule inherit", added + QByteArray("\t<rule inherit")));
+    row("between", by_hand, "+2", changed("\t<!-- two", added + QByteArray("\t<!-- two")));
+    row("last", by_hand, "+3", changed("\t<rule name='Sound'", added + QByteArray("\t<rule name='Sound'")));
+    row("removed and added", by_hand, "-2 +2",
+        changed("\t<!-- two -->\r\n\t<rule name='Texture' />\r\n", added + QByteArray("\t<!-- two -->\r\n")));
+    const char* const three = "<rules><rule name='Texture'><property name='a'>1</property></rule>"
+                              "<rule name='texture'/><rule name='Texture'><files/></rule></rules>";
+    const QByteArray tail = "<rule name='texture'/><rule name='Texture'><files>*.png</files></rule>";
+    row("one line", three, "3.files=*.png 1>2",
+        "<rules><rule name='texture'/>\n"
+        "    <rule name=\"Texture\" inherit=\"false\">\n"
+        "        <property name=\"a\">1</property>\n    </rule>\n"
+        "<rule name='Texture'><files>*.png</files></rule></rules>");
+    row("none left", three, "-1 -1 -1", "<rules></rules>");
+    row("first of all", "<x:rules xmlns:x='y'/>", "+1",
+        "<x:rules xmlns:x='y'>\n    <rule name=\"Texture\" inherit=\"false\">\n"
+        "        <property name=\"a\">new</property>\n    </rule>\n</x:rules>");
+    row("no file", "", "+1 1.inherit=1 1.files=*.png,-x 1.a=2 1.B&\"=3 +2",
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<rules version=\"1\">\n"
+        "    <rule name=\"Texture\" inherit=\"true\">\n"
+        "        <files>*.png, -x</files>\n"
+        "        <property name=\"B&amp;&quot;\">3</property>\n"
+        "        <property name=\"a\">2</property>\n"
+        "    </rule>\n"
+        "    <rule name=\"Texture\" inherit=\"false\">\n"
+        "        <property name=\"a\">new</property>\n"
+        "    </rule>\n"
+        "</rules>\n");
+}
+
+void TST_RULE_FILES::edits_files_in_place()
+{
+    QFETCH(QByteArray, before);
+    QFETCH(QString, commands);
+    QFETCH(QByteArray, after);
+    const QString file = "raw_data/rules.gox";
+    if (!before.isEmpty()) {
+        m_tree->write(file, before);
+        QCOMPARE(add(file), QString());
+    }
+    edit(commands);
+    QCOMPARE(save(), QString());
+    QCOMPARE(m_tree->read(file), after);
+    m_tree->remove(file);
+    QCOMPARE(save(), QString()); // written and remembered: nothing has changed since
+    QVERIFY(!m_tree->exists(file));
+    // What was written last is what is edited next.
+    m_tree->write(file, after);
+    const QString all = values("raw_data");
+    for (const char* next : {"+1", "1.a=3", "-1"}) {
+        edit(next);
+        QCOMPARE(save(), QString());
+    }
+    QCOMPARE(values("raw_data"), all);
+}
+
 void TST_RULE_FILES::leaves_unchanged_files_alone()
 {
-    // Written by hand, in an order and with spaces that GOX would not use.
+    // In an order and with spaces that GOX would not use.
     const QByteArray by_hand = "<rules> <rule name='Texture'><property name='a'> 1 </property></rule>"
                                "<rule name='Sound'/><!-- note --><rule name='Texture'/></rules>";
-    m_tree->write("raw_data/unit/rules.gox", by_hand);
-    m_tree->write("raw_data/rules.gox", SIMPLE);
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/unit/rules.gox"), QString());
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/rules.gox"), QString());
-    CACHED_RULE* const rule = m_cache->cache.rules.value("<raw>*texture");
-    rule->properties.insert("a", QString("2"));
-    rule->set_file_filters("*.png,-x");
-    rule->inherit_properties = true;
+    const QStringList global{"tool/GOX/one.rules.gox", "tool/GOX/two.rules.gox"};
+    const QString unit = "raw_data/unit/rules.gox";
+    m_tree->write(unit, by_hand, FILES::hour(1));
+    QCOMPARE(add(unit), QString());
+    for (const QString& file : global) {
+        m_tree->write(file, SIMPLE);
+        QCOMPARE(m_cache->add_global(*m_tree, file), QString());
+    }
+    m_cache->cache.rules.values("<>*texture").last()->properties["a"] = QString("changed");
     QCOMPARE(save(), QString());
-    QCOMPARE(m_tree->read("raw_data/unit/rules.gox"), by_hand);
-    QCOMPARE(m_tree->read("raw_data/rules.gox"), QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                                                            "<rules version=\"1\">\n"
-                                                            "    <rule name=\"Texture\" inherit=\"true\">\n"
-                                                            "        <files>*.png, -x</files>\n"
-                                                            "        <property name=\"a\">2</property>\n"
-                                                            "    </rule>\n"
-                                                            "</rules>\n"));
-    m_tree->remove("raw_data/rules.gox");
-    QCOMPARE(save(), QString()); // written and remembered: nothing has changed since
-    QVERIFY(!m_tree->exists("raw_data/rules.gox"));
+    QVERIFY(m_tree->read(global.first()).contains(">changed<"));
+    QCOMPARE(m_tree->read(global.last()), QByteArray(SIMPLE));
+    QCOMPARE(m_tree->read(unit), by_hand);
+    QCOMPARE(QFileInfo(m_tree->path(unit)).lastModified(), FILES::hour(1));
 }
 
-void TST_RULE_FILES::keeps_order_through_save_and_reload()
+void TST_RULE_FILES::writes_rules_to_their_folder()
 {
-    m_tree->write("raw_data/rules.gox", "<rules><rule name='Zoo'/><rule name='Art'/></rules>");
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/rules.gox"), QString());
-    for (const char* value : {"1", "2", "\xc3\xa4 <3> \"&\""})
-        insert("<raw>", value[0] == '2' ? "TEXTURE" : "Texture", value);
-    QCOMPARE(save(), QString());
-    RULE_CACHE_HOLDER again;
-    QCOMPARE(again.add(*m_tree, "raw_data/rules.gox"), QString());
-    QStringList order;
-    for (const CACHED_RULE* rule : qAsConst(again.cache.rules))
-        order.prepend(rule->name + rule->properties.value("a").toString());
-    QCOMPARE(order.join(' '), QString("Zoo Texture1 TEXTURE2 Texture\xc3\xa4 <3> \"&\" Art"));
-    const QByteArray text = m_tree->read("raw_data/rules.gox");
-    QVERIFY(text.indexOf("Zoo") < text.indexOf("Art") && text.indexOf("Art") < text.indexOf("Texture"));
-}
-
-void TST_RULE_FILES::keeps_global_files_apart()
-{
-    const QByteArray other = "<rules><rule name='Texture'><property name='a'>other</property></rule></rules>";
-    m_tree->write("tool/GOX/one.rules.gox", SIMPLE);
-    m_tree->write("tool/GOX/two.rules.gox", other);
-    QCOMPARE(m_cache->add_global(*m_tree, "tool/GOX/one.rules.gox"), QString());
-    QCOMPARE(m_cache->add_global(*m_tree, "tool/GOX/two.rules.gox"), QString());
-    const QList<CACHED_RULE*> newest_first = m_cache->cache.rules.values("<>*texture");
-    QCOMPARE(newest_first.size(), 2);
-    newest_first.last()->properties.insert("a", QString("changed"));
-    QCOMPARE(save(), QString());
-    QCOMPARE(m_tree->read("tool/GOX/two.rules.gox"), other);
-    QVERIFY(m_tree->read("tool/GOX/one.rules.gox").contains(">changed<"));
-}
-
-void TST_RULE_FILES::writes_new_rules_to_their_folder()
-{
-    insert("<working>/new folder", "Texture", "1");
-    QCOMPARE(save(), QString());
-    QCOMPARE(values("working_data/new folder"), QString("1"));
-    insert("<working>/new folder", "Texture", "2");
-    QCOMPARE(save(), QString());
+    for (const char* value : {"1", "2"}) {
+        insert("<working>/new folder", "Texture", value);
+        QCOMPARE(save(), QString());
+    }
     QCOMPARE(values("working_data/new folder"), QString("1 2"));
-    CACHED_RULE* const lost = insert("<elsewhere>", "Texture", "3");
+    CACHED_RULE* const rule = insert("<elsewhere>", "Texture", "3");
     QCOMPARE(save(), QString("<elsewhere>: the rule \"Texture\" belongs to no folder on disk"));
-    lost->path = LOGICAL_PATH("<raw>");
-}
 
-void TST_RULE_FILES::writes_to_the_companion_that_has_the_rules()
-{
+    // Moved; and where only the companion has rules, to that.
     m_tree->write("old_raw_data/unit/rules.gox", SIMPLE);
     m_tree->make_folder("raw_data/unit");
     QVERIFY(PATHS::initialise(m_tree->path("tool")));
-    QCOMPARE(m_cache->add(*m_tree, "old_raw_data/unit/rules.gox"), QString());
-    insert("<raw>/unit", "Texture", "2");
-    QCOMPARE(save(), QString());
-    QVERIFY(!m_tree->exists("raw_data/unit/rules.gox"));
-    QCOMPARE(values("old_raw_data/unit"), QString("1 2"));
-}
+    QCOMPARE(add("old_raw_data/unit/rules.gox"), QString());
+    m_cache->cache.rules.remove("<elsewhere>*texture");
+    for (const char* folder : {"<raw>/unit", "<raw>/b"}) {
+        m_cache->cache.rules.remove(rule_key(rule->path, rule->name), rule);
+        rule->path = LOGICAL_PATH(QString(folder));
+        rule->physical_path = PATHS::physical_path(rule->path);
+        m_cache->cache.rules.insert(rule_key(rule->path, rule->name), rule);
+        QCOMPARE(save(), QString());
+        QVERIFY(!m_tree->exists("raw_data/unit/rules.gox"));
+        QCOMPARE(values("old_raw_data/unit"), QString(folder[6] == 'u' ? "1 3" : "1"));
+    }
+    QCOMPARE(values("raw_data/b"), QString("3"));
 
-void TST_RULE_FILES::moves_a_rule_to_its_new_folder()
-{
-    m_tree->write("raw_data/a/rules.gox", SIMPLE);
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/a/rules.gox"), QString());
-    CACHED_RULE* const rule = m_cache->cache.rules.take("<raw>/a*texture");
-    rule->path = LOGICAL_PATH("<raw>/b");
-    rule->physical_path = PATHS::physical_path(rule->path);
-    m_cache->cache.rules.insert(rule_key(rule->path, rule->name), rule);
+    // A folder that is gone does not come back for rules that are gone too.
+    m_tree->remove("raw_data/b");
+    m_cache->cache.rules.remove("<raw>/b*texture");
     QCOMPARE(save(), QString());
-    QCOMPARE(values("raw_data/a"), QString());
-    QCOMPARE(values("raw_data/b"), QString("1"));
-}
-
-void TST_RULE_FILES::empties_a_file_that_lost_its_rules()
-{
-    m_tree->write("raw_data/rules.gox", SIMPLE);
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/rules.gox"), QString());
-    delete m_cache->cache.rules.take("<raw>*texture");
-    QCOMPARE(save(), QString());
-    QVERIFY(!m_tree->read("raw_data/rules.gox").contains("Texture"));
-    QCOMPARE(values("raw_data"), QString());
+    QVERIFY(!m_tree->exists("raw_data/b"));
+    delete rule;
 }
 
 void TST_RULE_FILES::refuses_to_overwrite_data()
 {
-    QTest::addColumn<QString>("obstacle");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<std::function<void(const TEMPORARY_TREE&)>>("obstacle");
     QTest::addColumn<QString>("error");
-    QTest::newRow("changed on disk") << "change"
-                                     << "not saved, it has changed on disk since it was read";
-    QTest::newRow("appeared") << "appear"
-                              << "not saved, a file that has not been read is there already";
-    QTest::newRow("read-only") << "protect"
-                               << "can't be written: ";
-    QTest::newRow("folder is a file") << "block"
-                                      << "not saved, its folder can't be made";
+    const auto row = [](const char* name, const QString& file, const QString& error,
+                        const std::function<void(const TEMPORARY_TREE&)>& obstacle) {
+        QTest::newRow(name) << file << obstacle << error;
+    };
+    const QString known = "raw_data/rules.gox";
+    const QString fresh = "raw_data/unit/rules.gox";
+    row("changed on disk", known, "not saved, it has changed on disk since it was read",
+        [=](const TEMPORARY_TREE& tree) { tree.write(known, "<rules/>"); });
+    row("appeared", fresh, "not saved, a file that has not been read is there already",
+        [=](const TEMPORARY_TREE& tree) { tree.write(fresh, "<rules/>"); });
+    row("folder in its place", fresh, "not saved, a file that has not been read is there already",
+        [=](const TEMPORARY_TREE& tree) { tree.make_folder(fresh); });
+    row("read-only", known, "not saved, it is read-only",
+        [=](const TEMPORARY_TREE& tree) { tree.set_permissions(known, 0444); });
+    row("its folder is a file", fresh, "not saved, its folder can't be made",
+        [=](const TEMPORARY_TREE& tree) { tree.write("raw_data/unit", "a file"); });
+#ifdef Q_OS_UNIX
+    row("no space left", fresh,
+        "not saved, can't be written: ", [=](const TEMPORARY_TREE&) { limit_file_size(100); });
+#endif
 }
 
 void TST_RULE_FILES::refuses_to_overwrite()
 {
-    QFETCH(QString, obstacle);
+    QFETCH(QString, file);
+    QFETCH(std::function<void(const TEMPORARY_TREE&)>, obstacle);
     QFETCH(QString, error);
     m_tree->write("raw_data/rules.gox", SIMPLE);
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/rules.gox"), QString());
-    const bool is_elsewhere = obstacle == "appear" || obstacle == "block";
-    insert(is_elsewhere ? "<raw>/unit" : "<raw>", "Texture", "2");
-    insert("<working>", "Texture", "3");
-    if (obstacle == "change")
-        m_tree->write("raw_data/rules.gox", "<rules/>");
-    else if (obstacle == "appear")
-        m_tree->write("raw_data/unit/rules.gox", "<rules/>");
-    else if (obstacle == "protect")
-        m_tree->set_permissions("raw_data/rules.gox", 0444);
-    else
-        m_tree->write("raw_data/unit", "a file");
-    if (obstacle == "protect" && QFileInfo(m_tree->path("raw_data/rules.gox")).isWritable())
-        QSKIP("this user may write to everything");
-
-    const QString file = is_elsewhere ? "raw_data/unit/rules.gox" : "raw_data/rules.gox";
-    const QByteArray before = m_tree->read(file);
-    const QString told = save();
-    QVERIFY2(told.startsWith(file + ": " + error), qPrintable(told));
-    QCOMPARE(told.count('\n'), 0);
-    QCOMPARE(m_tree->read(file), before);
-    QCOMPARE(values("working_data"), QString("3")); // the others are saved all the same
+    QCOMPARE(add("raw_data/rules.gox"), QString());
+    const bool is_known = file == "raw_data/rules.gox";
+    insert(is_known ? "<raw>" : "<raw>/unit", "Texture", "2");
+    if (error.endsWith("written: "))
+        m_cache->cache.rules.value("<raw>/unit*texture")->set_file_filters(QString(100000, 'x'));
+    m_tree->write("tool/GOX/x.rules.gox", SIMPLE);
+    QCOMPARE(m_cache->add_global(*m_tree, "tool/GOX/x.rules.gox"), QString());
+    m_cache->cache.rules.value("<>*texture")->properties["a"] = QString("3");
+    obstacle(*m_tree);
+    const auto content = [&] { return QFileInfo(m_tree->path(file)).isFile() ? m_tree->read(file) : ""; };
+    const QByteArray before = content();
+    const QStringList told = save().split('\n');
+    limit_file_size(-1);
+    QVERIFY2(told.first().startsWith(file + ": " + error), qPrintable(told.first()));
+    QCOMPARE(told.mid(1), QStringList("tool/GOX/x.rules.gox: saved")); // the others are, all the same
+    QVERIFY(m_tree->read("tool/GOX/x.rules.gox").contains(">3<"));
+    QCOMPARE(content(), before);
+    // Once the obstacle is gone, saving again does it.
+    if (!is_known) {
+        m_tree->remove("raw_data/unit");
+        QCOMPARE(save(), QString());
+        QCOMPARE(values("raw_data/unit"), QString("2"));
+    }
 }
 
 void TST_RULE_FILES::refuses_what_could_not_be_read_again_data()
@@ -331,12 +446,14 @@ void TST_RULE_FILES::refuses_what_could_not_be_read_again_data()
     QTest::addColumn<QString>("value");
     QTest::addColumn<QString>("property");
     QTest::addColumn<QString>("cause");
-    const QString bad = "a rule holds characters that ";
-    QTest::newRow("control character") << QString("a\1b") << "x" << bad + "a rule file can't hold";
-    QTest::newRow("half a character") << QString(QChar(0xd83c)) << "x" << bad + "a rule file can't hold";
-    QTest::newRow("line ends") << QString("a\r\nb") << "x" << bad + "would come back as others";
-    QTest::newRow("twice") << QString("1") << "A"
-                           << "it could not be read again: ";
+    const QString bad =
+        "the rule \"Texture\" holds characters that can't stand in a rule file, in its property ";
+    QTest::newRow("control character") << QString("a\1b") << "x" << bad + "\"x\"";
+    QTest::newRow("half a character") << QString(QChar(0xd83c)) << "x" << bad + "\"x\"";
+    QTest::newRow("in its name") << "1" << QString("a\1b") << bad + "\"a\1b\"";
+    QTest::newRow("twice") << "1"
+                           << "A"
+                           << "the rule \"Texture\" has a property twice";
 }
 
 void TST_RULE_FILES::refuses_what_could_not_be_read_again()
@@ -345,10 +462,9 @@ void TST_RULE_FILES::refuses_what_could_not_be_read_again()
     QFETCH(QString, property);
     QFETCH(QString, cause);
     m_tree->write("raw_data/rules.gox", SIMPLE);
-    QCOMPARE(m_cache->add(*m_tree, "raw_data/rules.gox"), QString());
+    QCOMPARE(add("raw_data/rules.gox"), QString());
     m_cache->cache.rules.value("<raw>*texture")->properties.insert(property, value);
-    const QString told = save();
-    QVERIFY2(told.startsWith("raw_data/rules.gox: not saved, " + cause), qPrintable(told));
+    QCOMPARE(save(), "raw_data/rules.gox: not saved, " + cause);
     QCOMPARE(m_tree->read("raw_data/rules.gox"), QByteArray(SIMPLE));
 }
 

@@ -1,0 +1,151 @@
+#include <QtWidgets/QAction>
+
+#include "contracts/rules/rule_cache.h"
+#include "rules/rule_edit_commands.h"
+#include "rules/rule_editor_dialog.h"
+#include "rules/rule_rows.h"
+
+// What the rule editor offers to do with its rows.
+
+void RULE_EDITOR_DIALOG::selection_changed()
+{
+    for (QAction* const action :
+         {m_delete, m_cut, m_copy, m_paste, m_paste_above, m_paste_below, m_add, m_add_above, m_add_below})
+        action->setVisible(false);
+    const QList<QTreeWidgetItem*> selected = ui.rules->selectedItems();
+    if (selected.size() != 1)
+        return;
+    const QTreeWidgetItem& row = *selected.first();
+    if (kind_of_row(row) == FOLDER_ROW) {
+        m_add->setVisible(true);
+        m_paste->setVisible(m_clipboard);
+    } else if (kind_of_row(row) == RULE_ROW) {
+        for (QAction* const action : {m_delete, m_cut, m_copy, m_add_above, m_add_below})
+            action->setVisible(true);
+        const bool is_same_kind = m_clipboard && m_clipboard->name == rule_of_row(row)->name;
+        m_paste_above->setVisible(is_same_kind);
+        m_paste_below->setVisible(is_same_kind);
+    }
+}
+
+void RULE_EDITOR_DIALOG::item_changed(QTreeWidgetItem* item, int)
+{
+    if (!m_track_changes)
+        return;
+    CACHED_RULE* const rule = rule_of_row(*item);
+    const RULE_ROW_KIND kind = kind_of_row(*item);
+    if (kind == RULE_ROW) {
+        m_undo_stack.push(new RULE_INHERIT_COMMAND(rule, item, &m_track_changes));
+    } else if (kind == VALUE_ROW) {
+        const QString name = item->text(NAME_COLUMN);
+        const QString old_value = value_text(*rule, name);
+        const QString value = item->text(VALUE_COLUMN).trimmed();
+        if (name == QLatin1String(FILES_ROW_NAME))
+            m_undo_stack.push(new RULE_FILTERS_COMMAND(old_value, value, item, &m_track_changes, rule));
+        else
+            m_undo_stack.push(
+                new RULE_PROPERTY_COMMAND(old_value, value, item, &m_track_changes, rule, name));
+    }
+    m_cache->rules_changed = true;
+}
+
+// Null when there is none of that kind, as when the operation is called without
+// its menu, which offers it on the right row only.
+QTreeWidgetItem* RULE_EDITOR_DIALOG::selected_row(bool with_rule) const
+{
+    QTreeWidgetItem* const row = ui.rules->selectedItems().value(0);
+    return row && kind_of_row(*row) == (with_rule ? RULE_ROW : FOLDER_ROW) ? row : nullptr;
+}
+
+void RULE_EDITOR_DIALOG::copy()
+{
+    const QTreeWidgetItem* const row = selected_row(true);
+    if (!row)
+        return;
+    CACHED_RULE* const copied = new CACHED_RULE(*rule_of_row(*row));
+    delete m_clipboard;
+    m_clipboard = copied;
+    selection_changed();
+}
+
+void RULE_EDITOR_DIALOG::del()
+{
+    QTreeWidgetItem* const row = selected_row(true);
+    if (!row)
+        return;
+    CACHED_RULE* const rule = rule_of_row(*row);
+    const int index = place_among_equals(m_cache->rules, rule);
+    m_undo_stack.push(new RULE_INSERT_COMMAND(false, rule, &m_cache->rules, index, row, row->parent()));
+    m_cache->rules_changed = true;
+}
+
+void RULE_EDITOR_DIALOG::cut()
+{
+    copy();
+    del();
+}
+
+void RULE_EDITOR_DIALOG::paste()
+{
+    paste_at(-1);
+}
+
+void RULE_EDITOR_DIALOG::paste_above()
+{
+    paste_at(0);
+}
+
+void RULE_EDITOR_DIALOG::paste_below()
+{
+    paste_at(1);
+}
+
+void RULE_EDITOR_DIALOG::paste_at(int position)
+{
+    if (m_clipboard && selected_row(position >= 0))
+        insert_rule(new CACHED_RULE(*m_clipboard), position);
+}
+
+void RULE_EDITOR_DIALOG::add(const QString& name)
+{
+    add_new(name, -1);
+}
+
+void RULE_EDITOR_DIALOG::add_above(const QString& name)
+{
+    add_new(name, 0);
+}
+
+void RULE_EDITOR_DIALOG::add_below(const QString& name)
+{
+    add_new(name, 1);
+}
+
+void RULE_EDITOR_DIALOG::add_new(const QString& name, int position)
+{
+    if (!RULE_SCHEMA::s_schemas.contains(name.toLower()) || !selected_row(position >= 0))
+        return;
+    CACHED_RULE* const rule = new CACHED_RULE;
+    rule->name = name;
+    rule->inherit_properties = false;
+    insert_rule(rule, position);
+}
+
+void RULE_EDITOR_DIALOG::insert_rule(CACHED_RULE* rule, int position)
+{
+    QTreeWidgetItem* const selected = selected_row(position >= 0);
+    QTreeWidgetItem* parent = selected;
+    int index = 0;
+    if (position < 0) {
+        for (int i = 0; i < parent->childCount(); ++i)
+            if (kind_of_row(*parent->child(i)) == RULE_ROW &&
+                parent->child(i)->text(NAME_COLUMN) == rule->name)
+                ++index;
+    } else {
+        parent = selected->parent();
+        index = position + place_among_equals(m_cache->rules, rule_of_row(*selected));
+    }
+    QTreeWidgetItem* const row = make_rule_row(rule, *RULE_SCHEMA::s_schemas.value(rule->name.toLower()));
+    m_undo_stack.push(new RULE_INSERT_COMMAND(true, rule, &m_cache->rules, index, row, parent));
+    m_cache->rules_changed = true;
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QtCore/QPointer>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QStyledItemDelegate>
+
+/// Shows and edits the texts of the rule editor's tree. Texts come from files
+/// and plugins: in cells and tool tips they are plain text, of one line and a
+/// bounded length in a cell, whatever the row holds.
+///
+/// An editor that is merely opened and closed changes nothing; the view keeps at
+/// most one open. GUI thread only.
+class RULE_VALUE_DELEGATE : public QStyledItemDelegate
+{
+    Q_OBJECT
+
+public:
+    explicit RULE_VALUE_DELEGATE(QObject* parent);
+
+    /// The line edit that is open, null if none is.
+    QLineEdit* editor() const { return m_editor; }
+
+    /// Takes over what has been typed so far.
+    void commit();
+
+    QString displayText(const QVariant& value, const QLocale& locale) const override;
+    QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                          const QModelIndex& index) const override;
+    void setEditorData(QWidget* editor, const QModelIndex& index) const override;
+    void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
+    bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+                   const QModelIndex& index) override;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    bool filter_key(QLineEdit* edit, QKeyEvent* event);
+
+    mutable QPointer<QLineEdit> m_editor;
+    mutable QString m_text; // in the editor when it was filled
+};
