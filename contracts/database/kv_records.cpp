@@ -18,10 +18,29 @@ int KV_TABLE_SCHEMA::key_index() const
 
 const KV_TABLE_SCHEMA* KV_DATABASE_SCHEMA::table(const QString& name) const
 {
-    for (const QSharedPointer<const KV_TABLE_SCHEMA>& known : tables)
-        if (known->name == name)
-            return known.data();
-    return nullptr;
+    const int index = table_index(name);
+    return index < 0 ? nullptr : tables.at(index).data();
+}
+
+int KV_DATABASE_SCHEMA::table_index(const QString& name) const
+{
+    const auto is_called = [&](const auto& known) { return known->name == name; };
+    const auto place = std::find_if(tables.begin(), tables.end(), is_called);
+    return place == tables.end() ? -1 : int(place - tables.begin());
+}
+
+int KV_QUERY_RESULTS::column_index(const QString& column) const
+{
+    const auto is_called = [&](const KV_FIELD_SCHEMA& known) { return known.name == column; };
+    const auto place = std::find_if(columns.begin(), columns.end(), is_called);
+    return place == columns.end() ? -1 : int(place - columns.begin());
+}
+
+QString KV_QUERY_RESULTS::value(int row, const QString& column) const
+{
+    const int index = column_index(column);
+    return index < 0 || row < 0 || row >= records.size() ? QString()
+                                                         : records.at(row).fields.value(index).value;
 }
 
 QString KV_TABLE_DATA::value(int row, const QString& field) const

@@ -46,14 +46,26 @@ struct KV_TABLE_SCHEMA
     GOX_CONTRACTS_EXPORT int key_index() const;
 };
 
-/// The tables of a database.
+/// A query that the schema keeps under a name.
+struct KV_QUERY_SCHEMA
+{
+    QString name;        ///< empty only for a definition that no schema holds
+    QString description; ///< for people; may be empty
+    QString sql;         ///< one SELECT
+};
+
+/// The tables of a database and its named queries.
 struct KV_DATABASE_SCHEMA
 {
     int version = 0; ///< of the database format; 0 for an empty database
     QVector<QSharedPointer<const KV_TABLE_SCHEMA>> tables; ///< in the order of the schema file, never null
+    QVector<KV_QUERY_SCHEMA> queries;                      ///< in the order of the schema file
 
     /// Null when there is no table of that name. Lives as long as this record.
     GOX_CONTRACTS_EXPORT const KV_TABLE_SCHEMA* table(const QString& name) const;
+
+    /// Position in `tables`; -1 when there is none of that name.
+    GOX_CONTRACTS_EXPORT int table_index(const QString& name) const;
 };
 
 /// One value of a record.
@@ -95,4 +107,57 @@ struct KV_TABLE_DATA
     /// Makes `rows_by_key` anew. What the service hands out is indexed already;
     /// this is for who changes `records`. Of equal keys the first counts.
     GOX_CONTRACTS_EXPORT void index_keys();
+};
+
+/// All tables with their records.
+struct KV_DATABASE_DATA
+{
+    QVector<KV_TABLE_DATA> tables; ///< in the order of the schema
+};
+
+/// What a query found.
+struct KV_QUERY_RESULTS
+{
+    /// The columns; of each only name and type are set. A column of a table has
+    /// its field's type, a computed one that of its first value.
+    QVector<KV_FIELD_SCHEMA> columns;
+    QVector<KV_RECORD_DATA> records; ///< a value for each column; `line` is 0
+
+    /// Position of the first column of that name; -1 when there is none.
+    GOX_CONTRACTS_EXPORT int column_index(const QString& column) const;
+
+    /// Empty when there is no such row or column.
+    GOX_CONTRACTS_EXPORT QString value(int row, const QString& column) const;
+};
+
+/// One field that refers to a field of another table, or of the same.
+struct RELATIONSHIP_DATA
+{
+    QString table; ///< the dependent: its values stand in the other one
+    QString field;
+    QString lookup_table;
+    QString lookup_field;
+};
+
+/// A field and what its table says about it.
+struct METAFIELD_AND_SCHEMA
+{
+    QString table; ///< empty when there is no such field
+    KV_FIELD_SCHEMA field;
+};
+
+/// One step of KV_XML_QUERY_INTERFACE::apply_edit_commands.
+struct KV_EDIT_COMMAND
+{
+    enum KIND : int
+    {
+        ADD_RECORD,    ///< `record`
+        EDIT_RECORD,   ///< the record with `key` becomes `record`
+        REMOVE_RECORD, ///< the record with `key`
+    };
+
+    KIND kind = ADD_RECORD;
+    QString table;
+    QString key;
+    KV_RECORD_DATA record;
 };

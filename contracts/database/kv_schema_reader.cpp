@@ -1,10 +1,9 @@
 #include "contracts/database/kv_schema_reader.h"
 
+#include <QtCore/QHash>
 #include <QtCore/QSet>
 
-#include <algorithm>
-#include <cmath>
-
+#include "contracts/database/kv_schema_rules.h"
 #include "contracts/services/xml_file_reader.h"
 
 namespace {
@@ -12,28 +11,28 @@ namespace {
 constexpr KV_FIELD_SCHEMA::TYPE TYPES[] = {KV_FIELD_SCHEMA::TEXT, KV_FIELD_SCHEMA::INTEGER,
                                            KV_FIELD_SCHEMA::REAL, KV_FIELD_SCHEMA::BOOLEAN};
 
-// Names become names of files and of XML attributes.
-bool is_name(const QString& text)
+// The element <query> that the walk has entered.
+bool read_definition(XML_FILE_READER& xml, KV_QUERY_SCHEMA& query)
 {
-    const auto is_letter = [](QChar c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-    };
-    const auto is_letter_or_digit = [&](QChar c) { return is_letter(c) || (c >= '0' && c <= '9'); };
-    return !text.isEmpty() && text.size() <= KV_MAX_NAME_LENGTH && is_letter(text.at(0)) &&
-           std::all_of(text.begin(), text.end(), is_letter_or_digit);
+    if (!xml.allow_attributes({"name", "description"}))
+        return false;
+    query.name = xml.attribute("name");
+    query.description = xml.attribute("description");
+    query.sql = xml.text();
+    return !xml.failed();
 }
 
 class SCHEMA_READER
 {
 public:
-    explicit SCHEMA_READER(const QString& path) : m_xml(path) {}
+    explicit SCHEMA_READER(const QString& path) : m_xml(path, KV_MAX_SCHEMA_BYTES) {}
 
     QString read(KV_DATABASE_SCHEMA& schema)
     {
         if (m_xml.open("database") && m_xml.check_version(KV_FORMAT_VERSION) &&
             m_xml.allow_attributes({"version"}))
             while (m_xml.next_child())
-                read_table();
+                read_child();
         if (m_xml.finish() && check_lookups()) {
             m_schema.version = KV_FORMAT_VERSION;
             schema = m_schema;
@@ -48,19 +47,26 @@ private:
         QString place;
     };
 
+    void read_child()
+    {
+        if (m_xml.name() == QLatin1String("table"))
+            read_table();
+        else if (m_xml.name() == QLatin1String("query"))
+            read_query();
+        else
+            m_xml.fail(QStringLiteral("<database> can't hold <%1>").arg(m_xml.name().toString()));
+    }
+
     void read_table()
     {
-        if (m_xml.name() != QLatin1String("table")) {
-            m_xml.fail(QStringLiteral("<database> can't hold <%1>").arg(m_xml.name().toString()));
-            return;
-        }
         if (!m_xml.allow_attributes({"name", "description"}))
             return;
         const auto table = QSharedPointer<KV_TABLE_SCHEMA>::create();
         table->name = m_xml.attribute("name");
         table->description = m_xml.attribute("description");
-        if (!check_table_name(table->name))
+        if (!accept(kv_table_name_problem(m_table_names, table->name)))
             return;
+        m_table_names.insert(table->name.toLower());
         while (m_xml.next_child())
             read_field(*table);
         if (!m_xml.failed() && table->fields.isEmpty())
@@ -68,22 +74,22 @@ private:
         m_schema.tables.append(table);
     }
 
-    bool check_table_name(const QString& name)
+    void read_query()
     {
-        if (!is_name(name))
-            return m_xml.fail(not_a_name("table", name));
-        if (name.compare(QLatin1String("schema"), Qt::CaseInsensitive) == 0)
-            return m_xml.fail(
-                QStringLiteral("no table can be called \"%1\": its file would be the schema's").arg(name));
-        // Files of names that differ in letter case only can't lie side by side
-        // on every system.
-        if (m_table_names.contains(name.toLower()))
-            return m_xml.fail(QStringLiteral("there are two tables called \"%1\"").arg(name));
-        if (m_schema.tables.size() == KV_MAX_TABLES)
-            return m_xml.fail(QStringLiteral("more than %1 tables").arg(KV_MAX_TABLES));
-        m_table_names.insert(name.toLower());
-        return true;
+        KV_QUERY_SCHEMA query;
+        if (!read_definition(m_xml, query))
+            return;
+        const QString problem = kv_query_problem(m_query_names, query);
+        if (!accept(problem.isEmpty() || query.name.isEmpty()
+                        ? problem
+                        : QStringLiteral("query \"%1\": %2").arg(query.name.left(KV_QUOTED_LENGTH), problem)))
+            return;
+        m_query_names.insert(query.name);
+        m_schema.queries.append(query);
     }
+
+    // An empty text is no problem.
+    bool accept(const QString& problem) { return problem.isEmpty() || m_xml.fail(problem); }
 
     void read_field(KV_TABLE_SCHEMA& table)
     {
@@ -93,27 +99,16 @@ private:
         }
         KV_FIELD_SCHEMA field;
         if (!m_xml.allow_attributes({"name", "type", "key", "default", "description", "lookup"}) ||
-            !read_name(table, field) || !read_type(field) || !read_key(table, field) ||
-            !read_default(field) || !read_lookup(field))
+            !read_type(field) || !read_key(field))
             return;
+        field.name = m_xml.attribute("name");
+        field.default_value = m_xml.attribute("default");
         field.description = m_xml.attribute("description");
+        if (!accept(kv_field_problem(table, field)) || !read_lookup(field))
+            return;
         table.fields.append(field);
         if (m_xml.next_child())
             m_xml.fail(QStringLiteral("<field> can't hold <%1>").arg(m_xml.name().toString()));
-    }
-
-    bool read_name(const KV_TABLE_SCHEMA& table, KV_FIELD_SCHEMA& field)
-    {
-        field.name = m_xml.attribute("name");
-        if (!is_name(field.name))
-            return m_xml.fail(not_a_name("field", field.name));
-        if (table.field_index(field.name) >= 0)
-            return m_xml.fail(
-                QStringLiteral("table \"%1\" has two fields called \"%2\"").arg(table.name, field.name));
-        if (table.fields.size() == KV_MAX_FIELDS)
-            return m_xml.fail(
-                QStringLiteral("table \"%1\" has more than %2 fields").arg(table.name).arg(KV_MAX_FIELDS));
-        return true;
     }
 
     bool read_type(KV_FIELD_SCHEMA& field)
@@ -125,34 +120,21 @@ private:
             field.type = type;
             return true;
         }
-        return m_xml.fail(QStringLiteral("the type of field \"%1\" must be text, integer, real or boolean, "
-                                         "not \"%2\"")
-                              .arg(field.name, name));
+        return m_xml.fail(
+            QStringLiteral("the type of field \"%1\" must be text, integer, real or boolean, "
+                           "not \"%2\"")
+                .arg(m_xml.attribute("name").left(KV_QUOTED_LENGTH), name.left(KV_QUOTED_LENGTH)));
     }
 
-    bool read_key(const KV_TABLE_SCHEMA& table, KV_FIELD_SCHEMA& field)
+    bool read_key(KV_FIELD_SCHEMA& field)
     {
         if (!m_xml.has_attribute("key"))
             return true;
         const QString word = m_xml.attribute("key");
         field.key = word == QLatin1String("true");
-        if (!field.key && word != QLatin1String("false"))
-            return m_xml.fail(QStringLiteral("\"key\" must be true or false, not \"%1\"").arg(word));
-        if (field.key && table.key_index() >= 0)
-            return m_xml.fail(QStringLiteral("table \"%1\" has two key fields, \"%2\" and \"%3\"")
-                                  .arg(table.name, table.fields.at(table.key_index()).name, field.name));
-        return true;
-    }
-
-    bool read_default(KV_FIELD_SCHEMA& field)
-    {
-        field.default_value = m_xml.attribute("default");
-        if (field.key && !field.default_value.isEmpty())
-            return m_xml.fail(QStringLiteral("key field \"%1\" can't have a default").arg(field.name));
-        if (!kv_value_has_type(QStringRef(&field.default_value), field.type))
-            return m_xml.fail(QStringLiteral("default \"%1\" of field \"%2\" is not of type %3")
-                                  .arg(field.default_value, field.name, kv_type_name(field.type)));
-        return true;
+        return field.key || word == QLatin1String("false") ||
+               m_xml.fail(QStringLiteral("\"key\" must be true or false, not \"%1\"")
+                              .arg(word.left(KV_QUOTED_LENGTH)));
     }
 
     bool read_lookup(KV_FIELD_SCHEMA& field)
@@ -160,10 +142,10 @@ private:
         if (!m_xml.has_attribute("lookup"))
             return true;
         const QString target = m_xml.attribute("lookup");
+        if (!accept(kv_lookup_form_problem(target)))
+            return false;
         field.lookup_table = target.section('.', 0, 0);
         field.lookup_field = target.section('.', 1);
-        if (!is_name(field.lookup_table) || !is_name(field.lookup_field))
-            return m_xml.fail(QStringLiteral("\"lookup\" must be table.field, not \"%1\"").arg(target));
         m_lookups.append({field.lookup_table, field.lookup_field, m_xml.place()});
         return true;
     }
@@ -185,19 +167,10 @@ private:
         return true;
     }
 
-    static QString not_a_name(const char* what, const QString& text)
-    {
-        if (text.isEmpty())
-            return QStringLiteral("a %1 must have a name").arg(QLatin1String(what));
-        return QStringLiteral("\"%1\" can't be the name of a %2: letters from a to z, digits and _ can, at "
-                              "most %3, the first no digit")
-            .arg(text.left(KV_MAX_NAME_LENGTH), QLatin1String(what))
-            .arg(KV_MAX_NAME_LENGTH);
-    }
-
     XML_FILE_READER m_xml;
     KV_DATABASE_SCHEMA m_schema;
     QSet<QString> m_table_names; // in lower case
+    QSet<QString> m_query_names;
     QVector<PENDING_LOOKUP> m_lookups;
     QString m_lookup_error;
 };
@@ -209,32 +182,11 @@ QString read_database_schema(const QString& path, KV_DATABASE_SCHEMA& schema)
     return SCHEMA_READER(path).read(schema);
 }
 
-bool kv_value_has_type(const QStringRef& value, KV_FIELD_SCHEMA::TYPE type)
+QString read_query_definition(const QString& definition, KV_QUERY_SCHEMA& query)
 {
-    if (type == KV_FIELD_SCHEMA::TEXT || value.isEmpty())
-        return true;
-    bool is_number = false;
-    switch (type) {
-    case KV_FIELD_SCHEMA::INTEGER:
-        value.toLongLong(&is_number);
-        return is_number;
-    case KV_FIELD_SCHEMA::REAL:
-        return std::isfinite(value.toDouble(&is_number)) && is_number;
-    default:
-        return value == QLatin1String("true") || value == QLatin1String("false");
-    }
-}
-
-QString kv_type_name(KV_FIELD_SCHEMA::TYPE type)
-{
-    switch (type) {
-    case KV_FIELD_SCHEMA::INTEGER:
-        return QStringLiteral("integer");
-    case KV_FIELD_SCHEMA::REAL:
-        return QStringLiteral("real");
-    case KV_FIELD_SCHEMA::BOOLEAN:
-        return QStringLiteral("boolean");
-    default:
-        return QStringLiteral("text");
-    }
+    XML_FILE_READER xml(QStringLiteral("query"));
+    KV_QUERY_SCHEMA found;
+    if (xml.open(definition.toUtf8(), "query") && read_definition(xml, found) && xml.finish())
+        query = found;
+    return xml.error();
 }

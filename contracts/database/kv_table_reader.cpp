@@ -3,12 +3,10 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
-#include "contracts/database/kv_schema_reader.h"
+#include "contracts/database/kv_schema_rules.h"
 #include "contracts/services/xml_file_reader.h"
 
 namespace {
-
-constexpr int QUOTED_LENGTH = 60;
 
 // Gives equal short values of a field one text in memory: names of types,
 // numbers and flags repeat over and over in a table. What it remembers is
@@ -66,6 +64,8 @@ public:
         return QString();
     }
 
+    bool has_left_out() const { return m_has_left_out; }
+
 private:
     bool check_name()
     {
@@ -109,6 +109,7 @@ private:
     {
         const int next = m_field + 1 < m_schema.fields.size() ? m_field + 1 : 0;
         m_field = m_schema.fields.at(next).name == name ? next : m_places.value(name.toString(), -1);
+        m_has_left_out |= m_field < 0;
         if (m_field < 0 && !m_skips_unknown)
             m_xml.fail(
                 QStringLiteral("table \"%1\" has no field \"%2\"").arg(m_schema.name, name.toString()));
@@ -122,20 +123,15 @@ private:
         if (m_given_in.at(m_field) == row)
             m_xml.fail(QStringLiteral("the record gives field \"%1\" twice").arg(field.name));
         else if (!kv_value_has_type(value, field.type))
-            m_xml.fail(QStringLiteral("value \"%1\" of field \"%2\" is not of type %3")
-                           .arg(value.left(QUOTED_LENGTH).toString(), field.name, kv_type_name(field.type)));
+            m_xml.fail(kv_type_problem(field, value));
         m_given_in[m_field] = row;
         record.fields[m_field].value = m_values.get(m_field, value);
     }
 
     bool check_count()
     {
-        const qint64 count = m_table.records.size() + 1;
-        if (count > KV_MAX_RECORDS)
-            return m_xml.fail(QStringLiteral("more than %1 records").arg(KV_MAX_RECORDS));
-        if (count * m_schema.fields.size() > KV_MAX_VALUES)
-            return m_xml.fail(QStringLiteral("more than %1 values").arg(KV_MAX_VALUES));
-        return true;
+        const QString problem = kv_count_problem(m_table.records.size(), m_schema.fields.size());
+        return problem.isEmpty() || m_xml.fail(problem);
     }
 
     bool add_key(const KV_RECORD_DATA& record)
@@ -150,7 +146,7 @@ private:
         // New places hold 0, and so does the place of the first record.
         if (!m_table.records.isEmpty() && m_table.records.at(row).fields.at(m_key).value == key)
             return m_xml.fail(QStringLiteral("key \"%1\" is already that of the record in line %2")
-                                  .arg(key.left(QUOTED_LENGTH))
+                                  .arg(key.left(KV_QUOTED_LENGTH))
                                   .arg(m_table.records.at(row).line));
         row = m_table.records.size();
         return true;
@@ -164,6 +160,7 @@ private:
     QVector<int> m_given_in; // for each field the last row that gave it
     QHash<QString, int> m_places;
     QVector<KV_FIELD_DATA> m_defaults;
+    bool m_has_left_out = false;
     int m_field = -1; // where the field found last stands
     KV_TABLE_DATA m_table;
 };
@@ -183,11 +180,16 @@ QString misspelt_file(const QString& path)
 } // namespace
 
 QString read_database_table(const QString& path, const QSharedPointer<const KV_TABLE_SCHEMA>& schema,
-                            bool skip_unknown_fields, KV_TABLE_DATA& table)
+                            bool skip_unknown_fields, KV_TABLE_DATA& table, bool& has_left_out)
 {
     const QFileInfo info(path);
-    if (info.exists() || info.isSymLink())
-        return TABLE_READER(path, schema, skip_unknown_fields).read(table);
+    has_left_out = false;
+    if (info.exists() || info.isSymLink()) {
+        TABLE_READER reader(path, schema, skip_unknown_fields);
+        const QString error = reader.read(table);
+        has_left_out = reader.has_left_out();
+        return error;
+    }
     const QString error = misspelt_file(path);
     if (error.isEmpty()) {
         table = KV_TABLE_DATA();

@@ -6,10 +6,11 @@
 
 class KV_XML_QUERY_INTERFACE;
 
-// What the database knows about packs, in two tables:
+// What the database knows about packs, in two tables and a query:
 //
-//     packs    key "name": the pack's top folder, in lower case; "title"
-//     assets   key "path": a file's path below the working data, in lower case; "title"
+//     packs              key "name": the pack's top folder, in lower case; "title"
+//     assets             key "path": a file's path below the working data, in lower case; "title"
+//     described_packs    a column "name": the packs to make a table of contents for
 //
 // Both functions leave `error` empty on success. One thread at a time, as the
 // database wants it.

@@ -94,6 +94,17 @@ void TST_BROKEN_DATABASE::schema_data()
         "schema.xml:2:45: \"lookup\" must be table.field");
     row("lookup of nothing", in_table("<field name='a' lookup='t.b'/>"),
         "schema.xml:2:47: there is no field \"t.b\" to look up");
+    row("name that XML keeps", in_table("<field name='xmlns'/>"),
+        "schema.xml:2:38: no field can be called \"xmlns\"");
+    row("query without name", "<database><query>SELECT 1</query></database>",
+        "schema.xml:1:34: a query must have a name");
+    row("query that writes", "<database>\n<query name='q'>DELETE FROM t</query></database>",
+        "schema.xml:2:38: query \"q\": it must begin with SELECT");
+    row("equal queries",
+        "<database><query name='q'>SELECT 1</query>\n<query name='q'>SELECT 1</query></database>",
+        "schema.xml:2:33: query \"q\": there are two queries called \"q\"");
+    row("elements in a query", "<database><query name='q'><b/></query></database>",
+        "schema.xml:1:31: <query> can hold text only");
     row("too many fields", in_table(fields(501)), "schema.xml:2:");
 }
 

@@ -1,0 +1,154 @@
+#pragma once
+
+#include <QtCore/QHash>
+#include <QtCore/QScopedPointer>
+#include <QtCore/QSet>
+#include <QtCore/QSharedPointer>
+#include <QtCore/QStringList>
+
+#include <functional>
+
+#include "contracts/database/kv_file_writer.h"
+#include "contracts/database/kv_records.h"
+#include "contracts/database/kv_references.h"
+#include "contracts/database/kv_working_table.h"
+
+class PROGRESS_CALLBACK;
+
+/// A table as it is kept between the calls. It stays at its place in memory
+/// until the connection ends, whatever happens to the table.
+struct KV_LOADED_TABLE
+{
+    KV_TABLE_DATA data;
+    QString error; ///< empty when the table could be read
+    KV_FILE_STAMP stamp;
+    bool has_left_out = false; ///< its file holds values that would be lost if it were written
+    bool is_edited = false;    ///< since it was read or written last
+    qint64 revision = 0;       ///< another one after each change; 0 while it is not read
+};
+
+/// What a transaction has changed so far. Nobody else sees it before the end.
+struct KV_TRANSACTION
+{
+    bool saves = false;        ///< the end writes what was changed
+    KV_DATABASE_SCHEMA schema; ///< as it is to become
+    bool is_schema_changed = false;
+    QHash<QString, KV_WORKING_TABLE> tables; ///< by name: those that a change was tried on
+    QSet<QString> reshaped;                  ///< tables with other fields, and new ones
+    QSet<QString> removed;                   ///< tables that are gone
+
+    QStringList changed_tables() const;
+};
+
+/// The database behind KV_XML_QUERY_INTERFACE: the folder, what was read of it,
+/// what was changed and not yet written, and the transaction that is open.
+/// Errors are texts that are empty on success; an operation that gives one has
+/// changed nothing unless it says otherwise. One thread at a time.
+class KV_DATABASE
+{
+public:
+    KV_DATABASE(PROGRESS_CALLBACK* progress, bool skip_unknown_fields)
+        : m_progress(progress), m_skip_unknown_fields(skip_unknown_fields)
+    {
+    }
+
+    QString connect(const QString& path, bool load_all);
+    void disconnect();
+    bool is_connected() const { return m_is_connected; }
+    const QString& path() const { return m_path; }
+    const KV_DATABASE_SCHEMA& schema() const { return m_schema; }
+    const QVector<RELATIONSHIP_DATA>& relationships() const { return m_relationships; }
+
+    QString table_file(const QString& table) const { return m_path + '/' + table + ".xml"; }
+    QString schema_file() const { return m_path + "/schema.xml"; }
+    QString no_table(const QString& name) const; ///< the error that says so
+
+    /// Null with an error when there is no such table or it can't be read.
+    KV_LOADED_TABLE* load(const QString& table, QString& error);
+
+    /// Why the table can't be changed, as far as its file tells; empty when it
+    /// can, or when it is not read.
+    QString change_problem(const QString& table) const;
+
+    /// Drops what was read of a table, which is read again when it is asked for.
+    QString forget(const QString& table);
+
+    bool in_transaction() const { return !m_transaction.isNull(); }
+    QString begin_transaction(bool saves);
+
+    /// Makes the changes real. After an error the transaction is still open,
+    /// unless some of several files were written: then it has ended, and what
+    /// was not written counts as edited.
+    QString end_transaction();
+    QString terminate_transaction();
+
+    /// Lets `change` work on the records of a table: within the open
+    /// transaction, or on its own with lookups checked at once.
+    QString change_records(const QString& table, const std::function<QString(KV_WORKING_TABLE&)>& change);
+
+    /// Lets `change` take several steps, all or none of them.
+    QString change_at_once(const std::function<QString()>& change);
+
+    /// The schema as the open transaction has it, and a new one in its place.
+    const KV_DATABASE_SCHEMA& current_schema() const;
+    QString change_schema(const KV_DATABASE_SCHEMA& schema);
+
+    /// The table as the open transaction has it; without data on an error.
+    KV_TABLE_VIEW view(const QString& table, QString& error);
+
+    QStringList edited_tables() const; ///< with records or fields that are not written yet
+    QStringList reshaped_tables() const;
+    QStringList removed_tables() const; ///< whose files still have to go
+    bool is_schema_edited() const { return m_is_schema_edited; }
+    QStringList files_to_save() const;
+
+    /// Writes those of `tables` that are edited, and the schema if `with_schema`
+    /// or if the fields of one of them are changed; all tables with changed
+    /// fields go with the schema.
+    QString save(const QStringList& tables, bool with_schema);
+
+    /// Writes everything into a folder that is empty or does not exist.
+    QString copy_to(const QString& folder);
+
+    /// Back to what was read or written last; tables are read again.
+    QString revert();
+    QString revert(const QString& table);
+
+private:
+    struct WRITTEN
+    {
+        QStringList tables;
+        bool schema = false;
+    };
+
+    static qint64 next_revision();
+    QString load_all();
+    void read(const QSharedPointer<const KV_TABLE_SCHEMA>& table, KV_LOADED_TABLE& loaded);
+    KV_WORKING_TABLE* working(const QString& table, QString& error);
+    QString change_alone(KV_LOADED_TABLE& loaded, const std::function<QString(KV_WORKING_TABLE&)>& change);
+    QString apply_schema(const KV_DATABASE_SCHEMA& schema);
+    QString apply_table(const QSharedPointer<const KV_TABLE_SCHEMA>& table);
+    QString check_references();
+    QString check_reference(const RELATIONSHIP_DATA& relationship);
+    void take_over_tables();
+    void take_over_schema();
+    KV_FILE_TO_WRITE table_to_write(const QString& table, const QString& file, QString& error);
+    QString write(QStringList tables, bool with_schema, WRITTEN& written);
+    void mark_written(const WRITTEN& written);
+    QString remove_files();
+
+    PROGRESS_CALLBACK* m_progress;
+    bool m_skip_unknown_fields;
+    bool m_is_connected = false;
+    QString m_path;
+    KV_DATABASE_SCHEMA m_schema;
+    KV_DATABASE_SCHEMA m_written_schema; // as it was read or written last
+    KV_FILE_STAMP m_schema_stamp;
+    QVector<RELATIONSHIP_DATA> m_relationships;
+    QHash<QString, QSharedPointer<KV_LOADED_TABLE>> m_tables; // those that have been asked for
+    QVector<QSharedPointer<KV_LOADED_TABLE>> m_removed;       // which somebody may still point to
+    bool m_is_schema_edited = false;
+    QSet<QString> m_reshaped;
+    QSet<QString> m_files_to_remove; // of these tables
+    QScopedPointer<KV_TRANSACTION> m_transaction;
+};

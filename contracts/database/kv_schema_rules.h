@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QtCore/QSet>
+#include <QtCore/QString>
+
+#include "contracts/database/kv_records.h"
+
+// What a schema and its values must obey, whether they come from a file or from
+// a caller. Each function gives the cause, without a place, or an empty text
+// when all is well. Any thread.
+
+constexpr int KV_MAX_TABLES = 10000;         ///< in a database
+constexpr int KV_MAX_QUERIES = 10000;        ///< in a database
+constexpr int KV_MAX_FIELDS = 500;           ///< in a table
+constexpr int KV_MAX_NAME_LENGTH = 100;      ///< of a table, field or query
+constexpr int KV_MAX_VALUE_LENGTH = 2 << 20; ///< of a value that is written, so that it can be read again
+constexpr int KV_MAX_QUERY_LENGTH = 100000;  ///< of the text of a query
+constexpr int KV_MAX_RECORDS = 10000000;     ///< in a table, and of the results of a query
+constexpr int KV_MAX_VALUES = 200000000;     ///< in a table: records times fields
+constexpr int KV_QUOTED_LENGTH = 60;         ///< of a foreign text in an error
+
+/// `before` are the names of tables known so far, in lower case.
+QString kv_table_name_problem(const QSet<QString>& before, const QString& name);
+
+/// Name, key and default of a field that is to follow those of `table`.
+QString kv_field_problem(const KV_TABLE_SCHEMA& table, const KV_FIELD_SCHEMA& field);
+
+/// `before` are the names of the queries known so far.
+QString kv_query_problem(const QSet<QString>& before, const KV_QUERY_SCHEMA& query);
+
+/// Whether the parts of a lookup can be names, and whether the schema has them.
+QString kv_lookup_form_problem(const QString& target);
+QString kv_lookup_problem(const KV_DATABASE_SCHEMA& schema, const KV_FIELD_SCHEMA& field);
+
+/// All of the above for a schema that no file vouches for, and its texts.
+QString kv_schema_problem(const KV_DATABASE_SCHEMA& schema);
+
+/// A text that a table or schema file can't hold.
+QString kv_text_problem(const QString& text);
+
+/// A value that is to be stored in a field of a table.
+QString kv_value_problem(const KV_FIELD_SCHEMA& field, const QString& value);
+
+/// Whether a value can stand in a field of this type. An empty value stands for
+/// "none" everywhere.
+bool kv_value_has_type(const QStringRef& value, KV_FIELD_SCHEMA::TYPE type);
+QString kv_type_problem(const KV_FIELD_SCHEMA& field, const QStringRef& value);
+
+/// One more record in a table of that many records and fields.
+QString kv_count_problem(qint64 records, int fields);
+
+/// "text", "integer", "real" or "boolean".
+QString kv_type_name(KV_FIELD_SCHEMA::TYPE type);

@@ -1,0 +1,97 @@
+#include "contracts/database/kv_sql_text.h"
+
+#include "contracts/database/kv_schema_rules.h"
+
+namespace {
+
+bool is_word_letter(QChar c)
+{
+    return c.isLetterOrNumber() || c == '_' || c.unicode() >= 0x80;
+}
+
+// Walks over the words of a text exactly as SQLite tells them apart: what it
+// took for a string and SQLite for a word would pass unseen.
+class SQL_WORDS
+{
+public:
+    explicit SQL_WORDS(const QString& sql) : m_sql(sql) {}
+
+    QString word;           // in lower case
+    bool is_quoted = false; // so it is a name for certain
+    QChar wrong_sign;       // null unless one was met that can't be passed
+
+    // Steps to the next word; false at the end and at a wrong sign.
+    bool next()
+    {
+        while (m_place < m_sql.size() && wrong_sign.isNull()) {
+            const QChar c = m_sql.at(m_place);
+            is_quoted = c == '"' || c == '`' || c == '[';
+            if (is_quoted || is_word_letter(c)) {
+                word = (is_quoted ? quoted(c == '[' ? QLatin1Char(']') : c) : bare()).toLower();
+                return true;
+            }
+            if (c == '\'')
+                quoted(c);
+            else if (starts("--"))
+                m_place = behind("\n");
+            else if (starts("/*"))
+                m_place = behind("*/");
+            else if (c == '$' || c == '@' || c == ':' || c == '#' || c.isNull())
+                wrong_sign = c.isNull() ? QLatin1Char('0') : c; // their names may hold quotes
+            else
+                ++m_place;
+        }
+        return false;
+    }
+
+private:
+    bool starts(const char* text) const { return m_sql.midRef(m_place, 2) == QLatin1String(text); }
+
+    int behind(const char* text) const
+    {
+        const int place = m_sql.indexOf(QLatin1String(text), m_place + 2);
+        return place < 0 ? m_sql.size() : place + int(qstrlen(text));
+    }
+
+    // A quote within is doubled and gives two words; no name of a table holds one.
+    QString quoted(QChar end)
+    {
+        const int start = m_place + 1;
+        const int place = m_sql.indexOf(end, start);
+        m_place = place < 0 ? m_sql.size() : place + 1;
+        return m_sql.mid(start, place < 0 ? -1 : place - start);
+    }
+
+    QString bare()
+    {
+        const int start = m_place;
+        while (m_place < m_sql.size() && is_word_letter(m_sql.at(m_place)))
+            ++m_place;
+        return m_sql.mid(start, m_place - start);
+    }
+
+    const QString& m_sql;
+    int m_place = 0;
+};
+
+} // namespace
+
+QString kv_query_text_problem(const QString& sql, QSet<QString>& words)
+{
+    if (sql.size() > KV_MAX_QUERY_LENGTH)
+        return QStringLiteral("it is longer than %1 characters").arg(KV_MAX_QUERY_LENGTH);
+    SQL_WORDS walk(sql);
+    if (!walk.next() || (walk.word != QLatin1String("select") && walk.word != QLatin1String("values")))
+        return QStringLiteral("it must begin with SELECT: a query can only read");
+    while (walk.next()) {
+        if (!walk.is_quoted && walk.word == QLatin1String("with"))
+            return QStringLiteral("it can't use WITH: such a query might never end");
+        if (walk.word.startsWith(QLatin1String("pragma_")) || walk.word.startsWith(QLatin1String("sqlite_")))
+            return QStringLiteral("it can't use \"%1\"").arg(walk.word.left(KV_QUOTED_LENGTH));
+        words.insert(walk.word);
+    }
+    return walk.wrong_sign.isNull()
+               ? QString()
+               : QStringLiteral("it can't use the sign \"%1\": values are given by \"?\"")
+                     .arg(walk.wrong_sign);
+}
