@@ -80,3 +80,4 @@ void bench_build_thread(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_progress(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_selection(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_database(const BENCH_OPTIONS& options, FIGURES& figures);
+void bench_graph(const BENCH_OPTIONS& options, FIGURES& figures);

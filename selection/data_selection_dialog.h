@@ -126,7 +126,6 @@ private:
 
     void run_rule_editor(CACHED_RULE* rule, const QString& property);
     void run_configuration_editor(const QStringList& processor_names);
-    void run_graph_settings();
 
     P4_CONNECTION* m_p4 = nullptr;
     QMenu* m_perforce_menu = nullptr; // null until first used

@@ -6,6 +6,7 @@
 #include "contracts/actions/processor_interface.h"
 #include "contracts/paths/paths.h"
 #include "contracts/rules/rule_schema.h"
+#include "graph/graph_settings_dialog.h"
 #include "rules/rule_editor_dialog.h"
 #include "rules/rule_list_dialog.h"
 #include "selection/action_list_dialog.h"
@@ -160,7 +161,7 @@ void DATA_SELECTION_DIALOG::graph()
     // Graphviz looks for its own files in the current folder.
     const QString former = QDir::currentPath();
     QDir::setCurrent(QCoreApplication::applicationDirPath() + QStringLiteral("/GOX/graphviz"));
-    run_graph_settings();
+    GRAPH_SETTINGS_DIALOG(session, this, Qt::WindowFlags()).exec();
     QDir::setCurrent(former);
 }
 
@@ -191,5 +192,3 @@ void DATA_SELECTION_DIALOG::run_configuration_editor(const QStringList& processo
             new CONFIGURATION_EDITOR_DIALOG(*session->configuration, processor_names, this);
     configuration_editor_dialog->exec();
 }
-
-void DATA_SELECTION_DIALOG::run_graph_settings() {}

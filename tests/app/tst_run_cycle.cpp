@@ -1,6 +1,5 @@
 #include <QtTest/QtTest>
 #include <QtWidgets/QApplication>
-#include <QtWidgets/QMessageBox>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QTreeView>
 
@@ -168,10 +167,7 @@ void tst_run_cycle::aborted()
     scene.answers.answer_with(choose(0));
     scene.answers.answer_with([&](QDialog* dialog) {
         wait_until_runs(scene.session);
-        QTimer::singleShot(0, [] {
-            QTRY_VERIFY(qobject_cast<QMessageBox*>(QApplication::activeModalWidget()));
-            QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Return);
-        });
+        scene.answers.press_default();
         QTest::mouseClick(as<BUILD_PROGRESS_DIALOG>(dialog)->findChild<QPushButton*>("abort_button"),
                           Qt::LeftButton);
         QTest::mouseClick(dialog->findChild<QPushButton*>("exit_button"), Qt::LeftButton);
@@ -179,6 +175,7 @@ void tst_run_cycle::aborted()
     QCOMPARE(scene.run(), std::optional<int>(1));
     QVERIFY(scene.session->isFinished());
     QCOMPARE(scene.executed(), QStringList("one"));
+    QCOMPARE(scene.answers.texts.last(), QStringLiteral("Aborted."));
 }
 
 void tst_run_cycle::window_closed_during_the_build()

@@ -102,6 +102,7 @@ void tst_kit::packages()
     };
     const QByteArray program = contents("gox"), kit = contents("gox-sdk");
     QVERIFY2(program.contains("/gox/tool/gox." GOX_BUILD_TAG ".bin\n") &&
+                 program.contains("/gox/tool/gox_layout." GOX_BUILD_TAG ".bin\n") &&
                  program.contains("/gox/tool/libgox_contracts.so\n") && !program.contains("/include/"),
              program);
     QVERIFY2(kit.contains("/libgox_contracts.so\n") && kit.contains("/cmake/GOX/GOXPlugin.cmake\n") &&

@@ -37,7 +37,7 @@ int DIALOG_ANSWERS::waiting() const
 void DIALOG_ANSWERS::look()
 {
     QDialog* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-    if (!dialog || !dialog->isVisible())
+    if (!dialog || !dialog->isVisible() || m_in_hand.contains(dialog))
         return;
     const QMessageBox* const box = qobject_cast<QMessageBox*>(dialog);
     texts.append(box ? box->text() : dialog->windowTitle());
@@ -50,5 +50,7 @@ void DIALOG_ANSWERS::look()
     // A timer whose slot still runs does not fire, and the answer may bring up
     // the next dialog: a timer that starts anew does.
     m_timer.start();
+    m_in_hand.append(dialog);
     answer(dialog);
+    m_in_hand.removeLast();
 }

@@ -34,5 +34,6 @@ private slots:
 
 private:
     QTimer m_timer;
+    QVector<QDialog*> m_in_hand; // whose answers still run: one may wait, and bring up the next
     QVector<std::function<void(QDialog*)>> m_answers;
 };

@@ -121,6 +121,8 @@ void TEMPORARY_TREE::lay_out_program() const
 {
     link_or_copy(QStringLiteral(GOX_TOOL_DIR "/gox." GOX_BUILD_TAG ".") + QLatin1String(PROGRAM_SUFFIX),
                  program());
+    const QString layout = QStringLiteral("gox_layout." GOX_BUILD_TAG ".") + QLatin1String(PROGRAM_SUFFIX);
+    link_or_copy(QStringLiteral(GOX_TOOL_DIR "/") + layout, path(QStringLiteral("tool/") + layout));
     link_or_copy(QStringLiteral(GOX_TOOL_DIR "/") + QLatin1String(CONTRACTS_FILE),
                  path(QStringLiteral("tool/") + QLatin1String(CONTRACTS_FILE)));
 }
