@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs what is missing for one or more purposes, through the distribution's
-# package client:  scripts/install-packages.sh build|sample|test|format...
+# package client:  scripts/install-packages.sh build|sample|test|format|fuzz...
 # Nothing is asked and nothing is touched when everything is there.
 set -euo pipefail
 
@@ -10,8 +10,9 @@ packages_for() {
     sample) echo libzip-dev ;;
     test) echo libzip-dev libbenchmark-dev xvfb ;;
     format) echo clang-format ;;
+    fuzz) echo clang ;;
     *)
-        echo "install-packages.sh: unknown purpose '$1' (build, sample, test, format)" >&2
+        echo "install-packages.sh: unknown purpose '$1' (build, sample, test, format, fuzz)" >&2
         exit 2
         ;;
     esac

@@ -25,6 +25,8 @@ class PROCESSOR_INTERFACE;
 class PROGRESS_WIDGET;
 class QTextStream;
 struct ACTION_TARGET;
+struct PERFORCE_FILE;
+struct PERFORCE_ROOTS;
 
 namespace QTSHARED {
 class ASSET_GRAPH;
@@ -109,6 +111,25 @@ public:
     /// line in the log. No step of a run asks.
     bool check_data_set(QTextStream& log);
 
+    // For a scan that knows Perforce. No step of a run asks for any of these;
+    // whoever does, does so ahead of collect_actions.
+
+    /// Enters every file below `directory`, as scan_local_files enters those
+    /// that the scanner found, without the scanner. A folder that can't be read
+    /// is empty. Files that took over from a companion are added to `shadowing`.
+    void walk_local_files(const PHYSICAL_PATH& directory, QStringList& shadowing);
+
+    /// The files that a run looks at, as Perforce names them. None: nothing in
+    /// a run tells where the depot lies.
+    QStringList perforce_file_specifications() const;
+
+    /// Enters the files of the specifications that Perforce knows of and notes
+    /// their states and times; files that are known already keep their date on
+    /// disk. Empty on success; otherwise the error, and the file map is good
+    /// for nothing then. Always an error once PERFORCE_READING::s_failed is set.
+    QString read_perforce_files(P4_CONNECTION& p4, const PERFORCE_ROOTS& roots,
+                                const QStringList& specifications);
+
     // The steps of start_up, in their order. `log` is the start-up log.
 
     bool connect_database(const QString& workspace, QTextStream& log, bool no_progress_dialog);
@@ -150,6 +171,11 @@ private:
     struct SCANNED_FOLDER;
     void enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file, SCANNED_FOLDER& folder,
                             QStringList& shadowing);
+    void walk_local_folder(const QString& directory, QStringList& folders_above, SCANNED_FOLDER& folder,
+                           QStringList& shadowing);
+    void enter_perforce_file(const PERFORCE_FILE& file, SCANNED_FOLDER& folder);
+    QString read_perforce_history(P4_CONNECTION& p4, const PERFORCE_ROOTS& roots,
+                                  const QStringList& specifications);
     void ask_about_shadowing_files(const QStringList& shadowing);
     void put_file(const LOGICAL_PATH& key, FILE_ENTRY* entry);
 

@@ -1,6 +1,8 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDirIterator>
 #include <QtCore/QFileInfo>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
 #include <QtCore/QPluginLoader>
 #include <QtCore/QTextStream>
 
@@ -20,14 +22,35 @@ bool is_excluded(const QString& path)
     return name == QLatin1String("gox_cleanretail") || name == QLatin1String("gox_variantmeshpart");
 }
 
+// Why a plugin must not be entered: it was built against another level of the
+// plugin kit, so its calls would go astray. Empty when it tells this level or none.
+// The metadata is read without loading the library.
+QString level_fault(const QPluginLoader& loader)
+{
+    const QJsonArray levels = loader.metaData().value(QLatin1String("GOX_SDK_LEVEL")).toArray();
+    const QString level = levels.isEmpty() ? QString() : levels.last().toString();
+    if (levels.isEmpty() || level == QString::number(GOX_SDK_LEVEL))
+        return QString();
+    return QStringLiteral("Cannot load library %1: (it was built for level %2 of the plugin kit, this "
+                          "program has level %3)")
+        .arg(loader.fileName(), level)
+        .arg(GOX_SDK_LEVEL);
+}
+
 // The plugin's root object, or null. A library that the system could not load
-// leaves its words in `failures`; one that merely is no plugin leaves nothing.
+// leaves its words in `failures`, and so does one that must not be entered; one
+// that merely is no plugin leaves nothing.
 PLUGIN_INTERFACE* load_plugin(const QString& path, QStringList& failures)
 {
     // A relative path would be looked for beside the program, wherever that lies.
     QPluginLoader loader(QFileInfo(path).absoluteFilePath());
     // A missing symbol is to be found now, not when an action first calls it.
     loader.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::PreventUnloadHint);
+    const QString fault = level_fault(loader);
+    if (!fault.isEmpty()) {
+        failures.append(fault);
+        return nullptr;
+    }
     QObject* const root = loader.instance();
     void* const plugin = root ? root->qt_metacast("PLUGIN_INTERFACE") : nullptr;
     if (plugin)
@@ -57,6 +80,8 @@ bool BUILD_SESSION::load_plugins(QTextStream& log)
     if (plugins.isEmpty()) {
         const QString text = QStringLiteral("GOX plugins could not be loaded for some reason!");
         show_error_box(text, is_unattended());
+        for (const QString& failure : qAsConst(failures))
+            RUN_REPORT::line(failure);
         log << text;
         return false;
     }

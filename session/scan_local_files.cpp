@@ -11,16 +11,7 @@
 #include "contracts/services/satellite.h"
 #include "session/build_session.h"
 #include "session/run_report.h"
-
-// The folder of the file that was entered last. The scanner delivers the files
-// of a folder one after another, so what holds for the folder is worked out once.
-struct BUILD_SESSION::SCANNED_FOLDER
-{
-    QString physical;           // with its slash
-    QString logical;            // with its slash
-    bool is_spelled_so = false; // a file of it has been entered, in this very spelling
-    QMap<LOGICAL_PATH, FILE_ENTRY*>::const_iterator hint; // behind the file that was entered last
-};
+#include "session/scanned_folder.h"
 
 namespace {
 
@@ -70,8 +61,7 @@ bool BUILD_SESSION::scan_local_files(QTextStream& log)
 
     file_lookup.reserve(file_lookup.size() + files.size());
     QStringList shadowing;
-    SCANNED_FOLDER folder;
-    folder.hint = file_map.map.cbegin();
+    SCANNED_FOLDER folder(file_map);
     for (const DIRECTORY_SCANNER::FILE_INFO& file : qAsConst(files))
         enter_scanned_file(file, folder, shadowing);
     if (!shadowing.isEmpty() && !configuration->silent)

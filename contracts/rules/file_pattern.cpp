@@ -79,6 +79,7 @@ void FILE_PATTERN::take_middle(const QVector<TOKEN>& tokens, int first, int last
         *bits = QVector<quint64>(m_words, 0);
     m_ascii_rows = QVector<int>(ASCII, NO_ROW);
 
+    QVector<QPair<int, int>> literals; // row and bit
     int met = 0;
     for (auto token = begin; token != end; ++token) {
         if (token->kind == TOKEN::NAME) {
@@ -89,11 +90,24 @@ void FILE_PATTERN::take_middle(const QVector<TOKEN>& tokens, int first, int last
             set_bit(m_any, met++);
             set_bit(m_stay_on_half, met);
         } else {
-            const int row = add_row(token->character.unicode());
-            m_rows[row * m_words + met / BITS] |= quint64(1) << (met % BITS);
-            ++met;
+            literals.append({add_row(token->character.unicode()), met++});
         }
     }
+    take_literals(literals);
+}
+
+void FILE_PATTERN::take_literals(QVector<QPair<int, int>>& literals)
+{
+    std::sort(literals.begin(), literals.end());
+    for (const QPair<int, int>& literal : qAsConst(literals)) {
+        const int word = literal.second / BITS;
+        if (m_first_cells.size() == literal.first)
+            m_first_cells.append(m_cells.size());
+        if (m_cells.size() == m_first_cells.last() || m_cells.last().word != word)
+            m_cells.append({word, 0});
+        m_cells.last().bits |= quint64(1) << (literal.second % BITS);
+    }
+    m_first_cells.append(m_cells.size());
 }
 
 void FILE_PATTERN::set_bit(QVector<quint64>& bits, int bit) const
@@ -111,8 +125,7 @@ int FILE_PATTERN::add_row(ushort character)
     int row = row_of(character);
     if (row != NO_ROW)
         return row;
-    row = m_rows.size() / m_words;
-    m_rows.resize(m_rows.size() + m_words);
+    row = m_row_count++;
     if (character < ASCII)
         m_ascii_rows[character] = row;
     else
@@ -146,12 +159,15 @@ bool FILE_PATTERN::middle_matches(const QChar* text, int size) const
         // Two units that stand for one character count as one for a "?".
         const bool is_half = c.isLowSurrogate() && i > 0 && text[i - 1].isHighSurrogate();
         const int row = row_of(c.unicode());
+        int cell = row == NO_ROW ? 0 : m_first_cells.at(row);
+        const int cells_end = row == NO_ROW ? 0 : m_first_cells.at(row + 1);
         quint64 carry = 0;
         quint64 alive = 0;
         for (int w = 0; w < m_words; ++w) {
             const quint64 before = met[w];
-            const quint64 accepts =
-                (row == NO_ROW ? 0 : m_rows.at(row * m_words + w)) | (is_slash || is_half ? 0 : m_any.at(w));
+            quint64 accepts = is_slash || is_half ? 0 : m_any.at(w);
+            if (cell != cells_end && m_cells.at(cell).word == w)
+                accepts |= m_cells.at(cell++).bits;
             const quint64 stays =
                 m_stay.at(w) | (is_slash ? 0 : m_stay_in_name.at(w)) | (is_half ? m_stay_on_half.at(w) : 0);
             const quint64 moved = before & accepts;

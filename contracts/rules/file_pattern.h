@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QHash>
+#include <QtCore/QPair>
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
@@ -34,8 +35,17 @@ private:
         MIXED
     };
 
+    // A word of a row that is not all zero: a pattern of very many different
+    // characters has large rows with next to nothing in them.
+    struct CELL
+    {
+        int word;
+        quint64 bits;
+    };
+
     static QVector<TOKEN> tokens_of(const QString& pattern);
     void take_middle(const QVector<TOKEN>& tokens, int first, int last);
+    void take_literals(QVector<QPair<int, int>>& literals);
     void set_bit(QVector<quint64>& bits, int bit) const;
     int row_of(ushort character) const;
     int add_row(ushort character);
@@ -53,7 +63,9 @@ private:
     QVector<quint64> m_stay;         // bits that stay on any character
     QVector<quint64> m_stay_on_half; // bits that stay on the second half of a character
     QVector<quint64> m_any;          // bits that a "?" moves on
-    QVector<quint64> m_rows;         // for each known character the bits that it moves on
+    int m_row_count = 0;             // known characters
+    QVector<CELL> m_cells;           // row by row the bits that a known character moves on
+    QVector<int> m_first_cells;      // of each row, and behind the last one
     QVector<int> m_ascii_rows;       // character below 128 to row, -1 for none
     QHash<ushort, int> m_other_rows; // the same for the rest
 };

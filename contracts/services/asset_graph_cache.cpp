@@ -70,9 +70,14 @@ public:
     QString text()
     {
         const int size = list(1);
-        const QString result = QString::fromUtf8(m_bytes.constData() + m_place, size);
+        const char* const text = m_bytes.constData() + m_place;
         m_place += size;
-        return result;
+        // The conversion would drop a byte order mark, which is a letter here.
+        if (size > 0 && text[0] == '\xEF') {
+            const QByteArray guarded = QByteArray(1, ' ').append(text, size);
+            return QString::fromUtf8(guarded.constData(), guarded.size()).mid(1);
+        }
+        return QString::fromUtf8(text, size);
     }
 
     // The number of one of `count` names.

@@ -20,8 +20,8 @@ struct ROOM
     QStringList files; // single headers besides
 };
 
-// Arrows go one way. A room may always include its own files; app, tests and
-// bench may include everything and have no row.
+// Arrows go one way. A room may always include its own files; app, tests, bench
+// and fuzz may include everything and have no row.
 const QMap<QString, ROOM> ROOMS = {
     {QStringLiteral("contracts"), {{}, PLUGIN_VISIBLE}},
     {QStringLiteral("session"), {{QStringLiteral("contracts"), QStringLiteral("settings")}, {}}},
@@ -41,7 +41,8 @@ const QMap<QString, ROOM> ROOMS = {
 const QStringList EXAMPLE_PROJECTS = {QStringLiteral("examples/plugins/"),
                                       QStringLiteral("examples/minimal-plugin/")};
 
-const QStringList FREE_ROOMS = {QStringLiteral("app"), QStringLiteral("tests"), QStringLiteral("bench")};
+const QStringList FREE_ROOMS = {QStringLiteral("app"), QStringLiteral("tests"), QStringLiteral("bench"),
+                                QStringLiteral("fuzz")};
 
 const int MOST_LINES = 600;
 

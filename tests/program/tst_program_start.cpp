@@ -224,6 +224,10 @@ private slots:
         row("another interface beside", {"scripted=", "odd_root="}, false, false, "");
         row("missing symbol alone", {"missing_symbol="}, true, true, none);
         row("missing symbol beside", {"scripted=", "missing_symbol="}, true, false, some);
+        row("missing library beside", {"scripted=", "missing_library="}, true, false, some);
+        row("another level beside", {"scripted=", "other_level="}, true, false, some);
+        row("another level alone", {"other_level="}, true, true, none);
+        row("no level", {"no_level="}, false, false, "");
     }
     // Without dont_stop_on_error, and with it.
     void plugins()
@@ -245,9 +249,17 @@ private slots:
         QVERIFY2(written.startsWith(log) && written.isEmpty() == log.isEmpty(), written.constData());
         if (log.startsWith("The following")) {
             QCOMPARE(written.count('\n'), 2); // one failure, with no line end behind it
-            QVERIFY2(written.contains("Cannot load") && written.contains("missing_symbol"),
-                     written.constData());
+            const QMap<QByteArray, QByteArray> causes = {
+                {"missing symbol beside", "gox_test_symbol_that_is_nowhere"},
+                {"missing library beside", "gox_test_library"},
+                {"another level beside", "level 9999 of the plugin kit, this program has level 1"}};
+            const QByteArray plugin = files.last().chopped(1).toUtf8();
+            QVERIFY2(
+                written.contains("Cannot load library " + scene.tree.path("tool/GOX_").toUtf8() + plugin) &&
+                    written.contains(causes[QTest::currentDataTag()]),
+                written.constData());
         }
+        QVERIFY(!scene.tree.exists("tool/entered.txt"));
         GOX_COMPARE_STATUS(scene.run(""), stops_always ? 1 : 0, scene.gox);
         QCOMPARE(scene.tree.read("tool/gox_startup_error.log"), written);
     }
