@@ -5,13 +5,13 @@
 #include <QtGui/QPainter>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QFileDialog>
-#include <QtWidgets/QMessageBox>
 #include <QtWidgets/QShortcut>
 #include <QtWidgets/QToolTip>
 
 #include <algorithm>
 #include <cmath>
 
+#include "contracts/services/plain_message_box.h"
 #include "graph/picture_files.h"
 
 namespace {
@@ -338,6 +338,14 @@ bool GRAPHVIZ_VIEWER_WIDGET::event(QEvent* event)
     return true;
 }
 
+// A name without an ending gets that of the chosen format.
+void GRAPHVIZ_VIEWER_WIDGET::format_chosen(const QString& filter)
+{
+    QFileDialog* const dialog = static_cast<QFileDialog*>(sender());
+    const char* const suffixes[] = {"svg", "png", "dot"}; // in the order of the filters
+    dialog->setDefaultSuffix(QLatin1String(suffixes[qMax(0, dialog->nameFilters().indexOf(filter))]));
+}
+
 void GRAPHVIZ_VIEWER_WIDGET::save_as()
 {
     if (m_state != STATE::SHOWN)
@@ -347,15 +355,13 @@ void GRAPHVIZ_VIEWER_WIDGET::save_as()
     dialog.setNameFilters(
         {tr("SVG picture (*.svg)"), tr("PNG picture (*.png)"), tr("Graphviz graph (*.dot *.gv)")});
     dialog.setDefaultSuffix(QStringLiteral("svg"));
+    connect(&dialog, SIGNAL(filterSelected(QString)), this, SLOT(format_chosen(QString)));
     dialog.selectFile(QStringLiteral("graph.svg"));
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
     QApplication::setOverrideCursor(Qt::WaitCursor);
     const QString error = save_picture(*m_painter, dialog.selectedFiles().first());
     QApplication::restoreOverrideCursor();
-    if (error.isEmpty())
-        return;
-    QMessageBox box(QMessageBox::Warning, QStringLiteral("GOX"), error, QMessageBox::Ok, this);
-    box.setTextFormat(Qt::PlainText);
-    box.exec();
+    if (!error.isEmpty())
+        show_plain_box(QMessageBox::Warning, this, error);
 }

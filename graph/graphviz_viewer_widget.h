@@ -76,6 +76,7 @@ private slots:
     void layout_finished(const QString& error);
     void look_for_text(); ///< works out which nodes have the text
     void focus_find();
+    void format_chosen(const QString& filter); ///< in the dialog for saving, the sender
 
 private:
     void connect_controls();

@@ -114,6 +114,7 @@ QString write_svg(const PICTURE_PAINTER& painter, QIODevice& device)
                        '"' + QFontInfo(picture.font).family() + QStringLiteral("\", sans-serif"));
     svg.writeAttribute(QStringLiteral("font-size"), QString::number(QFontInfo(picture.font).pixelSize()));
     svg.writeAttribute(QStringLiteral("text-anchor"), QStringLiteral("middle"));
+    svg.writeAttribute(QStringLiteral("xml:space"), QStringLiteral("preserve")); // in labels
     for (const PICTURE_EDGE& edge : picture.edges)
         write_edge(svg, edge);
     const QFontMetricsF metrics(picture.font);

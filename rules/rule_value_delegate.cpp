@@ -78,8 +78,10 @@ bool RULE_VALUE_DELEGATE::eventFilter(QObject* watched, QEvent* event)
     if (!edit || (event->type() != QEvent::KeyPress && event->type() != QEvent::ShortcutOverride))
         return QStyledItemDelegate::eventFilter(watched, event);
     QKeyEvent* const key = static_cast<QKeyEvent*>(event);
-    if (event->type() == QEvent::KeyPress)
-        return filter_key(edit, key) || QStyledItemDelegate::eventFilter(watched, event);
+    if (event->type() == QEvent::KeyPress) {
+        prepare_for_key(edit, key->key());
+        return QStyledItemDelegate::eventFilter(watched, event);
+    }
     // With nothing typed to go back on, the editor's own undo is meant.
     const bool is_for_dialog = (key->matches(QKeySequence::Undo) && !edit->isUndoAvailable()) ||
                                (key->matches(QKeySequence::Redo) && !edit->isRedoAvailable());
@@ -88,19 +90,10 @@ bool RULE_VALUE_DELEGATE::eventFilter(QObject* watched, QEvent* event)
     return is_for_dialog || QStyledItemDelegate::eventFilter(watched, event);
 }
 
-bool RULE_VALUE_DELEGATE::filter_key(QLineEdit* edit, QKeyEvent* event)
+void RULE_VALUE_DELEGATE::prepare_for_key(QLineEdit* edit, int key)
 {
-    switch (event->key()) {
-    case Qt::Key_Escape:
+    if (key == Qt::Key_Escape)
         edit->setText(m_text);
-        return false;
-    case Qt::Key_Up:
-    case Qt::Key_Down:
-    case Qt::Key_PageUp:
-    case Qt::Key_PageDown:
+    else if (key == Qt::Key_Up || key == Qt::Key_Down || key == Qt::Key_PageUp || key == Qt::Key_PageDown)
         emit commitData(edit); // the tree goes to another row, which closes the editor
-        return false;
-    default:
-        return false;
-    }
 }

@@ -35,7 +35,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    bool filter_key(QLineEdit* edit, QKeyEvent* event);
+    void prepare_for_key(QLineEdit* edit, int key);
 
     mutable QPointer<QLineEdit> m_editor;
     mutable QString m_text; // in the editor when it was filled

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QtCore/QSet>
-#include <QtCore/QStringList>
 #include <QtWidgets/QDialog>
 
 #include "selection/data_selection_filter.h"
@@ -125,7 +124,6 @@ private:
     QMap<QString, FILE_ENTRY*> missing_files() const;
 
     void run_rule_editor(CACHED_RULE* rule, const QString& property);
-    void run_configuration_editor(const QStringList& processor_names);
 
     P4_CONNECTION* m_p4 = nullptr;
     QMenu* m_perforce_menu = nullptr; // null until first used

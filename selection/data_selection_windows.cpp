@@ -150,10 +150,13 @@ void DATA_SELECTION_DIALOG::rule_editor()
 
 void DATA_SELECTION_DIALOG::configuration_editor()
 {
-    QStringList names;
-    for (PROCESSOR_INTERFACE* processor : QVector<PROCESSOR_INTERFACE*>(session->processors))
-        names.append(processor->name());
-    run_configuration_editor(names);
+    if (!configuration_editor_dialog) {
+        QStringList names;
+        for (PROCESSOR_INTERFACE* processor : QVector<PROCESSOR_INTERFACE*>(session->processors))
+            names.append(processor->name());
+        configuration_editor_dialog = new CONFIGURATION_EDITOR_DIALOG(*session->configuration, names, this);
+    }
+    configuration_editor_dialog->exec();
 }
 
 void DATA_SELECTION_DIALOG::graph()
@@ -183,12 +186,4 @@ void DATA_SELECTION_DIALOG::run_rule_editor(CACHED_RULE* rule, const QString& pr
 void DATA_SELECTION_DIALOG::set_perforce(P4_CONNECTION* p4)
 {
     m_p4 = p4;
-}
-
-void DATA_SELECTION_DIALOG::run_configuration_editor(const QStringList& processor_names)
-{
-    if (!configuration_editor_dialog)
-        configuration_editor_dialog =
-            new CONFIGURATION_EDITOR_DIALOG(*session->configuration, processor_names, this);
-    configuration_editor_dialog->exec();
 }

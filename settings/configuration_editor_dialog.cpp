@@ -8,6 +8,7 @@
 
 #include "contracts/configuration/configuration_file_name.h"
 #include "contracts/services/plain_message_box.h"
+#include "contracts/services/plain_row_delegate.h"
 
 namespace {
 
@@ -58,6 +59,8 @@ CONFIGURATION_EDITOR_DIALOG::CONFIGURATION_EDITOR_DIALOG(const CONFIGURATION& co
     : QDialog(parent, flags)
 {
     ui.setupUi(this);
+    for (QListWidget* list : {ui.processors, ui.global_rules})
+        list->setItemDelegate(new PLAIN_ROW_DELEGATE(list));
     connect_widgets();
     add_checked_row(ui.processors, tr("<All>"));
     for (const QString& name : processor_names)

@@ -18,7 +18,6 @@ class tst_graph_settings_dialog : public WATCHED_TEST
 private slots:
     void initTestCase();
     void form();
-    void cancel_draws_nothing();
     void generate();
 };
 
@@ -53,18 +52,6 @@ void tst_graph_settings_dialog::form()
                                "label_4 Filenames: filenames *Short Long Extension only",
                                "label_5 Join identical: join_identical off"};
     QCOMPARE(rows, expected);
-}
-
-void tst_graph_settings_dialog::cancel_draws_nothing()
-{
-    STEP_SCENE scene;
-    GRAPH_SETTINGS_DIALOG dialog(scene.session, nullptr, Qt::WindowFlags());
-    DIALOG_ANSWERS answers;
-    answers.answer_with([](QDialog* settings) {
-        QTest::mouseClick(settings->findChild<QPushButton*>("pushButton_2"), Qt::LeftButton);
-    });
-    QCOMPARE(dialog.exec(), int(QDialog::Rejected));
-    QCOMPARE(answers.texts, QStringList{"GOX - Graph Settings"});
 }
 
 void tst_graph_settings_dialog::generate()

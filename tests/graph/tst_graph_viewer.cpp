@@ -2,6 +2,7 @@
 #include <QtCore/QXmlStreamReader>
 #include <QtGui/QScreen>
 #include <QtTest/QtTest>
+#include <QtWidgets/QComboBox>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
@@ -87,12 +88,13 @@ QString make_program(const QTemporaryDir& folder, const QByteArray& lines)
     return path;
 }
 
-void save_with_dialog(GRAPHVIZ_VIEWER_WIDGET& viewer, const QString& file)
+void save_with_dialog(GRAPHVIZ_VIEWER_WIDGET& viewer, const QString& file, Qt::Key format = Qt::Key_Home)
 {
     viewer.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&viewer));
     DIALOG_ANSWERS answers;
     answers.answer_with([&](QDialog* dialog) {
+        QTest::keyClick(dialog->findChild<QComboBox*>("fileTypeCombo"), format);
         QLineEdit* const name = dialog->findChild<QLineEdit*>("fileNameEdit");
         name->setText(file);
         QTest::keyClick(name, Qt::Key_Return);
@@ -305,6 +307,8 @@ void tst_graph_viewer::saved_files()
     QVERIFY(is_shown(*viewer));
     for (const char* name : {"g.svg", "g.png", "g.dot", "plain"})
         save_with_dialog(*viewer, folder.filePath(name));
+    save_with_dialog(*viewer, folder.filePath("last"), Qt::Key_End);
+    QVERIFY(QFile::exists(folder.filePath("last.dot")));
     QString error;
     QCOMPARE(texts_of_svg(FILES::bytes(folder.filePath("plain.svg")), "rect", &error).size(), 12);
     const QByteArray svg = FILES::bytes(folder.filePath("g.svg"));

@@ -6,10 +6,12 @@
 #include <QtGui/QScreen>
 #include <QtTest/QtTest>
 #include <QtWidgets/QAction>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QListWidget>
 #include <QtWidgets/QTreeWidget>
 
 #include "contracts/rules/rule_schema.h"
+#include "graph/graphviz_viewer_widget.h"
 #include "selection/data_selection_dialog.h"
 #include "selection/data_selection_file_model_filter_proxy.h"
 #include "settings/preferences_editor_dialog.h"
@@ -45,7 +47,8 @@ public:
         tree.write("raw_data/notes.txt", "x");
         const QByteArray rule("<rules><rule name=\"&lt;b>Format\" inherit=\"true\"><property name=");
         tree.write("raw_data/rules.gox", rule + "\"Level\">9</property></rule></rules>");
-        tree.write("raw_data/textures/rules.gox", rule + "\"Kind\">BC7</property></rule></rules>");
+        const QByteArray twice = rule.mid(7) + "\"Kind\">BC7</property></rule>";
+        tree.write("raw_data/textures/rules.gox", "<rules>" + twice + twice + "</rules>");
         start_up();
         file("<raw>/unused.txt")->consumers.clear(); // leaves "pack" to the retail tree
         set_popup(false);
@@ -267,6 +270,8 @@ private slots:
         RULE_SCHEMA::register_schema("<b>Format", QString(), {{"Kind", {}}, {"Level", {}}, {"Unset", {}}});
         SCENE scene;
         WINDOW window(scene);
+        window.set_perforce(&scene.p4);
+        window.change("grass", true);
         DIALOG_ANSWERS answers;
         QStringList rows;
         answers.answer_with([&](QDialog* dialog) {
@@ -280,12 +285,75 @@ private slots:
             QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, property);
             QTest::mouseDClick(tree->viewport(), Qt::LeftButton, {}, property);
         });
+        answers.answer_with([](QDialog* editor) { // at the first of the folder's other rules
+            QTreeWidget* const tree = editor->findChild<QTreeWidget*>("rules");
+            QCOMPARE(tree->currentItem()->text(0), QString("Kind"));
+            QCOMPARE(tree->currentItem()->parent()->parent()->indexOfChild(tree->currentItem()->parent()), 0);
+            press(tree, {Qt::Key_F2});
+            QTest::keyClicks(tree->findChild<QLineEdit*>(), "raw");
+            press(editor, {Qt::Key_Escape});
+        });
+        for (int box = 0; box < 2; ++box) // unsaved changes, a restart is needed
+            answers.answer_with([](QDialog* dialog) { press(dialog, {Qt::Key_Escape}); });
         for (const char* name : {"grass.png", "textures"}) { // a folder has no rules to show
             window.ui.raw_data_files->setCurrentIndex(window.row(name));
-            window.ui.view_raw_data_rules->trigger(); // there is no editor to go on to
+            window.ui.view_raw_data_rules->trigger();
         }
         QCOMPARE(rows, QStringList({"<b>Format||", "Kind|BC7|<raw>/textures", "Level|9|<raw>"}));
-        QVERIFY(answers.texts == QStringList{"GOX - Rules"} && answers.unexpected == 0);
+        QVERIFY(answers.texts.size() == 4 && answers.unexpected + answers.waiting() == 0);
+        const CACHED_RULE& edited =
+            *scene.session->rule_cache.rules.values("<raw>/textures*<b>format").last();
+        QCOMPARE(edited.properties["Kind"], QVariant("raw"));
+        QVERIFY(window.chosen_actions.size() == 1 && !window.ui.start_button->isEnabled());
+        answers.answer_with([](QDialog* editor) { // the same editor, as it was left
+            QTreeWidget* const tree = editor->findChild<QTreeWidget*>("rules");
+            QCOMPARE(tree->currentItem()->text(1), QString("raw"));
+            QVERIFY(QTest::qWaitForWindowActive(editor));
+            QTest::keyClick(tree, Qt::Key_Z, Qt::ControlModifier);
+            editor->close();
+        });
+        click(window.ui.pushButton_4);
+        QCOMPARE(edited.properties["Kind"], QVariant("BC7"));
+    }
+
+    void graph_and_configuration_editor()
+    {
+        LAYOUT_RUN::set_program(GOX_TOOL_DIR "/gox_layout." GOX_BUILD_TAG ".bin");
+        SCENE scene;
+        WINDOW window(scene);
+        window.change("grass", true);
+        const QString folder = QDir::currentPath();
+        const QString graph_folder = QCoreApplication::applicationDirPath() + "/GOX/graphviz";
+        QVERIFY(QDir().mkpath(graph_folder));
+        DIALOG_ANSWERS answers;
+        for (const char* button : {"pushButton_2", "pushButton"}) // cancels, generates
+            answers.answer_with([button](QDialog* settings) {
+                QTimer::singleShot(0, settings->findChild<QPushButton*>(button), SLOT(click()));
+            });
+        answers.answer_with([&](QDialog* dialog) {
+            const auto* const viewer = dialog->findChild<GRAPHVIZ_VIEWER_WIDGET*>();
+            QTRY_VERIFY(viewer->state() == GRAPHVIZ_VIEWER_WIDGET::STATE::SHOWN);
+            QCOMPARE(viewer->picture()->nodes.size(), 3); // the action and what it reads and writes
+            QCOMPARE(QDir::currentPath(), graph_folder);
+            dialog->close();
+        });
+        for (const int windows : {1, 3}) {
+            click(window.ui.pushButton_6);
+            QCOMPARE(answers.texts.size(), windows);
+            QCOMPARE(QDir::currentPath(), folder);
+        }
+        for (int opening = 0; opening < 2; ++opening) { // what was left in it stays
+            answers.answer_with([opening](QDialog* dialog) {
+                QListWidgetItem* const row = dialog->findChild<QListWidget*>("processors")->item(1);
+                QCOMPARE(row->text(), QString("Models"));
+                QCOMPARE(row->checkState(), opening == 0 ? Qt::Checked : Qt::Unchecked);
+                row->setCheckState(Qt::Unchecked);
+                dialog->close();
+            });
+            answers.press_default();
+            click(window.ui.pushButton_5);
+        }
+        QVERIFY(answers.texts.size() == 7 && answers.unexpected + answers.waiting() == 0);
     }
 
     void menus()

@@ -47,7 +47,8 @@ private:
     QScopedPointer<RULE_CACHE_HOLDER> m_cache;
 };
 
-Q_DECLARE_METATYPE(std::function<void(const TEMPORARY_TREE&)>)
+using OBSTACLE = std::function<void(const TEMPORARY_TREE&)>;
+Q_DECLARE_METATYPE(OBSTACLE)
 
 // Stands for a full disk; -1 for none.
 static void limit_file_size(qint64 bytes)
@@ -386,7 +387,7 @@ void TST_RULE_FILES::writes_rules_to_their_folder()
 void TST_RULE_FILES::refuses_to_overwrite_data()
 {
     QTest::addColumn<QString>("file");
-    QTest::addColumn<std::function<void(const TEMPORARY_TREE&)>>("obstacle");
+    QTest::addColumn<OBSTACLE>("obstacle");
     QTest::addColumn<QString>("error");
     const auto row = [](const char* name, const QString& file, const QString& error,
                         const std::function<void(const TEMPORARY_TREE&)>& obstacle) {
@@ -413,7 +414,7 @@ void TST_RULE_FILES::refuses_to_overwrite_data()
 void TST_RULE_FILES::refuses_to_overwrite()
 {
     QFETCH(QString, file);
-    QFETCH(std::function<void(const TEMPORARY_TREE&)>, obstacle);
+    QFETCH(OBSTACLE, obstacle);
     QFETCH(QString, error);
     m_tree->write("raw_data/rules.gox", SIMPLE);
     QCOMPARE(add("raw_data/rules.gox"), QString());
