@@ -25,6 +25,7 @@
 #include "contracts/services/p4_connection.h"
 #include "contracts/services/plain_message_box.h"
 #include "contracts/services/progress_widget.h"
+#include "contracts/services/qt_workarounds.h"
 #include "contracts/services/tallyline_context.h"
 #include "contracts/services/thread_manager.h"
 #include "contracts/services/tools_metrics.h"
@@ -147,7 +148,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     PROGRESS_WIDGET splash(nullptr, Qt::Tool | Qt::FramelessWindowHint);
     splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
     if (has_display && !options.exists(QStringLiteral("nosplashscreen")))
-        splash.show();
+        QT_WORKAROUNDS::show_at_once(&splash);
     splash.repaint();
 
     BUILD_SESSION session(configuration, options, metrics, p4);

@@ -1,11 +1,7 @@
 #include "progress/build_progress_dialog.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QSettings>
 #include <QtGui/QGuiApplication>
-#include <QtGui/QWindow>
-#include <QtWidgets/QMessageBox>
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStyledItemDelegate>
 
@@ -15,6 +11,7 @@
 #include "contracts/actions/dialog_helper.h"
 #include "contracts/configuration/configuration.h"
 #include "contracts/services/command_line_options.h"
+#include "contracts/services/plain_message_box.h"
 #include "contracts/services/plain_row_delegate.h"
 #include "contracts/services/qt_workarounds.h"
 #include "progress/output_pane.h"
@@ -28,9 +25,7 @@ const char ORGANISATION[] = "The Ferrule Works";
 const char APPLICATION[] = "GOX";
 const char KEY_GEOMETRY[] = "BuildProgressGeometry";
 
-// Milliseconds.
-const int POLL_PERIOD = 20;
-const int LONGEST_WAY_TO_THE_SCREEN = 500;
+const int POLL_PERIOD = 20; // milliseconds
 
 // Seconds.
 const int ESTIMATE_PERIOD = 2;
@@ -239,12 +234,12 @@ void BUILD_PROGRESS_DIALOG::offer_leaving(bool can_go_back)
 {
     ui.pause_button->hide();
     ui.abort_button->hide();
+    for (QPushButton* const button : {ui.more_button, ui.exit_button})
+        button->setEnabled(true); // ahead of the focus, which a disabled one does not take
     ui.more_button->setVisible(can_go_back);
     ui.more_button->setFocus(Qt::OtherFocusReason);
     ui.exit_button->show();
     ui.exit_button->setDefault(!can_go_back);
-    for (QPushButton* const button : {ui.more_button, ui.exit_button})
-        button->setEnabled(true);
 }
 
 void BUILD_PROGRESS_DIALOG::action_selected()
@@ -284,7 +279,7 @@ void BUILD_PROGRESS_DIALOG::abort()
     offer_leaving(!configuration->silent);
     aborted = true;
     ui.current_action->setText(tr(" (ABORTED)"));
-    QMessageBox::information(nullptr, QStringLiteral("GOX"), tr("Aborted."), QMessageBox::Ok);
+    show_plain_box(QMessageBox::Information, nullptr, tr("Aborted."));
 }
 
 // At once, since no event is handled until the wait is over.
@@ -308,12 +303,7 @@ void BUILD_PROGRESS_DIALOG::show_waiting()
     say_waiting();
     QGuiApplication::sync(); // the screen has let go of the window
     move(pos());             // or else it may come back at another place
-    show();
-    QElapsedTimer time;
-    time.start();
-    while (!windowHandle()->isExposed() && time.elapsed() < LONGEST_WAY_TO_THE_SCREEN)
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, POLL_PERIOD);
-    repaint();
+    QT_WORKAROUNDS::show_at_once(this);
 }
 
 void BUILD_PROGRESS_DIALOG::clicked_here()

@@ -7,12 +7,11 @@
 #include <QtWidgets/QMenu>
 
 #include "contracts/rules/rule_cache.h"
+#include "contracts/services/plain_message_box.h"
 #include "rules/rule_rows.h"
 #include "rules/rule_value_delegate.h"
 
 namespace {
-
-constexpr int MOST_LINES_IN_BOX = 20;
 
 bool s_restart_was_asked_for = false;
 
@@ -137,7 +136,7 @@ void RULE_EDITOR_DIALOG::add_rows_of_rules()
             continue;
         QTreeWidgetItem* const folder = row_of_folder(path, m_folder_rows);
         if (!folder) {
-            show_box(QMessageBox::Critical, tr("Illegal rule path: ") + rule->path);
+            show_plain_box(QMessageBox::Critical, this, tr("Illegal rule path: ") + rule->path);
             continue;
         }
         QTreeWidgetItem* row = make_rule_row(rule, *schema);
@@ -195,10 +194,10 @@ void RULE_EDITOR_DIALOG::save()
     m_delegate->commit();
     const QString error = m_cache->save(*m_p4);
     if (!error.isEmpty()) {
-        show_box(QMessageBox::Critical, error);
+        show_plain_box(QMessageBox::Critical, this, error);
         return;
     }
-    show_box(QMessageBox::Information, tr("Rules have been saved."));
+    show_plain_box(QMessageBox::Information, this, tr("Rules have been saved."));
     m_undo_stack.setClean();
 }
 
@@ -210,13 +209,14 @@ void RULE_EDITOR_DIALOG::reject()
 void RULE_EDITOR_DIALOG::closeEvent(QCloseEvent* event)
 {
     m_delegate->commit();
-    if (!m_undo_stack.isClean() &&
-        show_box(QMessageBox::Question, tr("There are unsaved changes.\nDo you want to save now?"),
-                 QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes)
+    if (!m_undo_stack.isClean() && show_plain_box(QMessageBox::Question, this,
+                                                  tr("There are unsaved changes.\nDo you want to save now?"),
+                                                  QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes)
         save();
     if (m_cache->rules_changed && !s_restart_was_asked_for) {
-        show_box(QMessageBox::Information,
-                 tr("Some rules have been changed. You need to restart GOX if you want to process data."));
+        show_plain_box(
+            QMessageBox::Information, this,
+            tr("Some rules have been changed. You need to restart GOX if you want to process data."));
         s_restart_was_asked_for = true;
     }
     event->accept();
@@ -250,20 +250,4 @@ bool RULE_EDITOR_DIALOG::press_key(int key)
     const bool is_checked = row->checkState(VALUE_COLUMN) == Qt::Checked;
     row->setCheckState(VALUE_COLUMN, is_checked ? Qt::Unchecked : Qt::Checked);
     return true;
-}
-
-// Paths and values may look like markup; a failing save may have much to say.
-int RULE_EDITOR_DIALOG::show_box(QMessageBox::Icon icon, const QString& text,
-                                 QMessageBox::StandardButtons buttons)
-{
-    const QStringList lines = text.split('\n');
-    const bool is_long = lines.size() > MOST_LINES_IN_BOX;
-    const QString shown =
-        is_long ? lines.mid(0, MOST_LINES_IN_BOX).join('\n') + QLatin1String("\n...") : text;
-    QMessageBox box(icon, QStringLiteral("GOX"), QString(), buttons, this);
-    box.setTextFormat(Qt::PlainText);
-    box.setText(shown);
-    if (is_long)
-        box.setDetailedText(text);
-    return box.exec();
 }

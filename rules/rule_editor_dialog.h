@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QtWidgets/QDialog>
-#include <QtWidgets/QMessageBox>
 #include <QtWidgets/QUndoStack>
 
 #include "contracts/paths/logical_path.h"
@@ -78,8 +77,6 @@ private:
     void paste_at(int position);
     void insert_rule(CACHED_RULE* rule, int position);
     bool press_key(int key);
-    int show_box(QMessageBox::Icon icon, const QString& text,
-                 QMessageBox::StandardButtons buttons = QMessageBox::Ok);
 
     Ui::RULE_EDITOR_DIALOG ui;
     RULE_CACHE* m_cache;

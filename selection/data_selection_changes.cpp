@@ -1,8 +1,8 @@
 #include <QtCore/QMap>
-#include <QtWidgets/QMessageBox>
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/services/file_list_dialog.h"
+#include "contracts/services/plain_message_box.h"
 #include "contracts/services/qt_workarounds.h"
 #include "selection/data_selection_dialog.h"
 #include "selection/data_selection_file_model_filter_proxy.h"
@@ -176,7 +176,7 @@ void DATA_SELECTION_DIALOG::select_checked_out()
     raw_data_proxy->refresh();
     working_data_proxy->refresh();
     selection_changing = false;
-    QMessageBox::information(this, QStringLiteral("GOX"), tr("Files selected."), QMessageBox::Ok);
+    show_plain_box(QMessageBox::Information, this, tr("Files selected."));
 }
 
 // What makes an opened file counts, and what uses it only where nothing does.

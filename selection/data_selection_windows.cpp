@@ -1,6 +1,8 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtGui/QCursor>
+#include <QtGui/QGuiApplication>
+#include <QtGui/QScreen>
 #include <QtWidgets/QMenu>
 
 #include "contracts/actions/processor_interface.h"
@@ -30,6 +32,20 @@ ACTIONS in_order_of(const QVector<ACTION_INTERFACE*>& all, QSet<ACTION_INTERFACE
         if (actions.remove(*action))
             ordered.append(*action);
     return ordered + actions.values();
+}
+
+// As near to the cursor as the screen lets all of the window be seen.
+void move_to_cursor(QWidget& window)
+{
+    const QPoint cursor = QCursor::pos();
+    const QScreen* screen = QGuiApplication::screenAt(cursor);
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    const QRect available = screen->availableGeometry();
+    const QSize size = window.size().expandedTo(window.minimumSizeHint());
+    const QPoint last = available.bottomRight() + QPoint(1, 1) - QPoint(size.width(), size.height());
+    window.move(qMax(available.left(), qMin(cursor.x(), last.x())),
+                qMax(available.top(), qMin(cursor.y(), last.y())));
 }
 
 QMap<RULE_SCHEMA*, RULE> rules_of(const FILE_ENTRY& file, const RULE_CACHE& cache)
@@ -62,7 +78,7 @@ void DATA_SELECTION_DIALOG::show_action_list(const QSet<ACTION_INTERFACE*>& prov
         // own lists are in the middle of included, and a run opens few of them.
         ACTION_LIST_DIALOG* const list =
             new ACTION_LIST_DIALOG(provider_list, consumer_list, this, Qt::Popup);
-        list->move(QCursor::pos());
+        move_to_cursor(*list);
         listen_to(*list);
         list->show();
     } else {

@@ -57,7 +57,7 @@ void PROGRESS_WIDGET::paintEvent(QPaintEvent* event)
 {
     QWidget::paintEvent(event);
     QPainter painter(this);
-    painter.setPen(palette().color(QPalette::Mid));
+    painter.setPen(palette().color(QPalette::Disabled, QPalette::Text));
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 

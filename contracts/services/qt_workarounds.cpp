@@ -1,7 +1,10 @@
 #include "contracts/services/qt_workarounds.h"
 
+#include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QScreen>
+#include <QtGui/QWindow>
 #include <QtWidgets/QWidget>
 
 #include <algorithm>
@@ -10,6 +13,14 @@ namespace {
 
 // A window of which less is to be seen can't be taken hold of.
 const int LEAST_VISIBLE = 40; // pixels, in both directions
+
+// Milliseconds.
+const int LONGEST_WAY_TO_THE_SCREEN = 500;
+const int LONGEST_TURN = 20;
+
+// What saveGeometry writes in its first version: a magic number, the version, two
+// rectangles, the screen and two states. Qt reads zeros where bytes break off.
+const int LEAST_GEOMETRY = 4 + 4 + 2 * 16 + 4 + 2;
 
 void append_rows(const QItemSelectionRange& range, QModelIndexList& indexes)
 {
@@ -52,7 +63,7 @@ QModelIndexList QT_WORKAROUNDS::selection_indices(const QItemSelectionModel* mod
 
 bool QT_WORKAROUNDS::restore_geometry(QWidget* window, const QByteArray& geometry)
 {
-    if (!window->restoreGeometry(geometry))
+    if (geometry.size() < LEAST_GEOMETRY || !window->restoreGeometry(geometry))
         return false;
     if (window->isMaximized() || window->isFullScreen())
         return true;
@@ -65,4 +76,14 @@ bool QT_WORKAROUNDS::restore_geometry(QWidget* window, const QByteArray& geometr
     if (!lies_on_a_screen(window->geometry()))
         window->move(available.center() - window->rect().center());
     return true;
+}
+
+void QT_WORKAROUNDS::show_at_once(QWidget* window)
+{
+    window->show();
+    QElapsedTimer time;
+    time.start();
+    while (!window->windowHandle()->isExposed() && time.elapsed() < LONGEST_WAY_TO_THE_SCREEN)
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, LONGEST_TURN);
+    window->repaint();
 }

@@ -32,4 +32,10 @@ GOX_CONTRACTS_EXPORT QModelIndexList selection_indices(const QItemSelectionModel
 /// were no geometry.
 GOX_CONTRACTS_EXPORT bool restore_geometry(QWidget* window, const QByteArray& geometry);
 
+/// Shows the window and returns when it has been drawn, where no event loop runs
+/// that would draw it later: some platforms take nothing for a window until they
+/// have told that it is on the screen. Meanwhile events are handled, but none of
+/// the user. Gives up after half a second.
+GOX_CONTRACTS_EXPORT void show_at_once(QWidget* window);
+
 } // namespace QT_WORKAROUNDS

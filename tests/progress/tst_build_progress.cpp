@@ -189,13 +189,14 @@ void TST_BUILD_PROGRESS::run_with_a_pause()
     QCOMPARE(window.ui.pause_button->text(), QString("Resume"));
     QCOMPARE(window.ui.current_action->text(), QString("(PAUSED) "));
     QCOMPARE(scene.row(0, 0)->foreground(0), QBrush(Qt::blue)); // what runs goes on
-    scene.gate.release(2);
+    scene.gate.release();
     QTRY_COMPARE(scene.row(0, 0)->foreground(0), QBrush(Qt::green));
     QTest::qWait(50);
     QCOMPARE(scene.session->selected_actions[1]->state, 0);
     QVERIFY(window.paused_msecs > 0);
     click(window.ui.pause_button);
     QCOMPARE(window.windowTitle(), QString("GOX - "));
+    scene.gate.release();
     QTRY_COMPARE(window.windowTitle(), QString("GOX - Done - "));
     QVERIFY(!window.timer.isActive() && !window.ui.pause_button->isVisible());
     QCOMPARE(window.ui.progress->value(), 20);
@@ -224,6 +225,7 @@ void TST_BUILD_PROGRESS::abort_stays_open()
     QCOMPARE(window.windowTitle(), QString("GOX - Aborted - "));
     QCOMPARE(window.ui.current_action->text(), QString(" (ABORTED)"));
     QVERIFY(window.ui.more_button->isVisible() && window.ui.more_button->isEnabled());
+    QCOMPARE(window.focusWidget(), window.ui.more_button);
     QVERIFY(!window.ui.pause_button->isVisible() && !window.ui.abort_button->isVisible());
     click(window.ui.exit_button);
     QCOMPARE(window.result(), int(QDialog::Rejected));

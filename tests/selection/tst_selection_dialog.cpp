@@ -190,6 +190,12 @@ private slots:
         QCOMPARE(window.row("tank.fbx").data(Qt::CheckStateRole).toInt(), int(Qt::PartiallyChecked));
         press(consumers, {Qt::Key_Escape});
         QVERIFY(popup && !popup->isVisible());
+
+        const QRect screen = QGuiApplication::primaryScreen()->geometry();
+        QCursor::setPos(screen.bottomRight());
+        press(window.ui.raw_data_files, {Qt::Key_Space});
+        QVERIFY(QApplication::activePopupWidget());
+        QVERIFY(screen.adjusted(0, 0, 4, 4).contains(QApplication::activePopupWidget()->geometry()));
     }
 
     void start_follows_the_choice()
@@ -406,6 +412,7 @@ private slots:
             WINDOW window(scene);
             const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
             QVERIFY(screen.intersects(window.geometry()) && window.width() <= screen.width());
+            QVERIFY(window.height() >= 495); // what the form gives it
             window.setGeometry(40, 50, 610, 420);
             window.accept();
             QCOMPARE(store.value("DataSelectionGeometry"), stored);
