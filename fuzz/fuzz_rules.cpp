@@ -26,8 +26,8 @@ QString rule_file()
 
 } // namespace
 
-// Rules that were read can be asked, and a save that has nothing to change
-// leaves their file alone.
+// Rules that were read can be asked, a save that has nothing to change leaves
+// their file alone, and one that has finds its way in whatever XML it holds.
 void take_input(const QByteArray& input)
 {
     const PHYSICAL_PATH file(scratch_file(rule_file(), input));
@@ -38,7 +38,16 @@ void take_input(const QByteArray& input)
     for (const CACHED_RULE* rule : qAsConst(holder.cache.rules))
         holder.cache.get(LOGICAL_PATH(QStringLiteral("<raw>/unit/deep/a file.tga")), rule->name);
     P4_CONNECTION p4(true, true, false);
-    const QString error = holder.cache.save(p4);
+    QString error = holder.cache.save(p4);
     require(error.isEmpty(), error);
     require(bytes_of(file) == input, QStringLiteral("unchanged rules were written"));
+
+    for (CACHED_RULE* const rule : qAsConst(holder.cache.rules)) {
+        rule->inherit_properties = !rule->inherit_properties;
+        rule->set_file_filters(rule->get_file_filters().isEmpty() ? QStringLiteral("*.tga") : QString());
+        for (QVariant& value : rule->properties)
+            value = QStringLiteral("<new>");
+    }
+    error = holder.cache.save(p4);
+    require(error.isEmpty(), error);
 }

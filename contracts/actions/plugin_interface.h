@@ -18,6 +18,12 @@ class PROCESSOR_INTERFACE;
 ///     };
 ///
 /// The object belongs to its library and lives until the process ends.
+///
+/// Plugins call by position and read members by their place. Whoever adds,
+/// removes, moves or changes a virtual operation or a data member of a header of
+/// the kit raises GOX_SDK_LEVEL in cmake/GOXPlugin.cmake by one; the program then
+/// enters none of the plugins that were built before. A new operation that is not
+/// virtual, or a new class, leaves the level alone.
 class PLUGIN_INTERFACE
 {
 public:

@@ -6,7 +6,14 @@ namespace {
 
 bool is_word_letter(QChar c)
 {
-    return c.isLetterOrNumber() || c == '_' || c.unicode() >= 0x80;
+    return c != QChar::ByteOrderMark && (c.isLetterOrNumber() || c == '_' || c.unicode() >= 0x80);
+}
+
+// The names behind these may hold quotes; a byte order mark is a blank for SQLite
+// between words and a letter within one.
+bool is_wrong_sign(QChar c)
+{
+    return c == '$' || c == '@' || c == ':' || c == '#' || c == QChar::ByteOrderMark || c.isNull();
 }
 
 // Walks over the words of a text exactly as SQLite tells them apart: what it
@@ -18,12 +25,12 @@ public:
 
     QString word;           // in lower case
     bool is_quoted = false; // so it is a name for certain
-    QChar wrong_sign;       // null unless one was met that can't be passed
+    QString wrong_sign;     // empty unless one was met that can't be passed
 
     // Steps to the next word; false at the end and at a wrong sign.
     bool next()
     {
-        while (m_place < m_sql.size() && wrong_sign.isNull()) {
+        while (m_place < m_sql.size() && wrong_sign.isEmpty()) {
             const QChar c = m_sql.at(m_place);
             is_quoted = c == '"' || c == '`' || c == '[';
             if (is_quoted || is_word_letter(c)) {
@@ -36,8 +43,10 @@ public:
                 m_place = behind("\n");
             else if (starts("/*"))
                 m_place = behind("*/");
-            else if (c == '$' || c == '@' || c == ':' || c == '#' || c.isNull())
-                wrong_sign = c.isNull() ? QLatin1Char('0') : c; // their names may hold quotes
+            else if (is_wrong_sign(c))
+                wrong_sign = c.isPrint()
+                                 ? QString(c)
+                                 : QStringLiteral("U+%1").arg(c.unicode(), 4, 16, QLatin1Char('0')).toUpper();
             else
                 ++m_place;
         }
@@ -90,7 +99,7 @@ QString kv_query_text_problem(const QString& sql, QSet<QString>& words)
             return QStringLiteral("it can't use \"%1\"").arg(walk.word.left(KV_QUOTED_LENGTH));
         words.insert(walk.word);
     }
-    return walk.wrong_sign.isNull()
+    return walk.wrong_sign.isEmpty()
                ? QString()
                : QStringLiteral("it can't use the sign \"%1\": values are given by \"?\"")
                      .arg(walk.wrong_sign);

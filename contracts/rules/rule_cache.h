@@ -75,10 +75,11 @@ public:
     /// With `p4` enabled, a read-only file is opened for edit first, and a new
     /// one for add once it is written.
     ///
-    /// Empty on success; otherwise a line for each file that was not written,
-    /// with its path and the cause, and then one for each that was. Not written
-    /// is a file that could not be read, that appeared or changed on disk since
-    /// it was read, or that can't be replaced. Saving again tries those again.
+    /// Empty on success; otherwise a line for each file that was not written, or
+    /// that is new and could not be opened for add, with its path and the cause,
+    /// and then one for each that was. Not written is a file that could not be
+    /// read, that appeared or changed on disk since it was read, or that can't
+    /// be replaced. Saving again tries those again.
     QString save(P4_CONNECTION& p4);
 
 private:

@@ -98,6 +98,12 @@ bool is_read_only(const QString& path)
     return !(QFile::permissions(path) & ANYBODY) || !QFileInfo(path).isWritable();
 }
 
+// Each file gets one line, and what Perforce says may have several.
+QString in_one_line(QString text)
+{
+    return text.replace('\n', ' ');
+}
+
 QString make_writable(const QString& path, P4_CONNECTION& p4)
 {
     if (!QFileInfo::exists(path))
@@ -107,7 +113,7 @@ QString make_writable(const QString& path, P4_CONNECTION& p4)
         return QString();
     if (!p4.is_enabled())
         return QStringLiteral("it is read-only");
-    const QString error = p4.open_for_edit({path});
+    const QString error = in_one_line(p4.open_for_edit({path}));
     if (!error.isEmpty())
         return QStringLiteral("it is read-only and could not be opened for edit: ") + error;
     return is_read_only(path) ? QStringLiteral("it is read-only, though it is open for edit") : QString();
@@ -237,7 +243,7 @@ QString RULE_FILES::save_file(RULE_FILE& file, const FILE_RULES& rules, P4_CONNE
     }
     if (!file.is_new_to_perforce || !p4.is_enabled())
         return QString();
-    const QString error = p4.open_for_add({file.path});
+    const QString error = in_one_line(p4.open_for_add({file.path}));
     file.is_new_to_perforce = !error.isEmpty();
     return error.isEmpty() ? QString()
                            : QStringLiteral("%1: saved, but not opened for add: %2").arg(file.path, error);

@@ -123,6 +123,7 @@ void TST_KV_QUERIES::only_reads_data()
     for (const QStringList& row : rows_of(REFUSED))
         QTest::newRow(qPrintable(row.at(0))) << row.at(0);
     QTest::newRow("empty") << QString();
+    QTest::newRow("mark") << QStringLiteral("SELECT * FROM (\ufeffWITH c(x) AS (SELECT 1) SELECT x FROM c)");
     QTest::newRow("long") << "SELECT 1" + QString(200000, ' ');
 }
 

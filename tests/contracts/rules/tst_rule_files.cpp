@@ -47,7 +47,7 @@ private:
     QScopedPointer<RULE_CACHE_HOLDER> m_cache;
 };
 
-using OBSTACLE = std::function<void(const TEMPORARY_TREE&)>;
+using OBSTACLE = std::function<void(const TEMPORARY_TREE&)>; // Qt wants a short name of its type
 Q_DECLARE_METATYPE(OBSTACLE)
 
 // Stands for a full disk; -1 for none.
@@ -390,9 +390,7 @@ void TST_RULE_FILES::refuses_to_overwrite_data()
     QTest::addColumn<OBSTACLE>("obstacle");
     QTest::addColumn<QString>("error");
     const auto row = [](const char* name, const QString& file, const QString& error,
-                        const std::function<void(const TEMPORARY_TREE&)>& obstacle) {
-        QTest::newRow(name) << file << obstacle << error;
-    };
+                        const OBSTACLE& obstacle) { QTest::newRow(name) << file << obstacle << error; };
     const QString known = "raw_data/rules.gox";
     const QString fresh = "raw_data/unit/rules.gox";
     row("changed on disk", known, "not saved, it has changed on disk since it was read",
