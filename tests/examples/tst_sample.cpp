@@ -10,6 +10,7 @@
 #include "tests/support/build_log.h"
 #include "tests/support/files.h"
 #include "tests/support/program_run.h"
+#include "tests/support/rows.h"
 #include "tests/support/temporary_tree.h"
 #include "tests/support/watched_test.h"
 
@@ -91,175 +92,142 @@ struct SAMPLE
 
 } // namespace
 
+// file, its bytes, the action that fails, the beginning of its words
+using FAULTS = ROWS<QString, QByteArray, QString, QString>;
+
 class tst_sample : public WATCHED_TEST
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void default_run_writes_textures_and_packs();
-    void packs_of_the_same_files_are_the_same();
-    void actions_of_a_pack_run_together();
-    void broken_picture_fails_its_pack_alone();
-    void part_of_the_tree();
-    void rule_without_meaning_is_told();
-    void two_pictures_of_one_texture();
-    void pack_that_can_not_be_written();
-    void broken_table_fails_the_packs();
+    void initTestCase()
+    {
+        QProcess script;
+        script.setProcessChannelMode(QProcess::MergedChannels);
+        script.start(QStringLiteral(GOX_SOURCE_DIR "/scripts/lay-out-sample.sh"),
+                     {QStringLiteral(GOX_BUILD_DIR), QStringLiteral(GOX_SAMPLE_DIR)});
+        QVERIFY(script.waitForFinished(LAYING_OUT));
+        QVERIFY2(script.exitCode() == 0, script.readAll().constData());
+    }
+
+    void default_run_writes_textures_and_packs()
+    {
+        SAMPLE sample;
+        GOX_COMPARE_STATUS(sample.run(QStringLiteral("default")), 0, sample.gox);
+
+        const QStringList textures = {"terrain/Cliffs/Granite.tex",
+                                      "terrain/Cliffs/Höhle.tex",
+                                      "terrain/Dirt.tex",
+                                      "terrain/Grass.tex",
+                                      "terrain/Moss.tex",
+                                      "ui/Cursor.tex",
+                                      "ui/Frame.tex",
+                                      "ui/Portrait.tex",
+                                      "units/Archer.tex",
+                                      "units/Banner.tex",
+                                      "units/Knight.tex"};
+        const QStringList texts = {"texts/deutsch.txt", "texts/english.txt"};
+        QStringList expected = textures + texts;
+        expected.sort();
+        QCOMPARE(FILES::below(sample.tree.path("working_data")), expected);
+        QCOMPARE(FILES::below(sample.tree.path("retail_build")),
+                 (QStringList{"terrain.zip", "texts.zip", "ui.zip", "units.zip"}));
+
+        QCOMPARE(sample.log("gox.log").count, 15);
+        QCOMPARE(sample.log("gox_warnings.log").actions(), QStringList{"<raw>/textures/units/banner.tga"});
+        for (const char* empty :
+             {"tool/gox_error.log", "tool/gox_startup_error.log", "tool/gox_asset_graph_error.log"})
+            QCOMPARE(sample.tree.read(empty), QByteArray());
+
+        const auto texture = [&](const char* name) { return describe_texture(sample.tree.read(name)); };
+        QCOMPARE(texture("working_data/terrain/Grass.tex"), QStringLiteral("64x64, 7 level(s) of format 2"));
+        QCOMPARE(texture("working_data/ui/Frame.tex"), QStringLiteral("8x8, 1 level(s) of format 1"));
+        QCOMPARE(texture("working_data/ui/Portrait.tex"), QStringLiteral("128x128, 8 level(s) of format 1"));
+        QCOMPARE(texture("working_data/units/Banner.tex"), QStringLiteral("48x96, 7 level(s) of format 1"));
+
+        const QVector<PACKED_FILE> terrain = sample.pack("terrain.zip");
+        QCOMPARE(names_of(terrain),
+                 (QStringList{"contents.txt", "terrain/cliffs/granite.tex", "terrain/cliffs/höhle.tex",
+                              "terrain/dirt.tex", "terrain/grass.tex", "terrain/moss.tex"}));
+        QVERIFY2(terrain.first().bytes.contains("terrain/grass.tex\tMeadow\n"),
+                 terrain.first().bytes.constData());
+        QCOMPARE(terrain.at(4).bytes, sample.tree.read("working_data/terrain/Grass.tex"));
+        // The actions of a pack run together.
+        const QStringList actions = sample.log("gox.log").actions();
+        const int pack = actions.indexOf("<retail>/terrain.zip");
+        QCOMPARE(actions.mid(pack - 5, 5).filter("<raw>/textures/terrain/").size(), 5);
+        // The banner of the units uses a picture of the user interface.
+        QVERIFY(names_of(sample.pack("units.zip")).contains("ui/frame.tex"));
+        // Packs of the same files are the same, wherever.
+        SAMPLE again;
+        again.gox.extra.insert(QStringLiteral("TZ"), QStringLiteral("Asia/Tokyo"));
+        GOX_COMPARE_STATUS(again.run(QStringLiteral("default")), 0, again.gox);
+        for (const QString& name : FILES::below(sample.tree.path("retail_build")))
+            QVERIFY2(sample.tree.read("retail_build/" + name) == again.tree.read("retail_build/" + name),
+                     qPrintable(name));
+    }
+
+    void broken_picture_fails_its_pack_alone()
+    {
+        SAMPLE sample;
+        GOX_COMPARE_STATUS(sample.run(QStringLiteral("failing")), 1, sample.gox);
+        const BUILD_LOG errors = sample.log("gox_error.log");
+        QCOMPARE(errors.actions(), QStringList{"<raw>/textures/drafts/broken.png"});
+        const QString reason = errors.body("<raw>/textures/drafts/broken.png");
+        QVERIFY2(reason.contains("raw_data/textures/drafts/Broken.png: its pixels can't be read"),
+                 qPrintable(reason));
+        QCOMPARE(
+            sample.log("gox.log").body("<retail>/drafts.zip"),
+            QStringLiteral("Some of its dependencies has failed:\n - <raw>/textures/drafts/broken.png\n"));
+        QCOMPARE(FILES::below(sample.tree.path("working_data/drafts")), QStringList{"Dragon.tex"});
+        QCOMPARE(FILES::below(sample.tree.path("retail_build")),
+                 (QStringList{"terrain.zip", "texts.zip", "ui.zip", "units.zip"}));
+    }
+
+    void part_of_the_tree()
+    {
+        SAMPLE sample;
+        GOX_COMPARE_STATUS(sample.run(QStringLiteral("nightly_textures")), 0, sample.gox);
+        QCOMPARE(sample.log("gox.log").count, 8);
+        QVERIFY(sample.tree.exists("working_data/terrain/Moss.tex"));
+        QVERIFY(!sample.tree.exists("working_data/ui"));
+        QCOMPARE(FILES::below(sample.tree.path("retail_build")), QStringList());
+        QVERIFY(!sample.tree.exists("tool/gox_plugin_error.log"));
+    }
+
+    void faults_data()
+    {
+        const FAULTS row;
+        row("rule without meaning", "raw_data/textures/units/rules.gox",
+            "<rules version='1'><rule name='Texture' inherit='true'><files>knight.png</files>"
+            "<property name='Maximum size'>huge</property></rule></rules>",
+            "<raw>/textures/units/knight.png",
+            "The rule \"Texture\" of %1/raw_data/textures/units has \"huge\" for \"Maximum size\"; a number "
+            "from 1 to 16384 is wanted.\n");
+        row("two pictures of one texture", "raw_data/textures/units/Knight.tga", "anything",
+            "<raw>/textures/units/knight.tga",
+            "<raw>/textures/units/knight.png and <raw>/textures/units/knight.tga would both become "
+            "<working>/units/knight.tex; rename one of them.\n");
+        row("pack that can't be written", "retail_build/ui.zip/in the way", "", "<retail>/ui.zip",
+            "%1/retail_build/ui.zip can't be written: ");
+        row("broken table", "raw_data/db/packs.xml", "<table", "<retail>/ui.zip", "%1/raw_data/db/packs.xml");
+    }
+    // A file that is in the way, and what the action that meets it says. All that
+    // does not need it is built.
+    void faults()
+    {
+        const auto [file, bytes, action, reason] = FAULTS::values();
+        SAMPLE sample;
+        sample.tree.write(file, bytes);
+        GOX_COMPARE_STATUS(sample.run(QStringLiteral("default")), 1, sample.gox);
+        const QString told = sample.log("gox_error.log").body(action);
+        const QString expected = QString(reason).replace("%1", sample.tree.path());
+        QVERIFY2(expected.endsWith('\n') ? told == expected : told.contains(expected), qPrintable(told));
+        QCOMPARE(sample.log("gox_error.log").actions().size(), file.endsWith(".xml") ? 4 : 1);
+        QCOMPARE(sample.tree.read(file), bytes);
+        QVERIFY(sample.tree.exists("working_data/ui/Frame.tex"));
+    }
 };
-
-void tst_sample::initTestCase()
-{
-    QProcess script;
-    script.setProcessChannelMode(QProcess::MergedChannels);
-    script.start(QStringLiteral(GOX_SOURCE_DIR "/scripts/lay-out-sample.sh"),
-                 {QStringLiteral(GOX_BUILD_DIR), QStringLiteral(GOX_SAMPLE_DIR)});
-    QVERIFY(script.waitForFinished(LAYING_OUT));
-    QVERIFY2(script.exitCode() == 0, script.readAll().constData());
-}
-
-void tst_sample::default_run_writes_textures_and_packs()
-{
-    SAMPLE sample;
-    GOX_COMPARE_STATUS(sample.run(QStringLiteral("default")), 0, sample.gox);
-
-    const QStringList textures = {"terrain/Cliffs/Granite.tex",
-                                  "terrain/Cliffs/Höhle.tex",
-                                  "terrain/Dirt.tex",
-                                  "terrain/Grass.tex",
-                                  "terrain/Moss.tex",
-                                  "ui/Cursor.tex",
-                                  "ui/Frame.tex",
-                                  "ui/Portrait.tex",
-                                  "units/Archer.tex",
-                                  "units/Banner.tex",
-                                  "units/Knight.tex"};
-    const QStringList texts = {"texts/deutsch.txt", "texts/english.txt"};
-    QStringList expected = textures + texts;
-    expected.sort();
-    QCOMPARE(FILES::below(sample.tree.path("working_data")), expected);
-    QCOMPARE(FILES::below(sample.tree.path("retail_build")),
-             (QStringList{"terrain.zip", "texts.zip", "ui.zip", "units.zip"}));
-
-    QCOMPARE(sample.log("gox.log").count, 15);
-    QCOMPARE(sample.log("gox_warnings.log").actions(), QStringList{"<raw>/textures/units/banner.tga"});
-    for (const char* empty :
-         {"tool/gox_error.log", "tool/gox_startup_error.log", "tool/gox_asset_graph_error.log"})
-        QCOMPARE(sample.tree.read(empty), QByteArray());
-
-    const auto texture = [&](const char* name) { return describe_texture(sample.tree.read(name)); };
-    QCOMPARE(texture("working_data/terrain/Grass.tex"), QStringLiteral("64x64, 7 level(s) of format 2"));
-    QCOMPARE(texture("working_data/ui/Frame.tex"), QStringLiteral("8x8, 1 level(s) of format 1"));
-    QCOMPARE(texture("working_data/ui/Portrait.tex"), QStringLiteral("128x128, 8 level(s) of format 1"));
-    QCOMPARE(texture("working_data/units/Banner.tex"), QStringLiteral("48x96, 7 level(s) of format 1"));
-
-    const QVector<PACKED_FILE> terrain = sample.pack("terrain.zip");
-    QCOMPARE(names_of(terrain),
-             (QStringList{"contents.txt", "terrain/cliffs/granite.tex", "terrain/cliffs/höhle.tex",
-                          "terrain/dirt.tex", "terrain/grass.tex", "terrain/moss.tex"}));
-    QVERIFY2(terrain.first().bytes.contains("terrain/grass.tex\tMeadow\n"),
-             terrain.first().bytes.constData());
-    QCOMPARE(terrain.at(4).bytes, sample.tree.read("working_data/terrain/Grass.tex"));
-    // The banner of the units uses a picture of the user interface.
-    QVERIFY(names_of(sample.pack("units.zip")).contains("ui/frame.tex"));
-}
-
-void tst_sample::packs_of_the_same_files_are_the_same()
-{
-    SAMPLE first;
-    SAMPLE second;
-    second.gox.extra.insert(QStringLiteral("TZ"), QStringLiteral("Asia/Tokyo"));
-    GOX_COMPARE_STATUS(first.run(QStringLiteral("default")), 0, first.gox);
-    GOX_COMPARE_STATUS(second.run(QStringLiteral("default")), 0, second.gox);
-    for (const QString& pack : FILES::below(first.tree.path("retail_build")))
-        QVERIFY2(first.tree.read("retail_build/" + pack) == second.tree.read("retail_build/" + pack),
-                 qPrintable(pack));
-}
-
-void tst_sample::actions_of_a_pack_run_together()
-{
-    SAMPLE sample;
-    GOX_COMPARE_STATUS(sample.run(QStringLiteral("default")), 0, sample.gox);
-    const QStringList actions = sample.log("gox.log").actions();
-    const int pack = actions.indexOf("<retail>/terrain.zip");
-    QVERIFY(pack >= 5);
-    for (int i = pack - 5; i < pack; ++i)
-        QVERIFY2(actions.at(i).startsWith("<raw>/textures/terrain/"), qPrintable(actions.join('\n')));
-}
-
-void tst_sample::broken_picture_fails_its_pack_alone()
-{
-    SAMPLE sample;
-    GOX_COMPARE_STATUS(sample.run(QStringLiteral("failing")), 1, sample.gox);
-    const BUILD_LOG errors = sample.log("gox_error.log");
-    QCOMPARE(errors.actions(), QStringList{"<raw>/textures/drafts/broken.png"});
-    const QString reason = errors.body("<raw>/textures/drafts/broken.png");
-    QVERIFY2(reason.contains("raw_data/textures/drafts/Broken.png: its pixels can't be read"),
-             qPrintable(reason));
-    QCOMPARE(sample.log("gox.log").body("<retail>/drafts.zip"),
-             QStringLiteral("Some of its dependencies has failed:\n - <raw>/textures/drafts/broken.png\n"));
-    QCOMPARE(FILES::below(sample.tree.path("working_data/drafts")), QStringList{"Dragon.tex"});
-    QCOMPARE(FILES::below(sample.tree.path("retail_build")),
-             (QStringList{"terrain.zip", "texts.zip", "ui.zip", "units.zip"}));
-}
-
-void tst_sample::part_of_the_tree()
-{
-    SAMPLE sample;
-    GOX_COMPARE_STATUS(sample.run(QStringLiteral("nightly_textures")), 0, sample.gox);
-    QCOMPARE(sample.log("gox.log").count, 8);
-    QVERIFY(sample.tree.exists("working_data/terrain/Moss.tex"));
-    QVERIFY(!sample.tree.exists("working_data/ui"));
-    QCOMPARE(FILES::below(sample.tree.path("retail_build")), QStringList());
-    QVERIFY(!sample.tree.exists("tool/gox_plugin_error.log"));
-}
-
-void tst_sample::rule_without_meaning_is_told()
-{
-    SAMPLE sample;
-    sample.tree.write("raw_data/textures/units/rules.gox",
-                      "<rules version='1'><rule name='Texture' inherit='true'><files>knight.png</files>"
-                      "<property name='Maximum size'>huge</property></rule></rules>");
-    GOX_COMPARE_STATUS(sample.run(QStringLiteral("default")), 1, sample.gox);
-    QCOMPARE(sample.log("gox_error.log").body("<raw>/textures/units/knight.png"),
-             "The rule \"Texture\" of " + sample.tree.path("raw_data/textures/units") +
-                 " has \"huge\" for \"Maximum size\"; a number from 1 to 16384 is wanted.\n");
-}
-
-void tst_sample::two_pictures_of_one_texture()
-{
-    SAMPLE sample;
-    sample.tree.write("raw_data/textures/units/Knight.tga", "anything");
-    GOX_COMPARE_STATUS(sample.run(QStringLiteral("default")), 1, sample.gox);
-    QCOMPARE(sample.log("gox_error.log").body("<raw>/textures/units/knight.tga"),
-             QStringLiteral(
-                 "<raw>/textures/units/knight.png and <raw>/textures/units/knight.tga would both become "
-                 "<working>/units/knight.tex; rename one of them.\n"));
-}
-
-void tst_sample::pack_that_can_not_be_written()
-{
-    SAMPLE sample;
-    sample.tree.write("retail_build/ui.zip/in the way", "");
-    GOX_COMPARE_STATUS(sample.run(QStringLiteral("default")), 1, sample.gox);
-    const QString reason = sample.log("gox_error.log").body("<retail>/ui.zip");
-    QVERIFY2(reason.startsWith(sample.tree.path("retail_build/ui.zip") + " can't be written: "),
-             qPrintable(reason));
-    QCOMPARE(FILES::below(sample.tree.path("retail_build")),
-             (QStringList{"terrain.zip", "texts.zip", "ui.zip/in the way", "units.zip"}));
-}
-
-void tst_sample::broken_table_fails_the_packs()
-{
-    SAMPLE sample;
-    sample.tree.write("raw_data/db/packs.xml", "<table");
-    GOX_COMPARE_STATUS(sample.run(QStringLiteral("default")), 1, sample.gox);
-    const BUILD_LOG errors = sample.log("gox_error.log");
-    QCOMPARE(errors.actions().size(), 4);
-    const QString reason = errors.body("<retail>/ui.zip");
-    QVERIFY2(reason.contains("raw_data/db/packs.xml"), qPrintable(reason));
-    QVERIFY(sample.tree.exists("working_data/ui/Frame.tex"));
-}
 
 QTEST_GUILESS_MAIN(tst_sample)
 #include "tst_sample.moc"

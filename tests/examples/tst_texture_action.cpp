@@ -20,16 +20,89 @@ class tst_texture_action : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
-    void init();
-    void processor_describes_its_rule();
-    void files_and_date();
-    void stopped_and_run_again();
-    void picture_that_vanished();
-    void cleanupTestCase();
+    void init()
+    {
+        m_tree.reset(new TEMPORARY_TREE);
+        m_rules.reset(new RULE_CACHE_HOLDER);
+        m_inputs.clear();
+        m_targets.clear();
+        m_tree->write("raw_data/textures/rules.gox",
+                      "<rules><rule name='texture' inherit='true'><property name='mip "
+                      "maps'>no</property></rule></rules>",
+                      FILES::hour(3));
+        m_tree->write("raw_data/textures/Wood/rules.gox",
+                      "<rules><rule name='Texture' inherit='true'><property "
+                      "name='Format'>grey8</property></rule></rules>",
+                      FILES::hour(5));
+        m_tree->make_folder("working_data/Wood");
+        QImage image(64, 64, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        QVERIFY(image.save(m_tree->path("raw_data/textures/Wood/Oak.PNG"), "PNG"));
+        QVERIFY(PATHS::initialise(m_tree->path("tool")));
+        QCOMPARE(m_rules->add(*m_tree, "raw_data/textures/rules.gox"), QString());
+        QCOMPARE(m_rules->add(*m_tree, "raw_data/textures/Wood/rules.gox"), QString());
+        m_picture.physical = PHYSICAL_PATH(m_tree->path("raw_data/textures/Wood/Oak.PNG"));
+        m_files = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>();
+        for (const char* name :
+             {"<raw>/a.png", "<raw>/textures.png", "<raw>/textures/wood/notes.txt", "<working>/b.png"})
+            m_files.insert(LOGICAL_PATH(name), &m_other);
+        m_files.insert(LOGICAL_PATH("<raw>/textures/wood/oak.png"), &m_picture);
+
+        const QVector<ACTION_INTERFACE*> actions = m_processor.collect_actions(m_files, m_rules->cache);
+        QCOMPARE(actions.size(), 1);
+        m_action.reset(actions.first());
+        m_action->collect_files(m_inputs, m_targets, m_stamp, m_files, m_rules->cache);
+        QCOMPARE(m_targets.size(), 1);
+        m_texture.physical = m_targets.first().physical_path;
+        m_action->input_files = {&m_picture};
+        m_action->target_files = {{&m_texture, m_texture.physical}};
+    }
+
+    void processor_describes_its_rule()
+    {
+        QVERIFY(RULE_SCHEMA::s_schemas.contains("texture"));
+        QCOMPARE(RULE_SCHEMA::s_schemas.value("texture")->properties.keys(),
+                 (QStringList{"format", "maximum size", "mip maps"}));
+    }
+
+    void files_and_date()
+    {
+        QCOMPARE(m_inputs, QVector<LOGICAL_PATH>{LOGICAL_PATH("<raw>/textures/wood/oak.png")});
+        QCOMPARE(QString(m_targets.first().logical_path), QStringLiteral("<working>/wood/oak.tex"));
+        QCOMPARE(QString(m_texture.physical), m_tree->path("working_data/Wood/Oak.tex"));
+        QVERIFY(m_targets.first().intermediate);
+        QCOMPARE(m_stamp, FILES::hour(5)); // of the newer of the two rule files
+    }
+
+    void stopped_and_run_again()
+    {
+        m_action->abort();
+        QCOMPARE(m_action->execute(m_files, m_rules->cache), int(ACTION_FAILED));
+        QCOMPARE(m_action->output, QStringLiteral("Stopped.\n"));
+        QCOMPARE(FILES::below(m_tree->path("working_data")), QStringList());
+
+        m_action->reset();
+        QCOMPARE(m_action->execute(m_files, m_rules->cache), int(ACTION_SUCCEEDED));
+        QCOMPARE(m_action->output, QStringLiteral("64 x 64 pixels became 64 x 64 in 1 level(s) of grey8.\n"));
+        QCOMPARE(m_action->progress_current, m_action->progress_total);
+        QCOMPARE(m_tree->read("working_data/Wood/Oak.tex").size(), 32 + 64 * 64);
+    }
+
+    void picture_that_vanished()
+    {
+        m_tree->remove("raw_data/textures/Wood/Oak.PNG");
+        QCOMPARE(m_action->execute(m_files, m_rules->cache), int(ACTION_FAILED));
+        QCOMPARE(m_action->output,
+                 QString(m_picture.physical + ": it can't be opened: No such file or directory\n"));
+    }
+
+    void cleanupTestCase()
+    {
+        qDeleteAll(RULE_SCHEMA::s_schemas);
+        RULE_SCHEMA::s_schemas.clear();
+    }
 
 private:
-    void collect();
-
     std::unique_ptr<TEMPORARY_TREE> m_tree;
     std::unique_ptr<RULE_CACHE_HOLDER> m_rules;
     TEXTURES_PROCESSOR m_processor;
@@ -42,93 +115,6 @@ private:
     QVector<ACTION_TARGET> m_targets;
     QDateTime m_stamp;
 };
-
-void tst_texture_action::init()
-{
-    m_tree.reset(new TEMPORARY_TREE);
-    m_rules.reset(new RULE_CACHE_HOLDER);
-    m_tree->write(
-        "raw_data/textures/rules.gox",
-        "<rules><rule name='texture' inherit='true'><property name='mip maps'>no</property></rule></rules>",
-        FILES::hour(3));
-    m_tree->write(
-        "raw_data/textures/Wood/rules.gox",
-        "<rules><rule name='Texture' inherit='true'><property name='Format'>grey8</property></rule></rules>",
-        FILES::hour(5));
-    m_tree->make_folder("working_data/Wood");
-    QImage image(64, 64, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QVERIFY(image.save(m_tree->path("raw_data/textures/Wood/Oak.PNG"), "PNG"));
-    QVERIFY(PATHS::initialise(m_tree->path("tool")));
-    QCOMPARE(m_rules->add(*m_tree, "raw_data/textures/rules.gox"), QString());
-    QCOMPARE(m_rules->add(*m_tree, "raw_data/textures/Wood/rules.gox"), QString());
-    collect();
-}
-
-void tst_texture_action::collect()
-{
-    m_picture.physical = PHYSICAL_PATH(m_tree->path("raw_data/textures/Wood/Oak.PNG"));
-    m_files = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>();
-    for (const char* name :
-         {"<raw>/a.png", "<raw>/textures.png", "<raw>/textures/wood/notes.txt", "<working>/b.png"})
-        m_files.insert(LOGICAL_PATH(name), &m_other);
-    m_files.insert(LOGICAL_PATH("<raw>/textures/wood/oak.png"), &m_picture);
-
-    const QVector<ACTION_INTERFACE*> actions = m_processor.collect_actions(m_files, m_rules->cache);
-    QCOMPARE(actions.size(), 1);
-    m_action.reset(actions.first());
-    m_inputs.clear();
-    m_targets.clear();
-    m_action->collect_files(m_inputs, m_targets, m_stamp, m_files, m_rules->cache);
-    QCOMPARE(m_targets.size(), 1);
-    m_texture.physical = m_targets.first().physical_path;
-    m_action->input_files = {&m_picture};
-    m_action->target_files = {{&m_texture, m_texture.physical}};
-}
-
-void tst_texture_action::processor_describes_its_rule()
-{
-    QVERIFY(RULE_SCHEMA::s_schemas.contains("texture"));
-    QCOMPARE(RULE_SCHEMA::s_schemas.value("texture")->properties.keys(),
-             (QStringList{"format", "maximum size", "mip maps"}));
-}
-
-void tst_texture_action::files_and_date()
-{
-    QCOMPARE(m_inputs, QVector<LOGICAL_PATH>{LOGICAL_PATH("<raw>/textures/wood/oak.png")});
-    QCOMPARE(QString(m_targets.first().logical_path), QStringLiteral("<working>/wood/oak.tex"));
-    QCOMPARE(QString(m_texture.physical), m_tree->path("working_data/Wood/Oak.tex"));
-    QVERIFY(m_targets.first().intermediate);
-    QCOMPARE(m_stamp, FILES::hour(5)); // of the newer of the two rule files
-}
-
-void tst_texture_action::stopped_and_run_again()
-{
-    m_action->abort();
-    QCOMPARE(m_action->execute(m_files, m_rules->cache), int(ACTION_FAILED));
-    QCOMPARE(m_action->output, QStringLiteral("Stopped.\n"));
-    QCOMPARE(FILES::below(m_tree->path("working_data")), QStringList());
-
-    m_action->reset();
-    QCOMPARE(m_action->execute(m_files, m_rules->cache), int(ACTION_SUCCEEDED));
-    QCOMPARE(m_action->output, QStringLiteral("64 x 64 pixels became 64 x 64 in 1 level(s) of grey8.\n"));
-    QCOMPARE(m_action->progress_current, m_action->progress_total);
-    QCOMPARE(m_tree->read("working_data/Wood/Oak.tex").size(), 32 + 64 * 64);
-}
-
-void tst_texture_action::picture_that_vanished()
-{
-    m_tree->remove("raw_data/textures/Wood/Oak.PNG");
-    QCOMPARE(m_action->execute(m_files, m_rules->cache), int(ACTION_FAILED));
-    QCOMPARE(m_action->output,
-             QString(m_picture.physical + ": it can't be opened: No such file or directory\n"));
-}
-
-void tst_texture_action::cleanupTestCase()
-{
-    qDeleteAll(RULE_SCHEMA::s_schemas);
-    RULE_SCHEMA::s_schemas.clear();
-}
 
 QTEST_GUILESS_MAIN(tst_texture_action)
 #include "tst_texture_action.moc"

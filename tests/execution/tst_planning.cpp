@@ -91,8 +91,6 @@ int below(RANDOM& random, int end)
 using RANDOM_PLANS =
     ROWS<int, int, int, int, int>; // size, rounds, edges_per_action, percent_backward, groups
 
-using GROUPS = ROWS<QVector<int>, QVector<int>, QVector<int>>; // groups, dependency, expected
-
 } // namespace
 
 class TST_PLANNING : public QObject
@@ -169,40 +167,6 @@ private slots:
         QCOMPARE(names(1), QList<int>({0}));
         QCOMPARE(names(2), QList<int>({0, 1, 3}));
         QCOMPARE(names(3), QList<int>()); // not selected, so not worked out
-    }
-
-    void order_of_equal_levels()
-    {
-        // An element is carried past its equals.
-        QCOMPARE(order_by_level({1, 1, 0}), FW::VECTOR<int>({2, 1, 0}));
-    }
-
-    void groups_by_hand_data()
-    {
-        const GROUPS row;
-        row("members come together, others keep their order", {0, 0, 1, 0, 0, 1, 0}, QVector<int>(7, -1),
-            {0, 1, 2, 5, 3, 4, 6});
-        row("a dependency right ahead holds a member", {1, 0, 1}, {-1, -1, 1}, {1, 0, 2});
-        row("held from both sides", {1, 0, 0, 1}, {-1, 0, 1, 2}, {0, 1, 2, 3});
-        row("a later group splits an earlier one", {2, 1, 1, 2}, {-1, -1, -1, 1}, {1, 0, 3, 2});
-        row("a group of one", {0, 1, 0}, QVector<int>(3, -1), {0, 1, 2});
-    }
-
-    void groups_by_hand()
-    {
-        const auto [groups, dependency, expected] = GROUPS::values();
-        TWIN_ACTIONS actions(groups.size());
-        for (int i = 0; i < groups.size(); ++i) {
-            actions.select(i, true);
-            actions.set_group(i, groups[i]);
-            if (dependency[i] >= 0)
-                actions.depend(i, dependency[i]);
-        }
-        QVector<int> quick;
-        QVector<int> plain;
-        actions.plan(10, quick, plain);
-        QCOMPARE(quick, expected);
-        QCOMPARE(plain, expected);
     }
 
     void sequence_stands_many_moves_to_one_place()

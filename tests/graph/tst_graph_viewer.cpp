@@ -19,6 +19,8 @@
 
 namespace {
 
+const int PATIENCE = 60000; // milliseconds: the machine may have much else to do
+
 const QString LAYOUT_PROGRAM = QStringLiteral(GOX_TOOL_DIR "/gox_layout." GOX_BUILD_TAG ".bin");
 
 const QStringList HOSTILE_LABELS = {
@@ -46,6 +48,8 @@ std::unique_ptr<GRAPHVIZ_VIEWER_WIDGET> open_viewer(const ACTION_GRAPH& graph)
     viewer->show();
     viewer->activateWindow();
     viewer->setFocus();
+    if (!QTest::qWaitForWindowActive(viewer.get(), PATIENCE))
+        qFatal("the window did not become active");
     return viewer;
 }
 
@@ -58,7 +62,7 @@ std::unique_ptr<GRAPHVIZ_VIEWER_WIDGET> open_chain(int nodes)
 
 bool is_shown(const GRAPHVIZ_VIEWER_WIDGET& viewer)
 {
-    return QTest::qWaitFor([&] { return viewer.state() == GRAPHVIZ_VIEWER_WIDGET::STATE::SHOWN; }, 60000);
+    return QTest::qWaitFor([&] { return viewer.state() == GRAPHVIZ_VIEWER_WIDGET::STATE::SHOWN; }, PATIENCE);
 }
 
 QPointF pixel_of(const GRAPHVIZ_VIEWER_WIDGET& viewer, const QPointF& point)
@@ -91,7 +95,7 @@ QString make_program(const QTemporaryDir& folder, const QByteArray& lines)
 void save_with_dialog(GRAPHVIZ_VIEWER_WIDGET& viewer, const QString& file, Qt::Key format = Qt::Key_Home)
 {
     viewer.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&viewer));
+    QVERIFY(QTest::qWaitForWindowActive(&viewer, PATIENCE));
     DIALOG_ANSWERS answers;
     answers.answer_with([&](QDialog* dialog) {
         QTest::keyClick(dialog->findChild<QComboBox*>("fileTypeCombo"), format);
@@ -221,7 +225,7 @@ void tst_graph_viewer::wheel_drag_and_keys()
     QTest::mouseDClick(viewer.get(), Qt::LeftButton, {}, pointer);
     QVERIFY(shows_all());
     viewer->resize(500, 400); // still all of it
-    QTRY_VERIFY(shows_all());
+    QTRY_VERIFY_WITH_TIMEOUT(shows_all(), PATIENCE);
 }
 
 void tst_graph_viewer::find()
@@ -231,7 +235,7 @@ void tst_graph_viewer::find()
     QLabel* const found = viewer->findChild<QLabel*>("found");
     QTest::keyClick(viewer.get(), Qt::Key_F, Qt::ControlModifier);
     QLineEdit* const text = viewer->findChild<QLineEdit*>("find_text");
-    QTRY_VERIFY(text->hasFocus());
+    QTRY_VERIFY_WITH_TIMEOUT(text->hasFocus(), PATIENCE);
     QTest::keyClicks(text, "NODE 1"); // 1 and 10 to 19
     QCOMPARE(found->text(), QString("11 found"));
     QTest::keyClick(text, Qt::Key_Return);
@@ -287,7 +291,7 @@ void tst_graph_viewer::hostile_labels()
         GOX_SKIP("there is no dot program");
     QProcess process;
     process.start(dot, {"-Tsvg", folder.filePath("h.dot")});
-    QVERIFY(process.waitForFinished(60000));
+    QVERIFY(process.waitForFinished(PATIENCE));
     QStringList redrawn = texts_of_svg(process.readAllStandardOutput(), "text", &error);
     QCOMPARE(error, QString());
     for (QStringList* list : {&redrawn, &expected}) {
@@ -376,7 +380,7 @@ void tst_graph_viewer::layouts_that_fail()
     const QTemporaryDir folder;
     LAYOUT_RUN::set_program(program.isEmpty() ? folder.filePath("none") : make_program(folder, program));
     const auto viewer = open_chain(2);
-    QTRY_VERIFY(viewer->state() == GRAPHVIZ_VIEWER_WIDGET::STATE::FAILED);
+    QTRY_VERIFY_WITH_TIMEOUT(viewer->state() == GRAPHVIZ_VIEWER_WIDGET::STATE::FAILED, PATIENCE);
     viewer->grab();
     QVERIFY(!viewer->findChild<QWidget*>("find_text")->isEnabled());
 }
@@ -400,7 +404,7 @@ void tst_graph_viewer::closing_while_laying_out()
     LAYOUT_RUN::set_program(
         make_program(folder, "echo $$ > '" + QFile::encodeName(mark) + "'\nexec sleep 1000\n"));
     auto viewer = open_chain(5);
-    QTRY_VERIFY(FILES::bytes(mark).endsWith('\n'));
+    QTRY_VERIFY_WITH_TIMEOUT(FILES::bytes(mark).endsWith('\n'), PATIENCE);
     QVERIFY(viewer->state() == GRAPHVIZ_VIEWER_WIDGET::STATE::LAYING_OUT);
     QTest::keyClick(viewer.get(), Qt::Key_Home);
     viewer->grab();
@@ -416,7 +420,7 @@ void tst_graph_viewer::closing_while_laying_out()
     for (int i = 0; i < 6000; ++i)
         layout.write(QByteArray::number(i) + ' ' + QByteArray::number(i * 7919 % 6000) + " 0 ");
     layout.closeWriteChannel();
-    QVERIFY(layout.waitForFinished(20000));
+    QVERIFY(layout.waitForFinished(PATIENCE));
     QCOMPARE(layout.exitCode(), 1);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtCore/QDateTime>
+#include <QtCore/QPair>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
@@ -38,6 +38,7 @@
 ///       warns TEXT              a Qt warning
 ///       raises TEXT             a message box of the base library
 ///       takes N                 N milliseconds
+///       awaits_abort            until it is asked to stop
 ///       progress N              progress_current
 ///       services                says which services it was given
 ///       rule NAME PROPERTY      says what the rule gives for the first input
@@ -45,74 +46,20 @@
 ///
 /// A PATH is logical, "<working>/a/b.txt", in the spelling that it is to have
 /// on disk, or absolute.
-struct SCRIPT_STEP
-{
-    enum KIND
-    {
-        SAY,
-        WARN,
-        RAISE,
-        TAKE,
-        PROGRESS,
-        SERVICES,
-        RULE,
-        FILES
-    };
-    KIND kind;
-    QString text;
-    int number = 0;
-};
-
-struct SCRIPT_TARGET
-{
-    QString path;
-    bool intermediate = false;
-    bool secondary = false;
-};
-
-struct SCRIPT_LINK
-{
-    QString action; ///< the other action
-    bool pulls = false;
-    int line = 0;
-};
-
-struct SCRIPT_ACTION
+struct SCRIPT_PART // a processor or an action
 {
     QString name;
-    QString long_name;
-    QStringList inputs;
-    QVector<SCRIPT_TARGET> targets;
-    QDateTime stamp;
-    QString group;
-    QVector<SCRIPT_LINK> links;
-    QVector<SCRIPT_STEP> steps;
-    QStringList preset_errors;
-    int first_state = 0;
-    int result = 2;
-    int total = 0;
-    bool ignores_dependencies = false;
-    bool needs_review = false;
-    bool review_fails = false;
-    bool ignores_abort = false;
-    bool leaves_targets = false;
+    QVector<QPair<QString, QString>> lines; ///< word and argument, in their order
+
+    QStringList all(const QString& word) const;                                    ///< the word's arguments
+    QString text(const QString& word, const QString& otherwise = QString()) const; ///< the last of them
+    int number(const QString& word, int otherwise = 0) const;
+    bool has(const QString& word) const { return !all(word).isEmpty(); }
 };
 
-struct SCRIPT_VIRTUAL_FILE
+struct SCRIPT_PROCESSOR : SCRIPT_PART
 {
-    QString path;
-    QDateTime time;
-};
-
-struct SCRIPT_PROCESSOR
-{
-    QString name;
-    int order = 0;
-    QVector<QString> scan;
-    QVector<SCRIPT_VIRTUAL_FILE> virtual_files;
-    QStringList raises;
-    QStringList warnings;
-    QVector<SCRIPT_ACTION> actions;
+    QVector<SCRIPT_PART> actions;
 };
 
 struct SCRIPT

@@ -5,6 +5,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QMap>
 #include <QtCore/QMutex>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QThread>
 
@@ -68,13 +69,13 @@ PHYSICAL_PATH scripted_place(const QString& path)
 class SCRIPTED_ACTION : public ACTION_INTERFACE
 {
 public:
-    SCRIPTED_ACTION(const SCRIPT_ACTION& script, int group, PROCESSOR_INTERFACE* maker,
+    SCRIPTED_ACTION(const SCRIPT_PART& script, int group, PROCESSOR_INTERFACE* maker,
                     const QSharedPointer<SCRIPTED_RUN>& run)
         : ACTION_INTERFACE(maker), m_script(script), m_run(run)
     {
         group_id = group;
         prepare();
-        state = m_script.first_state;
+        state = m_script.number("begins");
     }
     ~SCRIPTED_ACTION() override { trace("delete"); }
 
@@ -92,52 +93,58 @@ public:
         m_aborted = false;
     }
 
-    QString display_text(bool long_form) override { return long_form ? m_script.long_name : m_script.name; }
+    QString display_text(bool long_form) override
+    {
+        return long_form ? m_script.text("long", m_script.name) : m_script.name;
+    }
 
     void collect_files(QVector<LOGICAL_PATH>& inputs, QVector<ACTION_TARGET>& targets, QDateTime& stamp,
                        FILE_MAP&, RULE_CACHE&) override
     {
         trace("collect_files");
-        for (const QString& path : m_script.inputs)
+        for (const QString& path : m_script.all("reads"))
             inputs.append(PATHS::logical_path(scripted_place(path)));
-        for (const SCRIPT_TARGET& target : m_script.targets) {
-            const PHYSICAL_PATH place = scripted_place(target.path);
-            targets.append({place, PATHS::logical_path(place), target.intermediate, target.secondary});
+        for (QString path : m_script.all("writes")) {
+            const QString kinds = path.left(path.indexOf(QRegularExpression("\\S*[/<]")));
+            const PHYSICAL_PATH place = scripted_place(path.remove(0, kinds.size()));
+            targets.append({place, PATHS::logical_path(place), kinds.contains("intermediate"),
+                            kinds.contains("secondary")});
         }
-        stamp = m_script.stamp;
+        stamp = QDateTime::fromString(m_script.text("stamp"), Qt::ISODate);
     }
 
     void resolve_dependencies(FILE_MAP&, RULE_CACHE&) override
     {
         trace("resolve_dependencies");
-        for (const SCRIPT_LINK& link : m_script.links)
-            if (ACTION_INTERFACE* const other = m_run->actions.value(link.action))
-                add_dependency(*other, link.pulls);
+        for (const auto& [word, other] : m_script.lines)
+            if (word == "depends" || word == "pulls")
+                if (m_run->actions.contains(other)) // its processor may have been left out
+                    add_dependency(*m_run->actions[other], word == "pulls");
     }
 
     int execute(FILE_MAP&, RULE_CACHE& rules) override
     {
         trace("execute");
-        for (const SCRIPT_STEP& step : m_script.steps)
-            if (!take_step(step, rules)) {
+        for (const auto& [word, argument] : m_script.lines)
+            if (!take_step(word, argument, rules)) {
                 add_output_line(QStringLiteral("aborted"));
                 return ACTION_FAILED;
             }
-        if (!m_script.leaves_targets && !write_targets())
+        if (!m_script.has("leaves_targets") && !write_targets())
             return ACTION_FAILED;
-        return m_script.result;
+        return m_script.number("ends", ACTION_SUCCEEDED);
     }
 
     bool checks_dependencies() override
     {
         trace("checks_dependencies");
-        return !m_script.ignores_dependencies;
+        return !m_script.has("ignores_dependencies");
     }
 
     bool review_is_failure() override
     {
         trace("review_is_failure");
-        return m_script.review_fails;
+        return m_script.has("review_fails");
     }
 
 private:
@@ -145,41 +152,39 @@ private:
 
     void prepare()
     {
-        progress_total = m_script.total;
-        preset_errors = m_script.preset_errors;
-        review_needed = m_script.needs_review;
+        progress_total = m_script.number("total");
+        preset_errors = m_script.all("preset");
+        review_needed = m_script.has("needs_review");
     }
 
+    bool is_stopped() const { return m_aborted && !m_script.has("ignores_abort"); }
+
     // False when the action was asked to stop.
-    bool take_step(const SCRIPT_STEP& step, const RULE_CACHE& rules)
+    bool take_step(const QString& word, const QString& argument, const RULE_CACHE& rules)
     {
-        switch (step.kind) {
-        case SCRIPT_STEP::SAY:
-            add_output_line(step.text);
-            break;
-        case SCRIPT_STEP::WARN:
-            qWarning("%s", qUtf8Printable(step.text));
-            break;
-        case SCRIPT_STEP::RAISE:
-            FW::raise_message_box(step.text);
-            break;
-        case SCRIPT_STEP::TAKE:
-            return wait(step.number);
-        case SCRIPT_STEP::PROGRESS:
-            progress_current = step.number;
-            break;
-        case SCRIPT_STEP::SERVICES:
+        if (word == "says")
+            add_output_line(argument);
+        else if (word == "warns")
+            qWarning("%s", qUtf8Printable(argument));
+        else if (word == "raises")
+            FW::raise_message_box(argument);
+        else if (word == "takes")
+            return wait(argument.toInt());
+        else if (word == "awaits_abort")
+            while (!m_aborted)
+                QThread::msleep(1);
+        else if (word == "progress")
+            progress_current = argument.toInt();
+        else if (word == "services")
             add_output_line(QStringLiteral("database: %1, asset graph: %2")
                                 .arg(s_database ? "yes" : "no", s_asset_graph ? "yes" : "no"));
-            break;
-        case SCRIPT_STEP::RULE:
-            say_rule(step.text, rules);
-            break;
-        case SCRIPT_STEP::FILES:
+        else if (word == "rule")
+            say_rule(argument, rules);
+        else if (word == "files")
             say_files();
-            break;
-        }
-        return m_script.ignores_abort || !m_aborted;
+        else
+            return true;
+        return !is_stopped();
     }
 
     bool wait(int milliseconds)
@@ -187,7 +192,7 @@ private:
         QElapsedTimer watch;
         watch.start();
         while (watch.elapsed() < milliseconds) {
-            if (m_aborted && !m_script.ignores_abort)
+            if (is_stopped())
                 return false;
             QThread::msleep(1);
         }
@@ -198,7 +203,8 @@ private:
     {
         const QString name = rule_and_property.section(' ', 0, 0);
         const QString property = rule_and_property.section(' ', 1).toLower();
-        const RULE rule = rules.get(PATHS::logical_path(scripted_place(m_script.inputs.value(0))), name);
+        const RULE rule =
+            rules.get(PATHS::logical_path(scripted_place(m_script.all("reads").value(0))), name);
         const QString value = !rule.found                      ? QStringLiteral("no rule")
                               : rule.values.contains(property) ? rule.values.value(property).value.toString()
                                                                : QStringLiteral("no value");
@@ -234,7 +240,7 @@ private:
         return true;
     }
 
-    const SCRIPT_ACTION m_script;
+    const SCRIPT_PART m_script;
     const QSharedPointer<SCRIPTED_RUN> m_run;
     std::atomic<bool> m_aborted{false};
 };
@@ -249,32 +255,36 @@ public:
     ~SCRIPTED_PROCESSOR() override { m_run->trace("delete", m_script.name); }
 
     QString name() override { return m_script.name; }
-    int order_number() override { return m_script.order; }
+    int order_number() override { return m_script.number("order"); }
 
     QVector<QString> scan_directories() override
     {
         m_run->trace("scan_directories", m_script.name);
-        return m_script.scan;
+        return m_script.all("scan").toVector();
     }
 
     QVector<VIRTUAL_FILE> collect_virtual_files(FILE_MAP&, RULE_CACHE&) override
     {
         m_run->trace("collect_virtual_files", m_script.name);
         QVector<VIRTUAL_FILE> files;
-        for (const SCRIPT_VIRTUAL_FILE& file : m_script.virtual_files)
-            files.append(VIRTUAL_FILE{scripted_place(file.path), file.time});
+        for (const QString& argument : m_script.all("virtual")) {
+            const QDateTime time = QDateTime::fromString(argument.section(' ', 0, 0), Qt::ISODate);
+            const PHYSICAL_PATH place =
+                scripted_place(argument.section(' ', time.isValid() ? 1 : 0).trimmed());
+            files.append(VIRTUAL_FILE{place, time.isValid() ? time : QDateTime::currentDateTimeUtc()});
+        }
         return files;
     }
 
     QVector<ACTION_INTERFACE*> collect_actions(FILE_MAP&, RULE_CACHE&) override
     {
         m_run->trace("collect_actions", m_script.name);
-        for (const QString& text : m_script.warnings)
+        for (const QString& text : m_script.all("collecting_warns"))
             qWarning("%s", qUtf8Printable(text));
-        for (const QString& text : m_script.raises)
+        for (const QString& text : m_script.all("collecting_raises"))
             FW::raise_message_box(text);
         QVector<ACTION_INTERFACE*> actions;
-        for (const SCRIPT_ACTION& script : m_script.actions) {
+        for (const SCRIPT_PART& script : m_script.actions) {
             actions.append(new SCRIPTED_ACTION(script, group_of(script), this, m_run));
             m_run->actions.insert(script.name, actions.last());
         }
@@ -282,13 +292,12 @@ public:
     }
 
 private:
-    int group_of(const SCRIPT_ACTION& action)
+    int group_of(const SCRIPT_PART& action)
     {
-        if (action.group.isEmpty())
-            return 0;
-        if (!m_run->groups.contains(action.group))
-            m_run->groups.insert(action.group, new_action_group());
-        return m_run->groups.value(action.group);
+        const QString group = action.text("group");
+        if (!group.isEmpty() && !m_run->groups.contains(group))
+            m_run->groups.insert(group, new_action_group());
+        return m_run->groups.value(group);
     }
 
     const SCRIPT_PROCESSOR m_script;
@@ -298,7 +307,8 @@ private:
 SCRIPT script_of_errors(const QStringList& errors)
 {
     SCRIPT script = SCRIPT::parse(QStringLiteral("processor script\naction errors"), QString());
-    script.processors.first().actions.first().preset_errors = errors;
+    for (const QString& error : errors)
+        script.processors.first().actions.first().lines.append({"preset", error});
     return script;
 }
 

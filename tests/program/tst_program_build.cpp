@@ -25,7 +25,7 @@ private slots:
         GOX_COMPARE_STATUS(
             scene.run(
                 "processor First one\norder 1\n"
-                "action good\nlong the good one\nsays a line\nwarns from Qt\n"
+                "action good\nlong the good one\nsays a line\nwarns from Qt\nsays\n"
                 "processor Second\norder 2\n"
                 "action warned\nsays careful\nends 3\naction bad\nends 4\naction follower\ndepends bad\n"),
             1, scene.gox);
@@ -34,7 +34,7 @@ private slots:
         const QByteArray bad = "=== Second / bad ===\n" + end;
         QCOMPARE(without_durations(scene.tree.read("tool/gox.log")),
                  "4 action(s) were selected for execution.\n\n"
-                 "=== First one / the good one ===\na line\nfrom Qt\n" +
+                 "=== First one / the good one ===\na line\nfrom Qt\n\n" +
                      end + warned + bad +
                      "=== Second / follower ===\nSome of its dependencies has failed:\n - bad\n\n");
         QCOMPARE(without_durations(scene.tree.read("tool/gox_warnings.log")), warned);

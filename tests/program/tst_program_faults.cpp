@@ -10,23 +10,6 @@ class tst_program_faults : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
-    void unreadable_folder()
-    {
-        SCRIPTED_SCENE scene;
-        scene.tree.write("raw_data/open/a.txt", "x");
-        scene.tree.write("raw_data/secret/b.txt", "x");
-        scene.tree.open_to_everybody();
-        scene.tree.set_permissions("raw_data/secret", 0);
-        scene.gox.unprivileged = true;
-        GOX_COMPARE_STATUS(scene.run("processor p\naction a\n"), 1, scene.gox);
-        const QByteArray log = scene.tree.read("tool/gox_startup_error.log");
-        QVERIFY2(log.startsWith("Error while scanning local files! (Error: 13, "), log.constData());
-        QVERIFY2(log.contains(scene.tree.path("raw_data/secret").toUtf8()) && log.endsWith(')'),
-                 log.constData());
-        QVERIFY2(scene.gox.err.contains(log), scene.gox.report());
-        QVERIFY(!scene.tree.exists("tool/gox.log"));
-    }
-
     // Nobody is told of logs that can't be written but the console, and the run is
     // judged by its actions.
     void read_only_tool_folder()
@@ -141,16 +124,6 @@ private slots:
         scene.configuration.load_asset_graph = true;
         GOX_COMPARE_STATUS(scene.run("processor p\naction a\n"), 0, scene.gox);
         QCOMPARE(scene.tree.read("tool/gox_asset_graph_error.log"), QByteArray());
-    }
-
-    void broken_database()
-    {
-        SCRIPTED_SCENE scene;
-        scene.tree.write("raw_data/db/schema.xml", QByteArray("<a>").repeated(200000));
-        GOX_COMPARE_STATUS(scene.run("processor p\naction a\n"), 1, scene.gox);
-        const QByteArray log = scene.tree.read("tool/gox_startup_error.log");
-        QVERIFY2(log.startsWith("Failed to connect the database!\n\n"), log.constData());
-        QVERIFY2(log.contains("schema.xml:1:"), log.constData());
     }
 
     // On Unix file names are UTF-8 whatever the locale says.

@@ -176,24 +176,6 @@ private slots:
             }
         }
     }
-
-    void similar_names_are_kept_apart()
-    {
-        TEMPORARY_TREE tree;
-        QVERIFY(PATHS::initialise(tree.path("tool")));
-        RANDOM_TREE random(1, tree.path());
-        for (const char* path : {"raw_data/UNIT10/a.txt", "raw_data/Unit1.txt", "raw_data/uNIT1/a.txt"})
-            random.add(tree.path(path), false);
-        const std::pair<const char*, const char*> rows[] = {
-            {"raw_data/unit1/B.txt", "raw_data/uNIT1/B.txt"},
-            {"raw_data/unit10/B.txt", "raw_data/UNIT10/B.txt"},
-            {"raw_data/unit100/B.txt", "raw_data/unit100/B.txt"},
-            {"RAW_DATA/Unit1/A.TXT", "raw_data/uNIT1/a.txt"}};
-        for (const auto& [path, expected] : rows) {
-            const QString spelled = random.spellings.normalised(PHYSICAL_PATH(tree.path(path)));
-            QCOMPARE(spelled, tree.path(expected));
-        }
-    }
 };
 
 QTEST_GUILESS_MAIN(TST_FILE_SPELLINGS)

@@ -250,17 +250,6 @@ private slots:
         QVERIFY(action.pulls.isEmpty()); // whoever is dropped is pulled no more
     }
 
-    void messages_of_a_thread_go_into_the_output()
-    {
-        IDLE_ACTION action;
-        action.redirect_messages();
-        qWarning("a warning");
-        action.clear_redirections();
-        action.add_output_line(QString());
-        action.add_output_line(QStringLiteral("end"));
-        QCOMPARE(action.output, QStringLiteral("a warning\n\nend\n"));
-    }
-
     void hook_and_thread_numbers()
     {
         bool show_box = true;

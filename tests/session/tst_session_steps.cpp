@@ -389,9 +389,6 @@ private slots:
                              .arg(action->progress_current)
                              .arg(static_cast<STEP_ACTION*>(action)->aborts.loadRelaxed()));
         QCOMPARE(found, QStringList({"2 10 0", "2 10 0", "4 0 1", "0 0 1", "0 0 1"}));
-        QFile log(QCoreApplication::applicationDirPath() + "/gox.log");
-        QVERIFY(log.open(QIODevice::ReadOnly));
-        QCOMPARE(log.readAll().count("=== p / "), 3);
     }
 
     void abort_during_pause()
@@ -406,8 +403,8 @@ private slots:
         };
         QVERIFY(scene.start_up());
         scene.begin_build();
+        QTRY_COMPARE_WITH_TIMEOUT(first->state, int(ACTION_SUCCEEDED), 60000);
         QVERIFY(!scene.session->wait(100)); // held ahead of the second action
-        QCOMPARE(first->state, int(ACTION_SUCCEEDED));
         scene.session->finish_build(true);
         QCOMPARE(second->state, int(ACTION_NOT_RUN));
         QCOMPARE(second->runs, 0);

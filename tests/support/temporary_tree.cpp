@@ -47,11 +47,11 @@ void give_folders(const QString& top, uint mode)
 }
 
 #ifdef Q_OS_WIN
-const char PROGRAM_SUFFIX[] = "exe";
-const char CONTRACTS_FILE[] = "gox_contracts.dll";
+#define PROGRAM_SUFFIX ".exe"
+#define CONTRACTS_FILE "gox_contracts.dll"
 #else
-const char PROGRAM_SUFFIX[] = "bin";
-const char CONTRACTS_FILE[] = "libgox_contracts.so";
+#define PROGRAM_SUFFIX ".bin"
+#define CONTRACTS_FILE "libgox_contracts.so"
 #endif
 
 } // namespace
@@ -78,11 +78,6 @@ QString TEMPORARY_TREE::path(const QString& relative) const
     return relative.isEmpty() ? m_top : m_top + '/' + relative;
 }
 
-void TEMPORARY_TREE::write(const QString& relative, const QByteArray& bytes, const QDateTime& time) const
-{
-    FILES::write(path(relative), bytes, time);
-}
-
 void TEMPORARY_TREE::make_folder(const QString& relative) const
 {
     if (!QDir().mkpath(path(relative)))
@@ -97,16 +92,6 @@ void TEMPORARY_TREE::remove(const QString& relative) const
         qFatal("%s: %s", qPrintable(path(relative)), error.message().c_str());
 }
 
-bool TEMPORARY_TREE::exists(const QString& relative) const
-{
-    return QFileInfo::exists(path(relative));
-}
-
-QByteArray TEMPORARY_TREE::read(const QString& relative) const
-{
-    return FILES::bytes(path(relative));
-}
-
 void TEMPORARY_TREE::set_permissions(const QString& relative, uint mode) const
 {
     give_permissions(path(relative), mode);
@@ -119,12 +104,9 @@ void TEMPORARY_TREE::open_to_everybody() const
 
 void TEMPORARY_TREE::lay_out_program() const
 {
-    link_or_copy(QStringLiteral(GOX_TOOL_DIR "/gox." GOX_BUILD_TAG ".") + QLatin1String(PROGRAM_SUFFIX),
-                 program());
-    const QString layout = QStringLiteral("gox_layout." GOX_BUILD_TAG ".") + QLatin1String(PROGRAM_SUFFIX);
-    link_or_copy(QStringLiteral(GOX_TOOL_DIR "/") + layout, path(QStringLiteral("tool/") + layout));
-    link_or_copy(QStringLiteral(GOX_TOOL_DIR "/") + QLatin1String(CONTRACTS_FILE),
-                 path(QStringLiteral("tool/") + QLatin1String(CONTRACTS_FILE)));
+    for (const char* file :
+         {"gox." GOX_BUILD_TAG PROGRAM_SUFFIX, "gox_layout." GOX_BUILD_TAG PROGRAM_SUFFIX, CONTRACTS_FILE})
+        link_or_copy(QStringLiteral(GOX_TOOL_DIR "/") + file, path(QStringLiteral("tool/") + file));
 }
 
 void TEMPORARY_TREE::add_plugin(const QString& name, const QString& file_name) const
@@ -134,12 +116,7 @@ void TEMPORARY_TREE::add_plugin(const QString& name, const QString& file_name) c
                  path(QStringLiteral("tool/") + (file_name.isEmpty() ? built : file_name)));
 }
 
-void TEMPORARY_TREE::write_script(const QByteArray& script) const
-{
-    write(QStringLiteral("tool/script.txt"), script);
-}
-
 QString TEMPORARY_TREE::program() const
 {
-    return path(QStringLiteral("tool/gox." GOX_BUILD_TAG ".") + QLatin1String(PROGRAM_SUFFIX));
+    return path(QStringLiteral("tool/gox." GOX_BUILD_TAG PROGRAM_SUFFIX));
 }

@@ -2,8 +2,11 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QDateTime>
+#include <QtCore/QFileInfo>
 #include <QtCore/QString>
 #include <QtCore/QTemporaryDir>
+
+#include "tests/support/files.h"
 
 /// A data tree in a temporary folder: `tool/`, `raw_data/` with an empty
 /// database folder, `working_data/` and `retail_build/`, removed at the end
@@ -19,11 +22,15 @@ public:
     /// Absolute; the tree itself without an argument.
     QString path(const QString& relative = QString()) const;
 
-    void write(const QString& relative, const QByteArray& bytes, const QDateTime& time = QDateTime()) const;
+    void write(const QString& relative, const QByteArray& bytes, const QDateTime& time = QDateTime()) const
+    {
+        FILES::write(path(relative), bytes, time);
+    }
     void make_folder(const QString& relative) const;
     void remove(const QString& relative) const; ///< a file, or a folder with all that is in it
-    bool exists(const QString& relative) const;
-    QByteArray read(const QString& relative) const; ///< empty when there is no such file
+    bool exists(const QString& relative) const { return QFileInfo::exists(path(relative)); }
+    /// Empty when there is no such file.
+    QByteArray read(const QString& relative) const { return FILES::bytes(path(relative)); }
 
     /// Permissions as chmod takes them, such as 0555.
     void set_permissions(const QString& relative, uint mode) const;
@@ -41,7 +48,7 @@ public:
     void add_plugin(const QString& name, const QString& file_name = QString()) const;
 
     /// tool/script.txt, what the scripted plugin reads.
-    void write_script(const QByteArray& script) const;
+    void write_script(const QByteArray& script) const { write(QStringLiteral("tool/script.txt"), script); }
 
     /// The program's file in `tool/`.
     QString program() const;

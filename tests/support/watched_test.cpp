@@ -4,29 +4,20 @@
 #include <QtCore/QThread>
 #include <QtTest/QTest>
 
+#include <algorithm>
+
 namespace {
 
 // What the offscreen platform has to say is no fault of ours.
-const char* const PLATFORM_WARNINGS[] = {"This plugin does not support", "propagateSizeHints",
-                                         "QStandardPaths: ", "Could not find the Qt platform theme"};
+const QStringList PLATFORM_WARNINGS = {"This plugin does not support", "propagateSizeHints",
+                                       "QStandardPaths: ", "Could not find the Qt platform theme"};
 
 QStringList s_allowed;
 QtMessageHandler s_former_handler = nullptr;
 
-bool is_remark_of_platform(const QString& text)
+bool holds_any(const QString& text, const QStringList& parts)
 {
-    for (const char* part : PLATFORM_WARNINGS)
-        if (text.contains(QLatin1String(part)))
-            return true;
-    return false;
-}
-
-bool is_allowed(const QString& text)
-{
-    for (const QString& part : qAsConst(s_allowed))
-        if (text.contains(part))
-            return true;
-    return false;
+    return std::any_of(parts.begin(), parts.end(), [&](const QString& part) { return text.contains(part); });
 }
 
 bool on_main_thread()
@@ -39,9 +30,9 @@ bool on_main_thread()
 void watching_handler(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
     const bool is_warning = type == QtWarningMsg || type == QtCriticalMsg;
-    if (is_warning && is_allowed(text))
+    if (is_warning && holds_any(text, s_allowed))
         return;
-    if (is_warning && !is_remark_of_platform(text) && on_main_thread())
+    if (is_warning && !holds_any(text, PLATFORM_WARNINGS) && on_main_thread())
         QTest::qFail(qPrintable(QStringLiteral("unexpected warning: ") + text), context.file, context.line);
     else if (s_former_handler)
         s_former_handler(type, context, text);

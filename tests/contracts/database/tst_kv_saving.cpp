@@ -1,26 +1,11 @@
 #include <QtTest/QTest>
 
-#include <csignal>
 #include <functional>
 
-#ifdef Q_OS_UNIX
-#include <sys/resource.h>
-#endif
-
 #include "tests/contracts/database/database_commands.h"
+#include "tests/support/full_disk.h"
+#include "tests/support/rows.h"
 #include "tests/support/watched_test.h"
-
-// Saves that fail at each of their steps, and files that other people change.
-class TST_KV_SAVING : public WATCHED_TEST
-{
-    Q_OBJECT
-
-private slots:
-    void fails_data();
-    void fails();
-    void makes_an_empty_folder_a_database();
-    void writes_more_files_than_are_open_at_once();
-};
 
 namespace {
 
@@ -38,28 +23,6 @@ public:
     }
 };
 
-// As if the disk were full after that many bytes of a file.
-class FULL_DISK
-{
-public:
-#ifdef Q_OS_UNIX
-    explicit FULL_DISK(bool is_full)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{is_full ? 100 : m_before.rlim_cur, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FULL_DISK()
-    {
-        setrlimit(RLIMIT_FSIZE, &m_before);
-    }
-
-private:
-    rlimit m_before{};
-#endif
-};
-
 QMap<QString, QByteArray> files_of(const DATABASE_SCENE& db)
 {
     QMap<QString, QByteArray> files;
@@ -70,105 +33,107 @@ QMap<QString, QByteArray> files_of(const DATABASE_SCENE& db)
 
 } // namespace
 
-void TST_KV_SAVING::fails_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QString>("cause");
-    QTest::addColumn<QString>("outcome");
-    QTest::addColumn<QString>("left"); // empty when nothing is done and the transaction goes on
-    const QString changed = "somebody else changed it since it was read";
-    const QString nothing = "no file was written: log.xml, packs.xml, schema.xml";
-    for (const QString file : {"log.xml", "packs.xml", "schema.xml"})
-        QTest::newRow(qPrintable("Writing " + file)) << file << changed << nothing << QString();
-#ifdef Q_OS_UNIX
-    QTest::newRow("full disk") << "packs.xml"
-                               << "File too large" << nothing << QString();
-#endif
-    QTest::newRow("Saving log.xml") << "log.xml" << QString() << nothing << QString();
-    QTest::newRow("Saving packs.xml")
-        << "packs.xml" << QString() << "written: log.xml; not written: packs.xml, schema.xml"
-        << "schema.xml packs.xml";
-    QTest::newRow("Saving schema.xml")
-        << "schema.xml" << QString() << "written: log.xml, packs.xml; not written: schema.xml"
-        << "schema.xml";
-}
+// file, cause, outcome, what is left to save: nothing when the transaction goes on
+using SAVES = ROWS<QString, QString, QString, QString>;
 
-// Somebody changes the file before it is written, or puts a folder in its place
-// before it is replaced, or the disk is full.
-void TST_KV_SAVING::fails()
+// Saves that fail at each of their steps, and files that other people change.
+class TST_KV_SAVING : public WATCHED_TEST
 {
-    QFETCH(QString, file);
-    QFETCH(QString, left);
-    const QString tag = QTest::currentDataTag();
-    INTERRUPTION interruption;
-    DATABASE_SCENE db(false, &interruption);
-    db.connect_stock();
-    for (const QString& command : {QString("begin_transaction true"), QString("fields log text=d"),
-                                   "add packs d||" + QString(500, 'x') + '|'})
-        QCOMPARE(run(db, command), QString());
-    const QByteArray original = FILES::bytes(db.path(file));
-    const QDateTime time = QFileInfo(db.path(file)).lastModified();
-    const auto before = files_of(db);
-    interruption.step = tag.section(' ', 0, 0) + ' ' + db.path(file);
-    interruption.action = [&] {
-        if (tag.startsWith("Saving"))
-            QFile::remove(db.path(file));
-        db.write(tag.startsWith("Saving") ? file + "/x" : file, original + " ");
-    };
-    QString error, ignored;
+    Q_OBJECT
+
+private slots:
+    void fails_data()
     {
-        const FULL_DISK disk(tag == "full disk");
-        error = db.without_folder(run(db, "end_transaction"));
+        const SAVES row;
+        const QString changed = "somebody else changed it since it was read";
+        const QString nothing = "no file was written: log.xml, packs.xml, schema.xml";
+        for (const QString file : {"log.xml", "packs.xml", "schema.xml"})
+            row(qPrintable("Writing " + file), file, changed, nothing, "");
+#ifdef Q_OS_UNIX
+        row("full disk", "packs.xml", "File too large", nothing, "");
+#endif
+        row("Saving log.xml", "log.xml", "", nothing, "");
+        row("Saving packs.xml", "packs.xml", "", "written: log.xml; not written: packs.xml, schema.xml",
+            "schema.xml packs.xml");
+        row("Saving schema.xml", "schema.xml", "", "written: log.xml, packs.xml; not written: schema.xml",
+            "schema.xml");
     }
-    interruption.step.clear();
-    QFETCH(QString, cause);
-    QVERIFY2(error.startsWith(file + ": can't be written: " + cause), qPrintable(error));
-    QTEST(error.section('\n', 1), "outcome");
-    QCOMPARE(db.in_transaction(), left.isEmpty());
-    QCOMPARE(db.get_table_data(ignored, "packs")->rows_by_key.contains("d"), !left.isEmpty());
-    QCOMPARE(db.without_folder(db.get_changed_files(ignored).join(' ')), left);
-
-    // The cause mended, it goes on.
-    QDir(db.path(file)).removeRecursively();
-    FILES::write(db.path(file), original, time);
-    if (left.isEmpty())
-        QCOMPARE(files_of(db), before); // and nothing lies beside them
-    for (const char* const command : {"end_transaction", "save_table packs", "save_schema"})
-        if (left.isEmpty() || *command == 's')
+    // Somebody changes the file before it is written, or puts a folder in its place
+    // before it is replaced, or the disk is full.
+    void fails()
+    {
+        const auto fields = SAVES::values(); // of which a lambda may take some
+        const QString file = std::get<0>(fields), left = std::get<3>(fields);
+        const QString tag = QTest::currentDataTag();
+        INTERRUPTION interruption;
+        DATABASE_SCENE db(false, &interruption);
+        db.connect_stock();
+        for (const QString& command : {QString("begin_transaction true"), QString("fields log text=d"),
+                                       "add packs d||" + QString(500, 'x') + '|'})
             QCOMPARE(run(db, command), QString());
-    QCOMPARE(db.get_changed_files(ignored), QStringList());
-    QCOMPARE(db.connect_here(true), QString());
-    QVERIFY(db.get_table_data(error, "packs")->record_with_key("d"));
-    QCOMPARE(db.get_table_schema(error, "log")->fields.at(0).default_value, QString("d"));
-    QCOMPARE(FILES::below(db.folder()).size(), 4);
-}
+        const QByteArray original = FILES::bytes(db.path(file));
+        const QDateTime time = QFileInfo(db.path(file)).lastModified();
+        const auto before = files_of(db);
+        interruption.step = tag.section(' ', 0, 0) + ' ' + db.path(file);
+        interruption.action = [&] {
+            if (tag.startsWith("Saving"))
+                QFile::remove(db.path(file));
+            db.write(tag.startsWith("Saving") ? file + "/x" : file, original + " ");
+        };
+        QString error, ignored;
+        {
+            const FULL_DISK disk(tag == "full disk");
+            error = db.without_folder(run(db, "end_transaction"));
+        }
+        interruption.step.clear();
+        QVERIFY2(error.startsWith(file + ": can't be written: " + std::get<1>(fields)), qPrintable(error));
+        QCOMPARE(error.section('\n', 1), std::get<2>(fields));
+        QCOMPARE(db.in_transaction(), left.isEmpty());
+        QCOMPARE(db.get_table_data(ignored, "packs")->rows_by_key.contains("d"), !left.isEmpty());
+        QCOMPARE(db.without_folder(db.get_changed_files(ignored).join(' ')), left);
 
-void TST_KV_SAVING::makes_an_empty_folder_a_database()
-{
-    DATABASE_SCENE db;
-    QCOMPARE(db.connect_here(), QString());
-    for (const char* const command :
-         {"begin_transaction true", "fields first id", "add first 1", "end_transaction"})
-        QCOMPARE(run(db, command), QString());
-    QCOMPARE(db.version(), 1);
-    QCOMPARE(db.connect_here(), QString());
-    QCOMPARE(content(db).first(), QString("first(id): 3: 1"));
-    QCOMPARE(run(db, "save_schema " + db.path("copy.xml")), QString());
-    QCOMPARE(FILES::bytes(db.path("copy.xml")), FILES::bytes(db.path("schema.xml")));
-    const QString nowhere = db.path("none/copy.xml");
-    QVERIFY(run(db, "save_schema " + nowhere).startsWith(nowhere + ": can't be written: "));
-}
+        // The cause mended, it goes on.
+        QDir(db.path(file)).removeRecursively();
+        FILES::write(db.path(file), original, time);
+        if (left.isEmpty())
+            QCOMPARE(files_of(db), before); // and nothing lies beside them
+        for (const char* const command : {"end_transaction", "save_table packs", "save_schema"})
+            if (left.isEmpty() || *command == 's')
+                QCOMPARE(run(db, command), QString());
+        QCOMPARE(db.get_changed_files(ignored), QStringList());
+        QCOMPARE(db.connect_here(true), QString());
+        QVERIFY(db.get_table_data(error, "packs")->record_with_key("d"));
+        QCOMPARE(db.get_table_schema(error, "log")->fields.at(0).default_value, QString("d"));
+        QCOMPARE(FILES::below(db.folder()).size(), 4);
+    }
 
-void TST_KV_SAVING::writes_more_files_than_are_open_at_once()
-{
-    DATABASE_SCENE db;
-    db.connect_here();
-    for (int i = 0; i < 450; ++i)
-        QCOMPARE(run(db, QString("fields t%1 id").arg(i)), QString());
-    QCOMPARE(run(db, "save_schema"), QString());
-    QCOMPARE(FILES::below(db.folder()).size(), 451);
-    QCOMPARE(db.connect_here(true), QString());
-}
+    void makes_an_empty_folder_a_database()
+    {
+        DATABASE_SCENE db;
+        QCOMPARE(db.connect_here(), QString());
+        for (const char* const command :
+             {"begin_transaction true", "fields first id", "add first 1", "end_transaction"})
+            QCOMPARE(run(db, command), QString());
+        QCOMPARE(db.version(), 1);
+        QCOMPARE(db.connect_here(), QString());
+        QCOMPARE(content(db).first(), QString("first(id): 3: 1"));
+        QCOMPARE(run(db, "save_schema " + db.path("copy.xml")), QString());
+        QCOMPARE(FILES::bytes(db.path("copy.xml")), FILES::bytes(db.path("schema.xml")));
+        const QString nowhere = db.path("none/copy.xml");
+        QVERIFY(run(db, "save_schema " + nowhere).startsWith(nowhere + ": can't be written: "));
+    }
+
+    void writes_more_files_than_are_open_at_once()
+    {
+        DATABASE_SCENE db;
+        db.connect_here();
+        for (int i = 0; i < 450; ++i)
+            QCOMPARE(run(db, QString("fields t%1 id").arg(i)), QString());
+        QCOMPARE(run(db, "save_schema"), QString());
+        QCOMPARE(FILES::below(db.folder()).size(), 451);
+        QCOMPARE(db.connect_here(true), QString());
+    }
+};
 
 QTEST_GUILESS_MAIN(TST_KV_SAVING)
 #include "tst_kv_saving.moc"

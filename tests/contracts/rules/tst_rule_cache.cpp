@@ -1,24 +1,11 @@
-#include <QtCore/QRandomGenerator>
 #include <QtTest/QTest>
 
 #include "contracts/paths/paths.h"
 #include "contracts/rules/rule_key.h"
 #include "session/file_entry.h"
 #include "tests/contracts/rules/rule_cache_holder.h"
+#include "tests/support/rows.h"
 #include "tests/support/watched_test.h"
-
-class TST_RULE_CACHE : public WATCHED_TEST
-{
-    Q_OBJECT
-
-private slots:
-    void resolves_data();
-    void resolves();
-    void names_the_origin();
-    void sees_edits_at_once();
-    void answers_alike_before_and_after_validation();
-    void tells_folders_without_files();
-};
 
 // A rule in short: "Texture+ a=1 b=2 | *.png" inherits because of its "+".
 static QByteArray rule_xml(const QString& text)
@@ -57,140 +44,117 @@ static void lay_out_rules(RULE_CACHE_HOLDER& cache, const QString& lines)
     }
 }
 
-void TST_RULE_CACHE::resolves_data()
+using ANSWERS = ROWS<QString, QString, QString>; // rules, path, answer
+
+class TST_RULE_CACHE : public WATCHED_TEST
 {
-    QTest::addColumn<QString>("rules");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("answer");
-    const auto row = [](const char* name, const QString& rules, const QString& path, const QString& answer) {
-        QTest::newRow(name) << rules << path << answer;
-    };
-    const QString chain = "raw_data/rules.gox: Texture a=root b=root d=root\n"
-                          "raw_data/Unit/rules.gox: Texture+ b=unit c=unit\n"
-                          "raw_data/Unit/Deep/rules.gox: texture+ c=deep\n"
-                          "tool/GOX/x.rules.gox: Texture d=global e=global\n";
-    const QString deep = "a=root b=unit c=deep d=root";
-    row("no rule", "", "<raw>/a.png", "none");
-    row("nearest first", chain, "<raw>/unit/deep/a.png", deep);
-    row("folders below", chain, "<raw>/unit/deep/er/and/er/a", deep);
-    row("a level up", chain, "<raw>/unit/a.png", "a=root b=unit c=unit d=root");
-    row("no inheritance ends the walk", chain, "<raw>/a.png", "a=root b=root d=root");
-    row("like-named folder", chain, "<raw>/unit1/a.png", "a=root b=root d=root");
-    row("other root, global only", chain, "<working>/unit/a.png", "d=global e=global");
-    row("letter case of the path", chain, "<raw>/UNIT/Deep/A.PNG", deep);
+    Q_OBJECT
 
-    const QString in_root = "raw_data/rules.gox: ";
-    row("global rules stand last",
-        in_root + "Texture+ a=root\ntool/GOX/1.rules.gox: Texture+ a=1 b=1 c=1\n"
-                  "tool/GOX/2.rules.gox: Texture+ a=2 b=2",
-        "<raw>/x", "a=root b=2 c=1");
-    row("newest first in a folder", in_root + "Texture+ a=old b=old\n" + in_root + "Texture+ a=new",
-        "<raw>/x", "a=new b=old");
-    row("newest ends the walk in its folder", in_root + "Texture+ a=old b=old\n" + in_root + "Texture a=new",
-        "<raw>/x", "a=new");
-    row("a filtered rule does not end the walk",
-        in_root + "Texture a=old\n" + in_root + "Texture a=new | *.tga", "<raw>/x.png", "a=old");
-    row("filters see the path below the folder", "raw_data/unit/rules.gox: Texture a=1 | deep/*.png",
-        "<raw>/unit/deep/x.png", "a=1");
-    row("a star stays in the folder", "raw_data/unit/rules.gox: Texture a=1 | *.png", "<raw>/unit/deep/x.png",
-        "none");
-    row("global filters see the whole path", "tool/GOX/x.rules.gox: Texture a=1 | <raw>/...",
-        "<working>/x.png", "none");
-    row("another kind", in_root + "Sound a=1", "<raw>/x", "none");
-    row("no properties", in_root + "TEXTURE", "<raw>/x", "");
-    row("property names in lower case", in_root + "Texture+ Max=1\n" + in_root + "Texture+ MAX=2", "<raw>/x",
-        "max=2");
-    row("not ASCII", "raw_data/\u00c4rger/rules.gox: Texture a=\u00dc | \u00c4*", "<raw>/\u00e4rger/\u00e4x",
-        "a=\u00dc");
-}
+private slots:
+    void resolves_data()
+    {
+        const ANSWERS row;
+        const QString chain = "raw_data/rules.gox: Texture a=root b=root d=root\n"
+                              "raw_data/Unit/rules.gox: Texture+ b=unit c=unit\n"
+                              "raw_data/Unit/Deep/rules.gox: texture+ c=deep\n"
+                              "tool/GOX/x.rules.gox: Texture d=global e=global\n";
+        const QString deep = "a=root b=unit c=deep d=root";
+        row("no rule", "", "<raw>/a.png", "none");
+        row("nearest first", chain, "<raw>/unit/deep/a.png", deep);
+        row("folders below", chain, "<raw>/unit/deep/er/and/er/a", deep);
+        row("a level up", chain, "<raw>/unit/a.png", "a=root b=unit c=unit d=root");
+        row("no inheritance ends the walk", chain, "<raw>/a.png", "a=root b=root d=root");
+        row("like-named folder", chain, "<raw>/unit1/a.png", "a=root b=root d=root");
+        row("other root, global only", chain, "<working>/unit/a.png", "d=global e=global");
+        row("a star in the name of a folder", "raw_data/a*b/rules.gox: Texture a=1", "<raw>/a/x", "none");
+        row("below a star", "raw_data/a*b/rules.gox: Texture a=1", "<raw>/a*b/x", "a=1");
+        row("letter case of the path", chain, "<raw>/UNIT/Deep/A.PNG", deep);
 
-void TST_RULE_CACHE::resolves()
-{
-    QFETCH(QString, rules);
-    QFETCH(QString, path);
-    QFETCH(QString, answer);
-    RULE_CACHE_HOLDER cache;
-    rules.replace("<raw>/", "&lt;raw&gt;/");
-    lay_out_rules(cache, rules);
-    QCOMPARE(cache.answer(path), answer);
-    QCOMPARE(cache.answer(path, "tEXTURE"), answer);
-    cache->validate_cache(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>());
-    QCOMPARE(cache.answer(path), answer);
-}
-
-void TST_RULE_CACHE::names_the_origin()
-{
-    RULE_CACHE_HOLDER cache;
-    lay_out_rules(cache, "raw_data/rules.gox: Texture b=1\nraw_data/Unit/rules.gox: Texture+ a=1\n");
-    const RULE rule = cache->get(LOGICAL_PATH("<raw>/unit/x"), "Texture");
-    const CACHED_RULE* const unit = cache->rules.value("<raw>/unit*texture");
-    QCOMPARE(rule.found, static_cast<const void*>(unit));
-    QCOMPARE(static_cast<const CACHED_RULE*>(rule.values["a"].origin), unit);
-    QCOMPARE(static_cast<const CACHED_RULE*>(rule.values["b"].origin), cache->rules.value("<raw>*texture"));
-    QCOMPARE(static_cast<const QString&>(unit->path), QString("<raw>/unit"));
-    QVERIFY(unit->physical_path.right(14) == QString("/raw_data/Unit"));
-    QCOMPARE(rule.value("A") + rule.value("c", "else"), QString("1else"));
-}
-
-void TST_RULE_CACHE::sees_edits_at_once()
-{
-    RULE_CACHE_HOLDER cache;
-    lay_out_rules(cache, "raw_data/rules.gox: Texture a=1\n");
-    cache->validate_cache(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>());
-
-    CACHED_RULE* const rule = new CACHED_RULE;
-    rule->path = LOGICAL_PATH("<raw>/unit");
-    rule->name = "Texture";
-    rule->properties.insert("a", "2");
-    cache->rules.insert(rule_key(rule->path, rule->name), rule);
-    QCOMPARE(cache.answer("<raw>/unit/x"), QString("a=2"));
-    rule->set_file_filters("*.png");
-    QCOMPARE(cache.answer("<raw>/unit/x"), QString("a=1"));
-    rule->set_file_filters("");
-    cache->rules.remove(rule_key(rule->path, rule->name));
-    delete rule;
-    QCOMPARE(cache.answer("<raw>/unit/x"), QString("a=1"));
-}
-
-void TST_RULE_CACHE::answers_alike_before_and_after_validation()
-{
-    QRandomGenerator random(3);
-    const QStringList folders{"", "/a", "/a/b", "/a/b/c", "/ab", "/a/b*c"};
-    for (int round = 0; round < 100; ++round) {
-        RULE_CACHE_HOLDER cache;
-        for (int i = random.bounded(8); i >= 0; --i) {
-            CACHED_RULE* const rule = new CACHED_RULE;
-            rule->path = LOGICAL_PATH("<raw>" + folders.at(random.bounded(folders.size())));
-            rule->name = random.bounded(4) ? "Texture" : "Sound";
-            rule->inherit_properties = random.bounded(3);
-            rule->properties.insert(QString("p%1").arg(random.bounded(3)), QString::number(i));
-            cache->rules.insert(rule_key(rule->path, rule->name), rule);
-        }
-        QStringList before;
-        QStringList after;
-        for (const QString& folder : folders)
-            before.append(cache.answer("<raw>" + folder + "/file"));
-        cache->validate_cache(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>());
-        for (const QString& folder : folders)
-            after.append(cache.answer("<raw>" + folder + "/file"));
-        QCOMPARE(after, before);
+        const QString in_root = "raw_data/rules.gox: ";
+        row("global rules stand last",
+            in_root + "Texture+ a=root\ntool/GOX/1.rules.gox: Texture+ a=1 b=1 c=1\n"
+                      "tool/GOX/2.rules.gox: Texture+ a=2 b=2",
+            "<raw>/x", "a=root b=2 c=1");
+        row("newest first in a folder", in_root + "Texture+ a=old b=old\n" + in_root + "Texture+ a=new",
+            "<raw>/x", "a=new b=old");
+        row("newest ends the walk in its folder",
+            in_root + "Texture+ a=old b=old\n" + in_root + "Texture a=new", "<raw>/x", "a=new");
+        row("a filtered rule does not end the walk",
+            in_root + "Texture a=old\n" + in_root + "Texture a=new | *.tga", "<raw>/x.png", "a=old");
+        row("filters see the path below the folder", "raw_data/unit/rules.gox: Texture a=1 | deep/*.png",
+            "<raw>/unit/deep/x.png", "a=1");
+        row("a star stays in the folder", "raw_data/unit/rules.gox: Texture a=1 | *.png",
+            "<raw>/unit/deep/x.png", "none");
+        row("global filters see the whole path", "tool/GOX/x.rules.gox: Texture a=1 | <raw>/...",
+            "<working>/x.png", "none");
+        row("another kind", in_root + "Sound a=1", "<raw>/x", "none");
+        row("no properties", in_root + "TEXTURE", "<raw>/x", "");
+        row("property names in lower case", in_root + "Texture+ Max=1\n" + in_root + "Texture+ MAX=2",
+            "<raw>/x", "max=2");
+        row("not ASCII", "raw_data/\u00c4rger/rules.gox: Texture a=\u00dc | \u00c4*",
+            "<raw>/\u00e4rger/\u00e4x", "a=\u00dc");
     }
-}
+    void resolves()
+    {
+        const auto [rules, path, answer] = ANSWERS::values();
+        RULE_CACHE_HOLDER cache;
+        lay_out_rules(cache, QString(rules).replace("<raw>/", "&lt;raw&gt;/"));
+        QCOMPARE(cache.answer(path), answer);
+        QCOMPARE(cache.answer(path, "tEXTURE"), answer);
+        cache->validate_cache(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>());
+        QCOMPARE(cache.answer(path), answer);
+    }
 
-void TST_RULE_CACHE::tells_folders_without_files()
-{
-    RULE_CACHE_HOLDER cache;
-    lay_out_rules(cache, "raw_data/unit/rules.gox: Texture\nraw_data/unit/deep/rules.gox: Texture\n"
-                         "raw_data/unit1/rules.gox: Texture\ntool/GOX/x.rules.gox: Texture\n");
-    LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*> files;
-    files.insert(LOGICAL_PATH("<raw>/unit/a.png"), nullptr);
-    files.insert(LOGICAL_PATH("<raw>/unit10/a.png"), nullptr);
-    cache->validate_cache(files);
-    QCOMPARE(cache->folders_without_files(), QStringList({"<raw>/unit/deep", "<raw>/unit1"}));
-    cache->add_new_file_to_cache(LOGICAL_PATH("<raw>/unit/deep/er/new.png"));
-    QCOMPARE(cache->folders_without_files(), QStringList({"<raw>/unit1"}));
-    QCOMPARE(cache.answer("<raw>/unit/deep/er/new.png"), QString());
-}
+    void names_the_origin()
+    {
+        RULE_CACHE_HOLDER cache;
+        lay_out_rules(cache, "raw_data/rules.gox: Texture b=1\nraw_data/Unit/rules.gox: Texture+ a=1\n");
+        const RULE rule = cache->get(LOGICAL_PATH("<raw>/unit/x"), "Texture");
+        const CACHED_RULE* const unit = cache->rules.value("<raw>/unit*texture");
+        QCOMPARE(rule.found, static_cast<const void*>(unit));
+        QCOMPARE(static_cast<const CACHED_RULE*>(rule.values["a"].origin), unit);
+        QCOMPARE(static_cast<const CACHED_RULE*>(rule.values["b"].origin),
+                 cache->rules.value("<raw>*texture"));
+        QCOMPARE(static_cast<const QString&>(unit->path), QString("<raw>/unit"));
+        QVERIFY(unit->physical_path.right(14) == QString("/raw_data/Unit"));
+        QCOMPARE(rule.value("A") + rule.value("c", "else"), QString("1else"));
+    }
+
+    void sees_edits_at_once()
+    {
+        RULE_CACHE_HOLDER cache;
+        lay_out_rules(cache, "raw_data/rules.gox: Texture a=1\n");
+        cache->validate_cache(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>());
+
+        CACHED_RULE* const rule = new CACHED_RULE;
+        rule->path = LOGICAL_PATH("<raw>/unit");
+        rule->name = "Texture";
+        rule->properties.insert("a", "2");
+        cache->rules.insert(rule_key(rule->path, rule->name), rule);
+        QCOMPARE(cache.answer("<raw>/unit/x"), QString("a=2"));
+        rule->set_file_filters("*.png");
+        QCOMPARE(cache.answer("<raw>/unit/x"), QString("a=1"));
+        rule->set_file_filters("");
+        cache->rules.remove(rule_key(rule->path, rule->name));
+        delete rule;
+        QCOMPARE(cache.answer("<raw>/unit/x"), QString("a=1"));
+    }
+
+    void tells_folders_without_files()
+    {
+        RULE_CACHE_HOLDER cache;
+        lay_out_rules(cache, "raw_data/unit/rules.gox: Texture\nraw_data/unit/deep/rules.gox: Texture\n"
+                             "raw_data/unit1/rules.gox: Texture\ntool/GOX/x.rules.gox: Texture\n");
+        LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*> files;
+        files.insert(LOGICAL_PATH("<raw>/unit/a.png"), nullptr);
+        files.insert(LOGICAL_PATH("<raw>/unit10/a.png"), nullptr);
+        cache->validate_cache(files);
+        QCOMPARE(cache->folders_without_files(), QStringList({"<raw>/unit/deep", "<raw>/unit1"}));
+        cache->add_new_file_to_cache(LOGICAL_PATH("<raw>/unit/deep/er/new.png"));
+        QCOMPARE(cache->folders_without_files(), QStringList({"<raw>/unit1"}));
+        QCOMPARE(cache.answer("<raw>/unit/deep/er/new.png"), QString());
+    }
+};
 
 QTEST_GUILESS_MAIN(TST_RULE_CACHE)
 #include "tst_rule_cache.moc"
