@@ -1,17 +1,19 @@
 // The file trees of the selection window: opening them, and what a click costs.
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QSet>
+#include <QtWidgets/QCheckBox>
 
 #include <memory>
 
 #include "bench/bench_session.h"
 #include "bench/counted_memory.h"
 #include "bench/measure.h"
+#include "selection/data_selection_dialog.h"
 #include "selection/data_selection_file_model.h"
 #include "selection/data_selection_file_model_filter_proxy.h"
 #include "selection/file_tree_view.h"
 #include "session/file_entry.h"
+#include "settings/preferences_editor_dialog.h"
 
 namespace {
 
@@ -70,28 +72,19 @@ SCENE::SCENE(int files, int folder_size, bool is_flat, bool has_others)
     map.lock(true);
 }
 
-/// The three trees as the selection window has them, and what it does with a
-/// check.
-class TREES : public QObject
+/// The three trees alone, as the selection window has them.
+class TREES
 {
-    Q_OBJECT
-
 public:
     explicit TREES(SCENE& scene, QTreeView* raw_view = new FILE_TREE_VIEW);
 
-    void click(const QModelIndex& index); ///< the popup is off
-    void refresh();                       ///< and paints
+    void refresh(); ///< and paints
     PROXY& raw() { return *m_proxies[0]; }
     QTreeView& raw_view() { return *m_views[0]; }
-    int chosen() const { return m_chosen.size(); }
-
-private slots:
-    void action_selection_changed(ACTION_INTERFACE* action, bool selected);
 
 private:
     std::unique_ptr<PROXY> m_proxies[3];
     std::unique_ptr<QTreeView> m_views[3];
-    QSet<ACTION_INTERFACE*> m_chosen;
 };
 
 TREES::TREES(SCENE& scene, QTreeView* raw_view)
@@ -103,18 +96,7 @@ TREES::TREES(SCENE& scene, QTreeView* raw_view)
         m_views[kind]->setModel(m_proxies[kind].get());
         m_views[kind]->resize(300, 500);
         m_views[kind]->show();
-        connect(m_proxies[kind].get(), SIGNAL(action_selected(ACTION_INTERFACE*, bool)), this,
-                SLOT(action_selection_changed(ACTION_INTERFACE*, bool)));
     }
-}
-
-void TREES::click(const QModelIndex& index)
-{
-    QSet<ACTION_INTERFACE*> providers;
-    QSet<ACTION_INTERFACE*> consumers;
-    raw().collect_file_actions(index, providers, consumers);
-    raw().select_index(index, raw().check_state(index) != Qt::Checked, true);
-    refresh();
 }
 
 void TREES::refresh()
@@ -122,20 +104,6 @@ void TREES::refresh()
     for (const auto& proxy : m_proxies)
         proxy->refresh();
     QCoreApplication::processEvents();
-}
-
-void TREES::action_selection_changed(ACTION_INTERFACE* action, bool selected)
-{
-    QSet<ACTION_INTERFACE*> touched;
-    if (selected) {
-        action->select(touched);
-        m_chosen.unite(touched);
-    } else {
-        action->deselect(touched);
-        for (ACTION_INTERFACE* each : qAsConst(touched))
-            if (each->selection_count <= 0)
-                m_chosen.remove(each);
-    }
 }
 
 /// The plain way: a node and a name for each file and folder.
@@ -183,19 +151,29 @@ void open_trees(SCENE& scene, const BENCH_OPTIONS& options, FIGURES& figures)
     figures.value(what + ", memory", double(requests) / scene.count, "pieces a file", 0.1);
 }
 
+// The window itself, without the popup, and a person who ticks its first folder.
 COST click_and_back(SCENE& scene)
 {
-    TREES trees(scene);
-    const QModelIndex folder = trees.raw().index(0, 0);
-    trees.raw_view().expandAll();
-    QCoreApplication::processEvents();
+    BENCH_SESSION session;
+    session->file_map = scene.map;
+    session->preferences->findChild<QCheckBox*>(QStringLiteral("setting_actionselection"))->setChecked(false);
+    DATA_SELECTION_DIALOG window(&*session, QString(), nullptr, Qt::WindowFlags());
+    window.show();
+    window.ui.raw_data_files->expandAll();
+    PROXY& raw = *window.raw_data_proxy;
+    const QModelIndex folder = raw.index(0, 0);
+    const auto click = [&] {
+        raw.setData(folder, QVariant(), Qt::CheckStateRole);
+        QCoreApplication::processEvents();
+    };
     COST best;
     for (int round = -1; round < 5; ++round) {
-        const COST cost = cost_of([&] { trees.click(folder); });
-        if (trees.chosen() != int(scene.actions.size()) || trees.raw().check_state(folder) != Qt::Checked)
+        const COST cost = cost_of(click);
+        if (window.chosen_actions.size() != int(scene.actions.size()) ||
+            raw.check_state(folder) != Qt::Checked)
             give_up("a click does not select what is below");
-        trees.click(folder);
-        if (trees.chosen() != 0)
+        click();
+        if (!window.chosen_actions.isEmpty())
             give_up("a second click does not take the first one back");
         best = round <= 0 ? cost : least(best, cost);
     }
@@ -297,5 +275,3 @@ void bench_selection(const BENCH_OPTIONS& options, FIGURES& figures)
     click_a_folder(options, figures);
     many_folders(options, figures);
 }
-
-#include "bench_selection.moc"

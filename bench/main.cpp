@@ -4,6 +4,7 @@
 // with several, each runs in a process of its own.
 
 #include <QtCore/QCommandLineParser>
+#include <QtCore/QLoggingCategory>
 #include <QtCore/QProcess>
 #include <QtWidgets/QApplication>
 
@@ -71,6 +72,8 @@ int run_each(QStringList names, const BENCH_OPTIONS& options)
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    // The offscreen platform has a remark on each window.
+    QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     const QApplication application(argc, argv);
     QCommandLineParser parser;
     parser.addHelpOption();

@@ -65,6 +65,8 @@ void LAYOUT_RUN::begin(LAYOUT_ENGINE engine)
 {
     m_engine = engine;
     m_process.start(program(), QStringList());
+    if (m_process.state() == QProcess::NotRunning)
+        return; // process_failed has heard of it
     m_process.write(layout_request(m_picture, engine));
     if (engine == LAYOUT_ENGINE::LAYERED)
         m_time_for_layers.start(MILLISECONDS_FOR_LAYERS);

@@ -286,8 +286,9 @@ void BUILD_PROGRESS_DIALOG::abort()
 void BUILD_PROGRESS_DIALOG::say_waiting()
 {
     ACTION_INTERFACE* const running = m_rows.running();
-    ui.current_action->setText(running ? tr("Waiting for %1 to stop...").arg(running->display_text(true))
-                                       : tr("Waiting for the build to stop..."));
+    ui.current_action->setText(running
+                                   ? tr("Waiting until this has stopped: %1").arg(running->display_text(true))
+                                   : tr("Waiting for the build to stop..."));
     for (QPushButton* const button : {ui.pause_button, ui.abort_button, ui.more_button, ui.exit_button})
         button->setEnabled(false);
     repaint();

@@ -219,7 +219,7 @@ void TST_BUILD_PROGRESS::abort_stays_open()
     answers.press_default();
     click(window.ui.abort_button);
     QCOMPARE(answers.texts, QStringList{"Aborted."});
-    QCOMPARE(scene.text_during_wait, QString("Waiting for slow to stop..."));
+    QCOMPARE(scene.text_during_wait, QString("Waiting until this has stopped: slow"));
     QTest::qWait(50);
     QVERIFY(window.aborted && window.timer.isActive() && scene.session->isFinished());
     QCOMPARE(window.windowTitle(), QString("GOX - Aborted - "));
@@ -244,7 +244,7 @@ void TST_BUILD_PROGRESS::closing_during_a_build()
     QVERIFY(settings().value("BuildProgressGeometry").toByteArray().size() > 20);
     window.show_waiting();
     QVERIFY(window.isVisible() && !window.ui.abort_button->isEnabled());
-    QCOMPARE(window.ui.current_action->text(), QString("Waiting for deaf to stop..."));
+    QCOMPARE(window.ui.current_action->text(), QString("Waiting until this has stopped: deaf"));
     scene.gate.release();
     scene.session->finish_build(true);
     window.hide();
