@@ -96,7 +96,6 @@ class TST_BUILD_PROGRESS : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void remaining_time();
     void rows_show_states();
     void run_with_a_pause();
@@ -108,15 +107,7 @@ private slots:
     void long_output();
     void progress_data();
     void progress();
-
-private:
-    QTemporaryDir m_settings;
 };
-
-void TST_BUILD_PROGRESS::initTestCase()
-{
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
-}
 
 void TST_BUILD_PROGRESS::remaining_time()
 {

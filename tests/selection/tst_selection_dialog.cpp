@@ -118,11 +118,7 @@ class tst_selection_dialog : public WATCHED_TEST
 {
     Q_OBJECT
 
-    QTemporaryDir m_settings;
-
 private slots:
-    void init() { QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path()); }
-
     void check_selects_data()
     {
         // Actions selected before, rows marked in this order, the row that is ticked

@@ -1,6 +1,7 @@
 #include "tests/support/watched_test.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QSettings>
 #include <QtCore/QThread>
 #include <QtTest/QTest>
 
@@ -40,7 +41,10 @@ void watching_handler(QtMsgType type, const QMessageLogContext& context, const Q
 
 } // namespace
 
-WATCHED_TEST::WATCHED_TEST() = default;
+WATCHED_TEST::WATCHED_TEST()
+{
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+}
 
 WATCHED_TEST::~WATCHED_TEST() = default;
 

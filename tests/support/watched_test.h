@@ -2,10 +2,12 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QStringList>
+#include <QtCore/QTemporaryDir>
 
 /// Base of test classes that fail on an unexpected Qt warning: with string
 /// based connections, "No such slot" is the only sign of a misspelt one. A test
 /// that brings a warning about on purpose names it with allow_warning first.
+/// Settings that the windows keep go into a folder of the test's own.
 class WATCHED_TEST : public QObject
 {
     Q_OBJECT
@@ -21,6 +23,9 @@ private slots:
     // Called before everything else of the class, once Qt Test has installed
     // its own handler.
     void initTestCase_data();
+
+private:
+    QTemporaryDir m_settings;
 };
 
 /// Leaves the test function; QSKIP itself draws a warning of the compiler.
