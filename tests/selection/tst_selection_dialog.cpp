@@ -2,7 +2,6 @@
 // counts is what the actions' selection says afterwards.
 
 #include <QtCore/QSettings>
-#include <QtCore/QTemporaryDir>
 #include <QtGui/QScreen>
 #include <QtTest/QtTest>
 #include <QtWidgets/QAction>
