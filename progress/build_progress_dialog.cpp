@@ -1,6 +1,5 @@
 #include "progress/build_progress_dialog.h"
 
-#include <QtCore/QSettings>
 #include <QtGui/QGuiApplication>
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStyledItemDelegate>
@@ -14,6 +13,7 @@
 #include "contracts/services/plain_message_box.h"
 #include "contracts/services/plain_row_delegate.h"
 #include "contracts/services/qt_workarounds.h"
+#include "contracts/services/user_settings.h"
 #include "progress/output_pane.h"
 #include "progress/remaining_time.h"
 #include "session/build_session.h"
@@ -21,8 +21,6 @@
 
 namespace {
 
-const char ORGANISATION[] = "The Ferrule Works";
-const char APPLICATION[] = "GOX";
 const char KEY_GEOMETRY[] = "BuildProgressGeometry";
 
 const int POLL_PERIOD = 20; // milliseconds
@@ -79,8 +77,7 @@ BUILD_PROGRESS_DIALOG::BUILD_PROGRESS_DIALOG(BUILD_SESSION& the_session,
     ui.setupUi(this);
     m_output = new OUTPUT_PANE(ui.output);
     setWindowTitle(windowTitle() + " - " + title_suffix);
-    QT_WORKAROUNDS::restore_geometry(this,
-                                     QSettings(ORGANISATION, APPLICATION).value(KEY_GEOMETRY).toByteArray());
+    QT_WORKAROUNDS::restore_geometry(this, user_settings().value(KEY_GEOMETRY).toByteArray());
     ui.more_button->hide();
     ui.exit_button->hide();
     connect_widgets();
@@ -328,6 +325,6 @@ void BUILD_PROGRESS_DIALOG::filter_changed()
 
 void BUILD_PROGRESS_DIALOG::reject()
 {
-    QSettings(ORGANISATION, APPLICATION).setValue(KEY_GEOMETRY, saveGeometry());
+    user_settings().setValue(KEY_GEOMETRY, saveGeometry());
     QDialog::reject();
 }

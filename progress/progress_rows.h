@@ -12,10 +12,10 @@ class QTreeWidget;
 /// row for each of its actions, coloured by state and hidden by filters.
 ///
 /// A tree widget is slow to ask and slow to tell, so the rows remember what each
-/// of them shows and write only what differs. With 100,000 rows a look at all of
-/// them is a walk over the actions' states, and nothing
-/// may change colour or visibility of a row behind their back. GUI
-/// thread; the actions' fields are read while the build thread writes them.
+/// of them shows and write only what differs: with nothing new, a look at all of
+/// them is a walk over the actions' states. Nothing else may change colour or
+/// visibility of a row. GUI thread; the actions' fields are read while the build
+/// thread writes them.
 class PROGRESS_ROWS
 {
 public:

@@ -1,21 +1,19 @@
 #include "selection/data_selection_dialog.h"
 
 #include <QtCore/QItemSelectionModel>
-#include <QtCore/QSettings>
 #include <QtGui/QCloseEvent>
 
 #include "contracts/configuration/configuration.h"
 #include "contracts/services/command_line_options.h"
 #include "contracts/services/plain_row_delegate.h"
 #include "contracts/services/qt_workarounds.h"
+#include "contracts/services/user_settings.h"
 #include "selection/data_selection_file_model.h"
 #include "selection/data_selection_file_model_filter_proxy.h"
 #include "session/build_session.h"
 
 namespace {
 
-const char ORGANISATION[] = "The Ferrule Works";
-const char APPLICATION[] = "GOX";
 const char KEY_GEOMETRY[] = "DataSelectionGeometry";
 
 enum ROOT_KIND : int
@@ -54,7 +52,7 @@ DATA_SELECTION_DIALOG::DATA_SELECTION_DIALOG(BUILD_SESSION* session, const QStri
     ui.perforce->setEnabled(online);
     if (!session->configuration->retail)
         ui.retail_build_files->hide();
-    const QSettings store(ORGANISATION, APPLICATION);
+    const QSettings store = user_settings();
     QT_WORKAROUNDS::restore_geometry(this, store.value(KEY_GEOMETRY).toByteArray());
     ui.start_button->setEnabled(false);
     set_up_trees();
@@ -134,6 +132,6 @@ void DATA_SELECTION_DIALOG::hide_unused_widgets()
 
 void DATA_SELECTION_DIALOG::closeEvent(QCloseEvent* event)
 {
-    QSettings(ORGANISATION, APPLICATION).setValue(KEY_GEOMETRY, saveGeometry());
+    user_settings().setValue(KEY_GEOMETRY, saveGeometry());
     QDialog::closeEvent(event);
 }

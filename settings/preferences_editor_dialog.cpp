@@ -1,16 +1,14 @@
 #include "settings/preferences_editor_dialog.h"
 
-#include <QtCore/QSettings>
 #include <QtGui/QCloseEvent>
 
 #include <algorithm>
 
 #include "contracts/services/plain_message_box.h"
+#include "contracts/services/user_settings.h"
 
 namespace {
 
-const char ORGANISATION[] = "The Ferrule Works";
-const char APPLICATION[] = "GOX";
 const char KEY_REVERT_UNCHANGED[] = "RevertUnchangedFiles";
 const char KEY_DEBUG_OUTPUT[] = "ShowDeveloperDebugOutput";
 const char KEY_ACTION_SELECTION[] = "ShowActionSelectionPopup";
@@ -36,7 +34,7 @@ bool PREFERENCES_EDITOR_DIALOG::show_action_selection_popup() const
 
 void PREFERENCES_EDITOR_DIALOG::read_settings()
 {
-    const QSettings store(ORGANISATION, APPLICATION);
+    const QSettings store = user_settings();
     ui.setting_revertunchanged->setChecked(store.value(KEY_REVERT_UNCHANGED, true).toBool());
     ui.setting_debugoutput->setChecked(store.value(KEY_DEBUG_OUTPUT, false).toBool());
     ui.setting_actionselection->setChecked(store.value(KEY_ACTION_SELECTION, true).toBool());
@@ -48,7 +46,7 @@ void PREFERENCES_EDITOR_DIALOG::read_settings()
 void PREFERENCES_EDITOR_DIALOG::save()
 {
     {
-        QSettings store(ORGANISATION, APPLICATION);
+        QSettings store = user_settings();
         store.setValue(KEY_REVERT_UNCHANGED, ui.setting_revertunchanged->isChecked());
         store.setValue(KEY_DEBUG_OUTPUT, ui.setting_debugoutput->isChecked());
         store.setValue(KEY_ACTION_SELECTION, ui.setting_actionselection->isChecked());

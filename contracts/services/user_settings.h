@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QtCore/QSettings>
+
+/// The store of the person's own settings: the preferences, and where windows
+/// were. Plugins that heed a preference read it here, under the key that the
+/// preferences window writes. Any thread, each with an object of its own.
+inline QSettings user_settings()
+{
+    return QSettings(QStringLiteral("The Ferrule Works"), QStringLiteral("GOX"));
+}
