@@ -66,6 +66,10 @@ void report_summary(const QVector<ACTION_INTERFACE*>& actions, qint64 millisecon
             RUN_REPORT::line(QStringLiteral("  %1 %2").arg(count).arg(QLatin1String(known.words)));
     for (auto other = counts.cbegin(); other != counts.cend(); ++other)
         RUN_REPORT::line(QStringLiteral("  %1 %2").arg(other.value()).arg(words_of(other.key())));
+    if (const int remarks = RUN_REPORT::remarks())
+        RUN_REPORT::line(QStringLiteral("  started with %1 remark%2, see above")
+                             .arg(remarks)
+                             .arg(remarks == 1 ? QString() : QStringLiteral("s")));
     RUN_REPORT::line("Logs: " + QCoreApplication::applicationDirPath() +
                      "/gox.log, gox_warnings.log, gox_error.log");
 }

@@ -11,7 +11,7 @@ namespace {
 void report(const QString& error)
 {
     if (!error.isEmpty())
-        RUN_REPORT::line(error);
+        RUN_REPORT::remark(error);
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 namespace {
 
 bool s_is_on = false;
+int s_remarks = 0;
 
 void write(FILE* stream, const QString& text)
 {
@@ -47,6 +48,17 @@ void RUN_REPORT::line(const QString& text)
 {
     if (s_is_on)
         write(stdout, QString(text).replace('\n', ' '));
+}
+
+void RUN_REPORT::remark(const QString& text)
+{
+    ++s_remarks;
+    line("Remark: " + text);
+}
+
+int RUN_REPORT::remarks()
+{
+    return s_remarks;
 }
 
 void RUN_REPORT::error(const QString& text)

@@ -15,6 +15,12 @@ bool is_on();
 /// One line to standard output; line ends in the text become blanks.
 void line(const QString& text);
 
+/// Something that does not stop the run and may still not be what was meant, such
+/// as a name that leads nowhere: one line to standard output, marked as a remark
+/// and counted, so that the summary can say how many there were.
+void remark(const QString& text);
+int remarks(); ///< how many there have been
+
 /// A text to standard error, whether the report is on or not, as it stands.
 void error(const QString& text);
 
