@@ -1,20 +1,41 @@
+#include <QtCore/QFileInfo>
+
 #include "contracts/actions/processor_interface.h"
 #include "contracts/configuration/configuration.h"
 #include "contracts/paths/paths.h"
 #include "session/build_session.h"
+#include "session/run_report.h"
 #include "session/scan_roots.h"
 
 namespace {
 
-// One scan root for every physical root of the folder's tree.
-void append_physical_folders(const QString& logical_folder, QVector<PHYSICAL_PATH>& directories)
+// One scan root for every physical root of the folder's tree, and for every spelling
+// that the folder has there. When none of them is there, a text that says so.
+QString append_physical_folders(const QString& logical_folder, QVector<PHYSICAL_PATH>& directories)
 {
     const int split = logical_folder.indexOf('>') + 1;
-    const QString rest = logical_folder.mid(split);
+    QString rest = logical_folder.mid(split);
+    while (rest.endsWith('/'))
+        rest.chop(1);
     QVector<PHYSICAL_PATH> roots;
     PATHS::physical_paths(LOGICAL_PATH(logical_folder.left(split)), roots);
+    bool is_there = false;
     for (const PHYSICAL_PATH& root : qAsConst(roots))
-        directories.append(PHYSICAL_PATH(root + rest));
+        for (const PHYSICAL_PATH& place : PATHS::places_below(root, rest)) {
+            directories.append(place);
+            is_there = is_there || QFileInfo::exists(place);
+        }
+    if (is_there)
+        return QString();
+    return logical_folder + (roots.isEmpty() ? QStringLiteral(" begins with no data root")
+                                             : " does not exist: there is no " + directories.last());
+}
+
+// A misspelt name would pass for an empty folder.
+void report_missing(const QString& missing, const QString& asked_by)
+{
+    if (!missing.isEmpty())
+        RUN_REPORT::remark("A folder that " + asked_by + " wants scanned: " + missing);
 }
 
 } // namespace
@@ -24,12 +45,14 @@ void BUILD_SESSION::calculate_directories()
     if (configuration->processors.isEmpty() || configuration->directories.contains(QStringLiteral("..."))) {
         directories = PATHS::all();
     } else {
-        QVector<QString> folders;
         for (PROCESSOR_INTERFACE* processor : qAsConst(processors))
-            folders += processor->scan_directories();
-        folders += configuration->directories;
-        for (const QString& folder : qAsConst(folders))
-            append_physical_folders(folder, directories);
+            for (const QString& folder : processor->scan_directories()) {
+                const QString missing = append_physical_folders(folder, directories);
+                if (folder.startsWith(QLatin1String("<raw>"))) // those of targets come with the first build
+                    report_missing(missing, "the processor " + processor->name());
+            }
+        for (const QString& folder : configuration->directories)
+            report_missing(append_physical_folders(folder, directories), QStringLiteral("the configuration"));
     }
     for (PHYSICAL_PATH& directory : directories)
         directory.remove_end_slashes();

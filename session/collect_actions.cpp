@@ -93,6 +93,22 @@ void collect_sources(FILE_ENTRY* entry, QSet<FILE_ENTRY*>& seen_through, TAKE ta
     }
 }
 
+// What is built would replace data that was shipped.
+void report_targets_in_companions(PROCESSOR_INTERFACE& processor, const QVector<ACTION_INTERFACE*>& actions)
+{
+    int count = 0;
+    QString first;
+    for (const ACTION_INTERFACE* action : actions)
+        for (const PHYSICAL_PATH& target : action->target_files)
+            if (PATHS::is_in_companion(target) && ++count == 1)
+                first = target;
+    if (count > 0)
+        RUN_REPORT::remark(
+            QStringLiteral("The processor %1 writes over older data: %2 of its targets lie in "
+                           "a companion root, such as %3. It should ask for PATHS::target_path.")
+                .arg(processor.name(), QString::number(count), first));
+}
+
 } // namespace
 
 void BUILD_SESSION::find_sources(FILE_ENTRY* entry, QSet<FILE_ENTRY*>& sources)
@@ -124,6 +140,7 @@ void BUILD_SESSION::collect_actions(PROGRESS_WIDGET& splash, Tallyline::StopWatc
         files_watch.Start();
         collect_affected_files(collected);
         files_watch.Stop();
+        report_targets_in_companions(*processor, collected);
         actions += collected;
     }
 }

@@ -2,19 +2,9 @@
 
 #include <algorithm>
 
-#include "contracts/paths/letter_case.h"
 #include "contracts/paths/paths.h"
 
 namespace {
-
-// The form in which texts that differ only in case are equal, letter by letter
-// as QString compares.
-QString folded(const QString& text)
-{
-    QString result = text;
-    map_letters(result.data(), result.size(), [](uint letter) { return QChar::toCaseFolded(letter); });
-    return result;
-}
 
 bool lies_at_or_below(const QString& physical, const QString& folder)
 {
@@ -56,7 +46,7 @@ QString FILE_SPELLINGS::spelling_of(const QString& path, const QString& key, boo
 {
     if (m_has_strays)
         return walk_keys(path, key);
-    const QString name = folded(path);
+    const PHYSICAL_PATH name(path);
     const auto known = m_folders.constFind(name);
     if (known != m_folders.constEnd())
         return *known;
@@ -103,13 +93,13 @@ void FILE_SPELLINGS::file_added(const PHYSICAL_PATH& physical, const LOGICAL_PAT
         m_folders.clear();
         return;
     }
-    if (m_folders.remove(folded(text)) > 0)
+    if (m_folders.remove(physical) > 0)
         m_is_complete = false; // a folder's namesake
     int size = last_slash(text);
     for (int key_size = last_slash(key_text); key_size >= 0;
          key_size = key_text.leftRef(key_size).lastIndexOf('/')) {
         const QString folder = text.left(size);
-        const QString name = folded(folder);
+        const PHYSICAL_PATH name(folder);
         const auto known = m_folders.find(name);
         if (known != m_folders.end() && *known == folder)
             break; // and so are the folders above it
@@ -146,9 +136,9 @@ void FILE_SPELLINGS::file_moved(const PHYSICAL_PATH& former, const PHYSICAL_PATH
 void FILE_SPELLINGS::forget(const QString& path)
 {
     m_is_complete = false;
-    QString folder = folded(path);
+    QString folder = path;
     while (!folder.isEmpty()) {
-        m_folders.remove(folder);
+        m_folders.remove(PHYSICAL_PATH(folder));
         folder.truncate(std::max(0, last_slash(folder)));
     }
 }

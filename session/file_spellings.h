@@ -44,9 +44,8 @@ private:
 
     const FILE_MAP& m_files;
 
-    // Spelling by folder, the folder in folded letter case. Empty: the map has
-    // no file below it.
-    QHash<QString, QString> m_folders;
+    // Spelling by folder. Empty: the map has no file below it.
+    QHash<PHYSICAL_PATH, QString> m_folders;
     bool m_is_complete = true; // a folder that is not in m_folders has no file below it
     bool m_has_strays = false; // some file's key is not the logical path of its place: nothing is remembered
 };

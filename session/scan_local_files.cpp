@@ -15,6 +15,8 @@
 
 namespace {
 
+const int MOST_REMARKS = 20; // of one kind
+
 // The folder's key and the name of the file in lower case, in one piece of memory.
 LOGICAL_PATH key_in_folder(const QString& folder_key, const QString& path, int name_at)
 {
@@ -23,16 +25,42 @@ LOGICAL_PATH key_in_folder(const QString& folder_key, const QString& path, int n
     QString text(folder_size + name_size, Qt::Uninitialized);
     QChar* const letters = text.data();
     std::copy_n(folder_key.constData(), folder_size, letters);
-    const QChar* const name = path.constData() + name_at;
-    ushort all_bits = 0;
-    for (int i = 0; i < name_size; ++i) {
-        const ushort c = name[i].unicode();
-        all_bits |= c;
-        letters[folder_size + i] = QChar(ushort(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c));
+    std::copy_n(path.constData() + name_at, name_size, letters + folder_size);
+    lower_case_by_letter(letters + folder_size, name_size);
+    return LOGICAL_PATH(text);
+}
+
+// The rule files in the folders above the scan roots, in the order of the data
+// roots, so that a file that wins over its companion is met second.
+void append_rule_files_above(const QSet<PHYSICAL_PATH>& folders, QVector<DIRECTORY_SCANNER::FILE_INFO>& files)
+{
+    QStringList paths;
+    for (const QString& root : PATHS::all()) {
+        QStringList in_root;
+        for (const QString& folder : folders)
+            if ((folder + '/').startsWith(root + '/', Qt::CaseInsensitive))
+                for (const QString& file :
+                     PATHS::places_below(PHYSICAL_PATH(root), folder.mid(root.size()) + "/rules.gox"))
+                    in_root.append(file);
+        in_root.sort();
+        paths += in_root;
     }
-    if (all_bits < 0x80)
-        return LOGICAL_PATH(text);
-    return LOGICAL_PATH(folder_key + lower_case_by_letter(path.mid(name_at)));
+    paths.removeDuplicates();
+    for (const QString& path : qAsConst(paths)) {
+        const QFileInfo rule_file(path);
+        if (rule_file.exists())
+            files.append({path, rule_file.lastModified().toUTC()});
+    }
+}
+
+// A tree that is wrong throughout must not fill the console.
+void remark_some(const QStringList& remarks)
+{
+    for (const QString& remark : remarks.mid(0, MOST_REMARKS))
+        RUN_REPORT::remark(remark);
+    if (remarks.size() > MOST_REMARKS)
+        RUN_REPORT::remark(
+            QStringLiteral("... and %1 more of this kind.").arg(remarks.size() - MOST_REMARKS));
 }
 
 } // namespace
@@ -53,11 +81,7 @@ bool BUILD_SESSION::scan_local_files(QTextStream& log)
         log << text;
         return false;
     }
-    for (const PHYSICAL_PATH& directory : qAsConst(parent_directories)) {
-        const QFileInfo rule_file(directory + "/rules.gox");
-        if (rule_file.exists())
-            files.append({directory + "/rules.gox", rule_file.lastModified().toUTC()});
-    }
+    append_rule_files_above(parent_directories, files);
 
     file_lookup.reserve(file_lookup.size() + files.size());
     QStringList shadowing;
@@ -66,6 +90,8 @@ bool BUILD_SESSION::scan_local_files(QTextStream& log)
         enter_scanned_file(file, folder, shadowing);
     if (!shadowing.isEmpty() && !configuration->silent)
         ask_about_shadowing_files(shadowing);
+    remark_some(scanner.take_left_out());
+    remark_some(folder.case_twins);
     scanner.stop();
     return true;
 }
@@ -94,6 +120,7 @@ void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file,
     if (known) {
         if (!PATHS::override(path, known->physical, options->exists(QStringLiteral("dont_stop_on_error")))) {
             known->local_time = file.modified; // the date of the file that loses, and yet the newer one
+            folder.note_spellings(known->physical, path);
             return;
         }
         shadowing.append(file.path);
@@ -113,6 +140,7 @@ void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file,
     } else {
         entry->physical = m_spellings.normalised(path);
         m_spellings.file_added(entry->physical, key);
+        folder.note_spellings(entry->physical, path);
         folder.is_spelled_so = static_cast<const QString&>(entry->physical).startsWith(folder.physical) &&
                                !folder.physical.isEmpty();
     }

@@ -2,6 +2,7 @@
 
 #include "contracts/paths/dir_iterator.h"
 #include "session/build_session.h"
+#include "session/run_report.h"
 #include "session/scanned_folder.h"
 
 void BUILD_SESSION::walk_local_files(const PHYSICAL_PATH& directory, QStringList& shadowing)
@@ -24,9 +25,11 @@ void BUILD_SESSION::walk_local_folder(const QString& directory, QStringList& fol
         const QString path = directory + '/' + name;
         if (name == QLatin1String(".") || name == QLatin1String(".."))
             continue;
-        if (entries.current.is_directory)
+        if (name.contains(QChar::ReplacementCharacter) && !QFileInfo::exists(path))
+            RUN_REPORT::remark(path + " is left out: its name is no UTF-8.");
+        else if (entries.current.is_directory)
             folders.append(path);
-        else if (entries.current.modified.isValid()) // a link to nothing has no date
+        else if (QFileInfo(path).isFile()) // no pipe, no device, no link to nothing
             enter_scanned_file({path, entries.current.modified}, folder, shadowing);
     }
     // Behind the files, so that no more than one folder is open at a time.

@@ -2,29 +2,14 @@
 
 #include <QtCore/QString>
 
-/// Replaces each letter by what `map` makes of it, a uint from a uint, and keeps
-/// the length of the text: a letter of one code unit that would need two, or the
-/// other way round, stays. `map` must change of the ASCII letters the capitals
-/// alone, and those to small ones. Any thread.
-template <typename MAP>
-void map_letters(QChar* text, int size, MAP map)
-{
-    for (int i = 0; i < size; ++i) {
-        const ushort c = text[i].unicode();
-        if (c < 0x80) {
-            if (c >= 'A' && c <= 'Z')
-                text[i] = QChar(ushort(c + ('a' - 'A')));
-        } else if (QChar::isHighSurrogate(c) && i + 1 < size && text[i + 1].isLowSurrogate()) {
-            const uint letter = map(QChar::surrogateToUcs4(c, text[i + 1].unicode()));
-            if (letter > 0xffff) {
-                text[i] = QChar(QChar::highSurrogate(letter));
-                text[i + 1] = QChar(QChar::lowSurrogate(letter));
-            }
-            ++i;
-        } else {
-            const uint letter = map(uint(c));
-            if (letter <= 0xffff)
-                text[i] = QChar(ushort(letter));
-        }
-    }
-}
+#include "contracts/export.h"
+
+/// Lower case for paths: each letter becomes the lower case of its folded form, so
+/// that two letters which any comparison without regard to case takes for one
+/// become one letter here (a final sigma and a sigma, a long s and an s). The length
+/// of the text never changes, as it does in full case mapping: a letter of one code
+/// unit that would need two, or the other way round, stays. Any thread.
+GOX_CONTRACTS_EXPORT QString lower_case_by_letter(const QString& text);
+
+/// The same in place, for `size` code units.
+GOX_CONTRACTS_EXPORT void lower_case_by_letter(QChar* text, int size);

@@ -3,7 +3,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
-#include "contracts/paths/letter_case.h"
+#include "contracts/paths/disk_spelling.h"
 
 namespace {
 
@@ -48,19 +48,19 @@ const ROOT* root_of(const QString& path)
     return best;
 }
 
-void lower_in_place(QChar* text, int size)
+DISK_SPELLING& disk()
 {
-    map_letters(text, size, [](uint letter) { return QChar::toLower(letter); });
+    static DISK_SPELLING the_disk;
+    return the_disk;
+}
+
+// The part of a path that follows its logical root, with its slash.
+QString below_root(const QString& path)
+{
+    return path.mid(path.section('/', 0, 0).size());
 }
 
 } // namespace
-
-QString lower_case_by_letter(const QString& text)
-{
-    QString result = text;
-    lower_in_place(result.data(), result.size());
-    return result;
-}
 
 bool PATHS::initialise(const QString& application_directory)
 {
@@ -85,6 +85,7 @@ bool PATHS::initialise(const QString& application_directory)
 
     const bool has_raw_data = QFileInfo(parent + "/raw_data").isDir();
     state() = has_raw_data ? fresh : STATE();
+    forget_folders();
     return has_raw_data;
 }
 
@@ -99,24 +100,56 @@ QVector<PHYSICAL_PATH> PATHS::all()
 void PATHS::physical_paths(const LOGICAL_PATH& path, QVector<PHYSICAL_PATH>& out)
 {
     out.clear();
-    const QString root_text = path.section('/', 0, 0);
+    const QString logical = path.section('/', 0, 0);
     for (const ROOT& root : state().roots)
-        if (root.logical == root_text)
-            out.append(PHYSICAL_PATH(root.path + path.midRef(root_text.size())));
+        if (root.logical == logical)
+            out += places_below(root.path, below_root(path));
 }
 
 PHYSICAL_PATH PATHS::physical_path(const LOGICAL_PATH& path)
 {
-    QVector<PHYSICAL_PATH> candidates;
-    physical_paths(path, candidates);
-    if (candidates.isEmpty())
-        return PHYSICAL_PATH();
-    const PHYSICAL_PATH preferred = candidates.last(); // companions come first
-    if (candidates.size() > 1 && !QFileInfo::exists(preferred))
-        for (const PHYSICAL_PATH& candidate : candidates)
-            if (QFileInfo::exists(candidate))
-                return candidate;
-    return preferred;
+    const PHYSICAL_PATH target = target_path(path);
+    const QString logical = path.section('/', 0, 0);
+    for (const ROOT& root : state().roots) {
+        if (!root.is_companion || root.logical != logical || QFileInfo::exists(target))
+            continue;
+        const PHYSICAL_PATH older(disk().place(root.path, below_root(path)));
+        if (QFileInfo::exists(older))
+            return older;
+    }
+    return target;
+}
+
+PHYSICAL_PATH PATHS::target_path(const LOGICAL_PATH& path)
+{
+    const QString logical = path.section('/', 0, 0);
+    for (const ROOT& root : state().roots)
+        if (root.logical == logical && !root.is_companion)
+            return PHYSICAL_PATH(disk().place(root.path, below_root(path)));
+    return PHYSICAL_PATH();
+}
+
+QVector<PHYSICAL_PATH> PATHS::places_below(const PHYSICAL_PATH& folder, const QString& rest)
+{
+    QVector<PHYSICAL_PATH> places;
+    for (const QString& place : disk().all(folder, rest))
+        places.append(PHYSICAL_PATH(place));
+    if (places.isEmpty())
+        places.append(PHYSICAL_PATH(disk().place(folder, rest)));
+    return places;
+}
+
+void PATHS::forget_folders()
+{
+    disk().forget();
+}
+
+bool PATHS::is_in_companion(const PHYSICAL_PATH& path)
+{
+    for (const ROOT& root : state().roots)
+        if (root.is_companion && is_below_or_equal(path, root.path))
+            return true;
+    return false;
 }
 
 LOGICAL_PATH PATHS::logical_path(const PHYSICAL_PATH& path)
@@ -129,7 +162,7 @@ LOGICAL_PATH PATHS::logical_path(const PHYSICAL_PATH& path)
     text.reserve(root->logical.size() + rest.size());
     text += root->logical;
     text += rest;
-    lower_in_place(text.data() + root->logical.size(), rest.size());
+    lower_case_by_letter(text.data() + root->logical.size(), rest.size());
     return LOGICAL_PATH(text);
 }
 

@@ -3,6 +3,7 @@
 #include <QtCore/QVector>
 
 #include "contracts/export.h"
+#include "contracts/paths/letter_case.h"
 #include "contracts/paths/logical_path.h"
 #include "contracts/paths/physical_path.h"
 
@@ -27,14 +28,38 @@ public:
     /// companion is then met second. No root has a trailing slash.
     static QVector<PHYSICAL_PATH> all();
 
+    // From a logical path to the disk. A logical path knows no letter case and a
+    // disk may: each name is looked for without regard to case and takes the
+    // spelling that the disk has for it. What folders hold is remembered, see
+    // forget_folders.
+
     /// Fills `out` with every physical location of `path`, in the order of
     /// `all`, whether a file is there or not; a bare logical root gives its
-    /// physical roots. Empty for text that is below no logical root.
+    /// physical roots. A root in which several spellings are there gives all of
+    /// them. Empty for text that is below no logical root.
     static void physical_paths(const LOGICAL_PATH& path, QVector<PHYSICAL_PATH>& out);
 
-    /// The one location to use: the root without "old_", unless only the
-    /// companion has the file. Empty for text that is below no logical root.
+    /// The place to read from: the root without "old_", unless only the
+    /// companion has the file. Never write there, it may be the shipped file of
+    /// the companion. Empty for text that is below no logical root.
     static PHYSICAL_PATH physical_path(const LOGICAL_PATH& path);
+
+    /// The place to write to: always in the root without "old_", in the spelling
+    /// of the file and the folders that are there already. Empty for text that is
+    /// below no logical root.
+    static PHYSICAL_PATH target_path(const LOGICAL_PATH& path);
+
+    /// The places on disk below the root or folder `folder`, which is taken as it
+    /// stands, that `rest` ("/sub-folder/name") stands for in any letter case, the
+    /// spellings in a fixed order. When nothing is there: one place, where it would be.
+    static QVector<PHYSICAL_PATH> places_below(const PHYSICAL_PATH& folder, const QString& rest);
+
+    /// Forgets what was remembered of folders, so that spellings that have come to
+    /// the disk since are found.
+    static void forget_folders();
+
+    /// Whether `path` lies in one of the "old_" companions.
+    static bool is_in_companion(const PHYSICAL_PATH& path);
 
     /// The logical root and the rest of the path in lower case, which keeps its
     /// length. "<>" for a path outside all roots.
@@ -49,7 +74,3 @@ public:
     /// not be held up by a question; nothing is asked here.
     static bool override(const PHYSICAL_PATH& new_file, const PHYSICAL_PATH& known_file, bool no_stop);
 };
-
-/// `text` in lower case, letter by letter: its length never changes (in full
-/// case mapping some letters grow). Any thread.
-GOX_CONTRACTS_EXPORT QString lower_case_by_letter(const QString& text);

@@ -112,7 +112,7 @@ public:
     ~WORKERS() { stop(); }
 
     void announce(const QString& directory);
-    FAILURE fetch(const QString& directory, QVector<FILE_INFO>& files);
+    FAILURE fetch(const QString& directory, QVector<FILE_INFO>& files, QStringList& left_out);
     void stop();
 
 private:
@@ -170,7 +170,8 @@ void DIRECTORY_SCANNER::WORKERS::start_threads()
     }
 }
 
-FAILURE DIRECTORY_SCANNER::WORKERS::fetch(const QString& directory, QVector<FILE_INFO>& files)
+FAILURE DIRECTORY_SCANNER::WORKERS::fetch(const QString& directory, QVector<FILE_INFO>& files,
+                                          QStringList& left_out)
 {
     const QString key = without_trailing_slashes(directory);
     std::unique_lock<std::mutex> lock(m_mutex);
@@ -191,8 +192,13 @@ FAILURE DIRECTORY_SCANNER::WORKERS::fetch(const QString& directory, QVector<FILE
 
     const FW::VECTOR<FOLDER*> folders = depth_first(*tree);
     FAILURE failure = failure_of(folders);
-    if (failure.text.isEmpty())
+    if (failure.text.isEmpty()) {
         append_files(folders, is_last, files);
+        for (FOLDER* const folder : folders) {
+            folder->left_out.sort();
+            left_out += folder->left_out;
+        }
+    }
     return failure;
 }
 
@@ -273,12 +279,19 @@ void DIRECTORY_SCANNER::add_path(const QString& directory)
 
 bool DIRECTORY_SCANNER::get_files(const QString& directory, QVector<FILE_INFO>& files)
 {
-    const FAILURE failure = m_workers->fetch(directory, files);
+    const FAILURE failure = m_workers->fetch(directory, files, m_left_out);
     if (failure.text.isEmpty())
         return true;
     error_number = failure.number;
     m_error = failure.text;
     return false;
+}
+
+QStringList DIRECTORY_SCANNER::take_left_out()
+{
+    QStringList result;
+    result.swap(m_left_out);
+    return result;
 }
 
 QString DIRECTORY_SCANNER::get_error() const

@@ -2,6 +2,7 @@
 
 #include <QtCore/QDateTime>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 #include <QtCore/QVector>
 
 #include <memory>
@@ -64,6 +65,11 @@ public:
     /// concerned.
     bool get_files(const QString& directory, QVector<FILE_INFO>& files);
 
+    /// What the get_files calls since the last call of this left out because of its
+    /// name: a text for each, with the path, in which the bytes that are no UTF-8
+    /// are escaped. In the order of the folders, those of a folder sorted.
+    QStringList take_left_out();
+
     /// Path and cause of the last failure, empty before the first. A later
     /// success does not clear it.
     QString get_error() const;
@@ -80,6 +86,7 @@ private:
 
     std::unique_ptr<WORKERS> m_workers;
     QString m_error;
+    QStringList m_left_out;
 };
 
 Q_DECLARE_TYPEINFO(DIRECTORY_SCANNER::FILE_INFO, Q_MOVABLE_TYPE);

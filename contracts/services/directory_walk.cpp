@@ -57,4 +57,16 @@ std::unique_ptr<FOLDER> make_sub_folder(const FOLDER& folder, const QByteArray& 
     return result;
 }
 
+bool is_spellable(FOLDER& folder, const QByteArray& name)
+{
+    if (QString::fromUtf8(name).toUtf8() == name)
+        return true;
+    QString escaped;
+    for (const char c : name)
+        escaped += uchar(c) < 0x80 ? QString(QChar(c)) : QStringLiteral("\\x%1").arg(uchar(c), 2, 16);
+    folder.left_out.append(QString::fromUtf8(folder.path) + '/' + escaped +
+                           " is left out: its name is no UTF-8.");
+    return false;
+}
+
 } // namespace DIRECTORY_WALK

@@ -25,6 +25,7 @@ struct FOLDER
 
     FW::VECTOR<DIRECTORY_SCANNER::FILE_INFO> files; ///< sorted by name
     FW::VECTOR<FOLDER*> folders;                    ///< sorted by name
+    QStringList left_out;                           ///< what has a name that is no UTF-8
     int error_number = 0;                           ///< of the first failure, 0 when there was none
     QString error;                                  ///< path and cause of the first failure
 };
@@ -69,6 +70,10 @@ bool is_gone(const std::error_code& cause);
 
 /// Notes that `path` could not be read, unless `folder` has a failure already.
 void fail(FOLDER& folder, const std::error_code& cause, const QByteArray& path);
+
+/// Whether the bytes of a name are UTF-8; if not, notes in `folder` that it is left
+/// out.
+bool is_spellable(FOLDER& folder, const QByteArray& name);
 
 std::unique_ptr<FOLDER> make_sub_folder(const FOLDER& folder, const QByteArray& name, bool is_link);
 

@@ -112,7 +112,7 @@ private:
     bool identify(FOLDER& folder, int descriptor) const;
     void read_entries(FOLDER& folder, int descriptor, const std::atomic<bool>& stopping);
     void take_entry(FOLDER& folder, int descriptor, const KERNEL_ENTRY& entry);
-    void take_name(FW::VECTOR<ENTRY>& list, const char* name, bool is_link, qint64 modified);
+    void take_name(FOLDER& folder, FW::VECTOR<ENTRY>& list, const char* name, bool is_link, qint64 modified);
     void sort(FW::VECTOR<ENTRY>& list) const;
     void sort_by_text(FW::VECTOR<ENTRY>& list) const;
     bool is_less(const ENTRY& a, const ENTRY& b) const;
@@ -196,7 +196,7 @@ void NATIVE_READER::take_entry(FOLDER& folder, int descriptor, const KERNEL_ENTR
     if (!is_known && entry.type != DT_LNK && entry.type != DT_UNKNOWN)
         return;
     if (entry.type == DT_DIR)
-        return take_name(m_folders, name, false, 0);
+        return take_name(folder, m_folders, name, false, 0);
 
     struct statx status;
     const unsigned wanted = is_known ? STATX_MTIME : STATX_MTIME | STATX_TYPE;
@@ -209,12 +209,13 @@ void NATIVE_READER::take_entry(FOLDER& folder, int descriptor, const KERNEL_ENTR
     // A system that does not tell types here does not tell links either, so
     // such a folder is treated as one.
     if (!is_known && S_ISDIR(status.stx_mode))
-        take_name(m_folders, name, true, 0);
+        take_name(folder, m_folders, name, true, 0);
     else if (is_known || S_ISREG(status.stx_mode))
-        take_name(m_files, name, false, modified_of(status));
+        take_name(folder, m_files, name, false, modified_of(status));
 }
 
-void NATIVE_READER::take_name(FW::VECTOR<ENTRY>& list, const char* name, bool is_link, qint64 modified)
+void NATIVE_READER::take_name(FOLDER& folder, FW::VECTOR<ENTRY>& list, const char* name, bool is_link,
+                              qint64 modified)
 {
     const std::size_t size = std::strlen(name);
     const std::size_t place = m_text.size();
@@ -228,8 +229,13 @@ void NATIVE_READER::take_name(FW::VECTOR<ENTRY>& list, const char* name, bool is
         all_bits |= c;
         lower[i] = char(c + (uchar(c - 'A') < 26 ? 'a' - 'A' : 0));
     }
-    if (all_bits & 0x80)
+    if (all_bits & 0x80) {
+        if (!is_spellable(folder, QByteArray::fromRawData(name, int(size)))) {
+            m_text.resize(place);
+            return;
+        }
         m_ascii = false;
+    }
     uchar start[8] = {};
     std::memcpy(start, lower, std::min<std::size_t>(size, sizeof start));
     list.push_back({qFromBigEndian<quint64>(start), place, quint32(size), is_link, modified});
@@ -263,9 +269,7 @@ void NATIVE_READER::sort_by_text(FW::VECTOR<ENTRY>& list) const
     named.reserve(list.size());
     for (const ENTRY& entry : list)
         named.emplace_back(QString::fromUtf8(m_text.data() + entry.name, int(entry.size)), entry);
-    // Stable, because names that are no UTF-8 may look the same.
-    std::stable_sort(named.begin(), named.end(),
-                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::sort(named.begin(), named.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     for (std::size_t i = 0; i < list.size(); ++i)
         list[i] = named[i].second;
 }

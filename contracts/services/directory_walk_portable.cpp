@@ -116,8 +116,8 @@ SUB_FOLDERS PORTABLE_READER::read(FOLDER& folder, const std::atomic<bool>& stopp
         fail(folder, cause, folder.path);
 
     const auto by_name = [](const auto& a, const auto& b) { return a.name < b.name; };
-    std::stable_sort(m_files.begin(), m_files.end(), by_name);
-    std::stable_sort(m_folders.begin(), m_folders.end(), by_name);
+    std::sort(m_files.begin(), m_files.end(), by_name);
+    std::sort(m_folders.begin(), m_folders.end(), by_name);
     const QString prefix = QString::fromUtf8(folder.path) + '/';
     folder.files.reserve(m_files.size());
     for (const FILE_ITEM& file : m_files)
@@ -145,6 +145,9 @@ void PORTABLE_READER::take_entry(FOLDER& folder, const fs::directory_entry& entr
     std::error_code cause;
     const fs::path name = entry.path().filename();
     const fs::file_type type = entry.status(cause).type();
+    const bool is_wanted = type == fs::file_type::directory || type == fs::file_type::regular;
+    if (is_wanted && !is_spellable(folder, name_bytes(name)))
+        return;
     const SORTED_NAME sorted(text_of(name));
     if (type == fs::file_type::directory) {
         const bool is_link = entry.symlink_status(cause).type() != fs::file_type::directory;

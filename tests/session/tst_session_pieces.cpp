@@ -44,6 +44,8 @@ QString to_text(const LIST& paths)
 
 using COMMAND_LINE = ROWS<QStringList, QStringList, QStringList>; // arguments, parsed, words of errors
 
+using PLACES = ROWS<QStringList, QString, QString, QString>; // on disk, asked for, to read, to write
+
 } // namespace
 
 class TST_SESSION_PIECES : public WATCHED_TEST
@@ -177,11 +179,73 @@ private slots:
             {"retail_build", "<retail>"},
             {"raw_data2/x", "<>"},
             {"tool/x", "<>"},
-            {"raw_data/ǅİß𐐀", "<raw>/ǆİß𐐨"}}; // some would grow
+            {"raw_data/ǅİß𐐀", "<raw>/ǆİß𐐨"},              // some would grow
+            {"raw_data/ΣΑΣ ΣΑς µſ", "<raw>/σασ σασ μs"}}; // letters of two small forms
         for (const auto& [physical, logical] : rows) {
             const QString text = PATHS::logical_path(PHYSICAL_PATH(tree.path(physical)));
             QCOMPARE(text, QString(logical));
             QCOMPARE(lower_case_by_letter(physical).size(), QString(physical).size());
+        }
+    }
+
+    // Whatever a comparison without regard to case takes for one letter.
+    void letters_that_are_one_have_one_lower_case()
+    {
+        QHash<uint, QString> lower_of_folded;
+        for (uint letter = 0x21; letter < 0x11000; ++letter) {
+            if (QChar::isSurrogate(letter))
+                continue;
+            const QString lower = lower_case_by_letter(QString::fromUcs4(&letter, 1));
+            QCOMPARE(lower_of_folded.value(QChar::toCaseFolded(letter), lower), lower);
+            lower_of_folded.insert(QChar::toCaseFolded(letter), lower);
+        }
+    }
+
+    void places_on_disk_data()
+    {
+        const PLACES row;
+        row("in lower case", {"raw_data/a/b.txt"}, "<raw>/a/b.txt", "raw_data/a/b.txt", "raw_data/a/b.txt");
+        row("in another case", {"raw_data/Ab/Cd/E.TXT"}, "<raw>/ab/cd/e.txt", "raw_data/Ab/Cd/E.TXT",
+            "raw_data/Ab/Cd/E.TXT");
+        row("asked in another case", {"raw_data/ab/c.txt"}, "<raw>/AB/C.txt", "raw_data/ab/c.txt",
+            "raw_data/ab/c.txt");
+        row("new in a folder that is there", {"raw_data/Ab/x"}, "<raw>/ab/cd/e.txt", "raw_data/Ab/cd/e.txt",
+            "raw_data/Ab/cd/e.txt");
+        row("a file where the folder should be", {"raw_data/Ab"}, "<raw>/ab/c.txt", "raw_data/ab/c.txt",
+            "raw_data/ab/c.txt");
+        row("in the second of two folders", {"raw_data/Ab/x", "raw_data/ab/Y"}, "<raw>/ab/y", "raw_data/ab/Y",
+            "raw_data/ab/Y");
+        row("in two folders", {"raw_data/ab/y", "raw_data/aB/y"}, "<raw>/ab/y", "raw_data/aB/y",
+            "raw_data/aB/y");
+        row("new where there are two", {"raw_data/ab/y", "raw_data/aB/y"}, "<raw>/ab/z", "raw_data/aB/z",
+            "raw_data/aB/z");
+        row("two spellings of the file", {"raw_data/x", "raw_data/X"}, "<raw>/x", "raw_data/X", "raw_data/X");
+        row("in the companion alone", {"old_raw_data/Ab/C"}, "<raw>/ab/c", "old_raw_data/Ab/C",
+            "raw_data/ab/c");
+        row("in both", {"old_raw_data/ab/c", "raw_data/AB/C"}, "<raw>/ab/c", "raw_data/AB/C",
+            "raw_data/AB/C");
+        row("nowhere", {}, "<raw>/Ab/c", "raw_data/Ab/c", "raw_data/Ab/c");
+        row("the root", {}, "<retail>", "retail_build", "retail_build");
+        row("below no root", {}, "<other>/x", "", "");
+    }
+    void places_on_disk()
+    {
+        const auto [files, logical, read_from, written_to] = PLACES::values();
+        TEMPORARY_TREE tree;
+        tree.make_folder("old_raw_data");
+        QVERIFY(PATHS::initialise(tree.path("tool")));
+        for (int pass = 0; pass < 2; ++pass) { // what is remembered, and what has come since
+            const LOGICAL_PATH path(logical);
+            if (pass == 1 || files.isEmpty()) {
+                const auto relative = [&](const QString& place) { return place.mid(tree.path().size() + 1); };
+                QCOMPARE(relative(PATHS::physical_path(path)), read_from);
+                QCOMPARE(relative(PATHS::target_path(path)), written_to);
+            } else {
+                PATHS::physical_path(path);
+                for (const QString& file : files)
+                    tree.write(file, "x");
+                PATHS::forget_folders();
+            }
         }
     }
 
@@ -207,6 +271,8 @@ private slots:
         QVERIFY(!overrides("old_raw_data/x", "raw_data/x"));
         QVERIFY(!overrides("raw_data/x", "raw_data/X"));
         QVERIFY(!overrides("working_data/x", "old_raw_data/x"));
+        QVERIFY(PATHS::is_in_companion(PHYSICAL_PATH(tree.path("OLD_raw_data/x"))));
+        QVERIFY(!PATHS::is_in_companion(PHYSICAL_PATH(tree.path("raw_data/x"))));
         tree.remove("raw_data");
         QVERIFY(!PATHS::initialise(tree.path("tool")));
     }

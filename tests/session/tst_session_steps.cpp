@@ -159,7 +159,7 @@ private slots:
         QVERIFY(!target->intermediate);
         QCOMPARE(place(target), scene.tree.path("raw_data/Dir/sub/new.txt"));
         QCOMPARE(static_cast<const QString&>(a->target_files.value(target)),
-                 scene.tree.path("raw_data/dir/sub/new.txt"));
+                 scene.tree.path("raw_data/Dir/sub/new.txt"));
         QCOMPARE(a->processor, first);
         QCOMPARE(names(scene.session->actions), QString("a b c"));
         QCOMPARE(scene.splash_text, QString("Collecting actions and affected files...\n2/2 second"));
