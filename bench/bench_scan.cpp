@@ -1,11 +1,13 @@
 // The bulk scan against find, the walk of Qt and the bare walk.
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 
 #include "bench/bare_walk.h"
 #include "bench/bench_session.h"
 #include "bench/measure.h"
 #include "bench/synthetic_tree.h"
+#include "contracts/paths/paths.h"
 #include "contracts/services/directory_scanner.h"
 
 namespace {
@@ -50,11 +52,43 @@ void scan_tree(const SYNTHETIC_TREE& tree, int rounds, FIGURES& figures)
     figures.ratio(what + ", four threads", contenders[1].best, contenders[0].name, own, 0);
 }
 
+// Where actions are to write: the folders are read once, the plain way asks the disk
+// for each file.
+void find_targets(const SYNTHETIC_TREE& tree, int rounds, FIGURES& figures)
+{
+    use_tree(tree.path);
+    QVector<LOGICAL_PATH> targets;
+    for (int i = 0; i < tree.working_files; ++i)
+        targets.append(working_file(SYNTHETIC_TREE::file_name(i)));
+    int found = 0;
+    int plainly_found = 0;
+    std::vector<CONTENDER> contenders{
+        {"target paths",
+         [&] {
+             PATHS::forget_folders();
+             for (const LOGICAL_PATH& target : qAsConst(targets))
+                 found += static_cast<const QString&>(PATHS::target_path(target)).size();
+         }},
+        {"QFileInfo",
+         [&] {
+             for (const LOGICAL_PATH& target : qAsConst(targets))
+                 plainly_found += QFileInfo::exists(PATHS::working_data() + target.midRef(9));
+         }},
+    };
+    race(contenders, rounds);
+    if (found == 0 || plainly_found != 0) // none lies there in lower case
+        give_up("the targets are not where they should be");
+    figures.ratio(QString("places of %1 targets").arg(targets.size()), contenders[0].best, contenders[1].name,
+                  contenders[1].best, 1.0);
+}
+
 } // namespace
 
 void bench_scan(const BENCH_OPTIONS& options, FIGURES& figures)
 {
-    scan_tree(SYNTHETIC_TREE::of_size(options.trees, 100000), 5, figures);
+    const SYNTHETIC_TREE tree = SYNTHETIC_TREE::of_size(options.trees, 100000);
+    scan_tree(tree, 5, figures);
+    find_targets(tree, 5, figures);
     if (!options.quick)
         scan_tree(SYNTHETIC_TREE::of_size(options.trees, 1000000), 5, figures);
 }

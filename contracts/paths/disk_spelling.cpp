@@ -3,69 +3,24 @@
 #include <QtCore/QDirIterator>
 #include <QtCore/QFileInfo>
 
+#include <algorithm>
+
 #include "contracts/paths/letter_case.h"
 
-QStringList DISK_SPELLING::all(const QString& root, const QString& rest)
+namespace {
+
+using NAMES = QHash<QString, QStringList>;
+
+bool is_plainly_lower_case(const QStringRef& text)
 {
-    const QMutexLocker lock(&m_mutex);
-    const int name_at = rest.lastIndexOf('/') + 1;
-    if (name_at == 0) // not below the folder, but beside it
-        return QFileInfo::exists(root + rest) ? QStringList(root + rest) : QStringList();
-    return children(folders(root, rest.left(name_at - 1)), rest.mid(name_at), false);
+    return std::all_of(text.begin(), text.end(), [](QChar c) {
+        return c.unicode() < 0x80 && !(c.unicode() >= 'A' && c.unicode() <= 'Z');
+    });
 }
 
-QString DISK_SPELLING::place(const QString& root, const QString& rest)
+NAMES read_odd_names(const QString& folder)
 {
-    const QMutexLocker lock(&m_mutex);
-    int end = rest.lastIndexOf('/');
-    if (end < 0)
-        return root + rest;
-    const QString name = rest.mid(end + 1);
-    const QStringList parents = folders(root, rest.left(end));
-    if (parents.size() == 1 && candidates(parents.first(), name) == QStringList(name))
-        return parents.first() + '/' + name; // there or not
-    const QStringList found = children(parents, name, false);
-    if (!found.isEmpty())
-        return found.first();
-    while (end > 0 && folders(root, rest.left(end)).isEmpty())
-        end = rest.lastIndexOf('/', end - 1);
-    return (end > 0 ? folders(root, rest.left(end)).first() : root) + rest.midRef(end);
-}
-
-void DISK_SPELLING::forget()
-{
-    const QMutexLocker lock(&m_mutex);
-    m_places.clear();
-    m_odd_names.clear();
-}
-
-// The folders on disk that `rest` stands for; the root counts as one, there or not.
-QStringList DISK_SPELLING::folders(const QString& root, const QString& rest)
-{
-    const QString lower = lower_case_by_letter(rest);
-    int known = lower.size(); // so much of the way is remembered
-    while (known > 0 && !m_places.contains(root + lower.leftRef(known)))
-        known = lower.lastIndexOf('/', known - 1);
-    known = qMax(known, 0);
-    if (known == 0)
-        m_places.insert(root, QStringList(root));
-    while (known < lower.size()) {
-        int end = lower.indexOf('/', known + 1);
-        end = end < 0 ? lower.size() : end;
-        const QStringList above = m_places.value(root + lower.leftRef(known));
-        m_places.insert(root + lower.leftRef(end),
-                        children(above, rest.mid(known + 1, end - known - 1), true));
-        known = end;
-    }
-    return m_places.value(root + lower);
-}
-
-DISK_SPELLING::NAMES DISK_SPELLING::odd_names(const QString& folder)
-{
-    const auto known = m_odd_names.constFind(folder);
-    if (known != m_odd_names.constEnd())
-        return *known;
-    NAMES& names = m_odd_names[folder];
+    NAMES names;
     QDirIterator entries(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     while (entries.hasNext()) {
         entries.next();
@@ -74,33 +29,98 @@ DISK_SPELLING::NAMES DISK_SPELLING::odd_names(const QString& folder)
         if (lower != name)
             names[lower].append(name);
     }
-    for (QStringList& spellings : names)
-        spellings.sort();
     return names;
 }
 
-// The spellings that `name` can have in the folder: those that were seen there, and
-// lower case, which may be there or not. A name that nothing is like comes back as
-// it stands.
-QStringList DISK_SPELLING::candidates(const QString& folder, const QString& name)
+} // namespace
+
+QStringList DISK_SPELLING::all(const QString& root, const QString& rest)
 {
-    const QString lower = lower_case_by_letter(name);
-    QStringList spellings = odd_names(folder).value(lower);
-    if (spellings.isEmpty() && lower == name)
-        return QStringList(name);
-    spellings.append(lower);
-    spellings.sort();
-    return spellings;
+    const QMutexLocker lock(&m_mutex);
+    const int name_at = rest.lastIndexOf('/') + 1;
+    if (name_at == 0) // not below the root, but the root itself or beside it
+        return QFileInfo::exists(root + rest) ? QStringList(root + rest) : QStringList();
+    return children(folder(root, rest.leftRef(name_at - 1)), rest.mid(name_at), false);
 }
 
-QStringList DISK_SPELLING::children(const QStringList& folders, const QString& name, bool only_folders)
+QString DISK_SPELLING::place(const QString& root, const QString& rest)
 {
+    const QMutexLocker lock(&m_mutex);
+    int end = rest.lastIndexOf('/');
+    if (end < 0)
+        return root + rest;
+    const FOLDER& parent = folder(root, rest.leftRef(end));
+    const QString name = rest.mid(end + 1);
+    if (parent.places.size() == 1 && is_plainly_lower_case(QStringRef(&name)) &&
+        !parent.odd_names.first().contains(name))
+        return parent.places.first() + rest.midRef(end); // there or not
+    const QStringList found = children(parent, name, false, true);
+    if (!found.isEmpty())
+        return found.first();
+    while (end > 0 && folder(root, rest.leftRef(end)).places.isEmpty())
+        end = rest.lastIndexOf('/', end - 1);
+    return folder(root, rest.leftRef(qMax(end, 0))).places.first() + rest.midRef(qMax(end, 0));
+}
+
+void DISK_SPELLING::forget()
+{
+    const QMutexLocker lock(&m_mutex);
+    m_folders.clear();
+    m_last = nullptr;
+}
+
+// What `rest` stands for below the root, which itself counts as a folder, there or not.
+const DISK_SPELLING::FOLDER& DISK_SPELLING::folder(const QString& root, const QStringRef& rest)
+{
+    if (m_last && rest == m_last_rest && root == m_last_root)
+        return *m_last;
+    const QString lower = lower_case_by_letter(rest.toString());
+    int known = lower.size(); // so much of the way is remembered
+    while (known > 0 && !m_folders.contains(root + lower.leftRef(known)))
+        known = qMax(lower.lastIndexOf('/', known - 1), 0);
+    if (known == 0 && !m_folders.contains(root))
+        m_folders.insert(root, {QStringList(root), {read_odd_names(root)}});
+    while (known < lower.size()) {
+        const int next = lower.indexOf('/', known + 1);
+        const int end = next < 0 ? lower.size() : next;
+        const FOLDER above = m_folders.value(root + lower.leftRef(known));
+        m_folders.insert(root + lower.leftRef(end), sub_folder(above, lower.mid(known + 1, end - known - 1)));
+        known = end;
+    }
+    m_last_root = root;
+    m_last_rest = rest.toString();
+    m_last = &m_folders[root + lower];
+    return *m_last;
+}
+
+DISK_SPELLING::FOLDER DISK_SPELLING::sub_folder(const FOLDER& above, const QString& name)
+{
+    FOLDER result;
+    result.places = children(above, name, true);
+    for (const QString& place : qAsConst(result.places))
+        result.odd_names.append(read_odd_names(place));
+    return result;
+}
+
+// The places on disk that `name` stands for in a folder: the spellings that are there,
+// lower case among them.
+QStringList DISK_SPELLING::children(const FOLDER& folder, const QString& name, bool only_folders,
+                                    bool only_first)
+{
+    const QString lower = lower_case_by_letter(name);
     QStringList result;
-    for (const QString& folder : folders)
-        for (const QString& spelling : candidates(folder, name)) {
-            const QFileInfo found(folder + '/' + spelling);
-            if (only_folders ? found.isDir() : found.exists())
-                result.append(folder + '/' + spelling);
+    for (int i = 0; i < folder.places.size(); ++i) {
+        QStringList spellings = folder.odd_names.at(i).value(lower);
+        spellings.append(lower);
+        spellings.sort();
+        for (const QString& spelling : qAsConst(spellings)) {
+            const QString path = folder.places.at(i) + '/' + spelling;
+            const bool is_listed = spelling != lower; // then it is there, file or folder
+            if (only_folders ? QFileInfo(path).isDir() : is_listed || QFileInfo::exists(path))
+                result.append(path);
+            if (only_first && !result.isEmpty())
+                return result;
         }
+    }
     return result;
 }

@@ -3,6 +3,7 @@
 #include <QtCore/QHash>
 #include <QtCore/QMutex>
 #include <QtCore/QStringList>
+#include <QtCore/QVector>
 
 /// Finds the places on disk of texts that know no letter case, name by name.
 ///
@@ -29,12 +30,24 @@ public:
 private:
     using NAMES = QHash<QString, QStringList>; // names not in lower case, by their lower case
 
-    QStringList folders(const QString& root, const QString& rest);
-    NAMES odd_names(const QString& folder);
-    QStringList candidates(const QString& folder, const QString& name);
-    QStringList children(const QStringList& folders, const QString& name, bool only_folders);
+    // What a folder of the tree is on disk.
+    struct FOLDER
+    {
+        QStringList places;
+        QVector<NAMES> odd_names; // in each of them
+    };
 
-    QMutex m_mutex;                       // guards what is remembered
-    QHash<QString, QStringList> m_places; // folders on disk, by root and the rest in lower case
-    QHash<QString, NAMES> m_odd_names;    // by folder on disk
+    const FOLDER& folder(const QString& root, const QStringRef& rest);
+    FOLDER sub_folder(const FOLDER& above, const QString& name);
+    QStringList children(const FOLDER& folder, const QString& name, bool only_folders,
+                         bool only_first = false);
+
+    QMutex m_mutex;                   // guards what is remembered
+    QHash<QString, FOLDER> m_folders; // by root and the rest in lower case
+
+    // The folder that was asked for last: whoever asks for many files asks for those
+    // of a folder one after another.
+    QString m_last_root;
+    QString m_last_rest;
+    const FOLDER* m_last = nullptr;
 };

@@ -54,10 +54,16 @@ DISK_SPELLING& disk()
     return the_disk;
 }
 
+// The logical root of a path: what stands in front of its first slash.
+QStringRef logical_root(const QString& path)
+{
+    return path.leftRef(path.indexOf('/'));
+}
+
 // The part of a path that follows its logical root, with its slash.
 QString below_root(const QString& path)
 {
-    return path.mid(path.section('/', 0, 0).size());
+    return path.mid(logical_root(path).size());
 }
 
 } // namespace
@@ -100,7 +106,7 @@ QVector<PHYSICAL_PATH> PATHS::all()
 void PATHS::physical_paths(const LOGICAL_PATH& path, QVector<PHYSICAL_PATH>& out)
 {
     out.clear();
-    const QString logical = path.section('/', 0, 0);
+    const QStringRef logical = logical_root(path);
     for (const ROOT& root : state().roots)
         if (root.logical == logical)
             out += places_below(root.path, below_root(path));
@@ -109,7 +115,7 @@ void PATHS::physical_paths(const LOGICAL_PATH& path, QVector<PHYSICAL_PATH>& out
 PHYSICAL_PATH PATHS::physical_path(const LOGICAL_PATH& path)
 {
     const PHYSICAL_PATH target = target_path(path);
-    const QString logical = path.section('/', 0, 0);
+    const QStringRef logical = logical_root(path);
     for (const ROOT& root : state().roots) {
         if (!root.is_companion || root.logical != logical || QFileInfo::exists(target))
             continue;
@@ -122,7 +128,7 @@ PHYSICAL_PATH PATHS::physical_path(const LOGICAL_PATH& path)
 
 PHYSICAL_PATH PATHS::target_path(const LOGICAL_PATH& path)
 {
-    const QString logical = path.section('/', 0, 0);
+    const QStringRef logical = logical_root(path);
     for (const ROOT& root : state().roots)
         if (root.logical == logical && !root.is_companion)
             return PHYSICAL_PATH(disk().place(root.path, below_root(path)));
