@@ -1,22 +1,55 @@
 #include "contracts/paths/disk_spelling.h"
 
 #include <QtCore/QDirIterator>
+#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
 #include <algorithm>
 
 #include "contracts/paths/letter_case.h"
 
+#ifdef Q_OS_UNIX
+#include <dirent.h>
+#endif
+
 namespace {
 
-using NAMES = QHash<QString, QStringList>;
+using NAMES = QMultiHash<QString, QString>;
 
-bool is_plainly_lower_case(const QStringRef& text)
+// Text of QChar or of bytes.
+template <typename LETTER>
+bool is_plainly_lower_case(const LETTER* text, int size)
 {
-    return std::all_of(text.begin(), text.end(), [](QChar c) {
-        return c.unicode() < 0x80 && !(c.unicode() >= 'A' && c.unicode() <= 'Z');
+    return std::all_of(text, text + size, [](LETTER c) {
+        const ushort letter = QChar(c).unicode();
+        return letter < 0x80 && !(letter >= 'A' && letter <= 'Z');
     });
 }
+
+void note_name(const QString& name, NAMES& names)
+{
+    const QString lower = lower_case_by_letter(name);
+    if (lower != name && !name.contains(QChar::ReplacementCharacter)) // bytes that are no UTF-8
+        names.insert(lower, name);
+}
+
+#ifdef Q_OS_UNIX
+
+// Names alone; nothing is asked of the files.
+NAMES read_odd_names(const QString& folder)
+{
+    NAMES names;
+    DIR* const entries = opendir(QFile::encodeName(folder).constData());
+    while (const dirent* const entry = entries ? readdir(entries) : nullptr)
+        if (!is_plainly_lower_case(reinterpret_cast<const uchar*>(entry->d_name),
+                                   int(qstrlen(entry->d_name))))
+            note_name(QFile::decodeName(entry->d_name), names);
+    if (entries)
+        closedir(entries);
+    return names;
+}
+
+#else
 
 NAMES read_odd_names(const QString& folder)
 {
@@ -24,13 +57,12 @@ NAMES read_odd_names(const QString& folder)
     QDirIterator entries(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     while (entries.hasNext()) {
         entries.next();
-        const QString name = entries.fileName();
-        const QString lower = lower_case_by_letter(name);
-        if (lower != name)
-            names[lower].append(name);
+        note_name(entries.fileName(), names);
     }
     return names;
 }
+
+#endif
 
 } // namespace
 
@@ -51,9 +83,15 @@ QString DISK_SPELLING::place(const QString& root, const QString& rest)
         return root + rest;
     const FOLDER& parent = folder(root, rest.leftRef(end));
     const QString name = rest.mid(end + 1);
-    if (parent.places.size() == 1 && is_plainly_lower_case(QStringRef(&name)) &&
-        !parent.odd_names.first().contains(name))
-        return parent.places.first() + rest.midRef(end); // there or not
+    // The usual case in short: one folder, and one spelling at most, which sorts first.
+    if (parent.places.size() == 1 && is_plainly_lower_case(name.constData(), name.size())) {
+        const NAMES& names = parent.odd_names.first();
+        const auto odd = names.constFind(name);
+        if (odd == names.constEnd())
+            return parent.places.first() + rest.midRef(end); // there or not
+        if (names.count(name) == 1 && *odd < name)
+            return parent.places.first() + '/' + *odd;
+    }
     const QStringList found = children(parent, name, false, true);
     if (!found.isEmpty())
         return found.first();
@@ -110,7 +148,7 @@ QStringList DISK_SPELLING::children(const FOLDER& folder, const QString& name, b
     const QString lower = lower_case_by_letter(name);
     QStringList result;
     for (int i = 0; i < folder.places.size(); ++i) {
-        QStringList spellings = folder.odd_names.at(i).value(lower);
+        QStringList spellings = folder.odd_names.at(i).values(lower);
         spellings.append(lower);
         spellings.sort();
         for (const QString& spelling : qAsConst(spellings)) {

@@ -28,7 +28,7 @@ public:
     void forget();
 
 private:
-    using NAMES = QHash<QString, QStringList>; // names not in lower case, by their lower case
+    using NAMES = QMultiHash<QString, QString>; // names not in lower case, by their lower case
 
     // What a folder of the tree is on disk.
     struct FOLDER
