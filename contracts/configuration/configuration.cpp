@@ -5,8 +5,8 @@
 #include <QtCore/QSet>
 #include <QtCore/QXmlStreamWriter>
 
+#include "contracts/services/whole_file.h"
 #include "contracts/services/xml_file_reader.h"
-#include "contracts/services/xml_file_writer.h"
 
 // The format is described in docs/file-formats-configuration.md.
 
@@ -201,5 +201,5 @@ bool CONFIGURATION::save(const QString& path, bool only_if_changed) const
     const QByteArray text = text_of(*this);
     if (!comes_back(text))
         return false;
-    return (only_if_changed && holds(path, text)) || write_file_whole(path, text).isEmpty();
+    return (only_if_changed && holds(path, text)) || write_whole_file(path, text).isEmpty();
 }

@@ -11,8 +11,8 @@
 #include "contracts/rules/rule_file_edit.h"
 #include "contracts/rules/rule_file_format.h"
 #include "contracts/services/p4_connection.h"
+#include "contracts/services/whole_file.h"
 #include "contracts/services/xml_file_reader.h"
-#include "contracts/services/xml_file_writer.h"
 
 namespace {
 
@@ -278,7 +278,7 @@ QString RULE_FILES::write(RULE_FILE& file, const FILE_RULES& rules, P4_CONNECTIO
     if (cause.isEmpty())
         cause = make_writable(file.path, p4);
     if (cause.isEmpty()) // which begins with the path
-        cause = write_file_whole(file.path, text).mid(static_cast<const QString&>(file.path).size() + 2);
+        cause = write_whole_file(file.path, text).mid(static_cast<const QString&>(file.path).size() + 2);
     if (!cause.isEmpty())
         return cause;
     file.disk = fingerprint(text);

@@ -3,7 +3,6 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QSaveFile>
 
 #include <algorithm>
 #include <memory>
@@ -12,6 +11,7 @@
 #include "contracts/services/asset_graph_index.h"
 #include "contracts/services/asset_graph_problems.h"
 #include "contracts/services/asset_graph_reader.h"
+#include "contracts/services/whole_file.h"
 
 namespace QTSHARED {
 namespace {
@@ -146,18 +146,12 @@ bool ASSET_GRAPH::load_binary(const QString& path, QStringList& errors, bool kee
 
 bool ASSET_GRAPH::save_binary(const QString& path, QString& error) const
 {
-    const auto fail = [&](const QString& cause) {
-        error = QStringLiteral("%1: the asset graph cache can't be written: %2").arg(path, cause);
-        return false;
-    };
-    error.clear();
     const QByteArray bytes = pack_asset_graph(without_unused_names(m_state->graph));
-    if (bytes.isEmpty())
-        return fail(QStringLiteral("it would be larger than %1 bytes").arg(MAX_ASSET_GRAPH_CACHE_BYTES));
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        return fail(file.errorString());
-    return true;
+    error = bytes.isEmpty() ? QStringLiteral("%1: can't be written: it would be larger than %2 bytes")
+                                  .arg(path)
+                                  .arg(MAX_ASSET_GRAPH_CACHE_BYTES)
+                            : write_whole_file(path, bytes);
+    return error.isEmpty();
 }
 
 bool ASSET_GRAPH::add(const QString& agf_path, QString& error)

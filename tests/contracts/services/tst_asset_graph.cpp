@@ -413,9 +413,8 @@ private slots:
         SCENE graph;
         QString error;
         QVERIFY(!graph.save_binary(graph.path("none/asset_graph.bin"), error));
-        QVERIFY2(error.startsWith(graph.path("none/asset_graph.bin") +
-                                  ": the asset graph cache can't be written: "),
-                 qPrintable(error));
+        QCOMPARE(error,
+                 graph.path("none/asset_graph.bin") + ": can't be written: No such file or directory");
         QVERIFY(graph.save_binary(graph.path("asset_graph.bin"), error));
         QCOMPARE(error, QString());
     }
