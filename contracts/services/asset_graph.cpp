@@ -83,13 +83,13 @@ QString read_cache(const QString& path, ASSET_GRAPH_DATA& graph)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return file.errorString();
-    const qint64 size = file.size();
-    if (size > MAX_ASSET_GRAPH_CACHE_BYTES)
-        return QStringLiteral("it is larger than %1 bytes").arg(MAX_ASSET_GRAPH_CACHE_BYTES);
-    const QByteArray bytes = file.read(size); // as much is allocated, whatever is there
-    if (file.error() != QFile::NoError)
-        return file.errorString();
-    return unpack_asset_graph(bytes, graph);
+    const QByteArray header = file.peek(ASSET_GRAPH_CACHE_HEADER);
+    const QString fault =
+        file.error() == QFile::NoError ? asset_graph_header_fault(header, file.size()) : file.errorString();
+    if (!fault.isEmpty())
+        return fault;
+    const QByteArray bytes = file.read(file.size()); // as much is allocated, whatever is there
+    return file.error() == QFile::NoError ? unpack_asset_graph(bytes, graph) : file.errorString();
 }
 
 } // namespace

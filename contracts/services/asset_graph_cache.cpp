@@ -11,7 +11,7 @@ namespace {
 constexpr char MAGIC[] = "GOXAGRPH";
 constexpr int MAGIC_SIZE = 8;
 constexpr int CHECKSUM_SIZE = 20;
-constexpr int HEADER_SIZE = MAGIC_SIZE + 4 + 8 + CHECKSUM_SIZE;
+constexpr int HEADER_SIZE = ASSET_GRAPH_CACHE_HEADER;
 
 // The fewest bytes that an element of each list takes.
 constexpr int MIN_NAME = 4 + 1;
@@ -169,33 +169,38 @@ qint64 payload_size(const ASSET_GRAPH_DATA& graph)
     return size;
 }
 
-QString check_header(const QByteArray& bytes)
+bool has_right_checksum(const QByteArray& bytes)
+{
+    return bytes.mid(HEADER_SIZE - CHECKSUM_SIZE, CHECKSUM_SIZE) ==
+           checksum(bytes.constData() + HEADER_SIZE, bytes.size() - HEADER_SIZE);
+}
+
+} // namespace
+
+QString asset_graph_header_fault(const QByteArray& header, qint64 size)
 {
     const QByteArray magic(MAGIC, MAGIC_SIZE);
-    if (bytes.isEmpty())
+    if (header.isEmpty())
         return QStringLiteral("it is empty");
-    if (!magic.startsWith(bytes.left(MAGIC_SIZE)))
+    if (!magic.startsWith(header.left(MAGIC_SIZE)))
         return QStringLiteral("it is no asset graph cache");
-    if (bytes.size() < HEADER_SIZE)
-        return QStringLiteral("it is cut off after %1 bytes").arg(bytes.size());
-    const quint32 version = qFromLittleEndian<quint32>(bytes.constData() + MAGIC_SIZE);
+    if (header.size() < HEADER_SIZE)
+        return QStringLiteral("it is cut off after %1 bytes").arg(header.size());
+    const quint32 version = qFromLittleEndian<quint32>(header.constData() + MAGIC_SIZE);
     if (version != ASSET_GRAPH_CACHE_VERSION)
         return QStringLiteral("it has version %1, this program reads version %2")
             .arg(version)
             .arg(ASSET_GRAPH_CACHE_VERSION);
-    const quint64 length = qFromLittleEndian<quint64>(bytes.constData() + MAGIC_SIZE + 4);
-    const quint64 present = quint64(bytes.size() - HEADER_SIZE);
+    const quint64 length = qFromLittleEndian<quint64>(header.constData() + MAGIC_SIZE + 4);
+    const quint64 present = quint64(size - HEADER_SIZE);
     if (present < length)
-        return QStringLiteral("it is cut off after %1 bytes").arg(bytes.size());
+        return QStringLiteral("it is cut off after %1 bytes").arg(size);
     if (present > length)
         return QStringLiteral("it goes on behind its end");
-    if (bytes.mid(HEADER_SIZE - CHECKSUM_SIZE, CHECKSUM_SIZE) !=
-        checksum(bytes.constData() + HEADER_SIZE, int(present)))
-        return QStringLiteral("its checksum is wrong");
+    if (size > MAX_ASSET_GRAPH_CACHE_BYTES)
+        return QStringLiteral("it is larger than %1 bytes").arg(MAX_ASSET_GRAPH_CACHE_BYTES);
     return QString();
 }
-
-} // namespace
 
 QByteArray pack_asset_graph(const ASSET_GRAPH_DATA& graph)
 {
@@ -229,9 +234,11 @@ QByteArray pack_asset_graph(const ASSET_GRAPH_DATA& graph)
 
 QString unpack_asset_graph(const QByteArray& bytes, ASSET_GRAPH_DATA& graph)
 {
-    const QString cause = check_header(bytes);
+    const QString cause = asset_graph_header_fault(bytes.left(HEADER_SIZE), bytes.size());
     if (!cause.isEmpty())
         return cause;
+    if (!has_right_checksum(bytes))
+        return QStringLiteral("its checksum is wrong");
     ASSET_GRAPH_DATA result;
     PAYLOAD payload(bytes, HEADER_SIZE);
     unpack_names(payload, result);

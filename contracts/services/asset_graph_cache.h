@@ -22,9 +22,15 @@ namespace QTSHARED {
 
 constexpr quint32 ASSET_GRAPH_CACHE_VERSION = 1;
 constexpr qint64 MAX_ASSET_GRAPH_CACHE_BYTES = qint64(1) << 30;
+constexpr int ASSET_GRAPH_CACHE_HEADER = 8 + 4 + 8 + 20;
 
 /// The graph as the bytes of a cache file; empty when it is too large for one.
 QByteArray pack_asset_graph(const ASSET_GRAPH_DATA& graph);
+
+/// Why a file of `size` bytes that begins with `header` is no cache; empty when it
+/// may be one. `header` is what there is of the first ASSET_GRAPH_CACHE_HEADER
+/// bytes.
+QString asset_graph_header_fault(const QByteArray& header, qint64 size);
 
 /// Reads the bytes of a cache file into `graph`, which is left as it was when
 /// they are no whole and sound cache. The result is the cause then, without the

@@ -27,7 +27,7 @@ GOX_CONTRACTS_EXPORT QString write_whole_file(const QString& path, const QByteAr
 
 /// The first half of write_whole_file, for files that have to change together:
 /// `file` is opened and holds `bytes`, and its `commit` puts it in place.
-QString prepare_whole_file(QSaveFile& file, const QByteArray& bytes);
+GOX_CONTRACTS_EXPORT QString prepare_whole_file(QSaveFile& file, const QByteArray& bytes);
 
 /// For targets, which can be built again: does not wait for the disk. After a
 /// power cut a target that was written in the last minute can be the old one, or

@@ -364,6 +364,25 @@ private slots:
         QCOMPARE(graph.text(), before);
     }
 
+#ifdef Q_OS_LINUX
+    // How much is read is asked of the system.
+    void wrong_file_is_not_read_whole()
+    {
+        const auto read_so_far = [] {
+            return FILES::bytes("/proc/self/io").mid(7).split('\n').first().toLongLong();
+        };
+        constexpr qint64 MEGABYTE = 1 << 20;
+        SCENE graph;
+        QFile large(graph.path("large.bin"));
+        QVERIFY(large.open(QIODevice::WriteOnly) && large.write("BM") == 2 && large.resize(512 * MEGABYTE));
+        QStringList errors;
+        const qint64 before = read_so_far();
+        QVERIFY(!graph.load_binary(large.fileName(), errors, false));
+        QVERIFY(read_so_far() - before < MEGABYTE);
+        QVERIFY2(errors.value(0).endsWith(": it is no asset graph cache"), qPrintable(errors.value(0)));
+    }
+#endif
+
     void ignores_false_cache_data()
     {
         const QByteArray names = number(1) + number(1) + "a";
@@ -413,8 +432,7 @@ private slots:
         SCENE graph;
         QString error;
         QVERIFY(!graph.save_binary(graph.path("none/asset_graph.bin"), error));
-        QCOMPARE(error,
-                 graph.path("none/asset_graph.bin") + ": can't be written: No such file or directory");
+        QCOMPARE(error, graph.path("none/asset_graph.bin") + ": can't be written: No such file or directory");
         QVERIFY(graph.save_binary(graph.path("asset_graph.bin"), error));
         QCOMPARE(error, QString());
     }
