@@ -79,6 +79,22 @@ QStringList RULE_CACHE::folders_without_files() const
 
 RULE RULE_CACHE::get(const LOGICAL_PATH& path, const QString& name) const
 {
+    return walk(path, name, nullptr);
+}
+
+QDateTime RULE_CACHE::last_change(const LOGICAL_PATH& path, const QString& name) const
+{
+    QDateTime latest;
+    walk(path, name, &latest);
+    return latest;
+}
+
+RULE RULE_CACHE::walk(const LOGICAL_PATH& path, const QString& name, QDateTime* last_change) const
+{
+    const auto note = [&](const QString& folder) {
+        if (last_change)
+            *last_change = qMax(*last_change, m_files->last_change(folder));
+    };
     RULE result;
     const QString& text = path;
     const QString kind = '*' + name.toLower();
@@ -87,11 +103,13 @@ RULE RULE_CACHE::get(const LOGICAL_PATH& path, const QString& name) const
     const bool is_indexed = rules.isSharedWith(m_indexed);
     for (int end = text.lastIndexOf('/'); end > 0; end = text.lastIndexOf('/', end - 1)) {
         const QString folder = text.left(end).toLower();
+        note(folder);
         if (is_indexed && !m_rule_folders.contains(folder))
             continue;
         if (!resolve(folder + kind, text.mid(end + 1), result))
             return result;
     }
+    note(global_folder());
     resolve(global_folder() + kind, text, result);
     return result;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QDateTime>
 #include <QtCore/QMap>
 #include <QtCore/QScopedPointer>
 #include <QtCore/QSet>
@@ -67,6 +68,18 @@ public:
     /// sets it, and a rule without `inherit_properties` ends the walk.
     RULE get(const LOGICAL_PATH& path, const QString& name) const;
 
+    /// When the answer of `get` may have changed last: the latest modification
+    /// time of the rule files that `get` goes through for it, those of folders
+    /// and global ones, whatever stands in them now, as they were when they were
+    /// read. UTC; null when there is none. What an action gives as its `stamp`.
+    ///
+    /// A file counts whichever kinds of rule it holds, so that a rule that was
+    /// taken out of it is noticed; an edit of another kind in the same file looks
+    /// like a change too. Not noticed are a rule file that was removed, a
+    /// configuration that names other global files, and a file that was put back
+    /// with an old date.
+    QDateTime last_change(const LOGICAL_PATH& path, const QString& name) const;
+
     /// Writes each rule file whose rules have changed, whole or not at all;
     /// others are not touched. A rule goes to the file that it came from, a new
     /// one to the "rules.gox" of its folder. In a file that is written, only the
@@ -91,6 +104,7 @@ private:
     Q_DISABLE_COPY(RULE_CACHE)
 
     QString add_file(const PHYSICAL_PATH& file, const LOGICAL_PATH& folder);
+    RULE walk(const LOGICAL_PATH& path, const QString& name, QDateTime* last_change) const;
     bool resolve(const QString& key, const QString& path_below, RULE& result) const;
 
     QScopedPointer<RULE_FILES> m_files;         // where the rules came from

@@ -127,6 +127,8 @@ QString RULE_FILES::read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, 
     if (known != NO_FILE && m_files.at(known).unreadable.isEmpty())
         return QStringLiteral("%1: the file has been read already").arg(path);
 
+    QDateTime& last_change = m_last_change[static_cast<const QString&>(folder).toLower()];
+    last_change = qMax(last_change, QFileInfo(path).lastModified().toUTC());
     RULE_FILE file;
     file.path = path;
     file.folder = folder;

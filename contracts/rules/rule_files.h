@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QByteArray>
+#include <QtCore/QDateTime>
 #include <QtCore/QHash>
 #include <QtCore/QMap>
 #include <QtCore/QString>
@@ -22,6 +23,10 @@ public:
     /// Reads a file whose rules belong to the logical folder `folder`. The new
     /// rules, oldest first, come in `rules` and are the caller's; none on error.
     QString read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, QVector<CACHED_RULE*>& rules);
+
+    /// Since when the files of `folder`, in lower case, are as they were when they
+    /// were read; UTC, null when there is none.
+    QDateTime last_change(const QString& folder) const { return m_last_change.value(folder); }
 
     /// What RULE_CACHE::save says.
     QString save(const QMultiMap<QString, CACHED_RULE*>& rules, P4_CONNECTION& p4);
@@ -48,5 +53,6 @@ private:
     QVector<RULE_FILE> m_files;
     QHash<PHYSICAL_PATH, int> m_by_path;     // index in m_files
     QHash<const CACHED_RULE*, int> m_origin; // index in m_files
+    QHash<QString, QDateTime> m_last_change; // by logical folder
     QHash<QString, int> m_file_of_folder;    // logical folder to the file met last, global ones left out
 };

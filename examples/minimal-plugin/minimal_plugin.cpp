@@ -1,10 +1,9 @@
 #include "minimal_plugin.h"
 
-#include <QtCore/QSaveFile>
-
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/processor_interface.h"
 #include "contracts/paths/paths.h"
+#include "contracts/services/whole_file.h"
 #include "session/file_entry.h"
 
 namespace {
@@ -21,19 +20,17 @@ public:
     {
         ACTION_TARGET target;
         target.logical_path = LOGICAL_PATH(QStringLiteral("<working>/greeting.txt"));
-        target.physical_path = PATHS::physical_path(target.logical_path);
+        target.physical_path = PATHS::target_path(target.logical_path);
         targets.append(target);
     }
 
     int execute(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override
     {
-        QSaveFile file(target_files.firstKey()->physical);
-        if (!file.open(QIODevice::WriteOnly) || file.write("Hello!\n") < 0 || !file.commit()) {
-            add_output_line(
-                QStringLiteral("%1 can't be written: %2").arg(file.fileName(), file.errorString()));
-            return ACTION_FAILED;
-        }
-        return ACTION_SUCCEEDED;
+        const QString error = write_target(target_files.firstKey()->physical, "Hello!\n");
+        if (error.isEmpty())
+            return ACTION_SUCCEEDED;
+        add_output_line(error);
+        return ACTION_FAILED;
     }
 };
 

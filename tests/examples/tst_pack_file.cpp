@@ -3,6 +3,7 @@
 
 #include "examples/plugins/packs/pack_file.h"
 #include "tests/support/files.h"
+#include "tests/support/full_disk.h"
 #include "tests/support/rows.h"
 #include "tests/support/watched_test.h"
 
@@ -24,7 +25,7 @@ QByteArray noise(int size)
 
 } // namespace
 
-using FAILURES = ROWS<PACK_MEMBER, bool, QString>; // member, stop, error
+using FAILURES = ROWS<PACK_MEMBER, QString, QString>; // member, what is in the way, error
 
 class tst_pack_file : public WATCHED_TEST
 {
@@ -51,22 +52,32 @@ private slots:
     void failures_leave_the_former_pack_data()
     {
         const FAILURES row;
-        row("stopped", PACK_MEMBER{"new", QString(), noise(1000)}, true,
-            "%1/a.zip can't be written: Operation cancelled");
-        row("member missing", PACK_MEMBER{"new", "%1/none", QByteArray()}, false,
+        const PACK_MEMBER good{"new", QString(), noise(1000)};
+        row("stopped", good, "stop", "%1/a.zip: can't be written: Operation cancelled");
+        row("member missing", PACK_MEMBER{"new", "%1/none", QByteArray()}, "",
             "%1/none can't be read: No such file or directory");
-        row("member twice", PACK_MEMBER{"old", QString(), "again"}, false,
-            "%1/a.zip can't be written: File already exists");
+        row("member twice", PACK_MEMBER{"old", QString(), "again"}, "",
+            "%1/a.zip: can't be written: File already exists");
+        row("read-only", good, "lock", "%1/a.zip: can't be written: it is read-only");
+#ifdef Q_OS_UNIX
+        row("full disk", good, "disk", "%1/a.zip: can't be written: ");
+#endif
     }
     void failures_leave_the_former_pack()
     {
-        auto [member, stop, error] = FAILURES::values();
+        auto [member, in_the_way, error] = FAILURES::values();
         const QString path = m_folder->filePath(QStringLiteral("a.zip"));
         FILES::write(path, "former");
         member.path.replace(QLatin1String("%1"), m_folder->path());
-        m_stop = stop;
-        QCOMPARE(write_pack(path, {{"old", QString(), "old"}, member}, {m_progress, 50, m_stop}),
-                 error.arg(m_folder->path()));
+        m_stop = in_the_way == "stop";
+        if (in_the_way == "lock")
+            QVERIFY(QFile::setPermissions(path, QFile::ReadOwner));
+        QString told;
+        {
+            const FULL_DISK disk(in_the_way == "disk");
+            told = write_pack(path, {{"old", QString(), "old"}, member}, {m_progress, 50, m_stop});
+        }
+        QVERIFY2(told.startsWith(error.arg(m_folder->path())), qPrintable(told));
         QCOMPARE(FILES::bytes(path), QByteArray("former"));
         QCOMPARE(FILES::below(m_folder->path()), QStringList{QStringLiteral("a.zip")});
     }

@@ -9,6 +9,7 @@
 #include "examples/plugins/textures/textures_processor.h"
 #include "session/file_entry.h"
 #include "tests/contracts/rules/rule_cache_holder.h"
+#include "tests/session/step_scene.h"
 #include "tests/support/files.h"
 #include "tests/support/temporary_tree.h"
 #include "tests/support/watched_test.h"
@@ -34,6 +35,7 @@ private slots:
                       "<rules><rule name='Texture' inherit='true'><property "
                       "name='Format'>grey8</property></rule></rules>",
                       FILES::hour(5));
+        m_tree->write("tool/GOX/x.rules.gox", "<rules/>", FILES::hour(6));
         m_tree->make_folder("working_data/Wood");
         QImage image(64, 64, QImage::Format_RGB32);
         image.fill(Qt::white);
@@ -41,6 +43,7 @@ private slots:
         QVERIFY(PATHS::initialise(m_tree->path("tool")));
         QCOMPARE(m_rules->add(*m_tree, "raw_data/textures/rules.gox"), QString());
         QCOMPARE(m_rules->add(*m_tree, "raw_data/textures/Wood/rules.gox"), QString());
+        QCOMPARE(m_rules->add_global(*m_tree, "tool/GOX/x.rules.gox"), QString());
         m_picture.physical = PHYSICAL_PATH(m_tree->path("raw_data/textures/Wood/Oak.PNG"));
         m_files = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>();
         for (const char* name :
@@ -71,7 +74,23 @@ private slots:
         QCOMPARE(QString(m_targets.first().logical_path), QStringLiteral("<working>/wood/oak.tex"));
         QCOMPARE(QString(m_texture.physical), m_tree->path("working_data/Wood/Oak.tex"));
         QVERIFY(m_targets.first().intermediate);
-        QCOMPARE(m_stamp, FILES::hour(5)); // of the newer of the two rule files
+        QCOMPARE(m_stamp, FILES::hour(6)); // of the newest of the rule files
+    }
+
+    // A configuration that names this processor alone scans what it asks for.
+    void texture_is_found_up_to_date()
+    {
+        STEP_SCENE scene;
+        scene.configuration.processors = {"Textures"};
+        scene.session->processors.append(&m_processor);
+        scene.tree.write("raw_data/textures/Wood/Oak.PNG", "picture", FILES::hour(2));
+        scene.tree.write("raw_data/textures/Wood/Elm.PNG", "picture", FILES::hour(4));
+        scene.tree.write("working_data/Wood/Oak.tex", "texture", FILES::hour(3));
+        scene.tree.write("working_data/Wood/Elm.tex", "texture", FILES::hour(3));
+        scene.session->calculate_directories();
+        QVERIFY(scene.start_up());
+        QVERIFY(!scene.file("<working>/wood/oak.tex")->out_of_date_target);
+        QVERIFY(scene.file("<working>/wood/elm.tex")->out_of_date_target);
     }
 
     void stopped_and_run_again()
@@ -116,5 +135,5 @@ private:
     QDateTime m_stamp;
 };
 
-QTEST_GUILESS_MAIN(tst_texture_action)
+QTEST_MAIN(tst_texture_action)
 #include "tst_texture_action.moc"

@@ -246,7 +246,7 @@ private slots:
 
         TEXTURE_FILE nowhere(folder.filePath(QStringLiteral("none/a.tex")), TEXTURE_FORMAT::GREY8);
         QVERIFY(!nowhere.open({QSize(1, 1)}));
-        QVERIFY2(nowhere.error().contains(QStringLiteral("none/a.tex can't be written: ")),
+        QVERIFY2(nowhere.error().contains(QStringLiteral("none/a.tex: can't be written: ")),
                  qPrintable(nowhere.error()));
     }
 };

@@ -119,7 +119,8 @@ public:
     bool start_up()
     {
         QTextStream log(&log_text);
-        session->directories = PATHS::all();
+        if (session->directories.isEmpty())
+            session->directories = PATHS::all();
         if (!session->scan_local_files(log))
             return false;
         session->load_rule_files();

@@ -47,7 +47,7 @@ void PACK_ACTION::collect_files(QVector<LOGICAL_PATH>& inputs, QVector<ACTION_TA
 
     ACTION_TARGET target;
     target.logical_path = m_target;
-    target.physical_path = PATHS::physical_path(m_target);
+    target.physical_path = PATHS::target_path(m_target);
     targets.append(target);
 }
 

@@ -6,6 +6,8 @@
 
 #include <memory>
 
+#include "contracts/services/whole_file.h"
+
 namespace {
 
 // The first moment that a zip file can name: 1 January 1980, 0:00.
@@ -21,14 +23,14 @@ QString open_error(const QString& path, int code)
     zip_error_t error;
     zip_error_init_with_code(&error, code);
     const QString text =
-        QStringLiteral("%1 can't be written: %2").arg(path, QString::fromUtf8(zip_error_strerror(&error)));
+        QStringLiteral("%1: can't be written: %2").arg(path, QString::fromUtf8(zip_error_strerror(&error)));
     zip_error_fini(&error);
     return text;
 }
 
 QString archive_error(const QString& path, zip_t* archive)
 {
-    return QStringLiteral("%1 can't be written: %2").arg(path, QString::fromUtf8(zip_strerror(archive)));
+    return QStringLiteral("%1: can't be written: %2").arg(path, QString::fromUtf8(zip_strerror(archive)));
 }
 
 // libzip opens its files late and does not say which one was to blame.
@@ -82,12 +84,12 @@ bool register_callbacks(zip_t* archive, const PACK_PROGRESS& progress)
            zip_register_cancel_callback_with_state(archive, is_stopped, nullptr, data) == 0;
 }
 
-} // namespace
-
-QString write_pack(const QString& path, const QVector<PACK_MEMBER>& members, const PACK_PROGRESS& progress)
+// `path` is for messages alone.
+QString write_archive(const QString& temporary, const QString& path, const QVector<PACK_MEMBER>& members,
+                      const PACK_PROGRESS& progress)
 {
     int code = 0;
-    ARCHIVE archive(zip_open(path.toUtf8().constData(), ZIP_CREATE | ZIP_TRUNCATE, &code), &zip_discard);
+    ARCHIVE archive(zip_open(temporary.toUtf8().constData(), ZIP_CREATE | ZIP_TRUNCATE, &code), &zip_discard);
     if (!archive)
         return open_error(path, code);
     for (const PACK_MEMBER& member : members) {
@@ -101,4 +103,16 @@ QString write_pack(const QString& path, const QVector<PACK_MEMBER>& members, con
         return archive_error(path, archive.get());
     archive.release(); // closed, and with that gone
     return {};
+}
+
+} // namespace
+
+// libzip would put a pack in the place of a read-only one, and of a link.
+QString write_pack(const QString& path, const QVector<PACK_MEMBER>& members, const PACK_PROGRESS& progress)
+{
+    TARGET_FILE file(path);
+    const QString temporary = file.temporary_path();
+    const QString error =
+        temporary.isEmpty() ? file.error() : write_archive(temporary, path, members, progress);
+    return error.isEmpty() ? file.commit() : error;
 }

@@ -1,7 +1,5 @@
 #include "textures/texture_action.h"
 
-#include <QtCore/QFileInfo>
-
 #include <exception>
 #include <utility>
 
@@ -14,19 +12,6 @@
 namespace {
 
 const int PROGRESS_STEPS = 100;
-
-// A changed rule outdates the textures made by it, so the files that the values
-// come from count.
-QDateTime newest_rule_file(const RULE& rule)
-{
-    QSet<QString> folders;
-    for (const RULE_VALUE& value : rule.values)
-        folders.insert(value.origin->physical_path);
-    QDateTime newest;
-    for (const QString& folder : qAsConst(folders))
-        newest = qMax(newest, QFileInfo(folder + QStringLiteral("/rules.gox")).lastModified().toUTC());
-    return newest;
-}
 
 } // namespace
 
@@ -65,9 +50,8 @@ void TEXTURE_ACTION::collect_files(QVector<LOGICAL_PATH>& inputs, QVector<ACTION
     target.intermediate = true; // a pack is as old as the pictures, whenever they were converted
     targets.append(target);
 
-    const RULE rule = rules.get(m_source, TEXTURE_RULE);
-    stamp = newest_rule_file(rule);
-    const QString error = read_texture_rule(rule, m_settings);
+    stamp = rules.last_change(m_source, TEXTURE_RULE); // a changed rule outdates the texture
+    const QString error = read_texture_rule(rules.get(m_source, TEXTURE_RULE), m_settings);
     if (!error.isEmpty())
         preset_errors.append(error);
 }

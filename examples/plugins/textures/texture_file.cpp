@@ -45,8 +45,6 @@ TEXTURE_FILE::TEXTURE_FILE(const QString& path, TEXTURE_FORMAT format) : m_file(
 
 bool TEXTURE_FILE::open(const QVector<QSize>& levels)
 {
-    if (!m_file.open(QIODevice::WriteOnly))
-        return false;
     quint64 bytes = 0;
     for (const QSize& level : levels)
         bytes += quint64(level.width()) * quint64(level.height()) * quint64(bytes_of_pixel(m_format));
@@ -72,10 +70,5 @@ bool TEXTURE_FILE::write_row(const QImage& image, int row)
 
 bool TEXTURE_FILE::commit()
 {
-    return m_file.commit();
-}
-
-QString TEXTURE_FILE::error() const
-{
-    return QStringLiteral("%1 can't be written: %2").arg(m_file.fileName(), m_file.errorString());
+    return m_file.commit().isEmpty();
 }

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <QtCore/QSaveFile>
 #include <QtCore/QString>
 #include <QtCore/QVector>
 #include <QtGui/QImage>
+
+#include "contracts/services/whole_file.h"
 
 /// How a texture keeps its pixels; the values stand in the file.
 enum class TEXTURE_FORMAT : quint16
@@ -43,10 +44,10 @@ public:
     bool commit();
 
     /// What went wrong, with the path.
-    QString error() const;
+    const QString& error() const { return m_file.error(); }
 
 private:
-    QSaveFile m_file;
+    TARGET_FILE m_file;
     const TEXTURE_FORMAT m_format;
     QByteArray m_row; // kept between rows
 };

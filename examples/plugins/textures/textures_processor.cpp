@@ -10,6 +10,7 @@
 namespace {
 
 const QString PICTURES = QStringLiteral("<raw>/textures");
+const QString TEXTURES = QStringLiteral("<working>"); // there a folder for each one of the pictures
 
 bool is_picture(const QString& path)
 {
@@ -43,7 +44,7 @@ int TEXTURES_PROCESSOR::order_number()
 
 QVector<QString> TEXTURES_PROCESSOR::scan_directories()
 {
-    return {PICTURES};
+    return {PICTURES, TEXTURES}; // a texture that is not scanned counts as missing, so as out of date
 }
 
 QVector<ACTION_INTERFACE*> TEXTURES_PROCESSOR::collect_actions(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files,

@@ -105,6 +105,35 @@ private slots:
         QCOMPARE(cache.answer(path), answer);
     }
 
+    void tells_the_last_change()
+    {
+        const TEMPORARY_TREE tree;
+        QVERIFY(PATHS::initialise(tree.path("tool")));
+        RULE_CACHE_HOLDER cache;
+        const auto add = [&](const QString& file, const QByteArray& rules, int hour) {
+            tree.write(file, "<rules>" + rules + "</rules>", FILES::hour(hour));
+            return file.startsWith("tool/") ? cache.add_global(tree, file) : cache.add(tree, file);
+        };
+        QCOMPARE(add("raw_data/rules.gox", rule_xml("Texture a=1"), 3) +
+                     add("raw_data/Unit/rules.gox", "", 5) + // the rule in it was taken out
+                     add("raw_data/Unit/deep/rules.gox", rule_xml("Sound+ a=1"), 4) +
+                     add("raw_data/other/rules.gox", rule_xml("Texture a=1"), 9) +
+                     add("tool/GOX/1.rules.gox", rule_xml("Texture a=1"), 7) +
+                     add("tool/GOX/2.rules.gox", rule_xml("Texture a=1"), 6),
+                 QString());
+        const auto hour = [&](const char* path, const char* kind = "tEXTURE") {
+            return FILES::hour(0).secsTo(cache->last_change(LOGICAL_PATH(path), kind)) / 3600.;
+        };
+        for (int i = 0; i < 2; ++i) {
+            QCOMPARE(hour("<raw>/x"), 3.); // its rule ends the walk
+            QCOMPARE(hour("<raw>/unit/deep/x"), 5.);
+            QCOMPARE(hour("<raw>/unit/deep/x", "Sound"), 7.);
+            QCOMPARE(hour("<working>/x"), 7.);
+            cache->validate_cache(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>());
+        }
+        QVERIFY(RULE_CACHE_HOLDER()->last_change(LOGICAL_PATH("<raw>/x"), "Texture").isNull());
+    }
+
     void names_the_origin()
     {
         RULE_CACHE_HOLDER cache;
