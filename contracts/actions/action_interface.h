@@ -42,7 +42,9 @@ enum ACTION_STATE : int
 /// One buildable step: it reads some files, writes others and can be run.
 ///
 /// A processor makes its actions with `new`; the program owns them from then on
-/// and deletes those that a run without retail output drops. What is called on
+/// and deletes those that a run without retail output drops, right after their
+/// `collect_files`: who keeps pointers to actions asks `providers` of a file
+/// instead, or forgets them in the destructor. What is called on
 /// the build thread says so; everything else runs on the GUI thread, and no
 /// build runs then. While a build runs the GUI thread reads `state`, the two
 /// progress members and `display_text`, and `output` of actions that are not
@@ -62,7 +64,8 @@ public:
     QVector<ACTION_INTERFACE*> pulls;            ///< what selecting this action carries along
     QVector<ACTION_INTERFACE*> pulled_by;        ///< whose selection carries this action along
     QVector<FILE_ENTRY*> input_files;            ///< files that it reads and that exist in the file map
-    QMap<FILE_ENTRY*, PHYSICAL_PATH> target_files; ///< files that it writes, with the path to write each to
+    QMap<FILE_ENTRY*, PHYSICAL_PATH> target_files; ///< files that it writes, each with the path that
+                                                   ///< collect_files gave; see `execute`
     int progress_total = 0;                        ///< units of work in all; set by the action
     int progress_current = 0;   ///< units done; set by the action, and to the total at the end
     int selection_count = 0;    ///< selected when at least 1
@@ -95,7 +98,8 @@ public:
 
     /// Says what the action reads and writes, and since when its own logic is
     /// valid: a `stamp` newer than the targets makes them out of date; leave it
-    /// null when there is nothing to say. All three come in empty.
+    /// null when there is nothing to say. All three come in empty. Targets belong
+    /// where PATHS::target_path says.
     virtual void collect_files(QVector<LOGICAL_PATH>& inputs, QVector<ACTION_TARGET>& targets,
                                QDateTime& stamp, LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files,
                                RULE_CACHE& rules) = 0;
@@ -105,7 +109,10 @@ public:
     virtual void resolve_dependencies(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files, RULE_CACHE& rules);
 
     /// Does the work and returns an ACTION_STATE: 2, 3, 4 or 6. Runs on the
-    /// build thread; the folders of the targets exist by then.
+    /// build thread. A target is written to FILE_ENTRY::physical of its key in
+    /// `target_files`, the path of collect_files in the letter case that the disk
+    /// has for it; its folder exists by then. It is called whether or not the
+    /// targets are out of date.
     virtual int execute(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files, RULE_CACHE& rules) = 0;
 
     /// True, the default, when a failed dependency must stop this action. Build
@@ -113,7 +120,9 @@ public:
     virtual bool checks_dependencies();
 
     /// Asked when review_needed is set and `execute` gave 2: true makes the
-    /// state 4, false, the default, makes it 3. Build thread.
+    /// state 4, false, the default, makes it 3. The targets are written by then,
+    /// so an answer of true takes them away first, else the next run takes them
+    /// for good ones. Build thread, right after `execute`.
     virtual bool review_is_failure();
 
     /// Makes `other` a dependency of this action, once, and never of itself.

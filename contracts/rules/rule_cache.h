@@ -29,7 +29,8 @@ class GOX_CONTRACTS_EXPORT RULE_CACHE
 public:
     /// Key: `rule_key` of folder and kind. The cache owns the rules. Rules with
     /// equal keys stand newest first, both in a walk and in `values(key)`; seen
-    /// as a list, the first is the oldest.
+    /// as a list, the first is the oldest. Who only reads walks from `cbegin`: a
+    /// `begin` copies the whole map, and `get` is slow from then on.
     QMultiMap<QString, CACHED_RULE*> rules;
 
     /// Set by the rule editor on every edit and never cleared: the files of the

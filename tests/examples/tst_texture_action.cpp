@@ -73,7 +73,6 @@ private slots:
         QCOMPARE(m_inputs, QVector<LOGICAL_PATH>{LOGICAL_PATH("<raw>/textures/wood/oak.png")});
         QCOMPARE(QString(m_targets.first().logical_path), QStringLiteral("<working>/wood/oak.tex"));
         QCOMPARE(QString(m_texture.physical), m_tree->path("working_data/Wood/Oak.tex"));
-        QVERIFY(m_targets.first().intermediate);
         QCOMPARE(m_stamp, FILES::hour(6)); // of the newest of the rule files
     }
 
@@ -83,14 +82,18 @@ private slots:
         STEP_SCENE scene;
         scene.configuration.processors = {"Textures"};
         scene.session->processors.append(&m_processor);
+        scene.add_processor("Packs")->add("pack", {"<working>/ruled/elm.tex"}, "<working>/elm.zip");
         scene.tree.write("raw_data/textures/Wood/Oak.PNG", "picture", FILES::hour(2));
-        scene.tree.write("raw_data/textures/Wood/Elm.PNG", "picture", FILES::hour(4));
+        scene.tree.write("raw_data/textures/Ruled/Elm.PNG", "picture", FILES::hour(2));
+        scene.tree.write("raw_data/textures/Ruled/rules.gox", "<rules/>", FILES::hour(4));
         scene.tree.write("working_data/Wood/Oak.tex", "texture", FILES::hour(3));
-        scene.tree.write("working_data/Wood/Elm.tex", "texture", FILES::hour(3));
+        scene.tree.write("working_data/Ruled/Elm.tex", "texture", FILES::hour(3));
+        scene.tree.write("working_data/elm.zip", "pack", FILES::hour(5));
         scene.session->calculate_directories();
         QVERIFY(scene.start_up());
         QVERIFY(!scene.file("<working>/wood/oak.tex")->out_of_date_target);
-        QVERIFY(scene.file("<working>/wood/elm.tex")->out_of_date_target);
+        QVERIFY(scene.file("<working>/ruled/elm.tex")->out_of_date_target);
+        QVERIFY(scene.file("<working>/elm.zip")->out_of_date_target); // though younger than the picture
     }
 
     void stopped_and_run_again()

@@ -47,7 +47,6 @@ void TEXTURE_ACTION::collect_files(QVector<LOGICAL_PATH>& inputs, QVector<ACTION
     ACTION_TARGET target;
     target.physical_path = m_target;
     target.logical_path = PATHS::logical_path(m_target);
-    target.intermediate = true; // a pack is as old as the pictures, whenever they were converted
     targets.append(target);
 
     stamp = rules.last_change(m_source, TEXTURE_RULE); // a changed rule outdates the texture
