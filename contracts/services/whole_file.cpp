@@ -32,10 +32,12 @@ QString behind_links(const QString& path)
 }
 
 // The rights themselves are looked at: an administrator may write to everything.
-bool is_read_only(const QFileInfo& file)
+QString why_not_writable(const QFileInfo& file)
 {
     constexpr auto ANYBODY = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
-    return !(file.permissions() & ANYBODY) || !file.isWritable();
+    if (!(file.permissions() & ANYBODY))
+        return QStringLiteral("it is read-only");
+    return file.isWritable() ? QString() : QStringLiteral("it belongs to somebody else");
 }
 
 QString why_not_replaceable(const QString& place)
@@ -47,7 +49,7 @@ QString why_not_replaceable(const QString& place)
         return QString();
     if (!file.isFile())
         return file.isDir() ? QStringLiteral("it is a folder") : QStringLiteral("it is no ordinary file");
-    return is_read_only(file) ? QStringLiteral("it is read-only") : QString();
+    return why_not_writable(file);
 }
 
 // A disk that took a part says why it takes no more when it is asked again.

@@ -209,7 +209,7 @@ private slots:
             "<raw>/textures/units/knight.png and <raw>/textures/units/knight.tga would both become "
             "<working>/units/knight.tex; rename one of them.\n");
         row("pack that can't be written", "retail_build/ui.zip/in the way", "", "<retail>/ui.zip",
-            "%1/retail_build/ui.zip: can't be written: it is a folder\n");
+            "%1/retail_build/ui.zip: can't be written: it is a folder");
         row("broken table", "raw_data/db/packs.xml", "<table", "<retail>/ui.zip", "%1/raw_data/db/packs.xml");
     }
     // A file that is in the way, and what the action that meets it says. All that
