@@ -12,6 +12,7 @@
 #include <cmath>
 
 #include "contracts/services/plain_message_box.h"
+#include "contracts/services/plain_tool_tip.h"
 #include "graph/picture_files.h"
 
 namespace {
@@ -334,7 +335,7 @@ bool GRAPHVIZ_VIEWER_WIDGET::event(QEvent* event)
         QToolTip::hideText();
     else
         QToolTip::showText(help->globalPos(),
-                           picture()->nodes.at(node).text.left(LONGEST_TIP).toHtmlEscaped(), this);
+                           plain_tool_tip(picture()->nodes.at(node).text.left(LONGEST_TIP)), this);
     return true;
 }
 

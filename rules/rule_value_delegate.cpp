@@ -7,6 +7,8 @@
 
 #include <limits>
 
+#include "contracts/services/plain_tool_tip.h"
+
 namespace {
 
 constexpr int MOST_LETTERS_IN_CELL = 1000;
@@ -59,16 +61,12 @@ void RULE_VALUE_DELEGATE::setModelData(QWidget* editor, QAbstractItemModel* mode
     model->setData(index, text);
 }
 
-// Qt would take a text with "<" in it for markup, and not break the lines of any other.
 bool RULE_VALUE_DELEGATE::helpEvent(QHelpEvent* event, QAbstractItemView* view,
                                     const QStyleOptionViewItem& option, const QModelIndex& index)
 {
     if (event->type() != QEvent::ToolTip)
         return QStyledItemDelegate::helpEvent(event, view, option, index);
-    const QString text = index.data(Qt::ToolTipRole).toString();
-    const QString markup =
-        QStringLiteral("<p style=\"white-space: pre-wrap\">%1</p>").arg(text.toHtmlEscaped());
-    QToolTip::showText(event->globalPos(), text.isEmpty() ? QString() : markup, view);
+    QToolTip::showText(event->globalPos(), plain_tool_tip(index.data(Qt::ToolTipRole).toString()), view);
     return true;
 }
 

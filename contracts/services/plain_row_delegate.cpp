@@ -4,6 +4,8 @@
 #include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QToolTip>
 
+#include "contracts/services/plain_tool_tip.h"
+
 namespace {
 
 const int DARK = 128; // lightness below which a colour is dark
@@ -32,9 +34,7 @@ bool PLAIN_ROW_DELEGATE::helpEvent(QHelpEvent* event, QAbstractItemView* view,
     if (event->type() != QEvent::ToolTip || !view || !index.isValid() ||
         index.data(Qt::ToolTipRole).isValid() || !is_cut_off())
         return QStyledItemDelegate::helpEvent(event, view, option, index);
-    // A tool tip guesses whether a text is markup; a name must never be taken for it.
-    const QString text = index.data(Qt::DisplayRole).toString();
-    QToolTip::showText(event->globalPos(), QStringLiteral("<p>%1</p>").arg(text.toHtmlEscaped()), view);
+    QToolTip::showText(event->globalPos(), plain_tool_tip(index.data(Qt::DisplayRole).toString()), view);
     return true;
 }
 

@@ -15,6 +15,7 @@
 #include "graph/to_graphviz.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/files.h"
+#include "tests/support/tool_tip.h"
 #include "tests/support/watched_test.h"
 
 namespace {
@@ -23,8 +24,8 @@ const int PATIENCE = 60000; // milliseconds: the machine may have much else to d
 
 const QString LAYOUT_PROGRAM = QStringLiteral(GOX_TOOL_DIR "/gox_layout." GOX_BUILD_TAG ".bin");
 
-const QStringList HOSTILE_LABELS = {
-    "\"quoted\"", "a\\nb\\l\\N\\", "<b>bold</b>", "&lt;&amp;", "{a|b}", "Höhle 洞 😀", "%1 \t", "", " "};
+const QStringList HOSTILE_LABELS = {"\"quoted\"", "a\\nb\\l\\N\\", "<b>bold</b>", "&lt;&amp;", "rock&roll",
+                                    "{a|b}",      "Höhle 洞 😀",    "%1 \t",       "",          " "};
 
 void fill_chain(ACTION_GRAPH& graph, int nodes)
 {
@@ -268,6 +269,10 @@ void tst_graph_viewer::hostile_labels()
     QStringList texts;
     for (const PICTURE_NODE& node : viewer->picture()->nodes)
         texts.append(node.text);
+    for (const int node : {2, 4}) // markup, and nothing that looks like it
+        QCOMPARE(tool_tip_at(viewer.get(),
+                             pixel_of(*viewer, viewer->picture()->nodes[node].box.center()).toPoint()),
+                 HOSTILE_LABELS[node]);
     QStringList expected = HOSTILE_LABELS;
     expected.replaceInStrings("\t", QString(QChar(0x2409)));
     expected << "a?b\u2401" << QString(5000, 'W');

@@ -2,11 +2,11 @@
 #include <QtGui/QHelpEvent>
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QMessageBox>
-#include <QtWidgets/QToolTip>
 
 #include "session/file_entry.h"
 #include "tests/rules/rule_editor_scene.h"
 #include "tests/support/dialog_answers.h"
+#include "tests/support/tool_tip.h"
 #include "tests/support/watched_test.h"
 
 class TST_RULE_EDITOR : public WATCHED_TEST
@@ -234,10 +234,9 @@ void TST_RULE_EDITOR::is_driven_by_the_mouse()
     QTest::keyClicks(QApplication::focusWidget(), "x");
     scene.dialog->findChild<QAbstractButton*>("checkBox")->setFocus();
     QCOMPARE(RULE_EDITOR_SCENE::values(*scene.cache->rules.first()), QString("+[] Format=x Max size=23"));
-    QHelpEvent help(QEvent::ToolTip, {30, 30}, {30, 30});
-    scene.row("raw")->setToolTip(0, "<b>&");
-    QCoreApplication::sendEvent(scene.rows()->viewport(), &help);
-    QVERIFY(QToolTip::text().contains("&lt;b&gt;"));
+    QCOMPARE(tool_tip_at(scene.rows()->viewport(),
+                         scene.rows()->visualItemRect(scene.row("raw/Texture")).topLeft()),
+             QString("Pictures <b>of</b> all kinds"));
 }
 
 void TST_RULE_EDITOR::takes_values_as_they_are()
