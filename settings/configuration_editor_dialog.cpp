@@ -2,6 +2,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 #include <QtGui/QCloseEvent>
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QFileDialog>
@@ -146,21 +147,27 @@ void CONFIGURATION_EDITOR_DIALOG::save()
 {
     const QString path = QFileDialog::getSaveFileName(this, tr("Select configuration file"), FOLDER,
                                                       tr("Configuration files (*_configuration.xml)"));
-    if (!path.isEmpty())
-        write(repaired_configuration_file_name(path));
+    if (path.isEmpty())
+        return;
+    const QString repaired = repaired_configuration_file_name(path);
+    // The file dialog has asked about the name as it was typed.
+    if (repaired == path || !QFileInfo::exists(repaired) ||
+        confirm_in_plain_box(this, tr("%1 already exists.\nDo you want to replace it?").arg(repaired)))
+        write(repaired);
 }
 
 void CONFIGURATION_EDITOR_DIALOG::save_default()
 {
-    write(QStringLiteral("GOX/default_configuration.xml"));
+    write(QFileInfo(QStringLiteral("GOX/default_configuration.xml")).absoluteFilePath());
 }
 
 void CONFIGURATION_EDITOR_DIALOG::write(const QString& path)
 {
-    if (shown_configuration().save(path, false))
+    QString error;
+    if (shown_configuration().save(path, false, error))
         show_plain_box(QMessageBox::Information, this, tr("Configuration file has been saved."));
     else
-        show_plain_box(QMessageBox::Critical, this, tr("Failed to save configuration file!"));
+        show_plain_box(QMessageBox::Critical, this, tr("Failed to save configuration file!") + '\n' + error);
 }
 
 void CONFIGURATION_EDITOR_DIALOG::show_configuration(const CONFIGURATION& configuration)

@@ -33,8 +33,8 @@ public slots:
     void remove_global_rule(); ///< the current row
     void silent_changed(bool checked); ///< only a silent run looks at the selected files
     void load();                       ///< asks for a file; the widgets stay as they are if it can't be read
-    void save();                       ///< asks for a name and completes it to that of a configuration
-    void save_default();               ///< to GOX/default_configuration.xml below the current folder
+    void save(); ///< asks for a name, completes it to that of a configuration and replaces none unasked
+    void save_default(); ///< to GOX/default_configuration.xml below the current folder
 
 protected:
     /// Warns that the active configuration stays as it is.

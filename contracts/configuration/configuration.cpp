@@ -198,8 +198,19 @@ bool CONFIGURATION::load(const QString& path, QString& error)
 
 bool CONFIGURATION::save(const QString& path, bool only_if_changed) const
 {
+    QString error;
+    return save(path, only_if_changed, error);
+}
+
+bool CONFIGURATION::save(const QString& path, bool only_if_changed, QString& error) const
+{
     const QByteArray text = text_of(*this);
-    if (!comes_back(text))
+    if (!comes_back(text)) {
+        error = path + QStringLiteral(": can't be written: an entry has characters that XML can't hold");
         return false;
-    return (only_if_changed && holds(path, text)) || write_whole_file(path, text).isEmpty();
+    }
+    if (only_if_changed && holds(path, text))
+        return true;
+    error = write_whole_file(path, text);
+    return error.isEmpty();
 }

@@ -42,4 +42,7 @@ public:
     /// a file that holds the very same bytes already is not written again, so
     /// its date stays.
     bool save(const QString& path, bool only_if_changed) const;
+
+    /// The same, and with false the file and the cause in `error`.
+    bool save(const QString& path, bool only_if_changed, QString& error) const;
 };

@@ -12,3 +12,9 @@
 GOX_CONTRACTS_EXPORT QMessageBox::StandardButton
 show_plain_box(QMessageBox::Icon icon, QWidget* parent, const QString& text,
                QMessageBox::StandardButtons buttons = QMessageBox::Ok);
+
+/// Asks in such a box whether to go on with what loses something: true for Yes.
+/// No has the focus and is what Escape answers. It is also the answer when the
+/// dialog `parent` ends meanwhile, so that the question never outlives what it is
+/// about. GUI thread.
+GOX_CONTRACTS_EXPORT bool confirm_in_plain_box(QWidget* parent, const QString& question);

@@ -22,6 +22,7 @@ private slots:
 
     void all_follows_and_leads();
     void saved_and_loaded();
+    void completed_name_of_another_file();
     void failed_load_and_save();
     void global_rules_data();
     void global_rules();
@@ -35,7 +36,8 @@ private:
     }
     QString checks() const;
     void open(const CONFIGURATION& record);
-    QString press(const char* button, const QString& file = QString());
+    QString press(const char* button, const QString& file = QString(),
+                  QMessageBox::StandardButton answer = QMessageBox::NoButton);
 
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<CONFIGURATION_EDITOR_DIALOG> m_editor;
@@ -83,15 +85,23 @@ void TST_CONFIGURATION_EDITOR::open(const CONFIGURATION& record)
     m_editor->show();
 }
 
-// Clicks, names `file` in the file dialog if there is one, and gives the text of
-// the box that follows.
-QString TST_CONFIGURATION_EDITOR::press(const char* button, const QString& file)
+// Clicks, names `file` in the file dialog if there is one, gives `answer` if it is
+// one to the question that must follow, and gives the text of the last box.
+QString TST_CONFIGURATION_EDITOR::press(const char* button, const QString& file,
+                                        QMessageBox::StandardButton answer)
 {
     DIALOG_ANSWERS answers;
     if (!file.isNull())
         answers.answer_with([file](QDialog* dialog) {
             dialog->findChild<QLineEdit*>("fileNameEdit")->setText(file);
             dialog->accept();
+        });
+    if (answer != QMessageBox::NoButton)
+        answers.answer_with([answer](QDialog* dialog) {
+            QMessageBox* const box = qobject_cast<QMessageBox*>(dialog);
+            QVERIFY(box && box->button(answer) && box->focusWidget() == box->button(QMessageBox::No));
+            QVERIFY(box->text().contains(QDir::currentPath() + "/GOX/night_configuration.xml"));
+            QTest::mouseClick(box->button(answer), Qt::LeftButton);
         });
     answers.answer_with([](QDialog* dialog) {
         QMessageBox* const box = qobject_cast<QMessageBox*>(dialog);
@@ -147,6 +157,17 @@ void TST_CONFIGURATION_EDITOR::saved_and_loaded()
     QCOMPARE(FILES::bytes("GOX/default_configuration.xml"), text_of(CONFIGURATION()));
 }
 
+// The file dialog asks about the name that is typed, which no file has.
+void TST_CONFIGURATION_EDITOR::completed_name_of_another_file()
+{
+    open(full_record());
+    FILES::write("GOX/night_configuration.xml", "mine");
+    press("pushButton_2", "night.xml", QMessageBox::No);
+    QCOMPARE(FILES::bytes("GOX/night_configuration.xml"), QByteArray("mine"));
+    press("pushButton_2", "night.xml", QMessageBox::Yes);
+    QCOMPARE(FILES::bytes("GOX/night_configuration.xml"), text_of(full_record()));
+}
+
 void TST_CONFIGURATION_EDITOR::failed_load_and_save()
 {
     open(full_record());
@@ -157,7 +178,9 @@ void TST_CONFIGURATION_EDITOR::failed_load_and_save()
     press("pushButton_5");
     QCOMPARE(FILES::bytes("GOX/default_configuration.xml"), text_of(full_record()));
     QDir("GOX").removeRecursively();
-    QCOMPARE(press("pushButton_5"), QString("Failed to save configuration file!"));
+    const QString file = QDir::currentPath() + "/GOX/default_configuration.xml";
+    QCOMPARE(press("pushButton_5"),
+             "Failed to save configuration file!\n" + file + ": can't be written: No such file or directory");
 }
 
 void TST_CONFIGURATION_EDITOR::global_rules_data()
