@@ -1,6 +1,7 @@
 #include "progress/build_progress_dialog.h"
 
 #include <QtGui/QGuiApplication>
+#include <QtGui/QKeyEvent>
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStyledItemDelegate>
 
@@ -110,6 +111,7 @@ void BUILD_PROGRESS_DIALOG::connect_widgets()
     connect(ui.more_button, SIGNAL(clicked()), this, SLOT(accept()));
     connect(ui.exit_button, SIGNAL(clicked()), this, SLOT(reject()));
     connect(ui.game_button, SIGNAL(clicked()), this, SLOT(clicked_here()));
+    installEventFilter(this);
 }
 
 // The colours of the rows. Brushes without a style, which only lend their
@@ -234,7 +236,8 @@ void BUILD_PROGRESS_DIALOG::offer_leaving(bool can_go_back)
     for (QPushButton* const button : {ui.more_button, ui.exit_button})
         button->setEnabled(true); // ahead of the focus, which a disabled one does not take
     ui.more_button->setVisible(can_go_back);
-    ui.more_button->setFocus(Qt::OtherFocusReason);
+    if (ui.exit_button->isHidden()) // for the first time; later the person may be elsewhere
+        ui.more_button->setFocus(Qt::OtherFocusReason);
     ui.exit_button->show();
     ui.exit_button->setDefault(!can_go_back);
 }
@@ -327,4 +330,13 @@ void BUILD_PROGRESS_DIALOG::reject()
 {
     user_settings().setValue(KEY_GEOMETRY, saveGeometry());
     QDialog::reject();
+}
+
+bool BUILD_PROGRESS_DIALOG::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched != this || event->type() != QEvent::KeyPress || !timer.isActive() || !session->isRunning() ||
+        !static_cast<QKeyEvent*>(event)->matches(QKeySequence::Cancel))
+        return QDialog::eventFilter(watched, event);
+    return !confirm_in_plain_box(this,
+                                 tr("The build is still running.\nDo you want to abort it and leave GOX?"));
 }

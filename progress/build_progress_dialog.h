@@ -69,6 +69,10 @@ public slots:
     /// does not, and closes it.
     void reject() override;
 
+protected:
+    /// Escape asks before it ends a build.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private slots:
     void look_again();
 

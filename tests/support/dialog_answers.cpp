@@ -24,6 +24,18 @@ void DIALOG_ANSWERS::press_default()
     });
 }
 
+void DIALOG_ANSWERS::press_yes()
+{
+    answer_with([](QDialog* dialog) {
+        QMessageBox* const box = qobject_cast<QMessageBox*>(dialog);
+        QAbstractButton* const button = box ? box->button(QMessageBox::Yes) : nullptr;
+        if (button)
+            QTest::mouseClick(button, Qt::LeftButton);
+        else
+            dialog->reject();
+    });
+}
+
 void DIALOG_ANSWERS::answer_with(const std::function<void(QDialog*)>& answer)
 {
     m_answers.append(answer);

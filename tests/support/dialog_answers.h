@@ -22,6 +22,9 @@ public:
     /// The next message box is answered with the button that has the focus.
     void press_default();
 
+    /// The next message box is answered with Yes.
+    void press_yes();
+
     /// The next dialog is handed to `answer`, which must end it.
     void answer_with(const std::function<void(QDialog*)>& answer);
 
