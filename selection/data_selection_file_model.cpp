@@ -72,8 +72,10 @@ void collect_actions(const DATA_SELECTION_FOLDER* folder, QSet<ACTION_INTERFACE*
 
 DATA_SELECTION_FOLDER::DATA_SELECTION_FOLDER(DATA_SELECTION_FOLDER* containing, const QStringRef& own_name,
                                              const FILE_MAP::const_iterator& place)
-    : parent(containing), name(own_name), first_file(place)
+    : parent(containing), first_file(place), m_text(own_name.string() ? *own_name.string() : QString())
 {
+    if (own_name.string())
+        name = QStringRef(&m_text, own_name.position(), own_name.length());
 }
 
 DATA_SELECTION_FOLDER::~DATA_SELECTION_FOLDER()

@@ -20,22 +20,25 @@ struct DATA_SELECTION_FOLDER
 {
     using FILE_MAP = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>;
 
+    /// Shares the text that `name` is part of: its owner may get another one.
     DATA_SELECTION_FOLDER(DATA_SELECTION_FOLDER* parent, const QStringRef& name,
                           const FILE_MAP::const_iterator& first_file);
     ~DATA_SELECTION_FOLDER(); ///< frees the sub-folders
 
     DATA_SELECTION_FOLDER* parent;          ///< null in the root; not owned
     QList<DATA_SELECTION_FOLDER*> children; ///< as they first appear in the file map; owned
-    QStringRef name;                        ///< part of a text in the file map; null in an empty root
-    int check_state = Qt::Unchecked;        ///< as of the last refresh, a Qt::CheckState
-    FILE_MAP::const_iterator first_file;    ///< means nothing while `first_file_set` is false
-    int file_count = 0;                     ///< files directly in the folder
-    bool has_actions = true;                ///< some file in or below the folder has an action
-    bool first_file_set = false;            ///< the folder has files of its own
-    int row = 0;                            ///< place among the parent's `children`
+    QStringRef name;                     ///< as it was on disk when the tree was built; null in an empty root
+    int check_state = Qt::Unchecked;     ///< as of the last refresh, a Qt::CheckState
+    FILE_MAP::const_iterator first_file; ///< means nothing while `first_file_set` is false
+    int file_count = 0;                  ///< files directly in the folder
+    bool has_actions = true;             ///< some file in or below the folder has an action
+    bool first_file_set = false;         ///< the folder has files of its own
+    int row = 0;                         ///< place among the parent's `children`
 
 private:
     Q_DISABLE_COPY(DATA_SELECTION_FOLDER)
+
+    QString m_text; // what `name` is part of
 };
 
 /// One root of the session's file map as a tree of folders and files with check
@@ -53,8 +56,8 @@ private:
 ///
 /// The tree is built by the constructor and stays. Until the model is gone the
 /// file map must not change and its entries must stay; their actions' selection
-/// may change at any time. Works with a locked map and with one that is being
-/// built, where finding a file by its row takes as many steps as its place in the
+/// may change at any time, and a build may move their files from one root to another. Works with a locked map
+/// and with one that is being built, where finding a file by its row takes as many steps as its place in the
 /// folder. GUI thread, while no build runs.
 class DATA_SELECTION_FILE_MODEL : public QAbstractItemModel
 {

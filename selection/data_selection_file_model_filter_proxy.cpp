@@ -59,10 +59,13 @@ void DATA_SELECTION_FILE_MODEL_FILTER_PROXY::set_filter(const DATA_SELECTION_FIL
     filter = new_filter;
     // Taking rows out run by run costs with the square of their number: minutes
     // for 100,000 that a view shows.
-    if (model()->file_map->size() > MANY_FILES)
+    if (model()->file_map->size() > MANY_FILES) {
         invalidate();
-    else
-        invalidateFilter();
+        return;
+    }
+    setDynamicSortFilter(true); // or else rows that come back ignore that the view is sorted
+    invalidateFilter();
+    setDynamicSortFilter(false);
 }
 
 void DATA_SELECTION_FILE_MODEL_FILTER_PROXY::set_get_latest(bool latest)

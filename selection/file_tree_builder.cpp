@@ -71,7 +71,7 @@ DATA_SELECTION_FOLDER* FILE_TREE_BUILDER::child(DATA_SELECTION_FOLDER* folder, c
         for (DATA_SELECTION_FOLDER* each : qAsConst(folder->children))
             children.insert(each->name, each);
     } else if (made->row > FEW_CHILDREN) {
-        m_children[folder].insert(name, made);
+        m_children[folder].insert(made->name, made);
     }
     return made;
 }
