@@ -64,32 +64,51 @@ void DATA_SELECTION_DIALOG::item_checked(const QModelIndex& index)
             return;
         }
     }
-    refresh_enabled = false;
+    select_rows(rows, true);
+}
+
+// Of one tree; the first one's state decides for all.
+void DATA_SELECTION_DIALOG::select_rows(const QModelIndexList& rows, bool recursive)
+{
+    PROXY* const proxy = proxy_of(rows.first());
     const bool selected = selects(proxy->check_state(rows.first()));
+    mass_selection_change_started();
     for (const QModelIndex& row : rows)
-        proxy->select_index(row, selected, true);
-    refresh_enabled = true;
-    refresh_all();
+        proxy->select_index(row, selected, recursive);
+    mass_selection_change_ended();
 }
 
 void DATA_SELECTION_DIALOG::action_selection_changed(ACTION_INTERFACE* action, bool selected)
 {
     const bool was_changing = selection_changing;
     selection_changing = true;
-    QSet<ACTION_INTERFACE*> touched;
-    if (selected) {
-        action->select(touched);
+    const QSet<ACTION_INTERFACE*> touched = choose(action, selected);
+    if (selected)
         chosen_actions.unite(touched);
-    } else {
-        action->deselect(touched);
-        for (ACTION_INTERFACE* released : qAsConst(touched))
+    else
+        for (ACTION_INTERFACE* released : touched)
             if (released->selection_count <= 0) // something else may still hold it
                 chosen_actions.remove(released);
-    }
     if (refresh_enabled)
         refresh_all();
     update_start_button();
     selection_changing = was_changing;
+}
+
+// Gives what has been counted or taken back: nothing for a choice that stood already.
+QSet<ACTION_INTERFACE*> DATA_SELECTION_DIALOG::choose(ACTION_INTERFACE* action, bool selected)
+{
+    QSet<ACTION_INTERFACE*> touched;
+    if (m_chosen_by_hand.contains(action) == selected)
+        return touched;
+    if (selected) {
+        m_chosen_by_hand.insert(action);
+        action->select(touched);
+    } else {
+        m_chosen_by_hand.remove(action);
+        action->deselect(touched);
+    }
+    return touched;
 }
 
 void DATA_SELECTION_DIALOG::update_start_button()
@@ -122,18 +141,16 @@ void DATA_SELECTION_DIALOG::unselect_all()
 // thousand; a person ticks them one by one.
 void DATA_SELECTION_DIALOG::select_everything(bool selected)
 {
-    refresh_enabled = false;
+    mass_selection_change_started();
     raw_data_proxy->select_all(selected);
     working_data_proxy->select_all(selected);
-    refresh_enabled = true;
-    refresh_all();
+    mass_selection_change_ended();
 }
 
 void DATA_SELECTION_DIALOG::select_files_only(const QModelIndex& index)
 {
-    PROXY* const proxy = proxy_of(index);
-    if (proxy)
-        proxy->select_index(index, selects(proxy->check_state(index)), false);
+    if (proxy_of(index))
+        select_rows({index}, false);
 }
 
 void DATA_SELECTION_DIALOG::select_files_only_raw()
@@ -150,7 +167,10 @@ void DATA_SELECTION_DIALOG::apply_filter()
 {
     const bool was_changing = selection_changing;
     selection_changing = true;
-    unselect_all();
+    mass_selection_change_started();
+    for (ACTION_INTERFACE* action : QSet<ACTION_INTERFACE*>(m_chosen_by_hand))
+        action_selection_changed(action, false);
+    mass_selection_change_ended();
     for (PROXY* proxy : {raw_data_proxy, working_data_proxy, retail_build_proxy})
         proxy->set_filter(filter);
     selection_changing = was_changing;
@@ -183,11 +203,9 @@ void DATA_SELECTION_DIALOG::select_checked_out()
 void DATA_SELECTION_DIALOG::select_opened_files(const QSet<QString>& logical_paths)
 {
     for (const QString& path : logical_paths)
-        if (const FILE_ENTRY* const file = session->file_map.value(LOGICAL_PATH(path))) {
-            QSet<ACTION_INTERFACE*> touched;
+        if (const FILE_ENTRY* const file = session->file_map.value(LOGICAL_PATH(path)))
             for (ACTION_INTERFACE* action : file->providers.isEmpty() ? file->consumers : file->providers)
-                action->select(touched);
-        }
+                choose(action, true);
 }
 
 QMap<QString, FILE_ENTRY*> DATA_SELECTION_DIALOG::missing_files() const

@@ -2,9 +2,11 @@
 
 #include <QtCore/QItemSelectionModel>
 #include <QtGui/QCloseEvent>
+#include <QtGui/QKeyEvent>
 
 #include "contracts/configuration/configuration.h"
 #include "contracts/services/command_line_options.h"
+#include "contracts/services/plain_message_box.h"
 #include "contracts/services/plain_row_delegate.h"
 #include "contracts/services/qt_workarounds.h"
 #include "contracts/services/user_settings.h"
@@ -134,4 +136,11 @@ void DATA_SELECTION_DIALOG::closeEvent(QCloseEvent* event)
 {
     user_settings().setValue(KEY_GEOMETRY, saveGeometry());
     QDialog::closeEvent(event);
+}
+
+void DATA_SELECTION_DIALOG::keyPressEvent(QKeyEvent* event)
+{
+    if (!event->matches(QKeySequence::Cancel) || chosen_actions.isEmpty() ||
+        confirm_in_plain_box(this, tr("Do you want to leave GOX?\nWhat you have chosen will be lost.")))
+        QDialog::keyPressEvent(event);
 }

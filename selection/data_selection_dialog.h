@@ -20,7 +20,13 @@ struct FILE_ENTRY;
 /// the ways to everything that helps to choose.
 ///
 /// What is chosen ends up in the selection counts of the actions and nowhere
-/// else; planning reads them. `exec` gives 1 when the user starts a build. One
+/// else; planning reads them. A choice by hand counts an action once: one that is
+/// chosen already is not counted again, by whatever gesture and however many of
+/// its files the gesture visits; taking it away lowers the count once, and one that
+/// was not chosen by hand is not lowered. So the count of an action is 1 if it was
+/// chosen by hand, plus 1 for each action chosen by hand that pulls it along: it
+/// stays selected until the last of them is taken away. The trees and the action
+/// lists report an action as often as they meet it. `exec` gives 1 when the user starts a build. One
 /// object serves all passes of a run, so that the choice and the trees stay as
 /// they were left. GUI thread, while no build runs.
 ///
@@ -44,15 +50,15 @@ public:
     DATA_SELECTION_FILTER filter;           ///< the proxies hold copies of it
     bool selection_changing = false;        ///< set around changes of the selection
     bool refresh_enabled = true;            ///< false while many actions change, which shows only at the end
-    QSet<ACTION_INTERFACE*> chosen_actions; ///< what checks have selected, with what that pulled in
+    QSet<ACTION_INTERFACE*> chosen_actions; ///< what was chosen by hand, with what that pulled in
     RULE_EDITOR_DIALOG* rule_editor_dialog = nullptr;                   ///< null until first used
     CONFIGURATION_EDITOR_DIALOG* configuration_editor_dialog = nullptr; ///< null until first used
     DATA_SELECTION_FILE_MODEL_FILTER_PROXY* raw_data_proxy = nullptr;
     DATA_SELECTION_FILE_MODEL_FILTER_PROXY* working_data_proxy = nullptr;
     DATA_SELECTION_FILE_MODEL_FILTER_PROXY* retail_build_proxy = nullptr;
 
-    /// Makes the trees show what `filter` lets through. Drops the selection of raw
-    /// and working data.
+    /// Makes the trees show what `filter` lets through. Drops the choice: part of it
+    /// would be out of sight.
     void apply_filter();
 
     /// Checks the row, or clears it when it is fully checked; of a folder only
@@ -76,7 +82,8 @@ public:
     QSet<QString> selected_files() const;
 
 protected:
-    void closeEvent(QCloseEvent* event) override; ///< remembers where the window was
+    void closeEvent(QCloseEvent* event) override;  ///< remembers where the window was
+    void keyPressEvent(QKeyEvent* event) override; ///< Escape asks before it loses a choice
 
 private slots:
     void get_latest_toggled(bool checked);
@@ -118,13 +125,16 @@ private:
     PROXY* proxy_of(const QModelIndex& index) const;
     QModelIndexList rows_meant_by(const QModelIndex& index) const;
     void refresh_all();
+    void select_rows(const QModelIndexList& rows, bool recursive);
     void select_everything(bool selected);
+    QSet<ACTION_INTERFACE*> choose(ACTION_INTERFACE* action, bool selected);
     void select_opened_files(const QSet<QString>& logical_paths);
     void update_start_button();
     QMap<QString, FILE_ENTRY*> missing_files() const;
 
     void run_rule_editor(CACHED_RULE* rule, const QString& property);
 
+    QSet<ACTION_INTERFACE*> m_chosen_by_hand;
     P4_CONNECTION* m_p4 = nullptr;
     QMenu* m_perforce_menu = nullptr; // null until first used
 };

@@ -74,10 +74,9 @@ void DATA_SELECTION_DIALOG::show_action_list(const QSet<ACTION_INTERFACE*>& prov
         connect(&list, SIGNAL(mass_selection_change_ended()), this, SLOT(mass_selection_change_ended()));
     };
     if (popup) {
-        // Never deleted, only hidden: a popup goes away on any event, one that its
-        // own lists are in the middle of included, and a run opens few of them.
         ACTION_LIST_DIALOG* const list =
             new ACTION_LIST_DIALOG(provider_list, consumer_list, this, Qt::Popup);
+        list->setAttribute(Qt::WA_DeleteOnClose); // later, when its lists are done with the event
         move_to_cursor(*list);
         listen_to(*list);
         list->show();

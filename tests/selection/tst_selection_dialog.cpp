@@ -25,7 +25,7 @@ using namespace VIEW_CLICKS;
 namespace {
 
 // What each action reads and writes; "high" also pulls the jeep along.
-const char* const ACTIONS[][3] = {{"low", "<raw>/models/tank.fbx", "<working>/models/tank.low"},
+const char* const ACTIONS[][3] = {{"low", "<raw>/models/tank.fbx", "<working>/old models/far/away/tank.low"},
                                   {"high", "<raw>/models/tank.fbx", "<working>/models/tank.high"},
                                   {"jeep", "<raw>/models/jeep.fbx", "<working>/models/jeep.mdl"},
                                   {"grass", "<raw>/textures/grass.png", "<working>/grass.dds"},
@@ -36,6 +36,8 @@ class SCENE : public STEP_SCENE
 public:
     SCENE()
     {
+        tree.write("old_working_data/Old Models/Far/Away/tank.low", "x");
+        PATHS::initialise(tree.path("tool"));
         STEP_PROCESSOR* const processor = add_processor(QStringLiteral("Models"));
         for (const auto& action : ACTIONS) {
             processor->add(action[0])->reads.append(action[1]);
@@ -121,7 +123,7 @@ private slots:
     void check_selects_data()
     {
         // Actions selected before, rows marked in this order, the row that is ticked
-        // (none: the space bar instead), actions selected after.
+        // (none: the space bar instead; with ">" only its files), actions selected after.
         const char* const lines[] = {
             "folder|||models|low high jeep",
             "file pulls another along|||tank.fbx|low high jeep",
@@ -132,6 +134,7 @@ private slots:
             "marked the other way round||grass.png jeep.fbx|jeep.fbx|jeep grass",
             "space bar||grass.png jeep.fbx||jeep grass",
             "no action, no box||notes.txt|notes.txt|",
+            "files only|||>models|low high jeep",
         };
         add_table({"before", "marked", "ticked", "after"}, lines);
     }
@@ -155,10 +158,14 @@ private slots:
                            SIGNAL(dataChanged(QModelIndex, QModelIndex)));
         window.raw_data_proxy->refresh();
         const int once = changes.size(); // one a folder
-        if (ticked.isEmpty())
+        if (ticked.startsWith('>')) {
+            tree.selectionModel()->setCurrentIndex(window.row(ticked.mid(1)), QItemSelectionModel::NoUpdate);
+            window.ui.select_files_only_raw->trigger();
+        } else if (ticked.isEmpty()) {
             press(&tree, {Qt::Key_Space});
-        else
+        } else {
             click_box(tree, window.row(ticked));
+        }
         QCOMPARE(scene.selected(), after);
         QCOMPARE(changes.size(), ticked == "notes.txt" ? once : 2 * once);
         QCOMPARE(window.ui.start_button->isEnabled(), !after.isEmpty());
@@ -184,7 +191,8 @@ private slots:
         QCOMPARE(scene.selected(), QString("low grass"));
         QCOMPARE(window.row("tank.fbx").data(Qt::CheckStateRole).toInt(), int(Qt::PartiallyChecked));
         press(consumers, {Qt::Key_Escape});
-        QVERIFY(popup && !popup->isVisible());
+        QVERIFY(window.isVisible());
+        QTRY_VERIFY(!popup);
 
         const QRect screen = QGuiApplication::primaryScreen()->geometry();
         QCursor::setPos(screen.bottomRight());
@@ -210,6 +218,44 @@ private slots:
             QCOMPARE(window.isVisible(), rules_changed);
         }
         QCOMPARE(window.result(), int(QDialog::Accepted));
+    }
+
+    void escape_asks_before_a_choice_is_lost()
+    {
+        SCENE scene;
+        WINDOW window(scene);
+        DIALOG_ANSWERS answers;
+        window.change("grass", true);
+        answers.press_default();
+        press(window.ui.raw_data_files, {Qt::Key_Escape});
+        QVERIFY(window.isVisible() && answers.texts.size() == 1);
+        window.close();
+        QVERIFY(!window.isVisible() && answers.texts.size() == 1);
+        window.show();
+        answers.press_yes();
+        press(&window, {Qt::Key_Escape});
+        QVERIFY(!window.isVisible() && answers.texts.size() == 2);
+        window.change("grass", false);
+        window.show();
+        press(&window, {Qt::Key_Escape});
+        QVERIFY(!window.isVisible() && answers.texts.size() == 2);
+    }
+
+    // A build writes where the working data is, which puts files of the companion there.
+    void names_stay_when_a_build_moves_files()
+    {
+        SCENE scene;
+        WINDOW window(scene);
+        const QString rows = tree_text(*window.working_data_proxy);
+        QVERIFY(rows.contains("Old Models|.[ ]Far|..[ ]Away|...[ ]tank.low"));
+        window.change("low", true);
+        scene.session->plan_build();
+        scene.session->prepare_build(false);
+        scene.session->finish_build(false);
+        const FILE_ENTRY& file = *scene.file("<working>/old models/far/away/tank.low");
+        QCOMPARE(file.physical, scene.tree.path("working_data/old models/far/away/tank.low"));
+        window.change("low", false);
+        QCOMPARE(tree_text(*window.working_data_proxy), rows);
     }
 
     void start_asks_for_missing_files()
