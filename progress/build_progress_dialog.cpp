@@ -47,6 +47,27 @@ bool is_output_growing(const ACTION_INTERFACE& action, const BUILD_SESSION& sess
     return action.state == ACTION_RUNNING || (current_action == &action && session.isRunning());
 }
 
+// Escape is easily pressed by mistake, and the build may have run for hours.
+class ESCAPE_QUESTION : public QObject
+{
+public:
+    explicit ESCAPE_QUESTION(BUILD_PROGRESS_DIALOG* window) : QObject(window), m_window(window) {}
+
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        const bool would_end_a_build = event->type() == QEvent::KeyPress &&
+                                       static_cast<QKeyEvent*>(event)->matches(QKeySequence::Cancel) &&
+                                       m_window->timer.isActive() && m_window->session->isRunning();
+        return would_end_a_build &&
+               !confirm_in_plain_box(m_window,
+                                     BUILD_PROGRESS_DIALOG::tr("The build is still running.\n"
+                                                               "Do you want to abort it and leave GOX?"));
+    }
+
+private:
+    BUILD_PROGRESS_DIALOG* const m_window;
+};
+
 // The blanks that keep the texts apart are room, not something to cut off.
 class LEGEND_DELEGATE : public QStyledItemDelegate
 {
@@ -111,7 +132,7 @@ void BUILD_PROGRESS_DIALOG::connect_widgets()
     connect(ui.more_button, SIGNAL(clicked()), this, SLOT(accept()));
     connect(ui.exit_button, SIGNAL(clicked()), this, SLOT(reject()));
     connect(ui.game_button, SIGNAL(clicked()), this, SLOT(clicked_here()));
-    installEventFilter(this);
+    installEventFilter(new ESCAPE_QUESTION(this));
 }
 
 // The colours of the rows. Brushes without a style, which only lend their
@@ -330,13 +351,4 @@ void BUILD_PROGRESS_DIALOG::reject()
 {
     user_settings().setValue(KEY_GEOMETRY, saveGeometry());
     QDialog::reject();
-}
-
-bool BUILD_PROGRESS_DIALOG::eventFilter(QObject* watched, QEvent* event)
-{
-    if (watched != this || event->type() != QEvent::KeyPress || !timer.isActive() || !session->isRunning() ||
-        !static_cast<QKeyEvent*>(event)->matches(QKeySequence::Cancel))
-        return QDialog::eventFilter(watched, event);
-    return !confirm_in_plain_box(this,
-                                 tr("The build is still running.\nDo you want to abort it and leave GOX?"));
 }

@@ -20,7 +20,8 @@ class OUTPUT_PANE;
 /// `exec` gives QDialog::Accepted when the person wants to go back to the file
 /// selection and QDialog::Rejected when the program is to end; the build may
 /// still run then, and finish_build has to stop it. Where a silent run has
-/// nothing to show to a person, the window closes by itself.
+/// nothing to show to a person, the window closes by itself. Escape asks before it
+/// ends a build; the close box does not.
 ///
 /// Names and output of actions are shown as plain text. GUI thread.
 class BUILD_PROGRESS_DIALOG : public QDialog
@@ -68,10 +69,6 @@ public slots:
     /// Remembers where the window is, which going back to the file selection
     /// does not, and closes it.
     void reject() override;
-
-protected:
-    /// Escape asks before it ends a build.
-    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private slots:
     void look_again();

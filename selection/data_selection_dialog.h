@@ -26,9 +26,11 @@ struct FILE_ENTRY;
 /// was not chosen by hand is not lowered. So the count of an action is 1 if it was
 /// chosen by hand, plus 1 for each action chosen by hand that pulls it along: it
 /// stays selected until the last of them is taken away. The trees and the action
-/// lists report an action as often as they meet it. `exec` gives 1 when the user starts a build. One
-/// object serves all passes of a run, so that the choice and the trees stay as
-/// they were left. GUI thread, while no build runs.
+/// lists report an action as often as they meet it.
+///
+/// `exec` gives 1 when the user starts a build. One object serves all passes of a
+/// run, so that the choice and the trees stay as they were left. GUI thread, while
+/// no build runs.
 ///
 /// The widgets that a normal run does not use are hidden by the constructor and
 /// work when they are shown.

@@ -56,9 +56,10 @@ private:
 ///
 /// The tree is built by the constructor and stays. Until the model is gone the
 /// file map must not change and its entries must stay; their actions' selection
-/// may change at any time, and a build may move their files from one root to another. Works with a locked map
-/// and with one that is being built, where finding a file by its row takes as many steps as its place in the
-/// folder. GUI thread, while no build runs.
+/// may change at any time, and a build may move their files to another root. Works
+/// with a locked map and with one that is being built, where finding a file by its
+/// row takes as many steps as its place in the folder. GUI thread, while no build
+/// runs.
 class DATA_SELECTION_FILE_MODEL : public QAbstractItemModel
 {
     Q_OBJECT

@@ -10,8 +10,8 @@
 /// one logical root.
 ///
 /// Allocates a record a folder, and while it builds a place in a hash for each
-/// folder that has many siblings; nothing a file; texts are shared. A walk from the root
-/// is made once for each run of files of one folder.
+/// folder that has many siblings; nothing a file, and texts are shared. A walk from
+/// the root is made once for each run of files of one folder.
 class FILE_TREE_BUILDER
 {
 public:
