@@ -15,6 +15,8 @@
 #endif
 
 #include "app/configuration_choice.h"
+#include "app/crash_report.h"
+#include "app/platform_choice.h"
 #include "app/run_cycle.h"
 #include "app/terminate_process.h"
 #include "app/unattended_boxes.h"
@@ -32,6 +34,7 @@
 #include "session/build_session.h"
 #include "session/run_report.h"
 #include "session/start_up_hooks.h"
+#include "session/work_at_hand.h"
 
 namespace {
 
@@ -84,29 +87,9 @@ void prepare_process()
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-// On a machine without a display the offscreen platform is taken, unless the
-// caller chose a platform. Whether a person can see a window.
-bool choose_platform(int argc, char** argv)
-{
-    bool is_chosen = !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
-    for (int i = 1; i < argc; ++i)
-        is_chosen = is_chosen || !std::strcmp(argv[i], "-platform") || !std::strcmp(argv[i], "--platform");
-    const bool has_display =
-        !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
-    if (is_chosen || has_display)
-        return true;
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    return false;
-}
-
 #else
 
 void prepare_process() {}
-
-bool choose_platform(int, char**)
-{
-    return true;
-}
 
 #endif
 
@@ -118,10 +101,8 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     COMMAND_LINE_OPTIONS options;
     QStringList option_errors;
     options.initialise(argc, argv, option_errors);
-    if (!has_display)
-        new UNATTENDED_BOXES(UNATTENDED_BOXES::ALL_DIALOGS, &application);
-    else if (is_unattended(options))
-        new UNATTENDED_BOXES(UNATTENDED_BOXES::MESSAGE_BOXES, &application);
+    if (!has_display || is_unattended(options))
+        new UNATTENDED_BOXES(&application);
     if (!option_errors.isEmpty())
         show_plain_box(QMessageBox::Warning, nullptr, option_errors.join('\n'));
     check_options(options);
@@ -151,6 +132,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
         QT_WORKAROUNDS::show_at_once(&splash);
     splash.repaint();
 
+    const EXIT_WATCH exit_watch;
     BUILD_SESSION session(configuration, options, metrics, p4);
     if (options.exists(QStringLiteral("swallow_startup_asserts")))
         FW::fw_message_box_hook = startup_message_hook;
@@ -158,6 +140,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     FW::fw_message_box_hook = nullptr;
     if (!is_started)
         return std::nullopt;
+    const EXIT_WATCH exit_watch_ahead_of_plugins;
     return RUN_CYCLE(session, configuration, p4, splash, metrics, total_watch, has_display).run();
 }
 
@@ -168,9 +151,12 @@ int main(int argc, char** argv)
     prepare_process();
     if (answer_without_start(argc, argv))
         return 0;
-    const bool has_display = choose_platform(argc, argv);
+    install_crash_report();
+    const SIGNAL_STACK signal_stack;
+    choose_platform(argc, argv);
 
     QApplication application(argc, argv);
+    const bool has_display = find_display();
     QApplication::setStyle(QStringLiteral("windowsxp"));
     const QString tool_name = QStringLiteral("GoX");
     TOOLS_METRICS::set_application(application);

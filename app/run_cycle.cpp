@@ -1,6 +1,5 @@
 #include "app/run_cycle.h"
 
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QTimer>
 
 #include "contracts/actions/action_interface.h"
@@ -12,10 +11,11 @@
 #include "selection/data_selection_dialog.h"
 #include "session/build_session.h"
 #include "session/run_report.h"
+#include "session/work_at_hand.h"
 
 namespace {
 
-const int INTERRUPT_CHECK_INTERVAL = 100; // milliseconds
+const int LOOK_INTERVAL = 100; // milliseconds
 
 }
 
@@ -36,6 +36,7 @@ std::optional<int> RUN_CYCLE::run()
 {
     while (true) {
         m_get_latest = false;
+        WORK_AT_HAND::note(QStringLiteral("the choice of files"));
         switch (choose_files()) {
         case CHOSEN:
             break;
@@ -45,6 +46,7 @@ std::optional<int> RUN_CYCLE::run()
             m_exit_status = 1;
             return exit_status();
         }
+        WORK_AT_HAND::note(QStringLiteral("the planning of the build"));
         m_session.plan_build();
         if (m_session.selected_actions.isEmpty())
             RUN_REPORT::line(QStringLiteral("Nothing is selected, so there is nothing to build."));
@@ -96,36 +98,45 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
 bool RUN_CYCLE::build()
 {
     send_event("BuildStarted");
-    QElapsedTimer time;
-    time.start();
     if (!m_session.prepare_build(m_get_latest))
         return false;
-    if (m_configuration.no_progress_dialog || !m_has_display)
+    bool was_stopped;
+    if (m_configuration.no_progress_dialog || !m_has_display) {
         m_session.finish_build(false);
-    else
-        watch_build();
-    report_summary(m_session.selected_actions, time.elapsed());
+        was_stopped = m_session.abort_flag;
+    } else {
+        was_stopped = watch_build();
+    }
+    report_summary(m_session.selected_actions, m_session.written_logs, was_stopped);
     return true;
 }
 
-void RUN_CYCLE::watch_build()
+// Whether the build was asked to end from outside.
+bool RUN_CYCLE::watch_build()
 {
     BUILD_PROGRESS_DIALOG dialog(m_session, m_configuration, QString(), *m_session.options, nullptr,
                                  Qt::WindowFlags());
     // An interrupt from outside must not leave a window behind that waits for
     // actions which will never run.
-    QTimer interrupt_check;
-    QObject::connect(&interrupt_check, &QTimer::timeout, &dialog, [this, &dialog] {
-        if (m_session.abort_flag && !dialog.aborted)
+    const auto is_stopped = [&] { return m_session.abort_flag && !dialog.aborted; };
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, &dialog, [&] {
+        if (is_stopped()) {
+            report_stop();
             dialog.reject();
+        } else if (m_session.isRunning()) {
+            report_progress();
+        }
     });
-    interrupt_check.start(INTERRUPT_CHECK_INTERVAL);
+    look.start(LOOK_INTERVAL);
     m_leave_after_pass = dialog.exec() == QDialog::Rejected;
-    interrupt_check.stop();
+    look.stop();
+    const bool was_stopped = is_stopped();
     dialog.show_waiting();
     m_session.finish_build(true);
     if (dialog.aborted)
         m_exit_status = 1;
+    return was_stopped;
 }
 
 int RUN_CYCLE::exit_status() const

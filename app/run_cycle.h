@@ -36,7 +36,7 @@ private:
 
     CHOICE choose_files();
     bool build();
-    void watch_build();
+    bool watch_build();
     int exit_status() const;
     void send_start_up_time(const Tallyline::StopWatch* dialog_watch);
     void send_event(const char* key);

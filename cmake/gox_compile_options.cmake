@@ -22,6 +22,7 @@ function(gox_compile_options target)
   endif()
   if(GOX_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${GOX_SANITIZE} -fno-omit-frame-pointer)
+    target_compile_definitions(${target} PRIVATE GOX_SANITIZED) # they tell of a crash themselves
     target_link_options(${target} PRIVATE -fsanitize=${GOX_SANITIZE})
   endif()
 endfunction()

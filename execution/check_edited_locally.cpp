@@ -6,6 +6,7 @@
 #include "contracts/paths/paths.h"
 #include "contracts/services/plain_message_box.h"
 #include "session/build_session.h"
+#include "session/error_box.h"
 #include "session/run_report.h"
 
 namespace {

@@ -2,6 +2,7 @@
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/processor_interface.h"
+#include "execution/run_summary.h"
 #include "session/build_session.h"
 
 namespace {
@@ -17,9 +18,11 @@ void BUILD_SESSION::finish_build(bool abort)
         // between actions; the action in hand has to hear of it too.
         while (!wait(LOOK_INTERVAL)) {
             if (abort_flag) {
+                report_stop();
                 finish_build(true);
                 return;
             }
+            report_progress();
         }
         return;
     }

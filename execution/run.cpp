@@ -1,9 +1,6 @@
 // The build thread: the actions of the plan one after another, and their logs.
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
-#include <QtCore/QFile>
-#include <QtCore/QTextStream>
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/processor_interface.h"
@@ -15,50 +12,15 @@
 #include "execution/duration_text.h"
 #include "execution/run_summary.h"
 #include "session/build_session.h"
-#include "session/run_report.h"
+#include "session/log_file.h"
 #include "session/start_up_hooks.h"
+#include "session/work_at_hand.h"
 
 namespace {
 
 const unsigned long PAUSE_INTERVAL = 250; // microseconds
 
-// A log that can't be opened swallows what is written to it; only the console of
-// an unattended run hears of that.
-class LOG_FILE
-{
-public:
-    explicit LOG_FILE(const char* name) : m_file(QCoreApplication::applicationDirPath() + QLatin1String(name))
-    {
-        if (open_log(m_file))
-            m_stream.setDevice(&m_file);
-    }
-
-    ~LOG_FILE()
-    {
-        if (!m_file.isOpen())
-            return;
-        m_stream.flush();
-        m_stream.setDevice(nullptr);
-        m_file.close();
-        if (m_file.error() != QFile::NoError)
-            RUN_REPORT::line(
-                QStringLiteral("Cannot write %1: %2").arg(m_file.fileName(), m_file.errorString()));
-    }
-
-    template <typename T>
-    LOG_FILE& operator<<(const T& text)
-    {
-        if (m_file.isOpen())
-            m_stream << text;
-        return *this;
-    }
-
-private:
-    QFile m_file;
-    QTextStream m_stream;
-};
-
-void write_section(LOG_FILE& log, ACTION_INTERFACE& action)
+void write_section(QTextStream& log, ACTION_INTERFACE& action)
 {
     log << "=== " << action.processor->name() << " / " << action.display_text(true) << " ===\n"
         << action.output << "\n";
@@ -68,13 +30,14 @@ void write_section(LOG_FILE& log, ACTION_INTERFACE& action)
 
 struct BUILD_SESSION::BUILD_LOGS
 {
-    LOG_FILE main{"/gox.log"};
-    LOG_FILE warnings{"/gox_warnings.log"};
-    LOG_FILE error{"/gox_error.log"};
+    LOG_FILE main{QStringLiteral("gox.log")};
+    LOG_FILE warnings{QStringLiteral("gox_warnings.log")};
+    LOG_FILE error{QStringLiteral("gox_error.log")};
 };
 
 void BUILD_SESSION::run()
 {
+    const SIGNAL_STACK signal_stack;
     register_current_thread();
     ACTION_INTERFACE::s_asset_graph = asset_graph;
     abort_flag = false;
@@ -84,14 +47,24 @@ void BUILD_SESSION::run()
     FW::fw_message_box_hook = startup_message_hook;
     {
         BUILD_LOGS logs;
-        logs.main << selected_actions.size() << " action(s) were selected for execution.\n\n";
+        logs.main.text() << selected_actions.size() << " action(s) were selected for execution.\n\n";
         for (ACTION_INTERFACE* action : QVector<ACTION_INTERFACE*>(selected_actions))
             if (!run_action(*action, logs))
                 break;
+        WORK_AT_HAND::note(QStringLiteral("the end of the build"));
         current_action = nullptr;
         ACTION_INTERFACE::s_assert_cache.clear();
         FW::fw_message_box_hook = nullptr;
+        close_logs(logs);
     }
+}
+
+void BUILD_SESSION::close_logs(BUILD_LOGS& logs)
+{
+    written_logs.clear();
+    for (LOG_FILE* log : {&logs.error, &logs.warnings, &logs.main})
+        if (log->close())
+            written_logs.prepend(log->name());
 }
 
 // False when the build is to end here.
@@ -99,6 +72,7 @@ bool BUILD_SESSION::run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs)
 {
     ACTION_INTERFACE::s_assert_cache.clear();
     current_action = &action;
+    WORK_AT_HAND::note(action.processor->name() + " / " + action.display_text(true));
     while (pause_flag && !abort_flag)
         QThread::usleep(PAUSE_INTERVAL);
     if (abort_flag)
@@ -121,11 +95,11 @@ bool BUILD_SESSION::run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs)
         ++action.processor->finished_actions;
     }
 
-    write_section(logs.main, action);
+    write_section(logs.main.text(), action);
     if (action.state == ACTION_SUCCEEDED_WITH_WARNINGS)
-        write_section(logs.warnings, action);
+        write_section(logs.warnings.text(), action);
     if (action.state == ACTION_FAILED)
-        write_section(logs.error, action);
+        write_section(logs.error.text(), action);
     report_action(action);
     if (!configuration->keep_output)
         action.output.clear();

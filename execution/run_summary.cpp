@@ -1,13 +1,26 @@
 #include "execution/run_summary.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QStringList>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QMap>
+
+#include <atomic>
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/processor_interface.h"
+#include "session/log_file.h"
 #include "session/run_report.h"
+#include "session/start_up_hooks.h"
 
 namespace {
+
+const qint64 LINE_INTERVAL = 60000;   // milliseconds, between two lines
+const qint64 TERMINAL_INTERVAL = 200; // the same where a line is rewritten
+
+QElapsedTimer s_time;
+int s_planned = 0;
+std::atomic<int> s_done{0}; // counted by the build thread
+std::atomic<int> s_failed{0};
+qint64 s_told_at = 0;
 
 struct STATE_WORDS
 {
@@ -32,35 +45,98 @@ QString words_of(int state)
     return QStringLiteral("in unknown state %1").arg(state);
 }
 
-// The first line that says something.
+// The line that says why. A tool that fails tells what it does first, and what went
+// wrong in the end; the section of an action that ran closes with a rule and the
+// duration.
 QString reason_of(const ACTION_INTERFACE& action)
 {
-    const QStringList lines = action.output.split('\n', Qt::SkipEmptyParts);
-    const bool has_reason = !lines.isEmpty() && !lines.first().startsWith(QLatin1String("=====")) &&
-                            !lines.first().startsWith(QLatin1String("Duration: "));
-    if (!has_reason)
+    QStringList lines = action.output.split('\n', Qt::SkipEmptyParts);
+    const int rule = lines.size() - 2;
+    if (rule >= 0 && lines.at(rule).startsWith(QLatin1String("=====")) &&
+        lines.last().startsWith(QLatin1String("Duration: ")))
+        lines.erase(lines.begin() + rule, lines.end());
+    while (!lines.isEmpty() && lines.last().trimmed().isEmpty())
+        lines.removeLast();
+    if (lines.isEmpty())
         return QString();
-    return ": " + (action.state == ACTION_DEPENDENCY_FAILED ? lines.join(' ') : lines.first());
+    switch (action.state) {
+    case ACTION_DEPENDENCY_FAILED:
+        return ": " + lines.join(' ');
+    case ACTION_SUCCEEDED_WITH_WARNINGS:
+        return ": " + lines.first().trimmed();
+    default:
+        return ": " + lines.last().trimmed();
+    }
+}
+
+QString name_of(ACTION_INTERFACE& action)
+{
+    return action.processor->name() + " / " + action.display_text(true);
+}
+
+QString progress_text()
+{
+    ACTION_INTERFACE* const action = current_action; // read once: the build thread changes it
+    return QStringLiteral("%1 of %2 done, %3 failed").arg(s_done).arg(s_planned).arg(s_failed) +
+           (action ? ", at hand: " + name_of(*action) : QString());
 }
 
 } // namespace
 
-void report_action(ACTION_INTERFACE& action)
+void report_start(int planned)
 {
-    if (RUN_REPORT::is_on() && action.state != ACTION_SUCCEEDED)
-        RUN_REPORT::line(words_of(action.state) + ": " + action.processor->name() + " / " +
-                         action.display_text(true) + reason_of(action));
+    s_planned = planned;
+    s_done = 0;
+    s_failed = 0;
+    s_told_at = 0;
+    s_time.start();
 }
 
-void report_summary(const QVector<ACTION_INTERFACE*>& actions, qint64 milliseconds)
+void report_action(ACTION_INTERFACE& action)
+{
+    ++s_done;
+    if (action.state == ACTION_FAILED || action.state == ACTION_FAILED_ALONE)
+        ++s_failed;
+    if (RUN_REPORT::is_on() && action.state != ACTION_SUCCEEDED)
+        RUN_REPORT::line(words_of(action.state) + ": " + name_of(action) + reason_of(action));
+}
+
+void report_progress()
+{
+    report_progress_at(s_time.elapsed());
+}
+
+void report_progress_at(qint64 milliseconds)
+{
+    const bool has_terminal = RUN_REPORT::has_terminal();
+    if (!RUN_REPORT::is_on() || milliseconds - s_told_at < (has_terminal ? TERMINAL_INTERVAL : LINE_INTERVAL))
+        return;
+    s_told_at = milliseconds;
+    if (has_terminal)
+        RUN_REPORT::progress(progress_text());
+    else
+        RUN_REPORT::line(progress_text());
+}
+
+void report_stop()
+{
+    ACTION_INTERFACE* const action = current_action;
+    if (RUN_REPORT::is_on())
+        RUN_REPORT::line("Stopping" + (action ? ", waiting for " + name_of(*action) : QString()) + "...");
+}
+
+void report_summary(const QVector<ACTION_INTERFACE*>& actions, const QStringList& logs, bool was_stopped)
 {
     if (!RUN_REPORT::is_on())
         return;
     QMap<int, int> counts;
     for (const ACTION_INTERFACE* action : actions)
         ++counts[action->state];
-    RUN_REPORT::line(
-        QStringLiteral("%1 action(s) in %2 s:").arg(actions.size()).arg(milliseconds / 1000.0, 0, 'f', 1));
+    if (was_stopped)
+        RUN_REPORT::line(QStringLiteral("Stopped from outside."));
+    RUN_REPORT::line(QStringLiteral("%1 action(s) in %2 s:")
+                         .arg(actions.size())
+                         .arg(s_time.elapsed() / 1000.0, 0, 'f', 1));
     for (const STATE_WORDS& known : ALL_STATES)
         if (const int count = counts.take(known.state))
             RUN_REPORT::line(QStringLiteral("  %1 %2").arg(count).arg(QLatin1String(known.words)));
@@ -70,6 +146,6 @@ void report_summary(const QVector<ACTION_INTERFACE*>& actions, qint64 millisecon
         RUN_REPORT::line(QStringLiteral("  started with %1 remark%2, see above")
                              .arg(remarks)
                              .arg(remarks == 1 ? QString() : QStringLiteral("s")));
-    RUN_REPORT::line("Logs: " + QCoreApplication::applicationDirPath() +
-                     "/gox.log, gox_warnings.log, gox_error.log");
+    RUN_REPORT::line("Logs: " + (logs.isEmpty() ? QStringLiteral("none could be written")
+                                                : LOG_FILE::path_of(logs.join(QStringLiteral(", ")))));
 }

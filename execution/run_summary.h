@@ -1,14 +1,34 @@
 #pragma once
 
+#include <QtCore/QStringList>
 #include <QtCore/QVector>
 
 class ACTION_INTERFACE;
 
-/// Tells an unattended run's console about an action that did not succeed: its
-/// name, how it ended and the first line that it has to say. Nothing for state 2,
-/// nor when nobody listens. Build thread, or GUI thread while no build runs.
+// What the console of an unattended run hears of a build. Nothing of it says
+// anything while RUN_REPORT is off.
+
+/// A build of that many actions begins. GUI thread, before the build thread runs.
+void report_start(int planned);
+
+/// Counts an action that has had its turn, and tells of one that did not
+/// succeed: its name, how it ended and the last line that it has to say. Build
+/// thread, or GUI thread while no build runs.
 void report_action(ACTION_INTERFACE& action);
 
-/// The end of an unattended run: counts by state, the time that the build took
-/// and where the logs are. GUI thread, after the build.
-void report_summary(const QVector<ACTION_INTERFACE*>& actions, qint64 milliseconds);
+/// Tells how far the build is and which action is at hand: on a terminal always
+/// behind the last line, elsewhere a line a minute. For a loop that waits for the
+/// build; it may call as often as it likes. GUI thread.
+void report_progress();
+
+/// The same at a point of time, in milliseconds since report_start.
+void report_progress_at(qint64 milliseconds);
+
+/// Tells that the build was asked to end, and which action it has to wait for.
+/// GUI thread.
+void report_stop();
+
+/// The end of a build: counts by state, the time that it took and where the logs
+/// are. `logs` are the names of those that could be written. GUI thread, after the
+/// build.
+void report_summary(const QVector<ACTION_INTERFACE*>& actions, const QStringList& logs, bool was_stopped);

@@ -1,15 +1,14 @@
 // Loading and cleaning of the asset graph: both walk a list of files and report
 // on the splash by the clock.
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
-#include <QtCore/QFile>
 #include <QtCore/QSet>
 
 #include "contracts/paths/paths.h"
 #include "contracts/services/asset_graph.h"
 #include "contracts/services/progress_widget.h"
 #include "session/build_session.h"
+#include "session/log_file.h"
 #include "session/run_report.h"
 
 namespace {
@@ -69,13 +68,12 @@ void BUILD_SESSION::load_asset_graph(PROGRESS_WIDGET& splash)
     }
     asset_graph->check_dependencies(errors);
 
-    QFile log(QCoreApplication::applicationDirPath() + "/gox_asset_graph_error.log");
-    if (open_log(log))
-        log.write(errors.join(QStringLiteral("\r\n")).toLocal8Bit());
+    LOG_FILE log(QStringLiteral("gox_asset_graph_error.log"));
+    log.text() << errors.join(QStringLiteral("\r\n"));
+    const QString place = log.close() ? ", see " + LOG_FILE::path_of(log.name()) : QString();
     if (!errors.isEmpty())
-        RUN_REPORT::line(QStringLiteral("The asset graph has %1 problem(s), see %2")
-                             .arg(errors.size())
-                             .arg(log.fileName()));
+        RUN_REPORT::line(
+            QStringLiteral("The asset graph has %1 problem(s)").arg(QString::number(errors.size())) + place);
 }
 
 void BUILD_SESSION::clean_asset_graph(PROGRESS_WIDGET& splash)

@@ -74,6 +74,7 @@ public:
     PREFERENCES_EDITOR_DIALOG* preferences;
     volatile bool abort_flag; ///< ends the build after the action in hand
     bool pause_flag;          ///< holds the build ahead of the next action
+    QStringList written_logs; ///< names of the build's logs that could be written, once it has ended
 
     /// Runs the steps below in their order, each behind a text on the splash.
     /// False, when the database, the plugins or the scan stopped it; that has
@@ -189,6 +190,7 @@ private:
 
     struct BUILD_LOGS;
     bool run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs);
+    void close_logs(BUILD_LOGS& logs);
     void stop_for_dependencies(ACTION_INTERFACE& action);
     void prepare_targets(ACTION_INTERFACE& action);
     void execute_action(ACTION_INTERFACE& action);

@@ -130,7 +130,7 @@ void BUILD_SESSION::collect_actions(PROGRESS_WIDGET& splash, Tallyline::StopWatc
                 .arg(QString::number(number), QString::number(processors.size()), processor->name());
         splash.set_progress(text);
         splash.repaint();
-        RUN_REPORT::line(text);
+        RUN_REPORT::step(text);
         QVector<ACTION_INTERFACE*> collected = processor->collect_actions(file_map, rule_cache);
         collected.removeAll(nullptr);
         for (ACTION_INTERFACE* action : qAsConst(collected))

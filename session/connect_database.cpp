@@ -7,8 +7,8 @@
 #include "contracts/actions/processor_interface.h"
 #include "contracts/services/command_line_options.h"
 #include "session/build_session.h"
+#include "session/error_box.h"
 #include "session/gox_query_interface.h"
-#include "session/run_report.h"
 
 bool BUILD_SESSION::connect_database(const QString& workspace, QTextStream& log, bool no_progress_dialog)
 {

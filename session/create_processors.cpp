@@ -1,10 +1,10 @@
-#include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 
 #include "contracts/actions/plugin_interface.h"
 #include "contracts/actions/processor_interface.h"
 #include "contracts/configuration/configuration.h"
 #include "session/build_session.h"
+#include "session/log_file.h"
 #include "session/processor_order.h"
 #include "session/run_report.h"
 
@@ -14,14 +14,13 @@ namespace {
 void report_missing_processors(bool are_missing)
 {
     const QString text = QStringLiteral("Couldn't create all processors, check that GOX has been built.");
-    QFile file(QCoreApplication::applicationDirPath() + "/gox_plugin_error.log");
+    const QString log = QStringLiteral("gox_plugin_error.log");
     if (!are_missing) {
-        file.remove();
+        QFile::remove(LOG_FILE::path_of(log));
         return;
     }
     RUN_REPORT::line(text);
-    if (open_log(file))
-        file.write(text.toLocal8Bit());
+    LOG_FILE(log).text() << text;
 }
 
 } // namespace

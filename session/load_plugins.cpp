@@ -10,6 +10,7 @@
 #include "contracts/configuration/configuration.h"
 #include "contracts/services/command_line_options.h"
 #include "session/build_session.h"
+#include "session/error_box.h"
 #include "session/run_report.h"
 
 namespace {

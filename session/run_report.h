@@ -1,12 +1,11 @@
 #pragma once
 
-#include <QtCore/QFile>
 #include <QtCore/QString>
 
 /// What an unattended run tells the console, so that a build engineer can follow
 /// it in the output of the job. Off until `start` is called; a run with a person
-/// in front of it stays quiet. One thread writes at a time: the GUI thread, or
-/// the build thread while the GUI thread waits for it.
+/// in front of it stays quiet. The build thread and the GUI thread both write:
+/// each text goes out whole, whoever else writes.
 namespace RUN_REPORT {
 
 void start();
@@ -15,22 +14,29 @@ bool is_on();
 /// One line to standard output; line ends in the text become blanks.
 void line(const QString& text);
 
+/// A line that says which step the run comes to. A crash names the step too,
+/// whether the report is on or not.
+void step(const QString& text);
+
 /// Something that does not stop the run and may still not be what was meant, such
 /// as a name that leads nowhere: one line to standard output, marked as a remark
-/// and counted, so that the summary can say how many there were.
+/// and counted, so that the summary can say how many there were. GUI thread.
 void remark(const QString& text);
 int remarks(); ///< how many there have been
+
+/// Whether the report is on and goes to a terminal, where `progress` works.
+bool has_terminal();
+
+/// Shows the text behind the last line, in place of what this showed before, cut
+/// to the width of the terminal. The next line that is told takes its place. Not
+/// without a terminal.
+void progress(const QString& text);
+
+/// What takes such a text away and brings the cursor back to the start of the
+/// line; empty where there was none. Safe in a signal handler.
+const char* line_eraser();
 
 /// A text to standard error, whether the report is on or not, as it stands.
 void error(const QString& text);
 
 } // namespace RUN_REPORT
-
-/// Opens a log for writing, which empties it. False when that can't be done, or
-/// when a pipe has the log's name, since that would wait for a reader; only the
-/// console of an unattended run hears of that.
-bool open_log(QFile& log);
-
-/// Shows an error as a message box (title "GOX", button Ok), or, where the mode
-/// of the run hides the box, tells it to standard error alone. GUI thread.
-void show_error_box(const QString& text, bool hidden);

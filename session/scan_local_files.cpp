@@ -10,7 +10,7 @@
 #include "contracts/services/file_list_dialog.h"
 #include "contracts/services/satellite.h"
 #include "session/build_session.h"
-#include "session/run_report.h"
+#include "session/error_box.h"
 #include "session/scanned_folder.h"
 
 namespace {

@@ -1,9 +1,6 @@
 // The start-up: which steps run in which order, and what the splash says.
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QTextStream>
 
 #include "contracts/configuration/configuration.h"
 #include "contracts/paths/paths.h"
@@ -11,6 +8,7 @@
 #include "contracts/services/progress_widget.h"
 #include "contracts/services/stop_watch.h"
 #include "session/build_session.h"
+#include "session/log_file.h"
 #include "session/run_report.h"
 
 namespace {
@@ -20,16 +18,15 @@ void show_step(PROGRESS_WIDGET& splash, const char* text)
 {
     splash.set_progress(QLatin1String(text));
     splash.repaint();
-    RUN_REPORT::line(QLatin1String(text));
+    RUN_REPORT::step(QLatin1String(text));
 }
 
 } // namespace
 
 bool BUILD_SESSION::start_up(PROGRESS_WIDGET& splash, const QString& workspace)
 {
-    QFile log_file(QCoreApplication::applicationDirPath() + "/gox_startup_error.log");
-    open_log(log_file); // one that is not open swallows what is written to it
-    QTextStream log(&log_file);
+    LOG_FILE log_file(QStringLiteral("gox_startup_error.log"));
+    QTextStream& log = log_file.text();
 
     show_step(splash, "Connecting the database...");
     if (!connect_database(workspace, log, configuration->no_progress_dialog))

@@ -1,0 +1,172 @@
+#include "app/platform_choice.h"
+
+#include <QtCore/QByteArray>
+#include <QtGui/QGuiApplication>
+
+#include <cstring>
+
+#ifdef Q_OS_WIN
+#include <windows.h>
+#else
+#include <fcntl.h>
+#include <netdb.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#endif
+
+#include "session/run_report.h"
+
+namespace {
+
+bool s_is_chosen_here = false;
+QtMessageHandler s_former_handler = nullptr;
+
+bool is_windowless(const QString& platform)
+{
+    return platform == QLatin1String("offscreen") || platform == QLatin1String("minimal");
+}
+
+// What Qt says about platforms that are tried in vain.
+bool is_about_choice(const QMessageLogContext& context, const QString& text)
+{
+    if (text.startsWith(QLatin1String("Failed to create wl_display")))
+        return true;
+    return context.category && !std::strncmp(context.category, "qt.qpa.", 7) &&
+           text.startsWith(QLatin1String("could not "), Qt::CaseInsensitive);
+}
+
+// What it says where no window is seen anyway.
+bool is_about_windows(const QString& text)
+{
+    return text.startsWith(QLatin1String("This plugin does not support ")) ||
+           (text.startsWith(QLatin1String("QStandardPaths: ")) &&
+            (text.contains(QLatin1String("XDG_RUNTIME_DIR")) ||
+             text.contains(QLatin1String("runtime directory"))));
+}
+
+void quiet_handler(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    const bool is_noise = (s_is_chosen_here && is_about_choice(context, text)) ||
+                          (is_about_windows(text) && is_windowless(QGuiApplication::platformName()));
+    if (!is_noise || type == QtFatalMsg)
+        s_former_handler(type, context, text);
+}
+
+#ifdef Q_OS_WIN
+
+// A service has windows that nobody sees.
+bool has_visible_station()
+{
+    USEROBJECTFLAGS flags = {};
+    return !GetUserObjectInformationW(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof flags, nullptr) ||
+           (flags.dwFlags & WSF_VISIBLE);
+}
+
+QByteArray platforms_to_try()
+{
+    return has_visible_station() ? QByteArray() : QByteArray("offscreen;windows");
+}
+
+#else
+
+const int ANSWER_LIMIT = 3000; // milliseconds
+
+bool connects(const addrinfo& address)
+{
+    const int socket = ::socket(address.ai_family, address.ai_socktype, address.ai_protocol);
+    if (socket < 0)
+        return false;
+    ::fcntl(socket, F_SETFL, O_NONBLOCK);
+    bool is_open = ::connect(socket, address.ai_addr, address.ai_addrlen) == 0;
+    pollfd waited{socket, POLLOUT, 0};
+    if (!is_open && ::poll(&waited, 1, ANSWER_LIMIT) == 1) {
+        int error = 0;
+        socklen_t size = sizeof error;
+        is_open = ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+    }
+    ::close(socket);
+    return is_open;
+}
+
+// A display of this machine answers or refuses at once. For one of a machine that
+// is gone the system would wait for minutes.
+bool may_answer(const QByteArray& display)
+{
+    const int colon = display.lastIndexOf(':');
+    const QByteArray host = display.left(colon);
+    if (colon <= 0 || host == "unix" || host.startsWith('/'))
+        return !display.isEmpty();
+    const int first_port = 6000;
+    const QByteArray port =
+        QByteArray::number(first_port + display.mid(colon + 1).split('.').first().toInt());
+    addrinfo wanted = {};
+    wanted.ai_socktype = SOCK_STREAM;
+    addrinfo* found = nullptr;
+    if (::getaddrinfo(host.constData(), port.constData(), &wanted, &found) != 0)
+        return false;
+    bool answers = false;
+    for (const addrinfo* address = found; address && !answers; address = address->ai_next)
+        answers = connects(*address);
+    ::freeaddrinfo(found);
+    return answers;
+}
+
+bool has_visible_station()
+{
+    return true;
+}
+
+// Qt's own order, with an end that always works.
+QByteArray platforms_to_try()
+{
+    const bool has_wayland = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    const bool is_wayland_session = has_wayland && qgetenv("XDG_SESSION_TYPE") == "wayland";
+    QByteArray platforms;
+    if (is_wayland_session)
+        platforms += "wayland;";
+    if (may_answer(qgetenv("DISPLAY")))
+        platforms += "xcb;";
+    if (has_wayland && !is_wayland_session)
+        platforms += "wayland;";
+    return platforms + "offscreen";
+}
+
+#endif
+
+bool is_chosen_by_caller(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i)
+        if (!std::strcmp(argv[i], "-platform") || !std::strcmp(argv[i], "--platform"))
+            return true;
+    return !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
+} // namespace
+
+void choose_platform(int argc, char** argv)
+{
+    s_former_handler = qInstallMessageHandler(quiet_handler);
+    const QByteArray platforms = is_chosen_by_caller(argc, argv) ? QByteArray() : platforms_to_try();
+    s_is_chosen_here = !platforms.isEmpty();
+    if (s_is_chosen_here)
+        qputenv("QT_QPA_PLATFORM", platforms);
+}
+
+bool find_display()
+{
+    const bool has_display = !is_windowless(QGuiApplication::platformName()) && has_visible_station();
+    if (!s_is_chosen_here)
+        return has_display;
+    s_is_chosen_here = false;
+    if (has_display) {
+        qunsetenv("QT_QPA_PLATFORM"); // the choice is not that of the tools that actions start
+        return true;
+    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY"})
+        if (!qEnvironmentVariableIsEmpty(name))
+            RUN_REPORT::error(QStringLiteral("The display %1 can't be reached: the run goes on without one.")
+                                  .arg(qEnvironmentVariable(name)));
+    return false;
+}
