@@ -24,6 +24,12 @@ namespace {
 
 const int STANDARD_ERROR = 2;
 
+#ifdef GOX_SANITIZED
+const bool HAS_SANITIZER = true;
+#else
+const bool HAS_SANITIZER = false;
+#endif
+
 char s_file[4096];
 std::atomic<bool> s_has_begun{false};
 std::atomic<bool> s_has_spoken{false};
@@ -180,9 +186,8 @@ void install_crash_report()
     std::snprintf(s_file, sizeof s_file, "%s", file.constData());
     CALL_STACK::prepare();
     std::set_terminate(on_terminate);
-#ifndef GOX_SANITIZED
-    watch_signals();
-#endif
+    if (!HAS_SANITIZER)
+        watch_signals();
 }
 
 EXIT_WATCH::EXIT_WATCH()

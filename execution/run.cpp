@@ -72,6 +72,7 @@ bool BUILD_SESSION::run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs)
 {
     ACTION_INTERFACE::s_assert_cache.clear();
     current_action = &action;
+    WORK_AT_HAND::note(QStringLiteral("the way to the next action")); // whose name comes from a plugin
     WORK_AT_HAND::note(action.processor->name() + " / " + action.display_text(true));
     while (pause_flag && !abort_flag)
         QThread::usleep(PAUSE_INTERVAL);

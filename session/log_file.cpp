@@ -49,9 +49,12 @@ LOG_FILE::LOG_FILE(const QString& name) : m_name(name), m_file(path_of(name))
     m_is_whole = false;
     m_nowhere = std::make_unique<NOWHERE>();
     m_text.setDevice(m_nowhere.get());
-    RUN_REPORT::line(
-        QStringLiteral("Cannot write %1: %2")
-            .arg(m_file.fileName(), is_refused ? QStringLiteral("it is a pipe") : m_file.errorString()));
+    tell(is_refused ? QStringLiteral("it is a pipe") : m_file.errorString());
+}
+
+void LOG_FILE::tell(const QString& cause) const
+{
+    RUN_REPORT::line(QStringLiteral("Cannot write %1: %2").arg(m_file.fileName(), cause));
 }
 
 LOG_FILE::~LOG_FILE()
@@ -67,8 +70,9 @@ bool LOG_FILE::close()
     m_is_whole = m_text.status() == QTextStream::Ok;
     m_text.setDevice(nullptr);
     m_file.close();
-    m_is_whole = m_is_whole && m_file.error() == QFile::NoError;
+    const bool knows_cause = m_file.error() != QFile::NoError; // not of a write that was cut short
+    m_is_whole = m_is_whole && !knows_cause;
     if (!m_is_whole)
-        RUN_REPORT::line(QStringLiteral("Cannot write %1: %2").arg(m_file.fileName(), m_file.errorString()));
+        tell(knows_cause ? m_file.errorString() : QStringLiteral("it is cut off, the disk may be full"));
     return m_is_whole;
 }

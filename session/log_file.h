@@ -29,6 +29,8 @@ public:
 private:
     Q_DISABLE_COPY(LOG_FILE)
 
+    void tell(const QString& cause) const;
+
     QString m_name;
     QFile m_file;
     std::unique_ptr<QIODevice> m_nowhere; // in place of a file that is not open

@@ -58,6 +58,12 @@ SIGNAL_STACK::~SIGNAL_STACK() {}
 
 #else
 
+namespace {
+
+thread_local stack_t t_former_stack = {};
+
+}
+
 SIGNAL_STACK::SIGNAL_STACK()
 {
     void* const memory =
@@ -67,7 +73,7 @@ SIGNAL_STACK::SIGNAL_STACK()
     stack_t stack = {};
     stack.ss_sp = memory;
     stack.ss_size = SIGNAL_STACK_BYTES;
-    if (::sigaltstack(&stack, nullptr) == 0)
+    if (::sigaltstack(&stack, &t_former_stack) == 0)
         m_memory = memory;
     else
         ::munmap(memory, SIGNAL_STACK_BYTES);
@@ -77,9 +83,7 @@ SIGNAL_STACK::~SIGNAL_STACK()
 {
     if (!m_memory)
         return;
-    stack_t none = {};
-    none.ss_flags = SS_DISABLE;
-    ::sigaltstack(&none, nullptr);
+    ::sigaltstack(&t_former_stack, nullptr);
     ::munmap(m_memory, SIGNAL_STACK_BYTES);
 }
 

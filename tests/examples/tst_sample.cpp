@@ -72,7 +72,6 @@ struct SAMPLE
     {
         QProcess::execute(QStringLiteral("cp"),
                           {"-R", QStringLiteral(GOX_SAMPLE_DIR "/tree/."), tree.path()});
-        gox.offscreen = true;
         gox.plain_locale = true;
     }
 

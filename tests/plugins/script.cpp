@@ -15,9 +15,12 @@ using GRAMMAR = QMap<QString, QString>;
 const QString NOTHING, ANYTHING = QStringLiteral(".*"), TEXT = QStringLiteral(".+"),
                        NUMBER = QStringLiteral("-?\\d{1,9}"), PATH = QStringLiteral(".*/.*"),
                        TIME = QStringLiteral("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ");
-const GRAMMAR OF_A_SCRIPT = {{"trace", TEXT}, {"processor", TEXT}};
-const GRAMMAR OF_A_PROCESSOR = {{"action", TEXT},  {"order", NUMBER},           {"scan", TEXT},
-                                {"virtual", PATH}, {"collecting_raises", TEXT}, {"collecting_warns", TEXT}};
+const QString CRASH = QStringLiteral("\\w+ (\\d+|overflow|throw|exit:\\d+)");
+const GRAMMAR OF_A_SCRIPT = {{"trace", TEXT}, {"processor", TEXT}, {"crashes", CRASH}};
+const GRAMMAR OF_A_PROCESSOR = {
+    {"action", TEXT},         {"order", NUMBER},           {"scan", TEXT},
+    {"virtual", PATH},        {"collecting_raises", TEXT}, {"collecting_warns", TEXT},
+    {"collecting_asks", TEXT}};
 const GRAMMAR OF_AN_ACTION = {{"action", TEXT},
                               {"long", TEXT},
                               {"group", TEXT},
@@ -80,6 +83,8 @@ private:
             fail(QStringLiteral("\"%1\" can't have the argument \"%2\"").arg(word, argument));
         if (word == "trace") {
             m_script.trace = argument;
+        } else if (word == "crashes") {
+            m_script.crash = argument;
         } else if (word == "processor") {
             m_script.processors.append(SCRIPT_PROCESSOR());
             m_script.processors.last().name = argument;

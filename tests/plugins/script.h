@@ -10,12 +10,17 @@
 /// the rest of the line, so that names and texts may hold blanks.
 ///
 ///     trace FILE                calls go into FILE, beside the script
+///     crashes CALL HOW          the first such call does not come back: a call as the trace
+///                               names it, "display_text", or of the plugin, "load",
+///                               "construct" or "processors_of_plugin"; HOW is a signal's
+///                               number, "overflow", "throw" or "exit:STATUS"
 ///     processor NAME            what follows belongs to it
 ///       order N                 0 by default
 ///       scan <raw>/folder       a scan directory
 ///       virtual [TIME] PATH     a virtual file; TIME is ISO 8601, now without
 ///       collecting_raises TEXT  a message box while actions are collected
 ///       collecting_warns TEXT   a Qt warning then
+///       collecting_asks TEXT    a dialog with this text then, that is no message box
 ///     action NAME               of the processor above; names are unique
 ///       long TEXT               the long display text; NAME without
 ///       reads PATH              an input
@@ -66,6 +71,7 @@ struct SCRIPT
 {
     QVector<SCRIPT_PROCESSOR> processors;
     QString trace;      ///< a file name; empty for none
+    QString crash;      ///< "CALL HOW"; empty for none
     QStringList errors; ///< "file:line: what is wrong"; a script with errors is not to be run
 
     /// Reads the text; `file_name` is for the errors.

@@ -1,9 +1,35 @@
 #include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QObject>
 
 #include "contracts/actions/plugin_interface.h"
 #include "tests/plugins/scripted_processor.h"
+
+namespace {
+
+QString script_path()
+{
+    const QString named = QString::fromUtf8(qgetenv("GOX_SCRIPT"));
+    return named.isEmpty() ? QCoreApplication::applicationDirPath() + QStringLiteral("/script.txt") : named;
+}
+
+bool come_to(const char* call)
+{
+    // Ahead of the statics of others, with which a script is read as a whole.
+    QFile script(script_path());
+    if (script.open(QIODevice::ReadOnly))
+        while (!script.atEnd()) {
+            const QString line = QString::fromUtf8(script.readLine()).trimmed();
+            if (line.startsWith(QLatin1String("crashes ")))
+                crash_if_told(line.section(' ', 1), call);
+        }
+    return true;
+}
+
+const bool s_is_loaded = come_to("load");
+
+} // namespace
 
 /// Runs script.txt beside the program, or the file that the environment
 /// variable GOX_SCRIPT names. Without a script there are no processors.
@@ -14,14 +40,14 @@ class SCRIPTED_PLUGIN : public QObject, public PLUGIN_INTERFACE
     Q_INTERFACES(PLUGIN_INTERFACE)
 
 public:
+    SCRIPTED_PLUGIN() { come_to(s_is_loaded ? "construct" : ""); }
+
     QVector<PROCESSOR_INTERFACE*> processors_of_plugin() override
     {
-        const QString folder = QCoreApplication::applicationDirPath();
-        const QString named = QString::fromUtf8(qgetenv("GOX_SCRIPT"));
-        const QString path = named.isEmpty() ? folder + QStringLiteral("/script.txt") : named;
-        if (named.isEmpty() && !QFileInfo::exists(path))
+        come_to("processors_of_plugin");
+        if (qEnvironmentVariableIsEmpty("GOX_SCRIPT") && !QFileInfo::exists(script_path()))
             return {};
-        return scripted_processors(SCRIPT::load(path), folder);
+        return scripted_processors(SCRIPT::load(script_path()), QCoreApplication::applicationDirPath());
     }
 };
 

@@ -9,8 +9,14 @@
 #include <QtCore/QSharedPointer>
 #include <QtCore/QThread>
 
+#include <QtWidgets/QDialog>
+#include <QtWidgets/QLabel>
+
 #include <atomic>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/paths/paths.h"
@@ -27,7 +33,7 @@ using FILE_MAP = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>;
 class SCRIPTED_RUN
 {
 public:
-    SCRIPTED_RUN(const SCRIPT& script, const QString& folder)
+    SCRIPTED_RUN(const SCRIPT& script, const QString& folder) : m_crash(script.crash)
     {
         if (script.trace.isEmpty())
             return;
@@ -40,6 +46,7 @@ public:
     // Any thread.
     void trace(const char* call, const QString& name)
     {
+        come_to(call);
         const QMutexLocker lock(&m_mutex);
         if (!m_trace.isOpen())
             return;
@@ -48,13 +55,23 @@ public:
         m_trace.flush(); // the process may end at any moment, without a farewell
     }
 
+    void come_to(const char* call) const { crash_if_told(m_crash, call); }
+
     QMap<QString, ACTION_INTERFACE*> actions; // by name, as they come to life
     QMap<QString, int> groups;                // label to number
 
 private:
+    const QString m_crash;
     QMutex m_mutex;
     QFile m_trace;
 };
+
+// Not a loop to the compiler, which would find that it never ends.
+int use_up_the_stack(volatile int depth)
+{
+    volatile char space[4096] = {};
+    return depth < 0 ? space[0] : use_up_the_stack(depth + 1) + space[1];
+}
 
 PHYSICAL_PATH scripted_place(const QString& path)
 {
@@ -95,6 +112,7 @@ public:
 
     QString display_text(bool long_form) override
     {
+        m_run->come_to("display_text");
         return long_form ? m_script.text("long", m_script.name) : m_script.name;
     }
 
@@ -283,6 +301,11 @@ public:
             qWarning("%s", qUtf8Printable(text));
         for (const QString& text : m_script.all("collecting_raises"))
             FW::raise_message_box(text);
+        for (const QString& text : m_script.all("collecting_asks")) {
+            QDialog dialog;
+            new QLabel(text, &dialog);
+            dialog.exec();
+        }
         QVector<ACTION_INTERFACE*> actions;
         for (const SCRIPT_PART& script : m_script.actions) {
             actions.append(new SCRIPTED_ACTION(script, group_of(script), this, m_run));
@@ -313,6 +336,20 @@ SCRIPT script_of_errors(const QStringList& errors)
 }
 
 } // namespace
+
+void crash_if_told(const QString& crash, const QString& call)
+{
+    const QString how = crash.section(' ', 1);
+    if (crash.section(' ', 0, 0) != call || call.isEmpty())
+        return;
+    if (how == "overflow")
+        use_up_the_stack(0);
+    if (how == "throw")
+        throw std::runtime_error("thrown by the script");
+    if (how.startsWith("exit:"))
+        std::exit(how.section(':', 1).toInt());
+    std::raise(how.toInt());
+}
 
 QVector<PROCESSOR_INTERFACE*> scripted_processors(const SCRIPT& script, const QString& folder)
 {

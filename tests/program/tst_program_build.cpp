@@ -228,10 +228,16 @@ private slots:
     {
         SCRIPTED_SCENE scene;
         GOX_COMPARE_STATUS(
-            scene.run("processor p\naction fine\naction torn\nends 4\naction left\ndepends torn\n"), 1,
-            scene.gox);
-        for (const char* text : {"Connecting the database...", "Loading plugins...",
-                                 "Analysing dependencies...", "torn", "left", "gox.log"})
+            scene.run(
+                "processor p\naction fine\naction torn\nsays reads a.txt\nsays line 7: bad\nsays\nends 4\n"
+                "action left\ndepends torn\naction careful\nsays beware\nsays wrote b.txt\nends 3\n"
+                "action preset\npreset one\npreset two\naction mute\nends 6\n"),
+            1, scene.gox);
+        for (const char* text :
+             {"Connecting the database...", "Loading plugins...", "Analysing dependencies...",
+              "failed: p / torn: line 7: bad\n", "not run because a dependency failed: p / left: Some",
+              "failed: p / preset: two\n", "with warnings: p / careful: beware\n",
+              "failed (others went on): p / mute\n", "/gox.log, gox_warnings.log, gox_error.log"})
             QVERIFY2(scene.gox.out.contains(text), scene.gox.report());
         QVERIFY2(!scene.gox.out.contains("fine") && scene.gox.err.isEmpty(), scene.gox.report());
     }

@@ -1,6 +1,7 @@
 #include <QtTest/QtTest>
 
 #include "tests/support/files.h"
+#include "tests/support/full_disk.h"
 #include "tests/support/scripted_scene.h"
 #include "tests/support/watched_test.h"
 
@@ -25,7 +26,9 @@ private slots:
             GOX_COMPARE_STATUS(scene.gox.run({"--configuration=ci"}), result == 2 ? 0 : 1, scene.gox);
             QCOMPARE(scene.tree.read("working_data/a.txt"), QByteArray("made by a\n"));
             QVERIFY(!scene.tree.exists("tool/gox.log"));
-            QVERIFY2((scene.gox.out + scene.gox.err).contains("gox.log"), scene.gox.report());
+            QVERIFY2(scene.gox.out.contains("gox.log: ") &&
+                         scene.gox.out.endsWith("Logs: none could be written\n"),
+                     scene.gox.report());
         }
     }
 
@@ -45,22 +48,47 @@ private slots:
     {
         if (!QFileInfo::exists("/dev/full"))
             GOX_SKIP("this system has no /dev/full");
+        const QStringList full{"tool/gox.log", "tool/gox_startup_error.log", "tool/gox_plugin_error.log",
+                               "tool/gox_asset_graph_error.log", "working_data/a.txt"};
         SCRIPTED_SCENE scene;
-        QVERIFY(QFile::link("/dev/full", scene.tree.path("tool/gox.log")));
-        QVERIFY(QFile::link("/dev/full", scene.tree.path("working_data/a.txt")));
+        for (const QString& file : full)
+            QVERIFY(QFile::link("/dev/full", scene.tree.path(file)));
+        scene.tree.add_plugin("missing_symbol"); // something to say for each of the logs
+        scene.tree.write("raw_data/x.agf", "<broken");
+        scene.configuration.processors = {"p", "none"};
+        scene.configuration.directories = {"..."};
+        scene.configuration.load_asset_graph = true;
         for (const bool is_console_full : {false, true}) {
             if (is_console_full)
                 scene.gox.output_file = "/dev/full";
             GOX_COMPARE_STATUS(scene.run("processor p\naction a\nwrites <working>/a.txt\n"
                                          "action b\nwrites <working>/b.txt\n"),
                                1, scene.gox);
-            for (const char* file : {"gox.log", "working_data/a.txt"})
+            for (const QString& file : full)
                 QVERIFY2(is_console_full ||
-                             scene.gox.out.contains(QByteArray(file) + ": No space left on device"),
+                             scene.gox.out.contains(file.toUtf8() + ": No space left on device"),
                          scene.gox.report());
+            QVERIFY2(is_console_full || scene.gox.out.endsWith("/tool/gox_warnings.log, gox_error.log\n"),
+                     scene.gox.report());
             QCOMPARE(scene.log("gox_error.log").actions(), QStringList{"a"});
             QCOMPARE(scene.tree.read("working_data/b.txt"), QByteArray("made by b\n"));
         }
+    }
+
+    // A disk that takes the beginning.
+    void log_that_is_cut_off()
+    {
+        SCRIPTED_SCENE scene;
+        scene.tree.write_script("processor p\naction a\n" + QByteArray("says much\n").repeated(5000));
+        write_configuration(scene.tree, "ci", scene.configuration);
+        {
+            const FULL_DISK full_for_children(true);
+            QVERIFY(scene.gox.start({"--configuration=ci"}));
+        }
+        GOX_COMPARE_STATUS(scene.gox.wait(), 0, scene.gox);
+        QCOMPARE(scene.tree.read("tool/gox.log").size(), 100);
+        QVERIFY2(scene.gox.out.contains("/gox.log: it is cut off") && !scene.gox.out.contains("/gox.log, "),
+                 scene.gox.report());
     }
 
     // The action itself meets the fault, and its words are in the log.

@@ -4,6 +4,8 @@
 
 #include "tests/support/rows.h"
 #include "tests/support/scripted_scene.h"
+#include "tests/support/terminal.h"
+#include "tests/support/virtual_display.h"
 #include "tests/support/watched_test.h"
 
 namespace {
@@ -87,9 +89,10 @@ const FAULT FAULTS[] = {
     {"many at once", MANY, "The following plugins were not loaded", ALL, fill_with_faults},
 };
 
-using RUNS = ROWS<int, bool, bool, bool>;  // fault, silent, strict, on a platform that the caller chose
-using PERSONS = ROWS<QString, bool, bool>; // fault, silent, waits
-using INTERRUPTS = ROWS<int, bool, bool>;  // signal, no progress dialog, the action hears of it
+using RUNS = ROWS<int, bool, bool>;                       // fault, silent, strict
+using PERSONS = ROWS<QString, bool, bool>;                // fault, silent, waits
+using PLATFORMS = ROWS<QStringList, QString, QByteArray>; // environment, option, remark
+using INTERRUPTS = ROWS<int, bool, bool>; // signal, no progress dialog, the action hears of it
 
 } // namespace
 
@@ -104,31 +107,26 @@ private slots:
     {
         const RUNS row;
         for (int i = 0; i < int(sizeof FAULTS / sizeof FAULTS[0]); ++i) {
-            const QByteArray name = FAULTS[i].name;
-            row(name + ", chosen platform", i, true, false, true);
             for (const bool silent : {true, false})
                 for (const bool strict : {true, false})
-                    row(name + (silent ? ", silent" : "") + (strict ? "" : ", dont_stop_on_error"), i, silent,
-                        strict, false);
+                    row(QByteArray(FAULTS[i].name) + (silent ? ", silent" : "") +
+                            (strict ? "" : ", dont_stop_on_error"),
+                        i, silent, strict);
         }
     }
-    // Nothing that runs with both settings waits for a person, window system or
-    // not; without a display nothing at all does.
+    // Without a display nothing at all waits for a person.
     void nothing_hangs()
     {
-        const auto [number, silent, strict, offscreen] = RUNS::values();
+        const auto [number, silent, strict] = RUNS::values();
         const FAULT& fault = FAULTS[number];
         for (const bool no_progress_dialog : {true, false}) {
             SCRIPTED_SCENE scene;
-            scene.gox.offscreen = offscreen;
             scene.configuration.silent = silent;
             scene.configuration.no_progress_dialog = no_progress_dialog;
             scene.tree.write_script(fault.script ? fault.script : SCRIPT_OF_ONE);
             fault.prepare(scene);
             write_configuration(scene.tree, "ci", scene.configuration);
-            QStringList options{"--configuration=ci"};
-            if (!offscreen) // there a box of its own
-                options.append("--no_such_option");
+            QStringList options{"--configuration=ci", "--no_such_option"};
             if (!strict)
                 options.append("--dont_stop_on_error");
             if (QByteArray(fault.name).startsWith("swallowed"))
@@ -137,7 +135,7 @@ private slots:
             const bool fails = fault.ends == ALL || (strict && fault.ends == STRICT) || !silent;
             GOX_COMPARE_STATUS(scene.gox.run(options), fails ? 1 : 0, scene.gox);
             QVERIFY2(!silent || scene.gox.err.contains(fault.text), scene.gox.report());
-            QVERIFY2(offscreen || scene.gox.err.contains("no_such_option"), scene.gox.report());
+            QVERIFY2(scene.gox.err.contains("no_such_option"), scene.gox.report());
             QVERIFY2(silent || scene.gox.err.count('\n') >= 2, scene.gox.report());
             const QByteArray log = scene.tree.read("tool/gox_startup_error.log");
             if (silent && !strict && QByteArray(fault.name) == "unreadable folder")
@@ -159,8 +157,8 @@ private slots:
         row("shadowed file, silent", "shadowed file", true, false);
         row("selection", "none", false, true);
     }
-    // On a platform that the caller chose, a box stays until somebody answers it.
-    // `silent` alone hides some of them and not others.
+    // At a display a box stays until somebody answers it. `silent` alone hides some
+    // of them and not others.
     void a_person_is_waited_for()
     {
         const auto [name, silent, waits] = PERSONS::values();
@@ -168,15 +166,60 @@ private slots:
         while (fault->name != name)
             ++fault;
         SCRIPTED_SCENE scene;
-        scene.gox.offscreen = true;
+        if (!use_display(scene))
+            GOX_SKIP("no Xvfb");
         scene.configuration.silent = silent;
         scene.tree.write_script(SCRIPT_OF_ONE);
         fault->prepare(scene);
         write_configuration(scene.tree, "ci", scene.configuration);
         if (waits)
-            scene.gox.limit = 300;
+            scene.gox.limit = 1000;
         const int expected = waits ? int(PROGRAM_RUN::HUNG) : fault->ends == NONE ? 0 : 1;
         GOX_COMPARE_STATUS(scene.gox.run({"--configuration=ci"}), expected, scene.gox);
+    }
+
+    // With both settings nobody is, and the window that watches goes its way.
+    void nobody_is_waited_for_at_a_display()
+    {
+        SCRIPTED_SCENE scene;
+        if (!use_display(scene))
+            GOX_SKIP("no Xvfb");
+        scene.configuration.no_progress_dialog = false;
+        GOX_COMPARE_STATUS(
+            scene.run("processor p\ncollecting_raises early\ncollecting_asks May I?\naction a\ntakes 300\n"),
+            0, scene.gox);
+        QVERIFY2(scene.gox.err.startsWith("early\n") && scene.gox.err.contains("\nMay I?\n"),
+                 scene.gox.report());
+    }
+
+    void nobody_sees_a_window_data()
+    {
+        const PLATFORMS row;
+        row("none", {}, "", "");
+        row("empty", {"QT_QPA_PLATFORM=", "DISPLAY=", "WAYLAND_DISPLAY="}, "", "");
+        row("offscreen", {"QT_QPA_PLATFORM=offscreen", "DISPLAY=:77777"}, "", "");
+        row("minimal by an option", {"DISPLAY=:77777"}, "minimal", "");
+        const QByteArray end = " can't be reached: the run goes on without one.\n";
+        row("dead X", {"DISPLAY=:77777"}, "", "The display :77777" + end);
+        row("dead X of another machine", {"DISPLAY=localhost:7777.0"}, "",
+            "The display localhost:7777.0" + end);
+        row("dead Wayland", {"WAYLAND_DISPLAY=none", "XDG_SESSION_TYPE=wayland"}, "",
+            "The display none" + end);
+    }
+    // Boxes are answered there, and Qt has nothing to say of its own.
+    void nobody_sees_a_window()
+    {
+        const auto [environment, option, remark] = PLATFORMS::values();
+        SCRIPTED_SCENE scene;
+        scene.gox.extra.insert("XDG_RUNTIME_DIR", ""); // as good as not set
+        for (const QString& variable : environment)
+            scene.gox.extra.insert(variable.section('=', 0, 0), variable.section('=', 1));
+        scene.configuration.silent = false;
+        const QStringList options = option.isEmpty() ? QStringList() : QStringList{"-platform", option};
+        GOX_COMPARE_STATUS(scene.run("processor p\ncollecting_raises early\naction a\n", options), 1,
+                           scene.gox);
+        QCOMPARE(scene.gox.err, remark + "early\nThere is no display to choose files on. Use a configuration "
+                                         "that is silent.\n");
     }
 
     void a_choice_without_a_display()
@@ -219,6 +262,10 @@ private slots:
         QCOMPARE(log.body("second"), (hears ? "aborted\n" : "after\n") + end_of_executed_section());
         QCOMPARE(scene.log(hears ? "gox_error.log" : "gox_warnings.log").body("second"), log.body("second"));
         QCOMPARE(scene.trace("execute").size(), 2);
+        const int told = scene.gox.out.indexOf("\nStopping, waiting for p / second...\n");
+        QVERIFY2(told > 0 && told < scene.gox.out.indexOf(": p / second") &&
+                     scene.gox.out.contains("\nStopped from outside.\n4 action(s) in "),
+                 scene.gox.report());
         // Whoever still waits is told as well, and whoever is through is not.
         QCOMPARE(scene.trace("abort "),
                  QStringList({"main abort second", "main abort third", "main abort fourth"}));
@@ -239,14 +286,24 @@ private slots:
         QVERIFY2(status != PROGRAM_RUN::HUNG && status != 0, scene.gox.report());
     }
 
-    void empty_platform_is_no_platform()
+    // Shown in place of the one before, and gone in the end.
+    void progress_on_a_terminal()
     {
+        TERMINAL terminal(40);
         SCRIPTED_SCENE scene;
-        for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
-            scene.gox.extra.insert(name, "");
-        scene.configuration.no_progress_dialog = false; // left out where nobody sees it
-        GOX_COMPARE_STATUS(scene.run(SCRIPT_OF_ONE), 0, scene.gox);
-        QCOMPARE(scene.log().actions(), QStringList{"a"});
+        scene.gox.output_file = terminal.path();
+        scene.gox.extra.insert("TERM", "xterm");
+        QVERIFY(
+            scene.start("processor p\naction torn\nends 4\naction long\nlong at work on 日本語日本語日本語\n"
+                        "takes 600000\naction last\n"));
+        QTRY_COMPARE_WITH_TIMEOUT(terminal.lines().last(), QString("1 of 3 done, 1 failed, at hand: p / at "),
+                                  20000);
+        scene.gox.send_signal(SIGTERM);
+        GOX_COMPARE_STATUS(scene.gox.wait(), 1, scene.gox);
+        const QStringList lines = terminal.lines();
+        QVERIFY2(lines.filter(" done, ").isEmpty() && lines.contains("failed: p / torn") &&
+                     lines.contains("Stopped from outside.") && lines.last().isEmpty(),
+                 qPrintable(lines.join('\n')));
     }
 
     // The first files that are opened then get the numbers of the console, and what
@@ -262,6 +319,15 @@ private slots:
                  "1 action(s) were selected for execution.\n\n=== p / a ===\n" +
                      end_of_executed_section().toUtf8() + '\n');
     }
+
+private:
+    bool use_display(SCRIPTED_SCENE& scene) const
+    {
+        scene.gox.extra.insert("DISPLAY", m_display.name());
+        return !m_display.name().isEmpty();
+    }
+
+    VIRTUAL_DISPLAY m_display;
 };
 
 QTEST_GUILESS_MAIN(tst_program_unattended)

@@ -36,17 +36,6 @@ protected:
     }
 };
 
-// Without what the offscreen platform has to say about windows.
-QByteArray without_platform_remarks(const QByteArray& text)
-{
-    QByteArray result;
-    for (const QByteArray& line : text.split('\n'))
-        if (!line.startsWith("This plugin does not support "))
-            result += line + '\n';
-    result.chop(1);
-    return result;
-}
-
 } // namespace
 
 PROGRAM_RUN::PROGRAM_RUN(const TEMPORARY_TREE& tree) : m_tree(tree) {}
@@ -71,8 +60,6 @@ QProcessEnvironment PROGRAM_RUN::environment() const
     result.insert(QStringLiteral("HOME"), m_tree.path());
     result.insert(QStringLiteral("XDG_CONFIG_HOME"), m_tree.path(QStringLiteral("settings")));
     result.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_tree.path());
-    if (offscreen)
-        result.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     result.insert(extra);
     return result;
 }
@@ -106,9 +93,10 @@ int PROGRAM_RUN::wait()
         m_status = HUNG;
     } else {
         m_status = m_process->exitStatus() == QProcess::NormalExit ? m_process->exitCode() : CRASHED;
+        signal = m_status == CRASHED ? m_process->exitCode() : 0;
     }
     out = m_process->readAllStandardOutput();
-    err = without_platform_remarks(m_process->readAllStandardError());
+    err = m_process->readAllStandardError();
     return m_status;
 }
 

@@ -19,7 +19,6 @@ public:
 
     /// What to set before `start`.
     int limit = 20000;                       ///< milliseconds
-    bool offscreen = false;                  ///< a platform that the caller chose; else no display at all
     bool plain_locale = false;               ///< LANG and LC_ALL are "C"
     bool unprivileged = false;               ///< permissions count, also when the tests run as root
     bool closed_console = false;             ///< without standard input, output and error
@@ -45,7 +44,8 @@ public:
     void send_signal(int number);
 
     QByteArray out; ///< standard output, once the run has ended
-    QByteArray err; ///< standard error, without the remarks of the offscreen platform
+    QByteArray err; ///< standard error, once the run has ended
+    int signal = 0; ///< that ended a run which crashed
 
     /// All that there is to say about the run, for a failure message.
     QByteArray report() const;
