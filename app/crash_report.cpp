@@ -1,6 +1,7 @@
 #include "app/crash_report.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QFile>
 
 #include <atomic>
 #include <csignal>

@@ -33,8 +33,8 @@
 #include "contracts/services/tools_metrics.h"
 #include "session/build_session.h"
 #include "session/run_report.h"
+#include "session/signal_stack.h"
 #include "session/start_up_hooks.h"
-#include "session/work_at_hand.h"
 
 namespace {
 

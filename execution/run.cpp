@@ -13,6 +13,7 @@
 #include "execution/run_summary.h"
 #include "session/build_session.h"
 #include "session/log_file.h"
+#include "session/signal_stack.h"
 #include "session/start_up_hooks.h"
 #include "session/work_at_hand.h"
 

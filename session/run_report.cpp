@@ -130,8 +130,8 @@ void RUN_REPORT::progress(const QString& text)
     if (!s_has_terminal)
         return;
     s_has_progress = true;
-    // The last column is left free: some terminals wrap there.
-    write(stdout, ERASE_LINE + cut_to(terminal_width() - 1, on_one_line(text)).toLocal8Bit());
+    // Some terminals wrap in the last column, and "^C" is to find room as well.
+    write(stdout, ERASE_LINE + cut_to(terminal_width() - 3, on_one_line(text)).toLocal8Bit());
 }
 
 const char* RUN_REPORT::line_eraser()
