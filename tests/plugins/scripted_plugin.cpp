@@ -3,6 +3,8 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QObject>
 
+#include <cstdio>
+
 #include "contracts/actions/plugin_interface.h"
 #include "tests/plugins/scripted_processor.h"
 
@@ -28,6 +30,12 @@ bool come_to(const char* call)
 }
 
 const bool s_is_loaded = come_to("load");
+
+struct FAREWELL
+{
+    ~FAREWELL() { std::fputs("destroyed\n", stderr); }
+};
+const FAREWELL s_farewell;
 
 } // namespace
 

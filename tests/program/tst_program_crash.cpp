@@ -76,6 +76,8 @@ private slots:
         const QByteArray word = event + place + ": " + cause + '\n';
         const QByteArray file = scene.tree.read("tool/call_stack.txt");
         QVERIFY2(scene.gox.err.contains(word) && file.startsWith(word), scene.gox.report());
+        QVERIFY2(place != ACTION || !scene.gox.err.contains("destroyed"),
+                 scene.gox.report()); // while it runs
         // The thrower of an exception on the build thread is unwound before anybody hears of it.
         const bool is_unwound = place == ACTION && cause.contains("exception");
         QVERIFY2(is_unwound || file.contains("GOX_scripted." GOX_BUILD_TAG ".dll(+0x"), file.constData());
