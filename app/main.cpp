@@ -2,6 +2,7 @@
 // configuration applies, starts the session up behind a splash, and leaves by
 // one of three roads.
 
+#include <QtCore/QFileInfo>
 #include <QtCore/QTextCodec>
 #include <QtWidgets/QApplication>
 
@@ -19,6 +20,7 @@
 #include "app/platform_choice.h"
 #include "app/run_cycle.h"
 #include "app/terminate_process.h"
+#include "app/tool_folder.h"
 #include "app/unattended_boxes.h"
 #include "contracts/configuration/configuration.h"
 #include "contracts/paths/paths.h"
@@ -40,30 +42,19 @@ namespace {
 
 const int APPLICATION_NUMBER = 44;
 
-// Whether an argument is this option, in any of its forms.
-bool is_request(const char* argument, const char* name)
-{
-#ifdef Q_OS_WIN
-    if (argument[0] == '/')
-        return !std::strcmp(argument + 1, name);
-#endif
-    return argument[0] == '-' && !std::strcmp(argument + (argument[1] == '-' ? 2 : 1), name);
-}
-
 // Prints what --help or --version asks for; false when neither is there.
 bool answer_without_start(int argc, char** argv)
 {
-    for (int i = 1; i < argc; ++i) {
-        if (is_request(argv[i], "help")) {
-            std::fputs(COMMAND_LINE_OPTIONS::help_text().toLocal8Bit().constData(), stdout);
-            return true;
-        }
-        if (is_request(argv[i], "version")) {
-            std::puts("GOX " GOX_VERSION);
-            return true;
-        }
-    }
-    return false;
+    COMMAND_LINE_OPTIONS options;
+    QStringList errors; // of no interest to who wants help
+    options.initialise(argc, argv, errors);
+    if (options.exists(QStringLiteral("help")))
+        std::fputs(COMMAND_LINE_OPTIONS::help_text().toLocal8Bit().constData(), stdout);
+    else if (options.exists(QStringLiteral("version")))
+        std::puts("GOX " GOX_VERSION);
+    else
+        return false;
+    return true;
 }
 
 #ifdef Q_OS_UNIX
@@ -93,6 +84,31 @@ void prepare_process() {}
 
 #endif
 
+// Fills the record and begins the report of a run that nobody watches.
+void load_configuration(CONFIGURATION& configuration, const QString& name, bool has_display)
+{
+    const QString file = configuration_file(name);
+    QString error;
+    QStringList remarks;
+    const bool is_loaded = configuration.load(file, error, remarks);
+    const bool is_default = name == QLatin1String("default");
+    if (!is_loaded && !is_default) {
+        show_plain_box(QMessageBox::Critical, nullptr, "Failed to load configuration!\n" + error);
+        terminate_process(1);
+    }
+    if (!configuration.silent && has_display)
+        return;
+    RUN_REPORT::start();
+    if (is_loaded)
+        RUN_REPORT::line("Configuration: " + QFileInfo(file).absoluteFilePath());
+    else if (QFileInfo::exists(file))
+        RUN_REPORT::error("The default configuration is left out: " + error);
+    else
+        RUN_REPORT::line("Configuration: none, " + error);
+    for (const QString& remark : qAsConst(remarks))
+        RUN_REPORT::remark(remark);
+}
+
 // Everything from the command line to the end of the cycle. The exit status of
 // a run that came to its end, or nothing when it is to leave by the failure road.
 std::optional<int> run(int argc, char** argv, QApplication& application, Tallyline::Context& metrics,
@@ -106,6 +122,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     if (!option_errors.isEmpty())
         show_plain_box(QMessageBox::Warning, nullptr, option_errors.join('\n'));
     check_options(options);
+    report_other_folder();
 
     QString configuration_name = configuration_name_of(options);
     if (configuration_name == QLatin1String("choose")) {
@@ -116,14 +133,11 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     }
     CONFIGURATION configuration;
     configuration.retail = true;
-    QString load_error;
-    if (!configuration.load(configuration_file(configuration_name), load_error) &&
-        configuration_name != QLatin1String("default")) {
-        show_plain_box(QMessageBox::Critical, nullptr, "Failed to load configuration!\n" + load_error);
-        terminate_process(1);
-    }
-    if (configuration.silent || !has_display)
-        RUN_REPORT::start();
+    load_configuration(configuration, configuration_name, has_display);
+    const TREE_LOCK tree_lock;
+    if (!tree_lock.other_run().isEmpty())
+        RUN_REPORT::remark("Another GOX runs in this tree, " + tree_lock.other_run() +
+                           "; both may write the same files and logs.");
 
     P4_CONNECTION p4(true, true, configuration.p4_option);
     PROGRESS_WIDGET splash(nullptr, Qt::Tool | Qt::FramelessWindowHint);
@@ -165,8 +179,10 @@ int main(int argc, char** argv)
     {
         Tallyline::Context metrics(TOOLS_METRICS::ENDPOINT, TOOLS_METRICS::PORT, "GOX", APPLICATION_NUMBER);
         Tallyline::StopWatch total_watch;
-        if (!PATHS::initialise(QCoreApplication::applicationDirPath()))
+        if (!PATHS::initialise(QCoreApplication::applicationDirPath())) {
+            report_missing_raw_data();
             terminate_process(1);
+        }
         // Static destruction is skipped on purpose when the run came to its end.
         if (const std::optional<int> exit_status =
                 run(argc, argv, application, metrics, total_watch, has_display))

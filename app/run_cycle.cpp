@@ -17,7 +17,15 @@ namespace {
 
 const int LOOK_INTERVAL = 100; // milliseconds
 
+void report_empty_plan()
+{
+    const int remarks = RUN_REPORT::remarks();
+    RUN_REPORT::line(
+        "Nothing is selected, so there is nothing to build." +
+        (remarks ? QStringLiteral(" Started with %1 remark(s), see above.").arg(remarks) : QString()));
 }
+
+} // namespace
 
 RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, P4_CONNECTION& p4,
                      PROGRESS_WIDGET& splash, Tallyline::Context& metrics, Tallyline::StopWatch& total_watch,
@@ -49,7 +57,7 @@ std::optional<int> RUN_CYCLE::run()
         WORK_AT_HAND::note(QStringLiteral("the planning of the build"));
         m_session.plan_build();
         if (m_session.selected_actions.isEmpty())
-            RUN_REPORT::line(QStringLiteral("Nothing is selected, so there is nothing to build."));
+            report_empty_plan();
         else if (!build())
             return std::nullopt;
         if (m_leave_after_pass)

@@ -1,9 +1,81 @@
 #include "contracts/actions/action_interface.h"
 #include "contracts/configuration/configuration.h"
+#include "contracts/paths/paths.h"
 #include "contracts/rules/file_filter_list.h"
 #include "session/build_session.h"
+#include "session/run_report.h"
 
 namespace {
+
+using USERS = QVector<ACTION_INTERFACE*> FILE_ENTRY::*; // the actions that a list asks a file for
+
+// An entry of a list by itself, until it has been seen to have an effect.
+struct LONE_ENTRY
+{
+    LONE_ENTRY(const QString& entry, const char* list_name, USERS users_of_file)
+        : text(entry.trimmed()),
+          list(list_name),
+          users(users_of_file),
+          takes_away(text.startsWith('-')),
+          pattern(lower_case_by_letter(FILE_FILTER_LIST({entry}).text().mid(takes_away ? 1 : 0)))
+    {
+    }
+
+    // What takes away may well meet files that no action touches.
+    bool has_effect(const LOGICAL_PATH& path, const FILE_ENTRY& file)
+    {
+        if (!pattern.matches(path))
+            return false;
+        has_file = true;
+        return takes_away || !(file.*users).isEmpty();
+    }
+
+    QString remark() const
+    {
+        const QString entry = QStringLiteral("The entry \"%1\" of <%2> ").arg(text, list);
+        const char* const use = users == &FILE_ENTRY::providers ? "writes" : "reads";
+        if (has_file)
+            return entry +
+                   QStringLiteral("matches files, but no action %1 any of them.").arg(QLatin1String(use));
+        return entry + (takes_away ? "matches no file, so it takes nothing away." : "matches no file.");
+    }
+
+    QString text;
+    QLatin1String list;
+    USERS users;
+    bool takes_away;
+    FILE_PATTERN pattern;
+    bool has_file = false;
+};
+
+// Entries without an effect, as misspelt ones are.
+class IDLE_ENTRIES
+{
+public:
+    explicit IDLE_ENTRIES(const CONFIGURATION& configuration)
+    {
+        for (const QString& entry : configuration.selected_providers)
+            m_entries.append(LONE_ENTRY(entry, "selected_providers", &FILE_ENTRY::providers));
+        for (const QString& entry : configuration.selected_consumers)
+            m_entries.append(LONE_ENTRY(entry, "selected_consumers", &FILE_ENTRY::consumers));
+    }
+
+    void drop_those_of(const LOGICAL_PATH& path, const FILE_ENTRY& file)
+    {
+        for (int i = m_entries.size() - 1; i >= 0; --i)
+            if (m_entries[i].has_effect(path, file))
+                m_entries.remove(i);
+    }
+
+    void report() const
+    {
+        for (const LONE_ENTRY& entry : m_entries)
+            RUN_REPORT::remark(entry.remark());
+    }
+
+private:
+    QVector<LONE_ENTRY> m_entries;
+};
 
 // The filters look at logical paths, the sets hold physical ones in lower case.
 struct CHOICE
@@ -13,9 +85,10 @@ struct CHOICE
     {
     }
 
-    void collect_paths(const BUILD_SESSION::FILE_MAP& files)
+    void collect_paths(const BUILD_SESSION::FILE_MAP& files, IDLE_ENTRIES& idle)
     {
         for (auto place = files.begin(); place != files.end(); ++place) {
+            idle.drop_those_of(place.key(), *place.value());
             const bool provides = providers.matching(place.key());
             const bool consumes = consumers.matching(place.key());
             if (!provides && !consumes)
@@ -75,10 +148,12 @@ struct CHOICE
 void BUILD_SESSION::select_from_configuration()
 {
     CHOICE choice(*configuration);
+    IDLE_ENTRIES idle(*configuration);
     const bool wants_everything = choice.providers.empty() && choice.consumers.empty();
     const bool takes_away = choice.providers.subtractive() && choice.consumers.subtractive();
     if (!wants_everything)
-        choice.collect_paths(file_map);
+        choice.collect_paths(file_map, idle);
+    idle.report();
     for (ACTION_INTERFACE* action : QVector<ACTION_INTERFACE*>(actions)) {
         if (action->selection_count > 0)
             continue; // held by the pass before, or carried along by another action

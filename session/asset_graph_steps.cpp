@@ -2,6 +2,7 @@
 // on the splash by the clock.
 
 #include <QtCore/QDateTime>
+#include <QtCore/QHash>
 #include <QtCore/QSet>
 
 #include "contracts/paths/paths.h"
@@ -47,6 +48,29 @@ bool is_graph_file(const LOGICAL_PATH& path)
     return static_cast<const QString&>(path).endsWith(QLatin1String(".agf"));
 }
 
+// What the graph keeps the fragments of a file under.
+QString name_below_root(const LOGICAL_PATH& path)
+{
+    return path.section('/', 1, -1);
+}
+
+struct GRAPH_FILE
+{
+    QString path;
+    QString name;
+};
+
+// The graph has one place for a name, and the last file of that name takes it.
+void report_replaced(const QString& replaced, const QString& file)
+{
+    if (!replaced.isEmpty())
+        RUN_REPORT::remark(
+            QStringLiteral(
+                "The assets of %1 do not count: %2 takes its place in the asset graph, because both "
+                "have the same path below their roots. Rename one of them.")
+                .arg(replaced, file));
+}
+
 } // namespace
 
 void BUILD_SESSION::load_asset_graph(PROGRESS_WIDGET& splash)
@@ -54,17 +78,23 @@ void BUILD_SESSION::load_asset_graph(PROGRESS_WIDGET& splash)
     QStringList errors;
     asset_graph->load_binary(PATHS::working_data() + "/asset_graph.bin", errors, false);
 
-    QStringList files;
+    QVector<GRAPH_FILE> files;
     for (auto place = file_map.begin(); place != file_map.end(); ++place)
         if (is_graph_file(place.key()))
-            files.append(place.value()->physical);
+            files.append({place.value()->physical, name_below_root(place.key())});
     PERCENTAGE percentage(splash, "Loading asset graph... %1%", files.size());
+    QHash<QString, QString> counting; // by name, the file whose assets are in the graph
     for (int i = 0; i < files.size(); ++i) {
         percentage.show(i);
+        const GRAPH_FILE& file = files.at(i);
         QString error;
-        asset_graph->add(files.at(i), error);
-        if (!error.isEmpty())
+        asset_graph->add(file.path, error);
+        if (!error.isEmpty()) {
             errors.append(error);
+            continue;
+        }
+        report_replaced(counting.value(file.name), file.path);
+        counting.insert(file.name, file.path);
     }
     asset_graph->check_dependencies(errors);
 
@@ -72,7 +102,7 @@ void BUILD_SESSION::load_asset_graph(PROGRESS_WIDGET& splash)
     log.text() << errors.join(QStringLiteral("\r\n"));
     const QString place = log.close() ? ", see " + LOG_FILE::path_of(log.name()) : QString();
     if (!errors.isEmpty())
-        RUN_REPORT::line(
+        RUN_REPORT::remark(
             QStringLiteral("The asset graph has %1 problem(s)").arg(QString::number(errors.size())) + place);
 }
 
@@ -81,7 +111,7 @@ void BUILD_SESSION::clean_asset_graph(PROGRESS_WIDGET& splash)
     QSet<QString> known;
     for (auto place = file_map.begin(); place != file_map.end(); ++place)
         if (is_graph_file(place.key()))
-            known.insert(place.key().section('/', 1, -1));
+            known.insert(name_below_root(place.key()));
     const QStringList names = asset_graph->get_all_agf_filenames();
     PERCENTAGE percentage(splash, "Cleaning asset graph... %1%", names.size());
     for (int i = 0; i < names.size(); ++i) {

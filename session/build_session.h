@@ -197,4 +197,5 @@ private:
     void abort_selected_actions();
 
     FILE_SPELLINGS m_spellings{file_map};
+    QStringList m_plugin_files; // where each of `plugins` comes from
 };

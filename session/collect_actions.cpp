@@ -132,7 +132,11 @@ void BUILD_SESSION::collect_actions(PROGRESS_WIDGET& splash, Tallyline::StopWatc
         splash.repaint();
         RUN_REPORT::step(text);
         QVector<ACTION_INTERFACE*> collected = processor->collect_actions(file_map, rule_cache);
-        collected.removeAll(nullptr);
+        if (const int missing = collected.removeAll(nullptr))
+            RUN_REPORT::remark(
+                QStringLiteral("The processor \"%1\" gave %2 action(s) that are null, which are "
+                               "passed over.")
+                    .arg(processor->name(), QString::number(missing)));
         for (ACTION_INTERFACE* action : qAsConst(collected))
             if (!action->processor)
                 action->processor = processor;

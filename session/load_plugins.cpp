@@ -1,4 +1,5 @@
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
 #include <QtCore/QDirIterator>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
@@ -11,6 +12,7 @@
 #include "contracts/services/command_line_options.h"
 #include "session/build_session.h"
 #include "session/error_box.h"
+#include "session/plugin_files.h"
 #include "session/run_report.h"
 
 namespace {
@@ -34,13 +36,19 @@ QString level_fault(const QPluginLoader& loader)
         return QString();
     return QStringLiteral("Cannot load library %1: (it was built for level %2 of the plugin kit, this "
                           "program has level %3)")
-        .arg(loader.fileName(), level)
-        .arg(GOX_SDK_LEVEL);
+        .arg(loader.fileName(), level, QString::number(GOX_SDK_LEVEL));
+}
+
+// Whatever kept a library from taking part, an unattended run names it.
+void report_not_loaded(const QString& path, const QString& cause)
+{
+    const bool names_it = cause.contains(QFileInfo(path).fileName());
+    RUN_REPORT::remark("A library was not loaded: " + (names_it ? cause : path + ": " + cause));
 }
 
 // The plugin's root object, or null. A library that the system could not load
 // leaves its words in `failures`, and so does one that must not be entered; one
-// that merely is no plugin leaves nothing.
+// that merely is no plugin is reported and leaves nothing.
 PLUGIN_INTERFACE* load_plugin(const QString& path, QStringList& failures)
 {
     // A relative path would be looked for beside the program, wherever that lies.
@@ -49,6 +57,7 @@ PLUGIN_INTERFACE* load_plugin(const QString& path, QStringList& failures)
     loader.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::PreventUnloadHint);
     const QString fault = level_fault(loader);
     if (!fault.isEmpty()) {
+        report_not_loaded(loader.fileName(), fault);
         failures.append(fault);
         return nullptr;
     }
@@ -57,32 +66,50 @@ PLUGIN_INTERFACE* load_plugin(const QString& path, QStringList& failures)
     if (plugin)
         return static_cast<PLUGIN_INTERFACE*>(plugin);
     const QString error = loader.errorString();
+    report_not_loaded(loader.fileName(),
+                      root ? QStringLiteral("its root object is no PLUGIN_INTERFACE") : error);
     if (error.contains(QLatin1String("Cannot load")))
         failures.append(error);
     loader.unload();
     return nullptr;
 }
 
+// A link that leads nowhere is no file, so the walk over the plugins passes it.
+void report_broken_links(const QString& pattern)
+{
+    for (const QFileInfo& entry : QDir().entryInfoList({pattern}, QDir::System))
+        if (entry.isSymLink() && !entry.exists())
+            report_not_loaded(entry.absoluteFilePath(),
+                              "it is a link to " + entry.symLinkTarget() + ", which does not exist");
+}
+
 } // namespace
+
+QString plugin_file_pattern()
+{
+    return "GOX_*." + QCoreApplication::applicationFilePath().section('.', -2, -2) + ".dll";
+}
 
 bool BUILD_SESSION::load_plugins(QTextStream& log)
 {
-    const QString tag = QCoreApplication::applicationFilePath().section('.', -2, -2);
+    const QString pattern = plugin_file_pattern();
     QStringList failures;
-    QDirIterator files(QStringLiteral("."), {"GOX_*." + tag + ".dll"}, QDir::Files);
+    QDirIterator files(QStringLiteral("."), {pattern}, QDir::Files);
     while (files.hasNext()) {
         const QString path = files.next();
         if (is_excluded(path))
             continue;
-        if (PLUGIN_INTERFACE* const plugin = load_plugin(path, failures))
+        if (PLUGIN_INTERFACE* const plugin = load_plugin(path, failures)) {
             plugins.append(plugin);
+            m_plugin_files.append(files.fileInfo().absoluteFilePath());
+        }
     }
+    report_broken_links(pattern);
 
     if (plugins.isEmpty()) {
         const QString text = QStringLiteral("GOX plugins could not be loaded for some reason!");
         show_error_box(text, is_unattended());
-        for (const QString& failure : qAsConst(failures))
-            RUN_REPORT::line(failure);
+        RUN_REPORT::line("There is no plugin among the files " + pattern + " in " + QDir::currentPath());
         log << text;
         return false;
     }

@@ -5,6 +5,7 @@
 #include <QtCore/QSet>
 #include <QtCore/QXmlStreamWriter>
 
+#include "contracts/services/nearest_name.h"
 #include "contracts/services/whole_file.h"
 #include "contracts/services/xml_file_reader.h"
 
@@ -17,6 +18,9 @@ constexpr int VERSION = 1;
 
 // More entries in one list are taken for a fault.
 constexpr int MAX_ENTRIES = 1000000;
+
+// So many unknown elements are told one by one.
+constexpr int MAX_TOLD = 100;
 
 struct FLAG
 {
@@ -66,13 +70,26 @@ const ROW* find_row(const ROW (&table)[N], const QString& element)
     return nullptr;
 }
 
+// Leaves out an element of a name that is not among `known`.
+void pass_over(XML_FILE_READER& xml, const QStringList& known, QStringList& passed_over)
+{
+    const QString element = xml.name().toString();
+    if (passed_over.size() < MAX_TOLD)
+        passed_over.append(
+            QStringLiteral("%1: <%2> is not known and is passed over%3")
+                .arg(xml.place(), element, suggestion_for(element, known, QString('<'), QString('>'))));
+    else if (passed_over.size() == MAX_TOLD)
+        passed_over.append(xml.place() + ": there are still more unknown elements");
+    xml.skip();
+}
+
 template <typename LIST>
-void read_list(XML_FILE_READER& xml, const char* entry, LIST& list)
+void read_list(XML_FILE_READER& xml, const char* entry, LIST& list, QStringList& passed_over)
 {
     list.clear();
     while (xml.next_child()) {
         if (xml.name() != QLatin1String(entry)) {
-            xml.skip();
+            pass_over(xml, {QLatin1String(entry)}, passed_over);
             continue;
         }
         xml.allow_attributes({});
@@ -98,40 +115,52 @@ void read_number(XML_FILE_READER& xml, int& number)
         xml.fail(QStringLiteral("<%1> must be a whole number, not \"%2\"").arg(element, text));
 }
 
-bool is_known(const QString& element)
+template <typename ROW, std::size_t N>
+void add_elements(const ROW (&table)[N], QStringList& elements)
 {
-    return find_row(FLAGS, element) || find_row(NAME_LISTS, element) || find_row(PATTERN_LISTS, element) ||
-           element == QLatin1String(MERGE_ELEMENT);
+    for (const ROW& row : table)
+        elements.append(QLatin1String(row.element));
 }
 
-void read_member(XML_FILE_READER& xml, const QString& element, CONFIGURATION& record)
+QStringList known_elements()
+{
+    QStringList elements{QLatin1String(MERGE_ELEMENT)};
+    add_elements(NAME_LISTS, elements);
+    add_elements(PATTERN_LISTS, elements);
+    add_elements(FLAGS, elements);
+    return elements;
+}
+
+void read_member(XML_FILE_READER& xml, const QString& element, CONFIGURATION& record,
+                 QStringList& passed_over)
 {
     if (const FLAG* const flag = find_row(FLAGS, element))
         xml.boolean(record.*flag->member);
     else if (const auto* const names = find_row(NAME_LISTS, element))
-        read_list(xml, names->entry, record.*names->member);
+        read_list(xml, names->entry, record.*names->member, passed_over);
     else if (const auto* const patterns = find_row(PATTERN_LISTS, element))
-        read_list(xml, patterns->entry, record.*patterns->member);
+        read_list(xml, patterns->entry, record.*patterns->member, passed_over);
     else
         read_number(xml, record.merge_db_for_checkin);
 }
 
-bool read_members(XML_FILE_READER& xml, CONFIGURATION& record)
+bool read_members(XML_FILE_READER& xml, CONFIGURATION& record, QStringList& passed_over)
 {
+    const QStringList known = known_elements();
     xml.allow_attributes({"version"});
     xml.check_version(VERSION);
     QSet<QString> met;
     while (xml.next_child()) {
         const QString element = xml.name().toString();
-        if (!is_known(element)) {
-            xml.skip();
+        if (!known.contains(element)) {
+            pass_over(xml, known, passed_over);
             continue;
         }
         if (met.contains(element))
             xml.fail(QStringLiteral("<%1> stands twice").arg(element));
         met.insert(element);
         if (xml.allow_attributes({}))
-            read_member(xml, element, record);
+            read_member(xml, element, record, passed_over);
     }
     return xml.finish();
 }
@@ -172,7 +201,9 @@ bool comes_back(const QByteArray& text)
 {
     XML_FILE_READER xml{QString()};
     CONFIGURATION again;
-    return !text.isEmpty() && xml.open(text, ROOT) && read_members(xml, again) && text_of(again) == text;
+    QStringList passed_over;
+    return !text.isEmpty() && xml.open(text, ROOT) && read_members(xml, again, passed_over) &&
+           text_of(again) == text;
 }
 
 bool holds(const QString& path, const QByteArray& text)
@@ -186,9 +217,15 @@ bool holds(const QString& path, const QByteArray& text)
 
 bool CONFIGURATION::load(const QString& path, QString& error)
 {
+    QStringList passed_over;
+    return load(path, error, passed_over);
+}
+
+bool CONFIGURATION::load(const QString& path, QString& error, QStringList& passed_over)
+{
     XML_FILE_READER xml(path);
     CONFIGURATION record = *this;
-    if (!xml.open(ROOT) || !read_members(xml, record)) {
+    if (!xml.open(ROOT) || !read_members(xml, record, passed_over)) {
         error = xml.error();
         return false;
     }

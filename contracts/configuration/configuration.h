@@ -37,6 +37,11 @@ public:
     /// means nothing; then the whole record stays as it was.
     bool load(const QString& path, QString& error);
 
+    /// The same, which also puts a line into `passed_over` for each unknown element,
+    /// with its place and the nearest name that would have been known. Beyond 100 a
+    /// last line says that there are more.
+    bool load(const QString& path, QString& error, QStringList& passed_over);
+
     /// Writes the record, whole or not at all: a file that is there stays as it
     /// was when false comes back. The folder must exist. With `only_if_changed`
     /// a file that holds the very same bytes already is not written again, so

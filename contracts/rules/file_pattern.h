@@ -5,6 +5,8 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
+#include "contracts/export.h"
+
 /// One wildcard pattern, made ready for many questions.
 ///
 ///   ?    one character of a name
@@ -16,7 +18,7 @@
 /// and with the pattern and in no other way, however the wildcards stand.
 ///
 /// A value class; any thread may ask.
-class FILE_PATTERN
+class GOX_CONTRACTS_EXPORT FILE_PATTERN
 {
 public:
     /// `pattern` in lower case, without a leading "-".

@@ -20,6 +20,12 @@ QString quoted(const QString& text)
     return '"' + (line.size() <= QUOTED_LENGTH ? line : line.left(QUOTED_LENGTH) + "...") + '"';
 }
 
+// The path may hold what looks like a place marker.
+QString place_of(const QString& path, qint64 line, qint64 column)
+{
+    return QStringLiteral("%1:%2:%3").arg(path, QString::number(line), QString::number(column));
+}
+
 bool is_wide(const QByteArray& content)
 {
     return content.left(4).contains('\0') || content.startsWith("\xff\xfe") || content.startsWith("\xfe\xff");
@@ -263,8 +269,7 @@ bool XML_FILE_READER::check_version(int newest)
     const int version = attribute("version").trimmed().toInt(&is_number);
     if (!is_number || version < 1 || version > newest)
         return fail(QStringLiteral("version %1 is not known, %2 is the newest that can be read")
-                        .arg(quoted(attribute("version")))
-                        .arg(newest));
+                        .arg(quoted(attribute("version")), QString::number(newest)));
     return true;
 }
 
@@ -314,7 +319,7 @@ bool XML_FILE_READER::finish()
 
 QString XML_FILE_READER::place() const
 {
-    return QStringLiteral("%1:%2:%3").arg(m_path).arg(m_xml.lineNumber()).arg(m_xml.columnNumber() + 1);
+    return place_of(m_path, m_xml.lineNumber(), m_xml.columnNumber() + 1);
 }
 
 bool XML_FILE_READER::fail(const QString& cause)
@@ -325,6 +330,6 @@ bool XML_FILE_READER::fail(const QString& cause)
 bool XML_FILE_READER::fail_at(const QString& cause, qint64 line, qint64 column)
 {
     if (!failed())
-        m_error = QStringLiteral("%1:%2:%3: %4").arg(m_path).arg(line).arg(column).arg(cause);
+        m_error = place_of(m_path, line, column) + ": " + cause;
     return false;
 }

@@ -49,6 +49,8 @@
 ///       rule NAME PROPERTY      says what the rule gives for the first input
 ///       files                   a line for each input and target: what its record knows
 ///
+/// A processor or action of the name "null" is a null pointer.
+///
 /// A PATH is logical, "<working>/a/b.txt", in the spelling that it is to have
 /// on disk, or absolute.
 struct SCRIPT_PART // a processor or an action

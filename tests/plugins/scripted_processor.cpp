@@ -28,6 +28,8 @@ namespace {
 
 using FILE_MAP = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>;
 
+const QLatin1String NULL_POINTER("null"); // the name of what is not made
+
 // What the processors and actions of one script share. Lives as long as any of
 // them.
 class SCRIPTED_RUN
@@ -308,6 +310,10 @@ public:
         }
         QVector<ACTION_INTERFACE*> actions;
         for (const SCRIPT_PART& script : m_script.actions) {
+            if (script.name == NULL_POINTER) {
+                actions.append(nullptr);
+                continue;
+            }
             actions.append(new SCRIPTED_ACTION(script, group_of(script), this, m_run));
             m_run->actions.insert(script.name, actions.last());
         }
@@ -359,6 +365,6 @@ QVector<PROCESSOR_INTERFACE*> scripted_processors(const SCRIPT& script, const QS
     const QSharedPointer<SCRIPTED_RUN> run(new SCRIPTED_RUN(to_run, folder));
     QVector<PROCESSOR_INTERFACE*> processors;
     for (const SCRIPT_PROCESSOR& processor : to_run.processors)
-        processors.append(new SCRIPTED_PROCESSOR(processor, run));
+        processors.append(processor.name == NULL_POINTER ? nullptr : new SCRIPTED_PROCESSOR(processor, run));
     return processors;
 }

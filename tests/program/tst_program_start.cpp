@@ -29,9 +29,10 @@ private slots:
     void help_and_version_data()
     {
         const HELP row;
-        row("help", {"--help"}, "--dont_stop_on_error");
-        row("help among others", {"--configuration=ci", "-help"}, "Usage");
-        row("version", {"--version"}, "1.");
+        row("help", {"--help"}, "\n  --configuration=NAME       run GOX/NAME_");
+        row("help among others", {"--configuration=ci", "-?"},
+            "\n  --help, -h, -?             show this text\n");
+        row("version", {"-v"}, "1.");
     }
     // Both work in a folder that is no tool folder of a data tree.
     void help_and_version()
@@ -59,7 +60,8 @@ private slots:
     {
         const OPTIONS row;
         row("value without an option", {"--offline", "x", "stray"}, "stray");
-        row("misspelt option", {"--dont_stop"}, "dont_stop");
+        row("misspelt option", {"--dont_stop"}, "did you mean --dont_stop_on_error?");
+        row("value too many", {"--nosplashscreen=yes"}, "takes no value; 'yes'");
         row("no value for the configuration", {"--Configuration"},
             "Missing value for parameter 'Configuration'!");
         row("empty value for the configuration", {"-CONFIGURATION="},

@@ -12,6 +12,7 @@
 #include "contracts/paths/paths.h"
 #include "contracts/services/command_line_options.h"
 #include "contracts/services/fw_memory.h"
+#include "contracts/services/nearest_name.h"
 #include "contracts/services/stop_watch.h"
 #include "session/lockable_map.h"
 #include "session/processor_order.h"
@@ -42,6 +43,7 @@ QString to_text(const LIST& paths)
     return texts.join(' ');
 }
 
+using NEAREST = ROWS<QString, QString>;
 using COMMAND_LINE = ROWS<QStringList, QStringList, QStringList>; // arguments, parsed, words of errors
 
 using PLACES = ROWS<QStringList, QString, QString, QString>; // on disk, asked for, to read, to write
@@ -358,14 +360,20 @@ private slots:
     void command_line_data()
     {
         const COMMAND_LINE row;
-        row("forms", {"--offline", "-workspace=a=b", "--configuration", "night ly"},
-            {"configuration=night ly", "offline=", "workspace=a=b"}, {});
+        row("forms", {"--offline", "-workspace=a=b", "--configuration", "night ly", "-?", "-h", "-v"},
+            {"configuration=night ly", "help=", "offline=", "version=", "workspace=a=b"}, {});
         row("last one counts", {"--workspace=a", "-workspace", "b"}, {"workspace=b"}, {});
         row("value in front", {"stray", "--offline"}, {"offline="}, {"'stray'"});
         row("second value", {"--workspace", "a", "b c"}, {"workspace=a"}, {"'b c'"});
         row("spelling is kept", {"--Configuration", "x"}, {"Configuration=x"}, {});
-        row("misspelt", {"--confguration=x", "--OFFLINE", "--"}, {"OFFLINE=", "confguration=x"},
-            {"'confguration'", "'OFFLINE'", "'--'"});
+        row("misspelt", {"--confguration=x", "--OFFLINE", "y", "--dont_stop", "--", "--=z"},
+            {"OFFLINE=y", "confguration=x", "dont_stop="},
+            {"'confguration'; did you mean --configuration? --help", "'OFFLINE'; did you mean --offline?",
+             "mean --dont_stop_on_error?", "'--' names", "'--=z' names"});
+        row("nothing near", {"--frobnicate"}, {"frobnicate="}, {"no option 'frobnicate'; --help lists"});
+        row("a value too many", {"--nosplashscreen=yes", "--offline", "foo", "bar", "--build_server="},
+            {"build_server=", "nosplashscreen=", "offline="},
+            {"'nosplashscreen' takes no value; 'yes' is", "'offline' takes no value; 'foo' is", "'bar'"});
     }
     void command_line()
     {
@@ -386,6 +394,26 @@ private slots:
         QCOMPARE(errors.size(), error_words.size());
         for (int i = 0; i < errors.size(); ++i)
             QVERIFY2(errors[i].contains(error_words[i]), qPrintable(errors[i]));
+    }
+
+    void nearest_names_data()
+    {
+        const NEAREST row;
+        row("letter left out", "textues", "textures");
+        row("neighbours swapped", "Texturse", "textures");
+        row("letter case", "PACKS", "packs");
+        row("cut short", "tex", "textures");
+        row("the nearest of several", "packer", "packed");
+        row("two letters of eight", "tixtires", "textures");
+        row("three of eight", "tixtirus", "");
+        row("far", "sounds", "");
+        row("nothing", "", "");
+        row("a text", QString(100000, 't'), "");
+    }
+    void nearest_names()
+    {
+        const auto [name, nearest] = NEAREST::values();
+        QCOMPARE(nearest_name(name, {"packs", "packed", "textures", "p"}), nearest);
     }
 
     void iterator_looks_one_ahead()

@@ -95,8 +95,13 @@ private slots:
                    "</configuration>");
         CONFIGURATION c = unusual();
         QString error;
-        QVERIFY2(c.load(tree.path("c.xml"), error), qPrintable(error));
+        QStringList passed_over;
+        QVERIFY2(c.load(tree.path("c.xml"), error, passed_over), qPrintable(error));
         QCOMPARE(shown(c), QString("one;...;;110000100;-7;;"));
+        const QString behind = " is not known and is passed over";
+        QCOMPARE(passed_over.join('\n').remove(tree.path("c.xml")),
+                 ":3:28: <unknown>" + behind + "\n:6:10: <sillent>" + behind +
+                     "; did you mean <silent>?\n:6:30: <deep>" + behind);
     }
 
     void bad_files_change_nothing_data()
@@ -171,6 +176,10 @@ private slots:
         tree.write("c.xml", "<configuration>" + QByteArray(64 << 20, ' ') + "</configuration>");
         QVERIFY(!c.load(tree.path("c.xml"), error));
         QCOMPARE(error, tree.path("c.xml") + ": can't be opened: it is larger than 67108864 bytes");
+        tree.write("c.xml", "<configuration>" + QByteArray("<x/>").repeated(200) + "</configuration>");
+        QStringList passed_over;
+        QVERIFY(c.load(tree.path("c.xml"), error, passed_over));
+        QCOMPARE(passed_over.size(), 101);
         QVERIFY(!c.load(tree.path("none"), error));
         QCOMPARE(error, tree.path("none") + ": can't be opened: No such file or directory");
     }

@@ -1,0 +1,87 @@
+#include "app/tool_folder.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QSysInfo>
+
+#ifdef Q_OS_UNIX
+#include <cerrno>
+#include <csignal>
+#endif
+
+#include "session/plugin_files.h"
+#include "session/run_report.h"
+
+namespace {
+
+QString lock_file()
+{
+    return QCoreApplication::applicationDirPath() + "/gox.lock";
+}
+
+// A pipe in its place would hold up whoever reads the lock.
+bool is_usable(const QString& path)
+{
+    const QFileInfo info(path);
+    return !info.exists() || info.isFile();
+}
+
+bool is_this_machine(const QString& host)
+{
+    return host.isEmpty() || host == QSysInfo::machineHostName();
+}
+
+// A file that another person's run left behind can't be removed.
+bool may_run(qint64 process, const QString& host)
+{
+#ifdef Q_OS_UNIX
+    return !is_this_machine(host) || ::kill(pid_t(process), 0) == 0 || errno != ESRCH;
+#else
+    Q_UNUSED(process)
+    Q_UNUSED(host)
+    return true;
+#endif
+}
+
+} // namespace
+
+void report_missing_raw_data()
+{
+    const QFileInfo tool_folder(QCoreApplication::applicationDirPath());
+    const QString raw_data = QFileInfo(tool_folder.canonicalFilePath()).path() + "/raw_data";
+    RUN_REPORT::error(
+        QStringLiteral("There is no data tree: the folder %1 does not exist. The program has to lie "
+                       "in a folder beside raw_data.")
+            .arg(raw_data));
+}
+
+void report_other_folder()
+{
+    const QDir here;
+    const QDir tool_folder(QCoreApplication::applicationDirPath());
+    const bool is_elsewhere = here.canonicalPath() != tool_folder.canonicalPath();
+    if (is_elsewhere && !here.exists(QStringLiteral("GOX")) &&
+        here.entryList({plugin_file_pattern()}, QDir::Files).isEmpty())
+        RUN_REPORT::error(
+            QStringLiteral("There is neither a folder GOX with configurations nor a plugin (%1) in "
+                           "%2. Start GOX in its tool folder, %3.")
+                .arg(plugin_file_pattern(), here.absolutePath(), tool_folder.absolutePath()));
+}
+
+TREE_LOCK::TREE_LOCK() : m_file(lock_file())
+{
+    m_file.setStaleLockTime(0); // a run may take days
+    if (!is_usable(lock_file()) || m_file.tryLock(0) || m_file.error() != QLockFile::LockFailedError)
+        return;
+    // The number of a run that crashed may be another program's by now, or this
+    // one's. Whether a run still has its file open the system itself knows.
+    qint64 process = 0;
+    QString host;
+    QString program;
+    if (m_file.removeStaleLockFile())
+        m_file.tryLock(0);
+    else if (m_file.getLockInfo(&process, &host, &program) && may_run(process, host))
+        m_other_run =
+            "process " + QString::number(process) + (is_this_machine(host) ? QString() : " on " + host);
+}
