@@ -74,14 +74,16 @@ TREE_LOCK::TREE_LOCK() : m_file(lock_file())
     m_file.setStaleLockTime(0); // a run may take days
     if (!is_usable(lock_file()) || m_file.tryLock(0) || m_file.error() != QLockFile::LockFailedError)
         return;
-    // The number of a run that crashed may be another program's by now, or this
-    // one's. Whether a run still has its file open the system itself knows.
     qint64 process = 0;
     QString host;
     QString program;
+    if (!m_file.getLockInfo(&process, &host, &program))
+        return;
+    // The number of a run that crashed may be another program's by now, or this
+    // one's. Whether a run still has its file open the system itself knows.
     if (m_file.removeStaleLockFile())
         m_file.tryLock(0);
-    else if (m_file.getLockInfo(&process, &host, &program) && may_run(process, host))
+    else if (may_run(process, host))
         m_other_run =
             "process " + QString::number(process) + (is_this_machine(host) ? QString() : " on " + host);
 }
