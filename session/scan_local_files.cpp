@@ -11,6 +11,7 @@
 #include "contracts/services/satellite.h"
 #include "session/build_session.h"
 #include "session/error_box.h"
+#include "session/run_report.h"
 #include "session/scanned_folder.h"
 
 namespace {
