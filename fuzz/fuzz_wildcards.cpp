@@ -38,7 +38,7 @@ bool matches_plainly(const QVector<uint>& tokens, const QVector<uint>& path)
             if (is_wild)
                 next[i] = reached[i] || (next[i - 1] && (token == DOTS || letter != '/'));
             else
-                next[i] = reached[i - 1] && (token == letter || (token == '?' && letter != '/'));
+                next[i] = reached[i - 1] && (token == letter || token == '?');
         }
         reached = next;
     }

@@ -9,7 +9,7 @@
 
 /// A list of wildcard patterns that chooses files by their paths.
 ///
-///   ?    one character of a name
+///   ?    any one character, a slash included
 ///   *    any number of characters of one file or folder name
 ///   ...  any number of characters, sub-folders included
 ///   -    in front of a pattern: files that match it are taken away

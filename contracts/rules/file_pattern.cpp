@@ -165,7 +165,7 @@ bool FILE_PATTERN::middle_matches(const QChar* text, int size) const
         quint64 alive = 0;
         for (int w = 0; w < m_words; ++w) {
             const quint64 before = met[w];
-            quint64 accepts = is_slash || is_half ? 0 : m_any.at(w);
+            quint64 accepts = is_half ? 0 : m_any.at(w);
             if (cell != cells_end && m_cells.at(cell).word == w)
                 accepts |= m_cells.at(cell++).bits;
             const quint64 stays =

@@ -9,7 +9,7 @@
 
 /// One wildcard pattern, made ready for many questions.
 ///
-///   ?    one character of a name
+///   ?    any one character, a slash included
 ///   *    any number of characters of one name
 ///   ...  any number of characters, slashes included
 ///
