@@ -151,10 +151,7 @@ RULE_PROPERTY_COMMAND::RULE_PROPERTY_COMMAND(const QString& old_value, const QSt
 void RULE_PROPERTY_COMMAND::apply(const QString& value)
 {
     RULE_VALUE_COMMAND::apply(value);
-    if (value.isEmpty())
-        m_rule->properties.remove(m_property);
-    else
-        m_rule->properties[m_property] = QVariant(value);
+    m_rule->set_property(m_property, value);
 }
 
 RULE_INHERIT_COMMAND::RULE_INHERIT_COMMAND(CACHED_RULE* rule, QTreeWidgetItem* row, bool* tracking)

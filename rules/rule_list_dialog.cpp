@@ -5,6 +5,7 @@
 #include <QtWidgets/QTreeWidget>
 
 #include "contracts/rules/cached_rule.h"
+#include "contracts/rules/rule_key.h"
 #include "contracts/rules/rule_schema.h"
 #include "contracts/services/plain_row_delegate.h"
 
@@ -42,7 +43,7 @@ void RULE_LIST_DIALOG::add_rule(const RULE_SCHEMA& schema, const RULE& rule)
     bold.setBold(true);
     rule_row->setFont(COLUMN_NAME, bold);
     for (const RULE_PROPERTY& property : schema.properties) {
-        const auto value = rule.values.constFind(property.name.toLower());
+        const auto value = rule.values.constFind(name_key(property.name));
         if (value == rule.values.constEnd())
             continue;
         const QString origin = value->origin ? QString(value->origin->path) : QString();

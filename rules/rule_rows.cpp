@@ -85,8 +85,7 @@ QTreeWidgetItem* make_rule_row(CACHED_RULE* rule, const RULE_SCHEMA& schema)
 
 QString value_text(const CACHED_RULE& rule, const QString& row_name)
 {
-    return row_name == QLatin1String(FILES_ROW_NAME) ? rule.get_file_filters()
-                                                     : rule.properties.value(row_name).toString();
+    return row_name == QLatin1String(FILES_ROW_NAME) ? rule.get_file_filters() : rule.property(row_name);
 }
 
 int place_among_equals(const QMultiMap<QString, CACHED_RULE*>& rules, CACHED_RULE* rule)

@@ -1,5 +1,25 @@
 #include "contracts/rules/cached_rule.h"
 
+#include "contracts/rules/rule_key.h"
+
+QString CACHED_RULE::property(const QString& name) const
+{
+    const QString key = name_key(name);
+    for (auto place = properties.cbegin(); place != properties.cend(); ++place)
+        if (name_key(place.key()) == key)
+            return place->toString();
+    return QString();
+}
+
+void CACHED_RULE::set_property(const QString& name, const QString& value)
+{
+    const QString key = name_key(name);
+    for (auto place = properties.begin(); place != properties.end();)
+        place = name_key(place.key()) == key ? properties.erase(place) : ++place;
+    if (!value.isEmpty())
+        properties.insert(name, value);
+}
+
 QString CACHED_RULE::get_file_filters() const
 {
     return m_file_filters.text();

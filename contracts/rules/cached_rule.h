@@ -8,13 +8,14 @@
 #include "contracts/paths/logical_path.h"
 #include "contracts/paths/physical_path.h"
 #include "contracts/rules/file_filter_list.h"
+#include "contracts/rules/rule_identity.h"
 
 /// One rule as it stands in a rule file: settings of one kind for the files of
 /// a folder and below.
 ///
-/// A value class. RULE_CACHE owns the rules that it holds; whoever takes one
-/// out of the cache owns it from then on. Read by any thread once start-up is
-/// over, written by the rule editor on the GUI thread while no build runs.
+/// A value class; a copy says the same and is a rule of its own. RULE_CACHE owns the rules that it holds;
+/// whoever takes one out of the cache owns it from then on. Read by any thread once start-up is over, written
+/// by the rule editor on the GUI thread while no build runs.
 class GOX_CONTRACTS_EXPORT CACHED_RULE
 {
 public:
@@ -32,6 +33,14 @@ public:
     /// value is never stored.
     QMap<QString, QVariant> properties;
 
+    /// The text of a property, empty for one that the rule leaves open. `name` in
+    /// any case.
+    QString property(const QString& name) const;
+
+    /// Sets a property, whose only spelling from then on is `name`; an empty
+    /// value leaves it open.
+    void set_property(const QString& name, const QString& value);
+
     /// The file filters as the user sees and types them, see
     /// FILE_FILTER_LIST::from_text. Empty: the rule holds for every file.
     QString get_file_filters() const;
@@ -40,4 +49,9 @@ public:
     /// Whether the filters let a file pass; `path_below` is its path below the
     /// rule's folder, for a global rule the whole logical path.
     bool applies_to(const QString& path_below) const { return m_file_filters.matching(path_below); }
+
+    const RULE_IDENTITY& identity() const { return m_identity; }
+
+private:
+    RULE_IDENTITY m_identity;
 };

@@ -4,6 +4,8 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
+#include "contracts/rules/rule_key.h"
+
 class CACHED_RULE;
 
 /// A resolved property and the rule that it comes from.
@@ -27,7 +29,7 @@ struct RULE
     /// any case.
     QString value(const QString& property, const QString& fallback = QString()) const
     {
-        const auto place = values.constFind(property.toLower());
+        const auto place = values.constFind(name_key(property));
         return place == values.constEnd() ? fallback : place->value.toString();
     }
 };

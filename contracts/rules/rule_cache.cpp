@@ -124,7 +124,7 @@ bool RULE_CACHE::resolve(const QString& key, const QString& path_below, RULE& re
             result.found = rule;
         const auto& properties = rule->properties;
         for (auto property = properties.cbegin(); property != properties.cend(); ++property) {
-            const QString key_of_value = property.key().toLower();
+            const QString key_of_value = name_key(property.key());
             if (!result.values.contains(key_of_value))
                 result.values.insert(key_of_value, {property.value(), rule});
         }

@@ -3,6 +3,7 @@
 #include <QtCore/QMap>
 
 #include "contracts/rules/rule_file_format.h"
+#include "contracts/rules/rule_key.h"
 #include "contracts/rules/text_edits.h"
 #include "contracts/rules/xml_outline.h"
 #include "contracts/services/xml_raw_part.h"
@@ -14,7 +15,7 @@ constexpr int NO_PLACE = -1;
 
 QString kind_of(const RULE_IN_FILE& entry)
 {
-    return entry.rule->name.trimmed().toLower();
+    return name_key(entry.rule->name);
 }
 
 // The comments in the content of an element, which stay when its text changes.
@@ -128,7 +129,7 @@ QByteArray RULE_FILE_EDITOR::edit(QVector<RULE_IN_FILE>& rules)
         const CACHED_RULE* const staying = place == NO_PLACE ? nullptr : m_staying.at(place);
         if (staying) {
             rules.append({staying, rules.size()});
-            if (!mean_the_same(m_old_rules.at(place), *staying))
+            if (meaning_of(m_old_rules.at(place)) != meaning_of(*staying))
                 change(m_elements.at(place), m_old_rules.at(place), *staying);
         } else if (place != NO_PLACE) {
             m_edits.remove_with_indent(m_elements.at(place).begin, m_elements.at(place).end);
@@ -183,20 +184,20 @@ void RULE_FILE_EDITOR::change(const XML_ELEMENT& element, const CACHED_RULE& old
         change_inherit(element, rule.inherit_properties);
 
     const XML_ELEMENT* files = nullptr;
-    QMap<QString, const XML_ELEMENT*> properties; // by name in lower case
+    QMap<QString, const XML_ELEMENT*> properties; // by name_key
     for (const XML_ELEMENT& child : element.children) {
         if (child.name == "files")
             files = &child;
         else if (child.name == "property")
-            properties.insert(xml_attribute(m_text, child, "name").trimmed().toLower(), &child);
+            properties.insert(name_key(xml_attribute(m_text, child, "name")), &child);
     }
     QMap<QString, QString> old_values; // the same
     for (auto old = old_rule.properties.cbegin(); old != old_rule.properties.cend(); ++old)
-        old_values.insert(old.key().toLower(), old->toString());
+        old_values.insert(name_key(old.key()), old->toString());
 
     QVector<QByteArray> added;
     for (auto property = rule.properties.cbegin(); property != rule.properties.cend(); ++property) {
-        const QString key = property.key().trimmed().toLower();
+        const QString key = name_key(property.key());
         const QString value = property->toString().trimmed();
         if (!change_value(properties.value(key), old_values.take(key), value))
             added.append(property_element(property.key(), value));

@@ -3,6 +3,7 @@
 #include <QtCore/QMap>
 #include <QtCore/QSet>
 
+#include "contracts/rules/rule_key.h"
 #include "contracts/rules/rule_schema.h"
 
 namespace {
@@ -31,18 +32,13 @@ bool read_property(XML_FILE_READER& xml, CACHED_RULE& rule, QSet<QString>& known
     if (!xml.allow_attributes({"name"}) || !read_name(xml, name))
         return false;
     const int count = known.size();
-    known.insert(name.toLower());
+    known.insert(name_key(name));
     if (known.size() == count)
         return xml.fail(QStringLiteral("the property \"%1\" is set twice in one rule").arg(name));
     // In the schema's spelling, which is what whoever edits the rule asks for.
-    if (const RULE_SCHEMA* const schema = RULE_SCHEMA::s_schemas.value(rule.name.toLower())) {
-        const auto property = schema->properties.constFind(name.toLower());
-        if (property != schema->properties.constEnd())
-            name = property->name;
-    }
-    const QString value = xml.text().trimmed();
-    if (!value.isEmpty())
-        rule.properties.insert(name, value);
+    const RULE_SCHEMA* const schema = RULE_SCHEMA::s_schemas.value(rule.name.toLower());
+    const RULE_PROPERTY* const property = schema ? schema->property(name) : nullptr;
+    rule.set_property(property ? property->name : name, xml.text().trimmed());
     return !xml.failed();
 }
 
@@ -71,19 +67,6 @@ bool read_rule(XML_FILE_READER& xml, CACHED_RULE& rule)
             xml.skip();
     }
     return !xml.failed();
-}
-
-// What the rule sets, by the property's name in lower case; a name that stands
-// there twice gives two values.
-QMultiMap<QString, QString> values_of(const CACHED_RULE& rule)
-{
-    QMultiMap<QString, QString> values;
-    for (auto property = rule.properties.cbegin(); property != rule.properties.cend(); ++property) {
-        const QString value = property.value().toString().trimmed();
-        if (!value.isEmpty())
-            values.insert(property.key().trimmed().toLower(), value);
-    }
-    return values;
 }
 
 } // namespace
@@ -151,9 +134,15 @@ QByteArray empty_rule_file()
            "\">\n</rules>\n";
 }
 
-bool mean_the_same(const CACHED_RULE& a, const CACHED_RULE& b)
+QStringList meaning_of(const CACHED_RULE& rule)
 {
-    return a.name.trimmed().compare(b.name.trimmed(), Qt::CaseInsensitive) == 0 &&
-           a.inherit_properties == b.inherit_properties && a.get_file_filters() == b.get_file_filters() &&
-           values_of(a) == values_of(b);
+    QMultiMap<QString, QString> values; // a name that stands there twice gives two
+    for (auto property = rule.properties.cbegin(); property != rule.properties.cend(); ++property) {
+        const QString value = property.value().toString().trimmed();
+        if (!value.isEmpty())
+            values.insert(name_key(property.key()), value);
+    }
+    return QStringList{name_key(rule.name), QString::number(rule.inherit_properties),
+                       rule.get_file_filters()} +
+           values.keys() + values.values();
 }

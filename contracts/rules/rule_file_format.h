@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QByteArray>
+#include <QtCore/QStringList>
 #include <QtCore/QVector>
 
 #include "contracts/rules/cached_rule.h"
@@ -41,6 +42,6 @@ QByteArray property_element(const QString& name, const QString& value);
 /// A text as the content of an element.
 QByteArray escaped_for_rule_file(const QString& text);
 
-/// Whether two rules of one folder say the same: nobody would have to write one
-/// in place of the other.
-bool mean_the_same(const CACHED_RULE& a, const CACHED_RULE& b);
+/// What a rule says, however it is spelled. Where two rules of one folder give
+/// the same, nobody would have to write one in place of the other.
+QStringList meaning_of(const CACHED_RULE& rule);

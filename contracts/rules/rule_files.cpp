@@ -1,15 +1,19 @@
 #include "contracts/rules/rule_files.h"
 
 #include <QtCore/QCryptographicHash>
+#include <QtCore/QDataStream>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QSet>
 
 #include <algorithm>
 
 #include "contracts/paths/paths.h"
+#include "contracts/rules/rule_file_check.h"
 #include "contracts/rules/rule_file_edit.h"
 #include "contracts/rules/rule_file_format.h"
+#include "contracts/rules/rule_key.h"
 #include "contracts/services/p4_connection.h"
 #include "contracts/services/whole_file.h"
 #include "contracts/services/xml_file_reader.h"
@@ -27,68 +31,64 @@ QByteArray fingerprint(const QByteArray& bytes)
 // Rules of different kinds have no order among themselves.
 QVector<const CACHED_RULE*> ordered_by_kind(QVector<const CACHED_RULE*> rules)
 {
-    const auto kind = [](const CACHED_RULE* rule) { return rule->name.trimmed().toLower(); };
-    std::stable_sort(rules.begin(), rules.end(),
-                     [&](const CACHED_RULE* a, const CACHED_RULE* b) { return kind(a) < kind(b); });
+    std::stable_sort(rules.begin(), rules.end(), [](const CACHED_RULE* a, const CACHED_RULE* b) {
+        return name_key(a->name) < name_key(b->name);
+    });
     return rules;
 }
 
 // What a file says, whatever its layout.
 QByteArray fingerprint(const QVector<const CACHED_RULE*>& rules)
 {
-    QByteArray text;
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
     for (const CACHED_RULE* const rule : ordered_by_kind(rules))
-        text += rule_element(*rule, RULE_FILE_STYLE());
-    return fingerprint(text);
+        stream << meaning_of(*rule);
+    return fingerprint(bytes);
 }
 
-bool reads_as(const QByteArray& text, const QVector<const CACHED_RULE*>& rules)
+// Rules that a file is to hold, with their places in what stands in it.
+QVector<RULE_IN_FILE> with_places(const QVector<const CACHED_RULE*>& rules,
+                                  const QVector<STANDING_RULE>& standing)
 {
-    XML_FILE_READER xml{QString()};
-    QVector<CACHED_RULE> read;
-    return xml.open(text, RULE_FILE_ROOT) && read_rules(xml, read) && read.size() == rules.size() &&
-           std::equal(rules.begin(), rules.end(), read.begin(),
-                      [](const CACHED_RULE* a, const CACHED_RULE& b) { return mean_the_same(*a, b); });
+    QHash<quint64, int> places;
+    for (int place = 0; place < standing.size(); ++place)
+        places.insert(standing.at(place).number, place);
+    QVector<RULE_IN_FILE> in_file;
+    for (const CACHED_RULE* const rule : ordered_by_kind(rules))
+        in_file.append({rule, places.value(rule->identity().number(), NO_PLACE)});
+    return in_file;
 }
 
-bool can_be_written(const CACHED_RULE& rule)
+// Adds those rules of the file that have no place in `in_file`, where they stand.
+void add_leaving(const QVector<CACHED_RULE>& old_rules, QVector<RULE_IN_FILE>& in_file)
 {
-    QVector<RULE_IN_FILE> only{{&rule, NO_PLACE}};
-    return reads_as(edited_rule_file(empty_rule_file(), {}, only), {&rule});
-}
-
-QString why_not_writable(const CACHED_RULE& rule)
-{
-    const QString has_bad =
-        QStringLiteral("the rule \"%1\" holds characters that can't stand in a rule file");
-    for (auto property = rule.properties.cbegin(); property != rule.properties.cend(); ++property) {
-        CACHED_RULE single;
-        single.name = QStringLiteral("single");
-        single.properties.insert(property.key(), *property);
-        if (!can_be_written(single))
-            return (has_bad + QStringLiteral(", in its property \"%2\"")).arg(rule.name, property.key());
+    QSet<int> staying;
+    for (const RULE_IN_FILE& entry : qAsConst(in_file))
+        staying.insert(entry.place);
+    for (int place = 0; place < old_rules.size(); ++place) {
+        if (staying.contains(place))
+            continue;
+        const QString kind = name_key(old_rules.at(place).name);
+        const auto next = std::find_if(in_file.begin(), in_file.end(), [&](const RULE_IN_FILE& entry) {
+            const QString other_kind = name_key(entry.rule->name);
+            return other_kind > kind || (other_kind == kind && entry.place > place);
+        });
+        in_file.insert(next, {&old_rules.at(place), place});
     }
-    CACHED_RULE bare = rule;
-    bare.properties.clear();
-    if (!can_be_written(bare))
-        return has_bad.arg(rule.name);
-    return QStringLiteral("the rule \"%1\" has a property twice").arg(rule.name);
 }
 
-// Why a text of these rules must not take the place of the file.
-QString why_not_readable(const QString& path, const QByteArray& text,
-                         const QVector<const CACHED_RULE*>& rules)
+// On a disk that knows letter case, two spellings would be one file to the scan.
+bool stands_in_other_case(const QString& path)
 {
-    if (reads_as(text, rules))
-        return QString();
-    for (const CACHED_RULE* const rule : rules)
-        if (!can_be_written(*rule))
-            return why_not_writable(*rule);
-    XML_FILE_READER xml(path);
-    QVector<CACHED_RULE> read;
-    const bool is_read = xml.open(text, RULE_FILE_ROOT) && read_rules(xml, read);
-    return QStringLiteral("with the changes it could not be read again") +
-           (is_read ? QString() : QStringLiteral(": ") + xml.error());
+    const QDir folder(path.section('/', 0, -2));
+    const auto all = QDir::AllEntries | QDir::Hidden | QDir::System;
+    return folder.entryList(all, QDir::Unsorted).contains(path.section('/', -1), Qt::CaseInsensitive);
+}
+
+QString why_homeless(const CACHED_RULE& rule)
+{
+    return QStringLiteral("the rule \"%1\" belongs to no folder on disk").arg(rule.name);
 }
 
 // The rights themselves are looked at: an administrator may write to everything.
@@ -102,6 +102,16 @@ bool is_read_only(const QString& path)
 QString in_one_line(QString text)
 {
     return text.replace('\n', ' ');
+}
+
+QString line_of_unwritten(const QString& path, const QString& because_of, const QString& cause,
+                          bool is_written)
+{
+    if (because_of == path)
+        return QStringLiteral("%1: not saved, %2").arg(path, cause);
+    const QString action = is_written ? QStringLiteral("saved, and still holds the rules that have left it,")
+                                      : QStringLiteral("not written,");
+    return QStringLiteral("%1: %2 because %3 could not be saved: %4").arg(path, action, because_of, cause);
 }
 
 QString make_writable(const QString& path, P4_CONNECTION& p4)
@@ -146,13 +156,13 @@ QString RULE_FILES::read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, 
         rules.append(new CACHED_RULE(rule));
         rules.last()->path = folder;
         rules.last()->physical_path = physical_folder;
-        file.places.insert(rules.last(), file.places.size());
+        file.standing.append(STANDING_RULE(rules.last()->identity()));
     }
     file.disk = fingerprint(xml.content());
     file.rules = fingerprint(FILE_RULES(rules.cbegin(), rules.cend()));
     const int index = enter(file);
     for (const CACHED_RULE* const rule : qAsConst(rules))
-        m_origin.insert(rule, index);
+        m_origin.insert(rule->identity().number(), index);
     return QString();
 }
 
@@ -174,7 +184,7 @@ int RULE_FILES::enter(const RULE_FILE& file)
 int RULE_FILES::file_of(const CACHED_RULE& rule)
 {
     // A rule that was moved elsewhere leaves its file.
-    const int origin = m_origin.value(&rule, NO_FILE);
+    const int origin = m_origin.value(rule.identity().number(), NO_FILE);
     if (origin != NO_FILE && m_files.at(origin).folder == rule.path)
         return origin;
     // Where the rules of a folder lie in its "old_" companion, a new file in the
@@ -191,58 +201,104 @@ int RULE_FILES::file_of(const CACHED_RULE& rule)
     RULE_FILE file;
     file.path = PHYSICAL_PATH(folder + "/rules.gox");
     file.folder = rule.path;
-    return enter(file);
+    const int known = m_by_path.value(file.path, NO_FILE);
+    return known == NO_FILE ? enter(file) : known;
 }
 
-QString RULE_FILES::distribute(const QMultiMap<QString, CACHED_RULE*>& rules, QMap<int, FILE_RULES>& by_file)
+QMap<int, RULE_FILES::FILE_RULES> RULE_FILES::distribute(const QMultiMap<QString, CACHED_RULE*>& rules)
 {
-    QStringList errors;
+    QMap<int, FILE_RULES> by_file;
     for (int i = 0; i < m_files.size(); ++i)
         by_file.insert(i, FILE_RULES()); // a file that has lost its last rule is written too
     // Backwards, since equal keys stand newest first.
     for (auto place = rules.cend(); place != rules.cbegin();) {
         const CACHED_RULE* const rule = *--place;
         const int index = file_of(*rule);
-        if (index == NO_FILE) {
-            errors.append(QStringLiteral("%1: the rule \"%2\" belongs to no folder on disk")
-                              .arg(rule->path, rule->name));
-            continue;
-        }
         by_file[index].append(rule);
-        m_origin.insert(rule, index);
+        if (index != NO_FILE)
+            m_origin.insert(rule->identity().number(), index);
     }
-    return errors.join('\n');
+    return by_file;
+}
+
+RULE_MOVES RULE_FILES::moves_of(int index, const FILE_RULES& rules) const
+{
+    const QVector<STANDING_RULE> standing = m_files.value(index).standing;
+    QSet<quint64> before;
+    for (const STANDING_RULE& rule : standing)
+        before.insert(rule.number);
+    RULE_MOVES moves;
+    QSet<quint64> after;
+    for (const CACHED_RULE* const rule : rules) {
+        after.insert(rule->identity().number());
+        if (!before.contains(rule->identity().number()))
+            moves.arriving.append(rule->identity().line());
+    }
+    for (const STANDING_RULE& rule : standing)
+        if (!after.contains(rule.number))
+            moves.leaving.append(rule.line);
+    return moves;
 }
 
 QString RULE_FILES::save(const QMultiMap<QString, CACHED_RULE*>& rules, P4_CONNECTION& p4)
 {
-    QMap<int, FILE_RULES> by_file;
-    QStringList errors{distribute(rules, by_file)};
-    QStringList written;
-    for (auto place = by_file.cbegin(); place != by_file.cend(); ++place) {
-        bool is_written = false;
-        errors.append(save_file(m_files[place.key()], *place, p4, is_written));
-        if (is_written && errors.last().isEmpty())
-            written.append(QStringLiteral("%1: saved").arg(m_files.at(place.key()).path));
+    const QMap<int, FILE_RULES> by_file = distribute(rules);
+    QMap<int, RULE_MOVES> moves;
+    for (auto place = by_file.cbegin(); place != by_file.cend(); ++place)
+        moves.insert(place.key(), moves_of(place.key(), *place));
+    QVector<bool> is_written(m_files.size(), false);
+    const auto unwritten = write_without_loss(moves, [&](int index, bool keeps_leaving) {
+        const FILE_RULES file_rules = by_file.value(index);
+        return index == NO_FILE ? why_homeless(*file_rules.first())
+                                : save_file(m_files[index], file_rules, keeps_leaving, p4, is_written[index]);
+    });
+
+    QStringList errors;
+    QStringList saved;
+    for (const CACHED_RULE* const rule : by_file.value(NO_FILE))
+        errors.append(QStringLiteral("%1: %2").arg(rule->path, why_homeless(*rule)));
+    const auto name_of = [&](int index) {
+        return index == NO_FILE ? QString(by_file[NO_FILE].first()->path) : QString(m_files.at(index).path);
+    };
+    for (int index = 0; index < m_files.size(); ++index) {
+        const UNWRITTEN_FILE why = unwritten.value(index);
+        QString error = open_for_add(m_files[index], p4);
+        if (unwritten.contains(index) && is_changed(m_files.at(index), by_file.value(index)))
+            error = line_of_unwritten(name_of(index), name_of(why.because_of), why.cause, is_written[index]);
+        if (!error.isEmpty())
+            errors.append(error);
+        else if (is_written[index])
+            saved.append(QStringLiteral("%1: saved").arg(name_of(index)));
     }
-    errors.removeAll(QString());
-    return errors.isEmpty() ? QString() : (errors + written).join('\n');
+    return errors.isEmpty() ? QString() : (errors + saved).join('\n');
 }
 
-QString RULE_FILES::save_file(RULE_FILE& file, const FILE_RULES& rules, P4_CONNECTION& p4,
-                              bool& is_written) const
+bool RULE_FILES::is_changed(const RULE_FILE& file, const FILE_RULES& rules)
 {
-    const bool is_known = !file.disk.isEmpty();
-    const bool is_changed = is_known ? fingerprint(rules) != file.rules : !rules.isEmpty();
-    if (is_changed && rules.isEmpty() && !QFileInfo::exists(file.path)) {
+    return file.disk.isEmpty() ? !rules.isEmpty() : fingerprint(rules) != file.rules;
+}
+
+QString RULE_FILES::save_file(RULE_FILE& file, const FILE_RULES& rules, bool keeps_leaving, P4_CONNECTION& p4,
+                              bool& is_written)
+{
+    if (!keeps_leaving && !is_changed(file, rules))
+        return QString();
+    if (rules.isEmpty() && !QFileInfo::exists(file.path)) {
         file.disk.clear(); // it went with its folder, and its rules have gone too
-    } else if (is_changed) {
-        const QString cause = write(file, rules, p4);
-        if (!cause.isEmpty())
-            return QStringLiteral("%1: not saved, %2").arg(file.path, cause);
-        is_written = true;
-        file.is_new_to_perforce = file.is_new_to_perforce || !is_known;
+        file.standing.clear();
+        return QString();
     }
+    const bool is_new = file.disk.isEmpty();
+    const QString cause = write(file, rules, keeps_leaving, p4);
+    if (!cause.isEmpty())
+        return cause;
+    file.is_new_to_perforce = file.is_new_to_perforce || is_new;
+    is_written = true;
+    return QString();
+}
+
+QString RULE_FILES::open_for_add(RULE_FILE& file, P4_CONNECTION& p4)
+{
     if (!file.is_new_to_perforce || !p4.is_enabled())
         return QString();
     const QString error = in_one_line(p4.open_for_add({file.path}));
@@ -251,42 +307,59 @@ QString RULE_FILES::save_file(RULE_FILE& file, const FILE_RULES& rules, P4_CONNE
                            : QStringLiteral("%1: saved, but not opened for add: %2").arg(file.path, error);
 }
 
-QString RULE_FILES::write(RULE_FILE& file, const FILE_RULES& rules, P4_CONNECTION& p4) const
+// What stands in the file now, which must be what it held when it was read or
+// written last. Why it must not be overwritten; empty when it may.
+QString RULE_FILES::read_again(const RULE_FILE& file, QByteArray& text, QVector<CACHED_RULE>& rules)
 {
+    const QString not_read = QStringLiteral("a file that has not been read is there already");
+    if (!QFileInfo::exists(file.path)) {
+        text = empty_rule_file();
+        return stands_in_other_case(file.path) ? not_read : QString();
+    }
     if (!file.unreadable.isEmpty())
         return QStringLiteral("because it could not be read: ") + file.unreadable;
-    QByteArray text = empty_rule_file();
-    QVector<CACHED_RULE> old_rules;
-    const bool exists = QFileInfo::exists(file.path);
-    if (exists) {
-        if (file.disk.isEmpty())
-            return QStringLiteral("a file that has not been read is there already");
-        XML_FILE_READER xml(file.path);
-        const bool is_read = xml.open(RULE_FILE_ROOT) && read_rules(xml, old_rules);
-        if (!is_read || fingerprint(xml.content()) != file.disk)
-            return QStringLiteral("it has changed on disk since it was read");
-        text = xml.content();
-    }
+    if (file.disk.isEmpty())
+        return not_read;
+    XML_FILE_READER xml(file.path);
+    const bool is_read = xml.open(RULE_FILE_ROOT) && read_rules(xml, rules);
+    text = xml.content();
+    return is_read && fingerprint(text) == file.disk
+               ? QString()
+               : QStringLiteral("it has changed on disk since it was read");
+}
 
-    QVector<RULE_IN_FILE> in_file;
-    for (const CACHED_RULE* const rule : ordered_by_kind(rules))
-        in_file.append({rule, exists ? file.places.value(rule, NO_PLACE) : NO_PLACE});
+QString RULE_FILES::write(RULE_FILE& file, const FILE_RULES& rules, bool keeps_leaving, P4_CONNECTION& p4)
+{
+    QByteArray text;
+    QVector<CACHED_RULE> old_rules;
+    QString cause = read_again(file, text, old_rules);
+    if (!cause.isEmpty())
+        return cause;
+    QVector<RULE_IN_FILE> in_file =
+        with_places(rules, old_rules.isEmpty() ? QVector<STANDING_RULE>() : file.standing);
+    if (keeps_leaving)
+        add_leaving(old_rules, in_file);
+    QHash<const CACHED_RULE*, STANDING_RULE> standing;
+    for (const RULE_IN_FILE& entry : qAsConst(in_file))
+        standing.insert(entry.rule, entry.place == NO_PLACE ? STANDING_RULE(entry.rule->identity())
+                                                            : file.standing.at(entry.place));
     text = edited_rule_file(text, old_rules, in_file);
     FILE_RULES in_order;
     for (const RULE_IN_FILE& entry : qAsConst(in_file))
         in_order.append(entry.rule);
 
-    QString cause = why_not_readable(file.path, text, in_order);
+    cause = why_not_readable(file.path, text, in_order);
     if (cause.isEmpty())
         cause = make_writable(file.path, p4);
     if (cause.isEmpty()) // which begins with the path
         cause = write_whole_file(file.path, text).mid(static_cast<const QString&>(file.path).size() + 2);
     if (!cause.isEmpty())
         return cause;
+    file.unreadable.clear();
     file.disk = fingerprint(text);
-    file.rules = fingerprint(rules);
-    file.places.clear();
-    for (const RULE_IN_FILE& entry : qAsConst(in_file))
-        file.places.insert(entry.rule, entry.place);
+    file.rules = fingerprint(in_order);
+    file.standing.clear();
+    for (const CACHED_RULE* const rule : qAsConst(in_order))
+        file.standing.append(standing.value(rule));
     return QString();
 }

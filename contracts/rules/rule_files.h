@@ -11,8 +11,21 @@
 #include "contracts/paths/logical_path.h"
 #include "contracts/paths/physical_path.h"
 #include "contracts/rules/cached_rule.h"
+#include "contracts/rules/rule_moves.h"
 
 class P4_CONNECTION;
+
+/// Who a rule is that stands in a file, be it that the rule itself is gone.
+struct STANDING_RULE
+{
+    STANDING_RULE() = default;
+    explicit STANDING_RULE(const RULE_IDENTITY& identity) : number(identity.number()), line(identity.line())
+    {
+    }
+
+    quint64 number = 0; ///< of its RULE_IDENTITY
+    quint64 line = 0;   ///< the same
+};
 
 /// The files behind the rules of a RULE_CACHE: what was read from each, and
 /// which rule came from which, so that a change goes back to the right place
@@ -35,24 +48,29 @@ private:
     struct RULE_FILE
     {
         PHYSICAL_PATH path;
-        LOGICAL_PATH folder;                   // "<>" for a global file
-        QString unreadable;                    // why it could not be read
-        QByteArray disk;                       // fingerprint of the bytes on disk; empty for no file
-        QByteArray rules;                      // fingerprint of the rules in them
-        QHash<const CACHED_RULE*, int> places; // of the rules in the file, from 0
-        bool is_new_to_perforce = false;       // written, and still to be opened for add
+        LOGICAL_PATH folder;             // "<>" for a global file
+        QString unreadable;              // why it could not be read
+        QByteArray disk;                 // fingerprint of the bytes on disk; empty for no file
+        QByteArray rules;                // fingerprint of the rules in them
+        QVector<STANDING_RULE> standing; // the rules in them, in their order
+        bool is_new_to_perforce = false; // written, and still to be opened for add
     };
     using FILE_RULES = QVector<const CACHED_RULE*>; // those of a kind together, oldest first
 
     int enter(const RULE_FILE& file);
     int file_of(const CACHED_RULE& rule);
-    QString distribute(const QMultiMap<QString, CACHED_RULE*>& rules, QMap<int, FILE_RULES>& by_file);
-    QString save_file(RULE_FILE& file, const FILE_RULES& rules, P4_CONNECTION& p4, bool& is_written) const;
-    QString write(RULE_FILE& file, const FILE_RULES& rules, P4_CONNECTION& p4) const;
+    QMap<int, FILE_RULES> distribute(const QMultiMap<QString, CACHED_RULE*>& rules);
+    RULE_MOVES moves_of(int index, const FILE_RULES& rules) const;
+    static bool is_changed(const RULE_FILE& file, const FILE_RULES& rules);
+    static QString save_file(RULE_FILE& file, const FILE_RULES& rules, bool keeps_leaving, P4_CONNECTION& p4,
+                             bool& is_written);
+    static QString open_for_add(RULE_FILE& file, P4_CONNECTION& p4);
+    static QString read_again(const RULE_FILE& file, QByteArray& text, QVector<CACHED_RULE>& rules);
+    static QString write(RULE_FILE& file, const FILE_RULES& rules, bool keeps_leaving, P4_CONNECTION& p4);
 
     QVector<RULE_FILE> m_files;
     QHash<PHYSICAL_PATH, int> m_by_path;     // index in m_files
-    QHash<const CACHED_RULE*, int> m_origin; // index in m_files
+    QHash<quint64, int> m_origin;            // number of a rule to index in m_files
     QHash<QString, QDateTime> m_last_change; // by logical folder
     QHash<QString, int> m_file_of_folder;    // logical folder to the file met last, global ones left out
 };

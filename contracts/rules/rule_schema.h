@@ -29,6 +29,10 @@ public:
     QString description;                     ///< tool tip of the rule's row
     QMap<QString, RULE_PROPERTY> properties; ///< key: the property's name in lower case
 
+    /// The property of that name, in any case, whatever the keys of `properties`
+    /// are; null when the kind has none. The schema owns it.
+    const RULE_PROPERTY* property(const QString& name) const;
+
     /// Every known schema. Key: the schema's name in lower case.
     static QMap<QString, RULE_SCHEMA*> s_schemas;
 
