@@ -55,6 +55,12 @@ public:
         : m_call(call), m_take_line(take_line), m_time_limit(time_limit)
     {
         m_watch.start();
+        // A wait for output has no end while complaints go on, and stores them.
+        QObject::connect(&m_process, &QProcess::readyReadStandardError, [this] {
+            take_complaints();
+            if (is_late())
+                m_process.kill();
+        });
     }
 
     P4_ANSWER carry_through(const QString& program)
@@ -70,7 +76,8 @@ public:
             follow();
         }
         end_process();
-        m_answer.complaints = QString::fromLocal8Bit(m_complaints).trimmed();
+        take_complaints();
+        m_answer.complaints.finish();
         return m_answer;
     }
 
@@ -86,27 +93,34 @@ private:
     {
         while (!failed() && m_process.state() != QProcess::NotRunning) {
             const int left = int(m_time_limit - m_watch.elapsed());
-            if (left <= 0) {
-                fail(QStringLiteral("The Perforce client did not end within %1 seconds (p4 %2) and was "
-                                    "stopped. See whether the Perforce server answers, with \"p4 info\".")
-                         .arg(m_time_limit / 1000.0)
-                         .arg(m_call.command));
-                return;
-            }
+            if (left <= 0)
+                return fail_for_time();
             // Standard output may be closed long before the client ends.
             if (!m_process.waitForReadyRead(left) && m_process.state() != QProcess::NotRunning)
                 m_process.waitForFinished(qMin(left, 50));
             take_output(false);
         }
         take_output(true);
+        if (!failed() && is_late() && m_process.exitStatus() != QProcess::NormalExit)
+            fail_for_time();
         if (!failed())
             judge_end();
     }
 
+    bool is_late() const { return m_watch.elapsed() >= m_time_limit; }
+
+    void fail_for_time()
+    {
+        fail(QStringLiteral("The Perforce client did not end within %1 seconds (p4 %2) and was stopped. See "
+                            "whether the Perforce server answers, with \"p4 info\".")
+                 .arg(m_time_limit / 1000.0)
+                 .arg(m_call.command));
+    }
+
+    void take_complaints() { m_answer.complaints.add(m_process.readAllStandardError()); }
+
     void take_output(bool is_all)
     {
-        const QByteArray complaints = m_process.readAllStandardError();
-        m_complaints += complaints.left(P4_CLIENT::MAX_COMPLAINTS - m_complaints.size());
         while (!failed() && (m_process.canReadLine() || (is_all && m_process.bytesAvailable() > 0))) {
             const QByteArray line = m_process.readLine(P4_CLIENT::MAX_LINE + 1);
             if (line.size() >= P4_CLIENT::MAX_LINE)
@@ -148,47 +162,7 @@ private:
     const int m_time_limit;
     QElapsedTimer m_watch;
     QProcess m_process;
-    QByteArray m_complaints;
     P4_ANSWER m_answer;
-};
-
-struct KNOWN_COMPLAINT
-{
-    const char* words; // some of them
-    const char* cause;
-    const char* advice;
-};
-
-const char* const LOGIN = "Perforce does not accept the login of this user, or it has expired";
-const char* const LOG_IN = "Run \"p4 login\" in a command window and try again.";
-const char* const SERVER = "The Perforce server can't be reached, or the connection to it was lost";
-const char* const REACH_SERVER = "Check the network and the server's address in P4PORT, and try again.";
-const char* const WORKSPACE = "The Perforce workspace is not the one of this data tree";
-const char* const SET_WORKSPACE = "Check P4CLIENT and P4CONFIG; \"p4 info\" shows what is in use.";
-const char* const TRUST = "The Perforce server is not trusted";
-const char* const GIVE_TRUST =
-    "Compare its fingerprint with the administrator's and run \"p4 trust\" in a command window.";
-
-const KNOWN_COMPLAINT KNOWN_COMPLAINTS[] = {
-    {"session has expired", LOGIN, LOG_IN},
-    {"session was logged out", LOGIN, LOG_IN},
-    {"please login again", LOGIN, LOG_IN},
-    {"(P4PASSWD) invalid or unset", LOGIN, LOG_IN},
-    {"password must be set", LOGIN, LOG_IN},
-    {"authenticity of", TRUST, GIVE_TRUST},
-    {"p4 trust", TRUST, GIVE_TRUST},
-    {"Connect to server failed", SERVER, REACH_SERVER},
-    {"TCP connect to", SERVER, REACH_SERVER},
-    {"TCP receive", SERVER, REACH_SERVER},
-    {"TCP send", SERVER, REACH_SERVER},
-    {"SSL connect to", SERVER, REACH_SERVER},
-    {"SSL receive", SERVER, REACH_SERVER},
-    {"SSL send", SERVER, REACH_SERVER},
-    {"Partner exited unexpectedly", SERVER, REACH_SERVER},
-    {"Connection reset", SERVER, REACH_SERVER},
-    {"unknown - use 'client' command", WORKSPACE, SET_WORKSPACE},
-    {"is not under client's root", WORKSPACE, SET_WORKSPACE},
-    {"not in client view", WORKSPACE, SET_WORKSPACE},
 };
 
 } // namespace
@@ -205,13 +179,4 @@ P4_ANSWER P4_CLIENT::run(const P4_CALL& call, const LINE_SINK& take_line) const
         return answer;
     }
     return CLIENT_RUN(call, take_line, time_limit).carry_through(program);
-}
-
-QString explain_p4_complaints(const QString& complaints)
-{
-    for (const KNOWN_COMPLAINT& known : KNOWN_COMPLAINTS)
-        if (complaints.contains(QLatin1String(known.words)))
-            return QStringLiteral("%1: %2 %3")
-                .arg(QLatin1String(known.cause), complaints, QLatin1String(known.advice));
-    return QStringLiteral("Perforce: %1").arg(complaints);
 }

@@ -6,6 +6,8 @@
 
 #include <functional>
 
+#include "contracts/services/p4_complaints.h"
+
 /// One call of the `p4` command line client.
 struct P4_CALL
 {
@@ -18,8 +20,8 @@ struct P4_CALL
 /// What became of a call.
 struct P4_ANSWER
 {
-    QString failure;    ///< why the call could not be carried through; empty when the client ended by itself
-    QString complaints; ///< what it wrote to standard error, the beginning of it
+    QString failure; ///< why the call could not be carried through; empty when the client ended by itself
+    P4_COMPLAINTS complaints;
     int exit_code = 0;
 };
 
@@ -29,8 +31,8 @@ struct P4_ANSWER
 /// question gets no answer and fails. It works from the current folder and
 /// speaks English, as its complaints are read here.
 ///
-/// A call blocks until the client has ended, at most for the time limit; then
-/// the client is ended. No event loop is needed and none is run. Any one thread
+/// A call blocks until the client has ended, at most for the time limit, however
+/// much it writes; then the client is ended. No event loop is needed and none is run. Any one thread
 /// at a time.
 class P4_CLIENT
 {
@@ -39,14 +41,9 @@ public:
     /// not empty ends the client, and is the failure of the call.
     using LINE_SINK = std::function<QString(const QByteArray& line)>;
 
-    static constexpr int MAX_LINE = 1 << 20;        ///< bytes; a longer line fails the call
-    static constexpr int MAX_COMPLAINTS = 16 << 10; ///< bytes that are kept
+    static constexpr int MAX_LINE = 1 << 20; ///< bytes; a longer line fails the call
 
     P4_ANSWER run(const P4_CALL& call, const LINE_SINK& take_line) const;
 
     int time_limit = 60000; ///< of one call, in milliseconds
 };
-
-/// The complaints of the client as an error text that names the cause and, where
-/// it is a matter of login, server, workspace or the like, what to do.
-QString explain_p4_complaints(const QString& complaints);

@@ -76,36 +76,19 @@ QString why_not_writable(const QStringList& files, const QString& remarks)
         .arg(names.join(QStringLiteral(", ")), remarks.isEmpty() ? QString() : " Perforce says: " + remarks);
 }
 
-// Perforce says some refusals as if they were a success, as a remark on the
-// file: "//depot/a - ignored file can't be added."
-bool is_refusal(const QByteArray& remark)
-{
-    const int at = remark.lastIndexOf(" - "); // a name may hold anything
-    return at >= 0 && (remark.indexOf("can't ", at) >= 0 || remark.indexOf("cannot ", at) >= 0);
-}
-
-// That there is nothing of that name in the depot is an answer, no complaint.
-bool tells_of_no_files_only(const QString& complaints)
-{
-    for (const QString& line : complaints.split('\n'))
-        if (!line.contains(QLatin1String("no such file(s)")) &&
-            !line.contains(QLatin1String("file(s) not on client")))
-            return false;
-    return true;
-}
-
 // Why the answer is none to go by; empty when all was well.
 QString fault_of(const P4_ANSWER& answer, const QString& command)
 {
     if (!answer.failure.isEmpty())
         return answer.failure;
-    if (!answer.complaints.isEmpty())
-        return explain_p4_complaints(answer.complaints);
-    if (answer.exit_code != 0)
-        return QStringLiteral("The Perforce client ended with status %1 and gave no cause (p4 %2).")
-            .arg(answer.exit_code)
-            .arg(command);
-    return QString();
+    if (answer.exit_code == 0 && !answer.complaints.tell_of_failure())
+        return QString();
+    const QString complaints = answer.complaints.text();
+    if (!complaints.isEmpty())
+        return explain_p4_complaints(complaints);
+    return QStringLiteral("The Perforce client ended with status %1 and gave no cause (p4 %2).")
+        .arg(answer.exit_code)
+        .arg(command);
 }
 
 // "2020/01/31 12:00:00 +0100 CET" to 3600.
@@ -162,26 +145,26 @@ QString P4_CONNECTION::open_files(const QString& command, const QStringList& opt
 QString P4_CONNECTION::open_batch(const QString& command, const QStringList& options,
                                   const QStringList& names, const QStringList& files) const
 {
-    QByteArray remarks;
-    QByteArray refusals;
+    P4_COMPLAINTS remarks; // those that Perforce says as if they were a success
     P4_CLIENT client;
     client.time_limit = m_time_limit;
     const P4_ANSWER answer =
         client.run({{QStringLiteral("-ztag")}, command, options, names}, [&](const QByteArray& line) {
             if (line.isEmpty() || line.startsWith("... "))
                 return QString();
-            QByteArray& kept = is_refusal(line) ? refusals : remarks;
-            if (kept.size() < P4_CLIENT::MAX_COMPLAINTS)
-                kept += (kept.isEmpty() ? "" : "\n") + line;
+            remarks.add(line + '\n');
             return QString();
         });
     const QString fault = fault_of(answer, command);
     if (!fault.isEmpty())
         return fault;
-    if (!refusals.isEmpty())
-        return explain_p4_complaints(QString::fromLocal8Bit(refusals));
-    return command == QLatin1String("edit") ? why_not_writable(files, QString::fromLocal8Bit(remarks))
-                                            : QString();
+    remarks.finish();
+    for (const P4_COMPLAINTS& said : {answer.complaints, remarks})
+        if (said.tell_of_failure() || said.tell_of_no_files())
+            return explain_p4_complaints(said.text());
+    return command == QLatin1String("edit")
+               ? why_not_writable(files, (answer.complaints.text() + '\n' + remarks.text()).trimmed())
+               : QString();
 }
 
 QString P4_CONNECTION::read_file_states(const QStringList& specifications, const LINE_SINK& take_line)
@@ -236,7 +219,7 @@ QString P4_CONNECTION::read(const QStringList& global_options, const QString& co
     client.time_limit =
         int(qMin<qint64>(qint64(m_time_limit) * READING_FACTOR, std::numeric_limits<int>::max()));
     const P4_ANSWER answer = client.run({global_options, command, options, names}, take_line);
-    if (answer.failure.isEmpty() && !answer.complaints.isEmpty() && tells_of_no_files_only(answer.complaints))
+    if (answer.failure.isEmpty() && answer.complaints.tell_of_no_files_only())
         return QString();
     return fault_of(answer, command);
 }

@@ -21,6 +21,7 @@ private slots:
     void is_driven_by_keys();
     void is_driven_by_the_mouse();
     void takes_values_as_they_are();
+    void knows_a_property_in_any_spelling();
     void pastes_where_it_stands();
     void shows_folders_with_rules();
     void selects_a_rule();
@@ -263,6 +264,39 @@ void TST_RULE_EDITOR::takes_values_as_they_are()
         RULE_CACHE_HOLDER again;
         QCOMPARE(again.add(scene.tree, "raw_data/rules.gox"), QString());
         QCOMPARE(again->rules.first()->properties["Max size"].toString(), value + 'y');
+    }
+}
+
+// The schema's table need not be keyed by name, and may come after the rules.
+void TST_RULE_EDITOR::knows_a_property_in_any_spelling()
+{
+    RULE_SCHEMA late;
+    late.name = "Late";
+    late.properties.insert("1", {"Bit RATE", ""});
+    for (bool is_late : {false, true}) {
+        RULE_EDITOR_SCENE scene;
+        if (!is_late)
+            RULE_SCHEMA::s_schemas.insert("late", &late);
+        const QByteArray text = rules(
+            "<rule name='Late'><property name='bit rate'>8</property><property name='x'>y</property></rule>");
+        scene.add_files({"raw_data/a.png", "raw_data/rules.gox"}, text);
+        QCOMPARE(scene.cache->rules.first()->properties.firstKey(),
+                 QString(is_late ? "bit rate" : "Bit RATE"));
+        RULE_SCHEMA::s_schemas.insert("late", &late);
+        QCOMPARE(RULE_SCHEMA::register_schema("late", "", {{"BIT rate", ""}})->properties.size(), 1);
+        scene.open();
+        QCOMPARE(scene.shown(), QString("raw| Late -|  (<Files>)|  Bit RATE = 8"));
+        scene.row("raw/Late/Bit RATE")->setText(1, "9");
+        QCOMPARE(RULE_EDITOR_SCENE::values(*scene.cache->rules.first()), QString("-[] Bit RATE=9 x=y"));
+        QCOMPARE(scene.cache.answer("<raw>/a.png", "Late"), QString("bit rate=9 x=y"));
+        scene.choose("Undo");
+        scene.tree.set_permissions("raw_data/rules.gox", 0444);
+        QCOMPARE(scene.cache->save(scene.p4), QString()); // nothing to write
+        scene.tree.set_permissions("raw_data/rules.gox", 0644);
+        scene.choose("Redo");
+        QCOMPARE(scene.cache->save(scene.p4), QString());
+        QCOMPARE(scene.tree.read("raw_data/rules.gox"), QByteArray(text).replace('8', '9'));
+        RULE_SCHEMA::s_schemas.remove("late");
     }
 }
 

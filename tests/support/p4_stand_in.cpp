@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -13,6 +14,7 @@
 //
 //     out TEXT, err TEXT    a line of output
 //     flood N               N bytes of output without a line end
+//     complain N TEXT       N times the line as an error
 //     writable              makes the files of its names writable
 //     wait N                N milliseconds
 //     die                   ends as a crash does
@@ -26,6 +28,16 @@ std::string plain_name(std::string name)
     return name;
 }
 
+void complain(int count, const std::string& text)
+{
+    constexpr int AT_ONCE = 1000;
+    std::string many;
+    for (int i = 0; i < AT_ONCE; ++i)
+        many += text + '\n';
+    for (; count > 0; count -= AT_ONCE)
+        std::cerr.write(many.data(), std::streamsize(many.size()) * std::min(count, AT_ONCE) / AT_ONCE);
+}
+
 void take_step(const std::string& word, const std::string& rest, const std::vector<std::string>& names)
 {
     namespace fs = std::filesystem;
@@ -35,6 +47,8 @@ void take_step(const std::string& word, const std::string& rest, const std::vect
         std::cerr << rest << std::endl;
     else if (word == "flood")
         std::cout << std::string(std::stoul(rest), 'x') << std::flush;
+    else if (word == "complain")
+        complain(std::stoi(rest), rest.substr(rest.find(' ') + 1));
     else if (word == "wait")
         std::this_thread::sleep_for(std::chrono::milliseconds(std::stoi(rest)));
     else if (word == "die")

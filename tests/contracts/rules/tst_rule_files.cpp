@@ -1,4 +1,5 @@
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 #include <QtTest/QTest>
 
 #include <algorithm>
@@ -15,10 +16,11 @@
 static const char* const SIMPLE =
     "<rules><rule name='Texture'><property name='a'>1</property></rule></rules>";
 
-using BROKEN_FILES = ROWS<QByteArray, QString>;      // text, error
-using EDITS = ROWS<QByteArray, QString, QByteArray>; // before, commands, after
-using OBSTACLES = ROWS<QString, QString, QString>;   // file, error, what appears
-using UNREADABLE = ROWS<QString, QString, QString>;  // value, property, cause
+using BROKEN_FILES = ROWS<QByteArray, QString>;         // text, error
+using EDITS = ROWS<QByteArray, QString, QByteArray>;    // before, commands, after
+using OBSTACLES = ROWS<QString, QString, QString>;      // file, error, what appears
+using MOVES = ROWS<QString, QString, QString, QString>; // moves, obstacles, what save says, on disk
+using UNREADABLE = ROWS<QString, QString, QString>;     // value, property, cause
 
 class TST_RULE_FILES : public WATCHED_TEST
 {
@@ -85,6 +87,9 @@ private slots:
                          "raw_data/unit/rules.gox" +
                              error);
         QCOMPARE(m_tree->read("raw_data/unit/rules.gox"), text);
+        m_tree->remove("raw_data/unit/rules.gox");
+        QCOMPARE(save() + save(), QString());
+        QCOMPARE(values("raw_data/unit"), QString("2"));
     }
 
     void passes_over_what_it_does_not_know()
@@ -152,6 +157,9 @@ private slots:
         row("last", by_hand, "+3",
             changed("\t<rule name='Sound'", added + QByteArray("\t<rule name='Sound'")));
         row("removed and added", by_hand, "-2 +2",
+            changed("\t<!-- two -->\r\n\t<rule name='Texture' />\r\n",
+                    added + QByteArray("\t<!-- two -->\r\n")));
+        row("another at the address of one that is gone", by_hand, "2!",
             changed("\t<!-- two -->\r\n\t<rule name='Texture' />\r\n",
                     added + QByteArray("\t<!-- two -->\r\n")));
         const char* const three = "<rules><rule name='Texture'><property name='a'>1</property></rule>"
@@ -267,6 +275,9 @@ private slots:
         const QString there = "not saved, a file that has not been read is there already";
         row("changed on disk", known, "not saved, it has changed on disk since it was read", known);
         row("appeared", fresh, there, fresh);
+#ifdef Q_OS_UNIX
+        row("appeared, spelled otherwise", fresh, there, "raw_data/unit/Rules.GOX");
+#endif
         row("folder in its place", fresh, there, fresh + "/x");
         row("read-only", known, "not saved, it is read-only", "");
         row("its folder is a file", fresh, "not saved, its folder can't be made", "raw_data/unit");
@@ -307,6 +318,90 @@ private slots:
             m_tree->remove("raw_data/unit");
             QCOMPARE(save(), QString());
             QCOMPARE(values("raw_data/unit"), QString("2"));
+        }
+    }
+
+    // The folders a, b and c have the textures 1 2, 3 and 4, and d a broken file. A
+    // move such as "1>b" cuts and pastes; the files named then are read-only.
+    void moves_without_loss_data()
+    {
+        const MOVES row;
+        const QString read_only = ": not saved, it is read-only";
+        const QString because = " because %1 could not be saved: it is read-only";
+        const QString held = ": not written," + because;
+        const QString kept = ": saved, and still holds the rules that have left it," + because;
+        row("one", "1>b", "", "", "a: 2; b: 3 1; c: 4");
+        row("its target fails, others don't", "1>b 4>e", "b",
+            "a" + held.arg('b') + "|b" + read_only + "|c: saved|e: saved", "a: 1 2; b: 3; c: ; e: 4");
+        row("edited where it is now", "1>b=9", "b", "a" + held.arg('b') + "|b" + read_only,
+            "a: 1 2; b: 3; c: 4");
+        row("removed elsewhere", "1>b 4>", "b", "a" + held.arg('b') + "|b" + read_only + "|c: saved",
+            "a: 1 2; b: 3; c: ");
+        row("one waits for the other", "1>b 3>c", "c",
+            "a" + held.arg('c') + "|b" + held.arg('c') + "|c" + read_only, "a: 1 2; b: 3; c: 4");
+        row("swapped", "1>b 3>a", "", "", "a: 2 3; b: 1; c: 4");
+        row("swapped, the first fails", "1>b 3>a", "a", "a" + read_only + "|b" + held.arg('a'),
+            "a: 1 2; b: 3; c: 4");
+        row("swapped, the second fails", "1>b 3>a", "b", "a" + kept.arg('b') + "|b" + read_only,
+            "a: 1 2 3; b: 3; c: 4");
+        row("in a ring", "1>b 3>c 4>a", "c", "a" + kept.arg('c') + "|b" + held.arg('c') + "|c" + read_only,
+            "a: 1 2 4; b: 3; c: 4");
+        row("into a broken file", "1>d", "",
+            "a: not written, because d could not be saved: because it could not be read: d:1:8: Premature "
+            "end of document.|d: not saved, because it could not be read: d:1:8: Premature end of document.",
+            "a: 1 2; b: 3; c: 4");
+        const QString nowhere = "the rule \"Texture\" belongs to no folder on disk";
+        row("to no folder", "1>nowhere", "",
+            "<raw2>/nowhere: " + nowhere +
+                "|a: not written, because <raw2>/nowhere could not be saved: " + nowhere,
+            "a: 1 2; b: 3; c: 4");
+    }
+    void moves_without_loss()
+    {
+        const auto [moves, blocked, told, on_disk] = MOVES::values();
+        const auto file = [](const QString& folder) { return "raw_data/" + folder + "/rules.gox"; };
+        auto& rules = m_cache->cache.rules;
+        for (const QString content : {"a12", "b3", "c4"}) {
+            QByteArray text = "<rules>";
+            for (const QChar value : content.mid(1))
+                text += QByteArray(SIMPLE).mid(7).replace("</rules>", "").replace('1', value.toLatin1());
+            m_tree->write(file(content.left(1)), text + "</rules>");
+            QCOMPARE(add(file(content.left(1))), QString());
+        }
+        m_tree->write(file("d"), "<rules>");
+        QVERIFY(!add(file("d")).isEmpty());
+
+        for (const QString& move : moves.split(' ')) {
+            const auto rule = std::find_if(rules.begin(), rules.end(), [&](const CACHED_RULE* known) {
+                return known->property("a") == move.left(1);
+            });
+            const QScopedPointer<CACHED_RULE> cut(*rule);
+            rules.erase(rule);
+            const QString target = move.section('>', 1).section('=', 0, 0);
+            if (target.isEmpty())
+                continue;
+            CACHED_RULE* const pasted = new CACHED_RULE(*cut);
+            pasted->path = LOGICAL_PATH((target == "nowhere" ? "<raw2>/" : "<raw>/") + target);
+            pasted->physical_path = PATHS::physical_path(pasted->path);
+            pasted->set_property("A", move.section('=', 1) + (move.contains('=') ? "" : move.left(1)));
+            rules.insert(rule_key(pasted->path, pasted->name), pasted);
+        }
+        for (const QChar folder : blocked)
+            m_tree->set_permissions(file(folder), 0444);
+        QString error = save().replace(QRegularExpression("raw_data/(.)/rules.gox"), "\\1");
+        QCOMPARE(error.replace('\n', '|'), told);
+        QCOMPARE(all_values(), on_disk);
+
+        for (const QChar folder : blocked)
+            m_tree->set_permissions(file(folder), 0644);
+        m_tree->remove(file("d"));
+        QCOMPARE(save().isEmpty(), !moves.contains("nowhere"));
+        for (const QChar folder : QString("abcde")) {
+            QString expected;
+            for (const CACHED_RULE* rule : rules.values(QString("<raw>/%1*texture").arg(folder)))
+                expected.prepend(rule->property("a") + ' ');
+            if (m_tree->exists(file(folder)) && !moves.contains("nowhere"))
+                QCOMPARE(values(file(folder).section('/', 0, 1)), expected.trimmed());
         }
     }
 
@@ -360,8 +455,13 @@ private:
             const QString value = command.section('=', 1);
             const QString target = command.section('=', 0, 0).section('.', 1);
             const int place =
-                command.section('.', 0, 0).section('>', 0, 0).remove('+').remove('-').toInt() - 1;
-            if (command.startsWith('-')) {
+                command.section('.', 0, 0).section('>', 0, 0).remove(QRegularExpression("[-+!]")).toInt() - 1;
+            if (command.endsWith('!')) {
+                const CACHED_RULE again = *rules[place];
+                rules[place]->~CACHED_RULE();
+                *new (rules[place]) CACHED_RULE = again;
+                rules[place]->properties["a"] = "new";
+            } else if (command.startsWith('-')) {
                 delete rules.takeAt(place);
             } else if (command.startsWith('+')) {
                 rules.insert(place, insert("<raw>", "Texture", "new"));
@@ -395,8 +495,18 @@ private:
         const QString error = again.add(*m_tree, folder + "/rules.gox");
         QString text = error;
         for (const CACHED_RULE* rule : qAsConst(again.cache.rules))
-            text.prepend(rule->properties.value("a").toString() + ' ');
+            text.prepend(rule->property("a") + " ");
         return text.trimmed();
+    }
+
+    // Of all folders but the broken one.
+    QString all_values()
+    {
+        QStringList parts;
+        for (const QString folder : {"a", "b", "c", "e"})
+            if (m_tree->exists("raw_data/" + folder + "/rules.gox"))
+                parts.append(folder + ": " + values("raw_data/" + folder));
+        return parts.join("; ");
     }
 
     QScopedPointer<TEMPORARY_TREE> m_tree;
