@@ -94,6 +94,11 @@ public:
     /// and then one for each that was. Not written is a file that could not be
     /// read, that appeared or changed on disk since it was read, or that can't
     /// be replaced. Saving again tries those again.
+    ///
+    /// A rule that has left one file for another, itself or as a copy, is at no
+    /// time in neither: the file that it comes to is written first, and where that
+    /// fails, the one that it leaves is held back. Files that have swapped rules
+    /// may hold one twice after a failure.
     QString save(P4_CONNECTION& p4);
 
 private:

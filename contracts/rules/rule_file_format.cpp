@@ -38,7 +38,9 @@ bool read_property(XML_FILE_READER& xml, CACHED_RULE& rule, QSet<QString>& known
     // In the schema's spelling, which is what whoever edits the rule asks for.
     const RULE_SCHEMA* const schema = RULE_SCHEMA::s_schemas.value(rule.name.toLower());
     const RULE_PROPERTY* const property = schema ? schema->property(name) : nullptr;
-    rule.set_property(property ? property->name : name, xml.text().trimmed());
+    const QString value = xml.text().trimmed();
+    if (!value.isEmpty())
+        rule.properties.insert(property ? property->name : name, value);
     return !xml.failed();
 }
 
