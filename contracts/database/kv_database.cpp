@@ -5,6 +5,7 @@
 
 #include <atomic>
 
+#include "contracts/database/kv_schema_changes.h"
 #include "contracts/database/kv_schema_reader.h"
 #include "contracts/database/kv_schema_rules.h"
 #include "contracts/database/kv_table_reader.h"
@@ -28,9 +29,9 @@ QString check_folder(const QString& path)
 
 QString read_folder(const QString& path, const QString& schema_file, KV_DATABASE_SCHEMA& schema)
 {
-    const QFileInfo file(schema_file);
+    const QFileInfo file(kv_file_to_read(schema_file));
     if (file.exists() || file.isSymLink())
-        return read_database_schema(schema_file, schema);
+        return read_database_schema(file.filePath(), schema);
     const QStringList tables = QDir(path).entryList({QStringLiteral("*.xml")}, QDir::Files, QDir::Name);
     if (tables.isEmpty())
         return QString();
@@ -43,17 +44,29 @@ QString read_folder(const QString& path, const QString& schema_file, KV_DATABASE
 
 } // namespace
 
-QString KV_DATABASE::connect(const QString& path, bool load_all)
+void KV_LOADED_TABLE::forget()
+{
+    KV_LOADED_TABLE unread;
+    unread.data.schema = data.schema;
+    unread.stamp = stamp;
+    *this = unread;
+}
+
+QString KV_DATABASE::connect(const QString& path, bool load_all, bool may_write)
 {
     disconnect();
     m_path = path;
     QString error = check_folder(path);
+    if (error.isEmpty())
+        error = kv_unfinished_save_problem(path);
+    // What hinders it does not hinder reading, and the next save tells it.
+    if (error.isEmpty() && may_write)
+        kv_finish_save(path);
     m_schema_stamp = KV_FILE_STAMP::of(schema_file());
     if (error.isEmpty())
-        error = read_folder(path, schema_file(), m_schema);
+        error = read_folder(path, schema_file(), m_written_schema);
     m_is_connected = error.isEmpty();
-    m_written_schema = m_schema;
-    m_relationships = kv_relationships(m_schema);
+    set_schema(m_written_schema);
     if (m_is_connected && load_all)
         error = this->load_all();
     if (!error.isEmpty())
@@ -67,12 +80,14 @@ void KV_DATABASE::disconnect()
     m_is_connected = false;
     m_path.clear();
     m_tables.clear();
-    m_removed.clear();
-    m_schema = m_written_schema = KV_DATABASE_SCHEMA();
-    m_relationships.clear();
-    m_is_schema_edited = false;
-    m_reshaped.clear();
-    m_files_to_remove.clear();
+    m_written_schema = KV_DATABASE_SCHEMA();
+    set_schema(m_written_schema);
+}
+
+void KV_DATABASE::set_schema(const KV_DATABASE_SCHEMA& schema)
+{
+    m_schema = schema;
+    m_relationships = kv_relationships(schema);
 }
 
 QString KV_DATABASE::no_table(const QString& name) const
@@ -108,8 +123,8 @@ void KV_DATABASE::read(const QSharedPointer<const KV_TABLE_SCHEMA>& table, KV_LO
     loaded.data.schema = table;
     loaded.revision = next_revision();
     loaded.stamp = KV_FILE_STAMP::of(table_file(table->name));
-    loaded.error = read_database_table(table_file(table->name), table, m_skip_unknown_fields, loaded.data,
-                                       loaded.has_left_out);
+    loaded.error = read_database_table(kv_file_to_read(table_file(table->name)), table, m_skip_unknown_fields,
+                                       loaded.data, loaded.has_left_out);
 }
 
 qint64 KV_DATABASE::next_revision()
@@ -143,11 +158,8 @@ QString KV_DATABASE::forget(const QString& table)
         return no_table(table);
     if (edited_tables().contains(table))
         return QStringLiteral("table \"%1\" has changes that are not saved").arg(table);
-    if (const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table)) {
-        const QSharedPointer<const KV_TABLE_SCHEMA> schema = loaded->data.schema;
-        *loaded = KV_LOADED_TABLE();
-        loaded->data.schema = schema;
-    }
+    if (const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table))
+        loaded->forget();
     return QString();
 }
 
@@ -162,7 +174,7 @@ KV_TABLE_VIEW KV_DATABASE::view(const QString& table, QString& error)
         const auto place = m_transaction->tables.constFind(table);
         if (place != m_transaction->tables.constEnd())
             return {&place->data, place->removed_rows()};
-        if (m_transaction->removed.contains(table)) {
+        if (m_transaction->schema.table_index(table) < 0) {
             error = no_table(table);
             return {};
         }
@@ -174,9 +186,11 @@ KV_TABLE_VIEW KV_DATABASE::view(const QString& table, QString& error)
 QStringList KV_DATABASE::edited_tables() const
 {
     QStringList tables;
+    const QStringList names = reshaped_tables();
+    const QSet<QString> reshaped(names.begin(), names.end());
     for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_schema.tables) {
         const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table->name);
-        if (m_reshaped.contains(table->name) || (loaded && loaded->is_edited))
+        if (reshaped.contains(table->name) || (loaded && loaded->is_edited))
             tables.append(table->name);
     }
     return tables;
@@ -184,16 +198,10 @@ QStringList KV_DATABASE::edited_tables() const
 
 QStringList KV_DATABASE::reshaped_tables() const
 {
-    QStringList tables;
-    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_schema.tables)
-        if (m_reshaped.contains(table->name))
-            tables.append(table->name);
-    return tables;
+    return kv_reshaped_tables(m_written_schema, m_schema);
 }
 
 QStringList KV_DATABASE::removed_tables() const
 {
-    QStringList tables = m_files_to_remove.values();
-    tables.sort();
-    return tables;
+    return kv_removed_tables(m_written_schema, m_schema);
 }

@@ -1,14 +1,13 @@
 #pragma once
 
 #include <QtCore/QHash>
-#include <QtCore/QScopedPointer>
-#include <QtCore/QSet>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QStringList>
 
 #include <functional>
+#include <optional>
 
-#include "contracts/database/kv_file_writer.h"
+#include "contracts/database/kv_folder_save.h"
 #include "contracts/database/kv_records.h"
 #include "contracts/database/kv_references.h"
 #include "contracts/database/kv_working_table.h"
@@ -20,22 +19,21 @@ class PROGRESS_CALLBACK;
 struct KV_LOADED_TABLE
 {
     KV_TABLE_DATA data;
-    QString error; ///< empty when the table could be read
-    KV_FILE_STAMP stamp;
+    QString error;             ///< empty when the table could be read
+    KV_FILE_STAMP stamp;       ///< of its file, when it was read or written last or the table was made
     bool has_left_out = false; ///< its file holds values that would be lost if it were written
     bool is_edited = false;    ///< since it was read or written last
     qint64 revision = 0;       ///< another one after each change; 0 while it is not read
+
+    void forget(); ///< all but the fields and the stamp: it is read when it is asked for
 };
 
 /// What a transaction has changed so far. Nobody else sees it before the end.
 struct KV_TRANSACTION
 {
-    bool saves = false;        ///< the end writes what was changed
-    KV_DATABASE_SCHEMA schema; ///< as it is to become
-    bool is_schema_changed = false;
+    bool saves = false;                      ///< the end writes what was changed
+    KV_DATABASE_SCHEMA schema;               ///< as it is to become
     QHash<QString, KV_WORKING_TABLE> tables; ///< by name: those that a change was tried on
-    QSet<QString> reshaped;                  ///< tables with other fields, and new ones
-    QSet<QString> removed;                   ///< tables that are gone
 
     QStringList changed_tables() const;
 };
@@ -52,7 +50,8 @@ public:
     {
     }
 
-    QString connect(const QString& path, bool load_all);
+    /// A save that was cut off is gone on with, if this one `may_write`.
+    QString connect(const QString& path, bool load_all, bool may_write);
     void disconnect();
     bool is_connected() const { return m_is_connected; }
     const QString& path() const { return m_path; }
@@ -73,12 +72,10 @@ public:
     /// Drops what was read of a table, which is read again when it is asked for.
     QString forget(const QString& table);
 
-    bool in_transaction() const { return !m_transaction.isNull(); }
+    bool in_transaction() const { return m_transaction.has_value(); }
     QString begin_transaction(bool saves);
 
-    /// Makes the changes real. After an error the transaction is still open,
-    /// unless some of several files were written: then it has ended, and what
-    /// was not written counts as edited.
+    /// Makes the changes real. After an error the transaction is still open.
     QString end_transaction();
     QString terminate_transaction();
 
@@ -99,15 +96,19 @@ public:
     QStringList edited_tables() const; ///< with records or fields that are not written yet
     QStringList reshaped_tables() const;
     QStringList removed_tables() const; ///< whose files still have to go
-    bool is_schema_edited() const { return m_is_schema_edited; }
     QStringList files_to_save() const;
 
     /// Writes those of `tables` that are edited, and the schema if `with_schema`
     /// or if the fields of one of them are changed; all tables with changed
-    /// fields go with the schema.
+    /// fields go with the schema, and so do the files of removed tables. All
+    /// or none.
     QString save(const QStringList& tables, bool with_schema);
 
-    /// Writes everything into a folder that is empty or does not exist.
+    /// Writes the schema to a file that is none of the database's own.
+    QString save_schema_to(const QString& path) const;
+
+    /// Writes everything but what an open transaction has changed into a folder
+    /// that is empty or does not exist.
     QString copy_to(const QString& folder);
 
     /// Back to what was read or written last; tables are read again.
@@ -115,10 +116,10 @@ public:
     QString revert(const QString& table);
 
 private:
-    struct WRITTEN
+    struct SAVE
     {
-        QStringList tables;
-        bool schema = false;
+        QStringList tables; // whose files are written
+        bool schema;        // and files of removed tables go
     };
 
     static qint64 next_revision();
@@ -132,23 +133,21 @@ private:
     QString check_reference(const RELATIONSHIP_DATA& relationship);
     void take_over_tables();
     void take_over_schema();
-    KV_FILE_TO_WRITE table_to_write(const QString& table, const QString& file, QString& error);
-    QString write(QStringList tables, bool with_schema, WRITTEN& written);
-    void mark_written(const WRITTEN& written);
-    QString remove_files();
+    void set_schema(const KV_DATABASE_SCHEMA& schema);
+    KV_FILE_STAMP stamp_of(const QString& table) const;
+    bool is_own_file(const QString& path) const;
+    SAVE save_of(const QStringList& tables, bool with_schema) const;
+    QString write(const SAVE& save);
+    void mark_written(const SAVE& save);
 
     PROGRESS_CALLBACK* m_progress;
     bool m_skip_unknown_fields;
     bool m_is_connected = false;
     QString m_path;
     KV_DATABASE_SCHEMA m_schema;
-    KV_DATABASE_SCHEMA m_written_schema; // as it was read or written last
+    QVector<RELATIONSHIP_DATA> m_relationships; // of m_schema
+    KV_DATABASE_SCHEMA m_written_schema;        // as it was read or written last
     KV_FILE_STAMP m_schema_stamp;
-    QVector<RELATIONSHIP_DATA> m_relationships;
-    QHash<QString, QSharedPointer<KV_LOADED_TABLE>> m_tables; // those that have been asked for
-    QVector<QSharedPointer<KV_LOADED_TABLE>> m_removed;       // which somebody may still point to
-    bool m_is_schema_edited = false;
-    QSet<QString> m_reshaped;
-    QSet<QString> m_files_to_remove; // of these tables
-    QScopedPointer<KV_TRANSACTION> m_transaction;
+    QHash<QString, QSharedPointer<KV_LOADED_TABLE>> m_tables; // that were asked for, removed ones too
+    std::optional<KV_TRANSACTION> m_transaction;
 };

@@ -1,41 +1,26 @@
 #include <QtCore/QFileInfo>
 
 #include "contracts/database/kv_database.h"
+#include "contracts/database/kv_schema_changes.h"
 #include "contracts/database/kv_schema_reader.h"
 #include "contracts/database/kv_schema_rules.h"
 
 namespace {
 
-// Whether a table file of one says the same under the other.
-bool has_same_shape(const KV_TABLE_SCHEMA& a, const KV_TABLE_SCHEMA& b)
+// The values that more records of the table have in the field than before, or
+// that fewer have, for a `sign` of 1 or -1.
+QSet<QString> values_with_balance(const QHash<QString, KV_WORKING_TABLE>& tables, const QString& table,
+                                  const QString& field, int sign)
 {
-    if (a.fields.size() != b.fields.size())
-        return false;
-    for (int i = 0; i < a.fields.size(); ++i) {
-        const KV_FIELD_SCHEMA& one = a.fields.at(i);
-        const KV_FIELD_SCHEMA& other = b.fields.at(i);
-        if (one.name != other.name || one.type != other.type || one.key != other.key ||
-            one.default_value != other.default_value)
-            return false;
-    }
-    return true;
-}
-
-QString value_of(const KV_RECORD_DATA& record, int index)
-{
-    return record.fields.isEmpty() ? QString() : record.fields.at(index).value;
-}
-
-// The values of a field in `records` that are not in the same records as they
-// are in `others`.
-void collect_values(const QVector<KV_RECORD_DATA>& records, const QVector<KV_RECORD_DATA>& others, int index,
-                    QSet<QString>& values)
-{
-    for (int i = 0; i < records.size() && index >= 0; ++i) {
-        const QString value = value_of(records.at(i), index);
-        if (!value.isEmpty() && value != value_of(others.at(i), index))
-            values.insert(value);
-    }
+    QSet<QString> values;
+    const auto place = tables.constFind(table);
+    if (place == tables.constEnd())
+        return values;
+    const QHash<QString, int> balance = place->balance(field);
+    for (auto value = balance.begin(); value != balance.end(); ++value)
+        if (value.value() * sign > 0)
+            values.insert(value.key());
+    return values;
 }
 
 } // namespace
@@ -44,7 +29,7 @@ QStringList KV_TRANSACTION::changed_tables() const
 {
     QStringList names;
     for (auto place = tables.begin(); place != tables.end(); ++place)
-        if (place->is_changed() || reshaped.contains(place.key()))
+        if (place->is_changed())
             names.append(place.key());
     return names;
 }
@@ -53,9 +38,7 @@ QString KV_DATABASE::begin_transaction(bool saves)
 {
     if (m_transaction)
         return QStringLiteral("a transaction is open already");
-    m_transaction.reset(new KV_TRANSACTION);
-    m_transaction->saves = saves;
-    m_transaction->schema = m_schema;
+    m_transaction = KV_TRANSACTION{saves, m_schema, {}};
     return QString();
 }
 
@@ -68,17 +51,19 @@ QString KV_DATABASE::end_transaction()
     QString error = check_references();
     if (!error.isEmpty())
         return error;
-    WRITTEN written;
-    if (m_transaction->saves)
-        error = write(m_transaction->changed_tables(), m_transaction->is_schema_changed, written);
-    if (!error.isEmpty() && written.tables.isEmpty() && !written.schema)
+    const bool saves = m_transaction->saves;
+    const bool is_schema_changed = !kv_is_same_schema(m_schema, m_transaction->schema);
+    const SAVE save = save_of(m_transaction->changed_tables(), is_schema_changed);
+    if (saves)
+        error = write(save);
+    if (!error.isEmpty())
         return error;
     take_over_tables();
-    if (m_transaction->is_schema_changed)
-        take_over_schema();
+    take_over_schema();
     m_transaction.reset();
-    mark_written(written);
-    return error.isEmpty() && written.schema ? remove_files() : error;
+    if (saves)
+        mark_written(save);
+    return QString();
 }
 
 QString KV_DATABASE::terminate_transaction()
@@ -104,7 +89,7 @@ KV_WORKING_TABLE* KV_DATABASE::working(const QString& table, QString& error)
     const auto known = m_transaction->tables.find(table);
     if (known != m_transaction->tables.end())
         return &*known;
-    if (m_transaction->removed.contains(table)) {
+    if (m_transaction->schema.table_index(table) < 0) {
         error = no_table(table);
         return nullptr;
     }
@@ -181,13 +166,9 @@ QString KV_DATABASE::change_schema(const KV_DATABASE_SCHEMA& schema)
 
 QString KV_DATABASE::apply_schema(const KV_DATABASE_SCHEMA& schema)
 {
-    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : qAsConst(m_transaction->schema.tables)) {
-        if (schema.table_index(table->name) >= 0)
-            continue;
-        m_transaction->tables.remove(table->name);
-        m_transaction->reshaped.remove(table->name);
-        m_transaction->removed.insert(table->name);
-    }
+    const QStringList removed = kv_removed_tables(m_transaction->schema, schema);
+    for (const QString& table : removed)
+        m_transaction->tables.remove(table);
     for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables) {
         const QString error = apply_table(table);
         if (!error.isEmpty())
@@ -195,7 +176,6 @@ QString KV_DATABASE::apply_schema(const KV_DATABASE_SCHEMA& schema)
     }
     m_transaction->schema = schema;
     m_transaction->schema.version = KV_FORMAT_VERSION;
-    m_transaction->is_schema_changed = true;
     return QString();
 }
 
@@ -206,14 +186,13 @@ QString KV_DATABASE::apply_table(const QSharedPointer<const KV_TABLE_SCHEMA>& ta
     if (before == table.data())
         return QString();
     if (!before) {
-        const bool is_known = m_transaction->removed.contains(name) || m_files_to_remove.contains(name);
+        const bool is_known = m_written_schema.table_index(name) >= 0;
         if (QFileInfo::exists(table_file(name)) && !is_known)
             return QStringLiteral("%1: there is a file of this name already").arg(table_file(name));
-        m_transaction->tables[name].data.schema = table;
-        m_transaction->reshaped.insert(name);
+        m_transaction->tables.insert(name, KV_WORKING_TABLE::empty(table));
         return QString();
     }
-    if (has_same_shape(*before, *table)) {
+    if (kv_has_same_shape(*before, *table)) {
         const auto records = m_transaction->tables.find(name);
         if (records != m_transaction->tables.end())
             records->data.schema = table;
@@ -221,14 +200,14 @@ QString KV_DATABASE::apply_table(const QSharedPointer<const KV_TABLE_SCHEMA>& ta
     }
     QString error;
     KV_WORKING_TABLE* const records = working(name, error);
-    m_transaction->reshaped.insert(name);
     return records ? records->reshape(table) : error;
 }
 
 QString KV_DATABASE::check_references()
 {
-    const QVector<RELATIONSHIP_DATA> relationships =
-        m_transaction->is_schema_changed ? kv_relationships(m_transaction->schema) : m_relationships;
+    const QVector<RELATIONSHIP_DATA> relationships = kv_is_same_schema(m_schema, m_transaction->schema)
+                                                         ? m_relationships
+                                                         : kv_relationships(m_transaction->schema);
     for (const RELATIONSHIP_DATA& relationship : relationships) {
         const QString error = check_reference(relationship);
         if (!error.isEmpty())
@@ -241,15 +220,10 @@ QString KV_DATABASE::check_references()
 // nowhere before are no reason to refuse a change.
 QString KV_DATABASE::check_reference(const RELATIONSHIP_DATA& relationship)
 {
-    QSet<QString> values;
-    const auto dependent = m_transaction->tables.constFind(relationship.table);
-    if (dependent != m_transaction->tables.constEnd())
-        collect_values(dependent->given, dependent->taken,
-                       dependent->data.schema->field_index(relationship.field), values);
-    const auto target = m_transaction->tables.constFind(relationship.lookup_table);
-    if (target != m_transaction->tables.constEnd())
-        collect_values(target->taken, target->given,
-                       target->data.schema->field_index(relationship.lookup_field), values);
+    const QHash<QString, KV_WORKING_TABLE>& tables = m_transaction->tables;
+    QSet<QString> values =
+        values_with_balance(tables, relationship.table, relationship.field, 1) +
+        values_with_balance(tables, relationship.lookup_table, relationship.lookup_field, -1);
     if (values.isEmpty())
         return QString();
 
@@ -284,27 +258,21 @@ void KV_DATABASE::take_over_tables()
             loaded = QSharedPointer<KV_LOADED_TABLE>::create();
             loaded->stamp = KV_FILE_STAMP::of(table_file(name));
         }
+        std::swap(loaded->data, table.data);
+        loaded->error.clear();
+        loaded->has_left_out = false;
         loaded->is_edited = true;
         loaded->revision = next_revision();
-        std::swap(loaded->data, table.data);
     }
 }
 
 void KV_DATABASE::take_over_schema()
 {
-    for (const QString& table : qAsConst(m_transaction->removed)) {
-        const bool is_back = m_transaction->schema.table_index(table) >= 0;
-        if (!is_back && m_written_schema.table_index(table) >= 0)
-            m_files_to_remove.insert(table);
-        m_reshaped.remove(table);
-        if (!is_back && m_tables.contains(table))
-            m_removed.append(m_tables.take(table));
-    }
-    m_reshaped += m_transaction->reshaped;
-    m_files_to_remove -= m_transaction->reshaped;
-    m_schema = m_transaction->schema;
-    m_relationships = kv_relationships(m_schema);
-    m_is_schema_edited = true;
+    const QStringList removed = kv_removed_tables(m_schema, m_transaction->schema);
+    for (const QString& table : removed)
+        if (const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table))
+            loaded->forget();
+    set_schema(m_transaction->schema);
     for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : qAsConst(m_schema.tables))
         if (const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table->name))
             loaded->data.schema = table;

@@ -4,18 +4,15 @@
 #include <QtCore/QSaveFile>
 #include <QtCore/QXmlStreamWriter>
 
-#include <algorithm>
-#include <memory>
-#include <vector>
-
 #include "contracts/database/kv_schema_reader.h"
 #include "contracts/database/kv_schema_rules.h"
-#include "contracts/database/progress_callback.h"
+#include "contracts/database/kv_table_reader.h"
 
 namespace {
 
 constexpr int MAX_ATTRIBUTE_LENGTH = 200; // so that a tag of many fields stays readable
 constexpr int FIRST_RECORD_LINE = 3;      // below the XML declaration and <table>
+constexpr int PIECE_BYTES = 1 << 16;      // written at once
 
 // The parser makes one line end of a "\r\n" that it meets in a text.
 void write_text(QXmlStreamWriter& xml, const QString& text)
@@ -75,77 +72,32 @@ void write_record(QXmlStreamWriter& xml, const KV_TABLE_SCHEMA& schema, const KV
     xml.writeEndElement();
 }
 
-QString cannot_write(const QString& path, const QString& cause)
-{
-    return QStringLiteral("%1: can't be written: %2").arg(path, cause);
-}
-
-// Files that are written, but have not taken the places of the old ones.
-class PREPARED_FILES
+// Collects what is written to it into larger pieces for a file.
+class PIECES : public QIODevice
 {
 public:
-    QString add(const KV_FILE_TO_WRITE& file)
+    explicit PIECES(QIODevice& file) : m_file(file) { open(WriteOnly | Unbuffered); }
+
+    bool finish()
     {
-        if (!(KV_FILE_STAMP::of(file.path) == file.stamp))
-            return cannot_write(file.path, QStringLiteral("somebody else changed it since it was read"));
-        m_files.push_back(std::make_unique<QSaveFile>(file.path));
-        QSaveFile& target = *m_files.back();
-        if (target.open(QIODevice::WriteOnly))
-            file.write(target);
-        const bool is_written = target.isOpen() && target.flush() && target.error() == QFile::NoError;
-        if (is_written && target.size() > file.max_bytes)
-            return cannot_write(file.path,
-                                QStringLiteral("it would be larger than %1 bytes").arg(file.max_bytes));
-        if (is_written)
-            return QString();
-        // A disk that took a part says why it takes no more when it is asked again.
-        if (target.isOpen())
-            target.flush();
-        return cannot_write(file.path, target.errorString());
+        m_is_good = m_is_good && kv_write_all(m_file, m_piece.constData(), m_piece.size());
+        m_piece.clear();
+        return m_is_good;
     }
 
-    QString put_in_place(int index)
+protected:
+    qint64 readData(char*, qint64) override { return -1; }
+    qint64 writeData(const char* data, qint64 size) override
     {
-        QSaveFile& file = *m_files[std::size_t(index)];
-        return file.commit() ? QString() : cannot_write(file.fileName(), file.errorString());
+        m_piece.append(data, int(size));
+        return m_piece.size() < PIECE_BYTES || finish() ? size : -1;
     }
 
 private:
-    std::vector<std::unique_ptr<QSaveFile>> m_files;
+    QIODevice& m_file;
+    QByteArray m_piece;
+    bool m_is_good = true;
 };
-
-QString write_some(const QVector<KV_FILE_TO_WRITE>& files, int begin, int end, PROGRESS_CALLBACK* progress,
-                   QVector<int>& written)
-{
-    PREPARED_FILES prepared;
-    for (int i = begin; i < end; ++i) {
-        if (progress)
-            progress->progress(QStringLiteral("Writing %1").arg(files.at(i).path), i, files.size());
-        const QString error = prepared.add(files.at(i));
-        if (!error.isEmpty())
-            return error;
-    }
-    for (int i = begin; i < end; ++i) {
-        if (progress)
-            progress->progress(QStringLiteral("Saving %1").arg(files.at(i).path), i, files.size());
-        const QString error = prepared.put_in_place(i - begin);
-        if (!error.isEmpty())
-            return error;
-        written.append(i);
-    }
-    return QString();
-}
-
-QString outcome(const QVector<KV_FILE_TO_WRITE>& files, const QVector<int>& written)
-{
-    QStringList done, left;
-    for (int i = 0; i < files.size(); ++i)
-        (written.contains(i) ? done : left).append(QFileInfo(files.at(i).path).fileName());
-    if (done.isEmpty())
-        return QStringLiteral("no file was written: %1").arg(left.join(QStringLiteral(", ")));
-    return QStringLiteral("written: %1; not written: %2")
-        .arg(done.join(QStringLiteral(", ")), left.join(QStringLiteral(", ")));
-}
 
 } // namespace
 
@@ -202,22 +154,34 @@ void number_written_lines(KV_TABLE_DATA& table)
     }
 }
 
-KV_FILE_STAMP KV_FILE_STAMP::of(const QString& path)
+bool kv_write_all(QIODevice& file, const char* data, qint64 size)
 {
-    const QFileInfo info(path);
-    KV_FILE_STAMP stamp;
-    if (info.exists()) {
-        stamp.time = info.lastModified().toUTC();
-        stamp.size = info.size();
+    while (size > 0) {
+        const qint64 count = file.write(data, size);
+        if (count <= 0)
+            return false;
+        data += count;
+        size -= count;
     }
-    return stamp;
+    return true;
 }
 
-QString write_database_files(const QVector<KV_FILE_TO_WRITE>& files, PROGRESS_CALLBACK* progress,
-                             QVector<int>& written)
+QString kv_write_file(const QString& path, const KV_FILE_CONTENT& content, const QString& model)
 {
-    QString error;
-    for (int begin = 0; begin < files.size() && error.isEmpty(); begin += KV_FILES_AT_ONCE)
-        error = write_some(files, begin, std::min(begin + KV_FILES_AT_ONCE, files.size()), progress, written);
-    return error.isEmpty() || files.size() < 2 ? error : error + '\n' + outcome(files, written);
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return file.errorString();
+    PIECES pieces(file);
+    if (content.schema)
+        write_database_schema(pieces, *content.schema);
+    else
+        write_database_table(pieces, content.table);
+    if (!pieces.finish())
+        return file.errorString();
+    const qint64 max_bytes = content.schema ? KV_MAX_SCHEMA_BYTES : KV_MAX_TABLE_BYTES;
+    if (file.size() > max_bytes)
+        return QStringLiteral("it would be larger than %1 bytes").arg(max_bytes); // to be read again
+    if (QFileInfo::exists(model))
+        file.setPermissions(QFile::permissions(model)); // where the file system has any
+    return file.commit() ? QString() : file.errorString();
 }

@@ -1,15 +1,9 @@
 #pragma once
 
-#include <QtCore/QDateTime>
 #include <QtCore/QString>
-#include <QtCore/QStringList>
-#include <QtCore/QVector>
-
-#include <functional>
 
 #include "contracts/database/kv_records.h"
 
-class PROGRESS_CALLBACK;
 class QIODevice;
 
 // Writes what kv_schema_reader.h and kv_table_reader.h read, and gives back what
@@ -21,33 +15,19 @@ void write_database_table(QIODevice& device, const KV_TABLE_DATA& table);
 /// Gives each record the line that write_database_table puts it in.
 void number_written_lines(KV_TABLE_DATA& table);
 
-/// What a file was when it was read or written last, so that a change by
-/// somebody else is noticed.
-struct KV_FILE_STAMP
+/// What a file is to hold: a schema or a table.
+struct KV_FILE_CONTENT
 {
-    QDateTime time; ///< UTC; null when there is no file
-    qint64 size = -1;
+    const KV_DATABASE_SCHEMA* schema = nullptr; ///< not owned
+    KV_TABLE_DATA table = {}; ///< a copy that shares the records; without schema when unused
 
-    static KV_FILE_STAMP of(const QString& path);
-    bool operator==(const KV_FILE_STAMP& other) const { return time == other.time && size == other.size; }
+    bool is_nothing() const { return !schema && !table.schema; }
 };
 
-/// One file that is to be replaced.
-struct KV_FILE_TO_WRITE
-{
-    QString path;
-    KV_FILE_STAMP stamp; ///< of the file that may be replaced
-    std::function<void(QIODevice&)> write;
-    qint64 max_bytes; ///< more could not be read again
-};
+/// Writes a file, whole or not at all, with the permissions of the file at `model`
+/// if there is one. The cause why it can't be written, or empty.
+QString kv_write_file(const QString& path, const KV_FILE_CONTENT& content, const QString& model);
 
-constexpr int KV_FILES_AT_ONCE = 200; ///< each is open until it takes its place
-
-/// Replaces files, each whole or not at all. All are written beside the old
-/// ones first, up to KV_FILES_AT_ONCE at a time, and take their places only
-/// when that went well, so a full disk changes nothing. The positions in
-/// `files` of those that were replaced are appended to `written`. The result is
-/// empty on success, otherwise "file: cause" and, when there are several files,
-/// a second line that says which were written and which were not.
-QString write_database_files(const QVector<KV_FILE_TO_WRITE>& files, PROGRESS_CALLBACK* progress,
-                             QVector<int>& written);
+/// Writes all of it, in several parts when the file takes no more at once. False
+/// when it takes no more, and then it knows why.
+bool kv_write_all(QIODevice& file, const char* data, qint64 size);

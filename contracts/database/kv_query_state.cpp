@@ -81,7 +81,7 @@ QString KV_XML_QUERY_INTERFACE::STATE::fill_and_run(KV_QUERY_RESULTS& results, c
     if (!error.isEmpty())
         return error;
     if (!queries)
-        queries.reset(new KV_SQL_STORE);
+        queries.emplace();
     for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : database.schema().tables) {
         if (!words.remove(table->name.toLower()))
             continue;

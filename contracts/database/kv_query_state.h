@@ -1,7 +1,8 @@
 #pragma once
 
-#include <QtCore/QScopedPointer>
 #include <QtCore/QString>
+
+#include <optional>
 
 #include "contracts/database/kv_database.h"
 #include "contracts/database/kv_sql_store.h"
@@ -19,7 +20,7 @@ struct KV_XML_QUERY_INTERFACE::STATE
     QString workspace;
     bool is_read_only;
     QString last_error;
-    QScopedPointer<KV_SQL_STORE> queries; // null before the first query of a connection
+    std::optional<KV_SQL_STORE> queries; // none before the first query of a connection
 
     /// Fills `error` with the text, which is empty on success; true then.
     bool report(QString& error, const QString& text);

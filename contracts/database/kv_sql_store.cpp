@@ -119,8 +119,7 @@ bool insert_records(QSqlQuery& query, const KV_TABLE_DATA& table)
 bool write_table(QSqlQuery& query, const KV_TABLE_DATA& table)
 {
     const QString& name = table.schema->name;
-    if (!query.exec(QStringLiteral("DROP TABLE IF EXISTS %1").arg(quoted(name))) ||
-        !query.exec(create_table(*table.schema)) || !insert_records(query, table))
+    if (!query.exec(create_table(*table.schema)) || !insert_records(query, table))
         return false;
     const int key = table.schema->key_index();
     return key < 0 || query.exec(QStringLiteral("CREATE INDEX %1 ON %2 (%3)")
@@ -209,7 +208,8 @@ QString KV_SQL_STORE::fill(const KV_TABLE_DATA& table, qint64 revision)
     QString error;
     if (!open(connection, error))
         return error;
-    m_revisions.remove(name.toLower());
+    // Gone whatever happens: an old copy would answer who asks for the table later.
+    drop(name);
     QSqlQuery query(connection);
     const bool is_writable =
         query.exec(QStringLiteral("PRAGMA query_only = OFF")) && connection.transaction();

@@ -24,7 +24,7 @@ public:
     explicit SQL_WORDS(const QString& sql) : m_sql(sql) {}
 
     QString word;           // in lower case
-    bool is_quoted = false; // so it is a name for certain
+    bool is_quoted = false; // so it is no keyword
     QString wrong_sign;     // empty unless one was met that can't be passed
 
     // Steps to the next word; false at the end and at a wrong sign.
@@ -32,28 +32,43 @@ public:
     {
         while (m_place < m_sql.size() && wrong_sign.isEmpty()) {
             const QChar c = m_sql.at(m_place);
-            is_quoted = c == '"' || c == '`' || c == '[';
+            is_quoted = c == '"' || c == '`' || c == '[' || c == '\'';
             if (is_quoted || is_word_letter(c)) {
+                const bool is_text = c == '\'' && !is_before_table();
                 word = (is_quoted ? quoted(c == '[' ? QLatin1Char(']') : c) : bare()).toLower();
-                return true;
-            }
-            if (c == '\'')
-                quoted(c);
-            else if (starts("--"))
+                m_before = is_quoted ? QStringLiteral("'") : word;
+                if (!is_text)
+                    return true;
+            } else if (starts("--")) {
                 m_place = behind("\n");
-            else if (starts("/*"))
+            } else if (starts("/*")) {
                 m_place = behind("*/");
-            else if (is_wrong_sign(c))
-                wrong_sign = c.isPrint()
-                                 ? QString(c)
-                                 : QStringLiteral("U+%1").arg(c.unicode(), 4, 16, QLatin1Char('0')).toUpper();
-            else
-                ++m_place;
+            } else {
+                pass_sign(c);
+            }
         }
         return false;
     }
 
 private:
+    // SQLite takes a text in single quotes for a name where only a name can stand.
+    bool is_before_table() const
+    {
+        static const QStringList SIGNS{"from", "join", "in", ",", "(", "."};
+        return SIGNS.contains(m_before);
+    }
+
+    void pass_sign(QChar c)
+    {
+        if (is_wrong_sign(c))
+            wrong_sign = c.isPrint()
+                             ? QString(c)
+                             : QStringLiteral("U+%1").arg(c.unicode(), 4, 16, QLatin1Char('0')).toUpper();
+        else if (!c.isSpace())
+            m_before = c;
+        ++m_place;
+    }
+
     bool starts(const char* text) const { return m_sql.midRef(m_place, 2) == QLatin1String(text); }
 
     int behind(const char* text) const
@@ -81,6 +96,7 @@ private:
 
     const QString& m_sql;
     int m_place = 0;
+    QString m_before; // the last word in lower case or sign; a single quote for a quoted word
 };
 
 } // namespace

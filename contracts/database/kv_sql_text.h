@@ -7,5 +7,6 @@
 /// (or VALUES), bounded in length, and uses nothing that reaches beyond the
 /// tables or might never end by itself, such as WITH. The cause, or empty; then
 /// `words` holds what may be names of tables in it, in lower case: everything
-/// outside of comments and text in single quotes. Any thread.
+/// outside of comments, and of the texts in single quotes those that stand where a
+/// table can. Any thread.
 QString kv_query_text_problem(const QString& sql, QSet<QString>& words);

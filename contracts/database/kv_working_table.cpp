@@ -14,8 +14,16 @@ public:
     {
         for (const KV_FIELD_SCHEMA& field : to.fields) {
             m_sources.append(from.field_index(field.name));
-            m_defaults.append({field.default_value});
+            m_new_values.append({field.default_value});
         }
+    }
+
+    // The same for records that are no more: they never had the new fields.
+    RESHAPING without_defaults() const
+    {
+        RESHAPING other = *this;
+        other.m_new_values.fill({});
+        return other;
     }
 
     KV_RECORD_DATA operator()(const KV_RECORD_DATA& record) const
@@ -23,7 +31,7 @@ public:
         KV_RECORD_DATA result{{}, record.line};
         if (record.fields.isEmpty())
             return result;
-        result.fields = m_defaults;
+        result.fields = m_new_values;
         for (int i = 0; i < m_sources.size(); ++i)
             if (m_sources.at(i) >= 0)
                 result.fields[i] = record.fields.at(m_sources.at(i));
@@ -32,10 +40,23 @@ public:
 
 private:
     QVector<int> m_sources; // of each field the place in the old records, or -1
-    QVector<KV_FIELD_DATA> m_defaults;
+    QVector<KV_FIELD_DATA> m_new_values;
 };
 
+QString value_of(const KV_RECORD_DATA& record, int index)
+{
+    return record.fields.isEmpty() ? QString() : record.fields.at(index).value;
+}
+
 } // namespace
+
+KV_WORKING_TABLE KV_WORKING_TABLE::empty(const QSharedPointer<const KV_TABLE_SCHEMA>& schema)
+{
+    KV_WORKING_TABLE table;
+    table.data.schema = schema;
+    table.m_is_changed = true;
+    return table;
+}
 
 QString KV_WORKING_TABLE::add(const KV_RECORD_DATA& record)
 {
@@ -47,8 +68,8 @@ QString KV_WORKING_TABLE::add(const KV_RECORD_DATA& record)
     m_last_row = data.records.size();
     data.records.append({record.fields, 0});
     put_key(m_last_row);
-    given.append(data.records.last());
-    taken.append(KV_RECORD_DATA());
+    m_given.append(data.records.last());
+    m_taken.append(KV_RECORD_DATA());
     return QString();
 }
 
@@ -61,11 +82,11 @@ QString KV_WORKING_TABLE::edit(const QString& key, const KV_RECORD_DATA& record)
     if (!error.isEmpty())
         return error;
     m_last_row = row;
-    taken.append(data.records.at(row));
+    m_taken.append(data.records.at(row));
     data.rows_by_key.remove(key);
     data.records[row].fields = record.fields;
     put_key(row);
-    given.append(data.records.at(row));
+    m_given.append(data.records.at(row));
     return QString();
 }
 
@@ -91,20 +112,18 @@ QString KV_WORKING_TABLE::remove(const QString& key)
     if (!error.isEmpty())
         return error;
     m_last_row = row;
-    taken.append(data.records.at(row));
-    given.append(KV_RECORD_DATA());
+    m_taken.append(data.records.at(row));
+    m_given.append(KV_RECORD_DATA());
     data.rows_by_key.remove(key);
     m_removed.insert(row);
-    m_was_changed = m_is_changed;
     m_is_changed = true;
     return QString();
 }
 
 void KV_WORKING_TABLE::undo()
 {
-    const bool was_changed = m_was_changed;
-    const KV_RECORD_DATA before = taken.takeLast();
-    const KV_RECORD_DATA after = given.takeLast();
+    const KV_RECORD_DATA before = m_taken.takeLast();
+    const KV_RECORD_DATA after = m_given.takeLast();
     const int key = data.schema->key_index();
     if (key >= 0 && !after.fields.isEmpty())
         data.rows_by_key.remove(after.fields.at(key).value);
@@ -115,7 +134,6 @@ void KV_WORKING_TABLE::undo()
         data.records[m_last_row] = before;
         put_key(m_last_row);
     }
-    m_is_changed = was_changed;
 }
 
 QString KV_WORKING_TABLE::reshape(const QSharedPointer<const KV_TABLE_SCHEMA>& schema)
@@ -137,8 +155,13 @@ QString KV_WORKING_TABLE::reshape(const QSharedPointer<const KV_TABLE_SCHEMA>& s
         result.data.records.append(next);
         result.put_key(result.data.records.size() - 1);
     }
-    std::transform(given.begin(), given.end(), given.begin(), reshaped);
-    std::transform(taken.begin(), taken.end(), taken.begin(), reshaped);
+    const RESHAPING older = reshaped.without_defaults();
+    std::transform(m_given.begin(), m_given.end(), m_given.begin(), older);
+    std::transform(m_taken.begin(), m_taken.end(), m_taken.begin(), older);
+    if (!data.records.isEmpty()) { // one stands for all: each has got the same new values
+        m_given.append(reshaped(data.records.first()));
+        m_taken.append(older(data.records.first()));
+    }
     data = result.data;
     m_is_changed = true;
     return QString();
@@ -163,6 +186,18 @@ void KV_WORKING_TABLE::compact()
     // Keys are not hashed again: that costs ten times as much.
     for (int& row : data.rows_by_key)
         row = places.at(row);
+}
+
+QHash<QString, int> KV_WORKING_TABLE::balance(const QString& field) const
+{
+    QHash<QString, int> counts;
+    const int index = data.schema->field_index(field);
+    for (int i = 0; i < m_given.size() && index >= 0; ++i) {
+        ++counts[value_of(m_given.at(i), index)];
+        --counts[value_of(m_taken.at(i), index)];
+    }
+    counts.remove(QString());
+    return counts;
 }
 
 // The row of the record with this key.
@@ -204,7 +239,6 @@ void KV_WORKING_TABLE::put_key(int row)
     const int key = data.schema->key_index();
     if (key >= 0)
         data.rows_by_key.insert(data.records.at(row).fields.at(key).value, row);
-    m_was_changed = m_is_changed;
     m_is_changed = true;
 }
 

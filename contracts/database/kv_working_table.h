@@ -7,9 +7,8 @@
 #include "contracts/database/kv_records.h"
 
 /// The records of one table while they are changed. Types, counts and keys are
-/// checked at once, lookups are not: what they need to know is remembered in
-/// `given` and `taken`. Each operation gives the cause why it changed nothing,
-/// empty on success. Plain data; one thread at a time.
+/// checked at once, lookups are not: what they need to know, `balance` tells. Each operation gives the cause
+/// why it changed nothing, empty on success. Plain data; one thread at a time.
 class KV_WORKING_TABLE
 {
 public:
@@ -17,17 +16,16 @@ public:
     /// `compact`, so that many removals cost no more than one.
     KV_TABLE_DATA data;
 
-    /// A pair for each change: a record as it became, empty when it was removed,
-    /// and as it had been, empty when it was added.
-    QVector<KV_RECORD_DATA> given;
-    QVector<KV_RECORD_DATA> taken;
+    /// A new table, which counts as changed.
+    static KV_WORKING_TABLE empty(const QSharedPointer<const KV_TABLE_SCHEMA>& schema);
 
     QString add(const KV_RECORD_DATA& record);
     QString edit(const QString& key, const KV_RECORD_DATA& record);
     QString edit_field(const QString& key, const QString& field, const QString& value);
     QString remove(const QString& key);
 
-    /// Takes the last successful operation back; once, and before `compact`.
+    /// Takes the only successful operation back, before `compact`; `is_changed`
+    /// stays.
     void undo();
 
     /// Gives the records the fields of `schema`: values are carried over by the
@@ -39,7 +37,11 @@ public:
     void compact();
 
     const QSet<int>& removed_rows() const { return m_removed; }
-    bool is_changed() const { return m_is_changed; } ///< not by an operation that was undone
+    bool is_changed() const { return m_is_changed; }
+
+    /// How many records more have each value in the field now than before the
+    /// first operation, negative when they are fewer. Without the empty value.
+    QHash<QString, int> balance(const QString& field) const;
 
 private:
     QString find(const QString& key, int& row) const;
@@ -49,7 +51,10 @@ private:
     QSet<int> m_removed; // rows
     int m_last_row = -1; // of the last operation
     bool m_is_changed = false;
-    bool m_was_changed = false; // before the last operation
+    // A pair for each operation: a record as it became, empty when it was removed,
+    // and as it had been, empty when it was added.
+    QVector<KV_RECORD_DATA> m_given;
+    QVector<KV_RECORD_DATA> m_taken;
 };
 
 /// "table.field" as errors name it, "the record with the key ..." for a record,

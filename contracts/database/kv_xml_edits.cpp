@@ -3,7 +3,6 @@
 #include <QtCore/QFileInfo>
 
 #include "contracts/database/kv_query_state.h"
-#include "contracts/database/kv_schema_reader.h"
 #include "contracts/database/kv_schema_rules.h"
 
 namespace {
@@ -228,15 +227,8 @@ bool KV_XML_QUERY_INTERFACE::save_schema(QString& error)
 
 bool KV_XML_QUERY_INTERFACE::save_schema(QString& error, const QString& path)
 {
-    if (!m_state->can_change(error, "save_schema"))
-        return false;
-    QVector<int> written;
-    const auto write = [this](QIODevice& device) {
-        write_database_schema(device, m_state->database.schema());
-    };
-    return m_state->report(error,
-                           write_database_files({{path, KV_FILE_STAMP::of(path), write, KV_MAX_SCHEMA_BYTES}},
-                                                nullptr, written));
+    return m_state->can_change(error, "save_schema") &&
+           m_state->report(error, m_state->database.save_schema_to(path));
 }
 
 bool KV_XML_QUERY_INTERFACE::save_relationships(QString& error)

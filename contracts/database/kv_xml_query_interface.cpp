@@ -59,7 +59,7 @@ QString KV_XML_QUERY_INTERFACE::connect(const QString& path, const QString& work
 QString KV_XML_QUERY_INTERFACE::connect_without_merge(const QString& path, bool load_all)
 {
     disconnect();
-    return m_state->report(m_state->database.connect(path, load_all));
+    return m_state->report(m_state->database.connect(path, load_all, !m_state->is_read_only));
 }
 
 void KV_XML_QUERY_INTERFACE::disconnect()
