@@ -142,6 +142,7 @@ private:
     QString put_in_place()
     {
         m_placed.clear();
+        m_aside.clear();
         QDir().mkdir(m_folder + OLD);
         QStringList names = QDir(m_folder + WAITING).entryList(QDir::Files | QDir::Hidden, QDir::Name);
         std::stable_partition(names.begin(), names.end(),
@@ -178,7 +179,7 @@ private:
         return error;
     }
 
-    QString put_aside(const QString& name) const
+    QString put_aside(const QString& name)
     {
         const QString cause = kv_replace_problem(place(name));
         if (!cause.isEmpty())
@@ -187,7 +188,10 @@ private:
             return QString();
         const QString old = m_folder + OLD + '/' + name;
         QFile::remove(old);
-        return move(place(name), old);
+        const QString error = move(place(name), old);
+        if (error.isEmpty())
+            m_aside.append(name);
+        return error;
     }
 
     // The new files wait again, until all old ones are back: so it counts as saved
@@ -199,9 +203,10 @@ private:
             const QString name = m_placed.takeLast();
             error = move(place(name), m_folder + WAITING + '/' + name);
         }
-        const QStringList names = QDir(m_folder + OLD).entryList(QDir::Files | QDir::Hidden);
-        for (int i = 0; i < names.size() && error.isEmpty(); ++i)
-            error = move(m_folder + OLD + '/' + names.at(i), place(names.at(i)));
+        while (!m_aside.isEmpty() && error.isEmpty()) {
+            const QString name = m_aside.takeLast();
+            error = move(m_folder + OLD + '/' + name, place(name));
+        }
         return error.isEmpty() ? move(m_folder + WAITING, m_folder + PART) : error;
     }
 
@@ -224,7 +229,8 @@ private:
     const QString m_folder;
     PROGRESS_CALLBACK* const m_progress;
     QLockFile m_lock;
-    QStringList m_placed; // names of files that took their places
+    QStringList m_aside;  // names of files that left their places
+    QStringList m_placed; // and of those that took them
 };
 
 } // namespace

@@ -75,7 +75,8 @@ public:
     /// Takes the folder at `path` for the database, in place of one that is
     /// connected; after an error none is. A folder without any XML file is an
     /// empty database. A table of the schema without a file is empty; a table
-    /// file that the schema does not name is ignored. With `load_all` every
+    /// file that the schema does not name is ignored. A save of the folder that was
+    /// cut off is gone on with, or only read when this one is read-only. With `load_all` every
     /// table is read at once and the errors of all broken ones are returned, a
     /// line each.
     virtual QString connect_without_merge(const QString& path, bool load_all);
@@ -98,7 +99,8 @@ public:
     virtual QString connect_string() const; ///< the folder; empty when none is connected
 
     /// Writes the database as it is in memory into `folder`, which is made when
-    /// it does not exist and must be empty. Changes.
+    /// it does not exist and must be empty. What an open transaction has changed
+    /// is not part of it. Changes.
     virtual QString create_db_copy_for_diff(const QString& folder);
 
     // What differs from the disk: tables with changed records or fields, tables
@@ -166,7 +168,8 @@ public:
     virtual KV_TABLE_DATA get_table_data(QString& error, const QString& table, const QString& filter) const;
 
     /// The whole table as the service keeps it: the same pointer each time,
-    /// valid until the connection ends. Its records change with the table. Null
+    /// valid until the connection ends. Its records change with the table; when
+    /// that is removed there are none, until it is reverted or added again. Null
     /// only on an error.
     virtual const KV_TABLE_DATA* get_table_data(QString& error, const QString& table) const;
 
@@ -197,10 +200,8 @@ public:
     /// `save_at_end` the end also writes all that was changed in it. Changes.
     virtual bool begin_transaction(QString& error, bool save_at_end);
 
-    /// Makes the changes real. False: nothing became real and the transaction is
-    /// still open, to be mended or terminated. Only when some of several files
-    /// could not take their places all changes are real, the transaction has
-    /// ended, and what the error calls "not written" is left to save_table.
+    /// Makes the changes real. False: nothing became real, nothing was saved, and
+    /// the transaction is still open, to be mended or terminated.
     virtual bool end_transaction(QString& error);
     virtual bool in_transaction() const;
 
@@ -237,16 +238,16 @@ public:
     virtual bool ignore_text(QString& error, const QString& table, const QString& key, const QString& field);
     virtual bool unapprove_text_that_contains(QString& error, const QString& text);
 
-    // Each writes what is changed of the tables or the schema, each file whole
-    // or not at all; what is not changed is not written. All files are prepared
-    // before the first takes its place; should one fail then, the error says
-    // which files were written. When fields were changed, the schema and all
-    // tables with changed fields are written together. A file that somebody
+    // Each writes what is changed of the tables or the schema; what is not changed
+    // is not written. All files are replaced or, on an error, none. When fields
+    // were changed, the schema and all tables with changed fields are written
+    // together, and the files of removed tables go with them. A file that somebody
     // else changed since it was read is an error and stays as it is.
     virtual bool save_table(QString& error, const QString& table);
     virtual bool save_table(QString& error, const QStringList& tables);
     virtual bool save_schema(QString& error);
-    /// Writes the schema to another file, whatever it holds.
+    /// Writes the schema to another file, whatever it holds; one of the database's
+    /// own is refused, by whichever path or link.
     virtual bool save_schema(QString& error, const QString& path);
 
     /// Whether a record of any table refers to `value` in the field; whether

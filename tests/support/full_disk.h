@@ -7,17 +7,17 @@
 #include <sys/resource.h>
 #endif
 
-/// As long as it lives, and `is_full`, writing fails in this process after 100
-/// bytes of a file. Without effect where the system has no such limit.
+/// As long as it lives, and `is_full`, writing fails in this process after that
+/// many bytes of a file. Without effect where the system has no such limit.
 class FULL_DISK
 {
 public:
 #ifdef Q_OS_UNIX
-    explicit FULL_DISK(bool is_full)
+    explicit FULL_DISK(bool is_full, rlim_t bytes = 100)
     {
         std::signal(SIGXFSZ, SIG_IGN);
         getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{is_full ? 100 : m_before.rlim_cur, m_before.rlim_max};
+        const rlimit limit{is_full ? bytes : m_before.rlim_cur, m_before.rlim_max};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
     ~FULL_DISK()
@@ -28,6 +28,6 @@ public:
 private:
     rlimit m_before{};
 #else
-    explicit FULL_DISK(bool) {}
+    explicit FULL_DISK(bool, int = 100) {}
 #endif
 };

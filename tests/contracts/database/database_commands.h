@@ -11,7 +11,8 @@
 //
 //     add T VALUES   edit T KEY VALUES   remove T KEY   set T KEY FIELD VALUE
 //     all COMMAND & COMMAND     apply_edit_commands
-//     fields T A*,B:real,C=5    edit_table, or add_table for a new one; "*" is the key
+//     fields T A*,B:real,C=5>T.A  edit_table, or add_table for a new one; "*" is the key,
+//                                 a default and a lookup
 //     tables T T                change_schema: these tables stay, in this order
 //
 // and the rest by the names of the operations.
@@ -39,11 +40,15 @@ inline bool set_fields(DB& db, QString& error, const QString& table, const QStri
     schema.name = table;
     schema.fields.clear();
     for (const QString& text : fields.split(',')) {
-        const QString name = text.section(QRegExp("[*:=]"), 0, 0);
+        const QString name = text.section(QRegExp("[*:=>]"), 0, 0);
         KV_FIELD_SCHEMA field = old ? old->fields.value(old->field_index(name)) : KV_FIELD_SCHEMA();
         field.name = name;
         field.key = text.contains('*');
-        field.default_value = text.section('=', 1);
+        field.default_value = text.section('>', 0, 0).section('=', 1);
+        if (text.contains('>')) {
+            field.lookup_table = text.section(QRegExp("[>.]"), 1, 1);
+            field.lookup_field = text.section('.', 1);
+        }
         if (text.contains(":real"))
             field.type = KV_FIELD_SCHEMA::REAL;
         schema.fields.append(field);

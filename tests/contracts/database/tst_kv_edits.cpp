@@ -20,6 +20,8 @@ edit packs a e|||s => packs(name,size,note,region): e|||s; b|-5|x|; c|1||lost / 
 remove packs a => packs(name,size,note,region): b|-5|x|; c|1||lost / R / L
 remove regions s => P / regions(code,scale,open): n|2.50| / L
 all add packs d|||w & add regions w|| & remove packs a & edit regions n m|| => packs(name,size,note,region): b|-5|x|; c|1||lost; d|||w / regions(code,scale,open): m||; s|1|true; w|| / L
+all add packs d|||lost & remove packs d & add log u => P / R / L; u
+all add regions lost|| & remove regions lost & add log u => P / R / L; u
 fields new id* => P / R / L / new(id): 
 fields packs flag=f,name*,size=9,region => packs(flag,name,size,region): f|a|1|n; f|b|-5|; f|c|1|lost / R / L
 remove_table packs => R / L
@@ -47,6 +49,7 @@ fields Packs id* => there are two tables called "Packs"
 fields regions scale => there is no field "regions.code" to look up
 fields packs name*,size,note:real,region => the record with the key "b": value "x" of field "note" is not of type real
 fields packs name,size*,note,region => the record with the key "c": table "packs" already has a record with the key "1"
+fields packs name*,size,note,region,more=zz>regions.code => value "zz" of field "packs.more" would not be found in "regions.code"
 remove_table regions => there is no field "regions.code" to look up
 set_field_description packs Note x => there is no field "packs.Note"
 )";
@@ -246,7 +249,11 @@ private slots:
         QCOMPARE(db.get_changed_files(error),
                  QStringList({db.path("schema.xml"), db.path("packs.xml"), db.path("new.xml")}));
         QCOMPARE(db.get_added_files(error), QStringList(db.path("new.xml")));
-        QCOMPARE(run(db, "create_db_copy_for_diff " + db.path("copy")), QString());
+        // What a transaction tries is nobody's yet.
+        for (const QString& command :
+             {QString("begin_transaction"), QString("add packs d|||"), QString("remove_table new"),
+              "create_db_copy_for_diff " + db.path("copy"), QString("terminate_transaction")})
+            QCOMPARE(run(db, command), QString());
         QCOMPARE(run(db, "create_db_copy_for_diff " + db.path("copy")),
                  db.path("copy: this folder is not empty"));
         DB copy(nullptr, QString(), false, true);
@@ -275,6 +282,16 @@ private slots:
         QCOMPARE(run(db, "clear_table_data packs"), QString());
         QVERIFY(packs->records.isEmpty());
         db.write("packs.xml", "<table name='packs'><record name='late'/></table>");
+        QCOMPARE(db.get_table_data(error, "packs"), packs);
+        QCOMPARE(packs->value(0, "name"), QString("late"));
+
+        // The pointer outlives its table, and shows the next one of that name.
+        for (const char* const command : {"remove_table packs", "fields packs id*", "add packs 1"}) {
+            QCOMPARE(packs->records.size(), *command == 'r' ? 1 : 0);
+            QCOMPARE(run(db, command), QString());
+        }
+        QCOMPARE(packs->value(0, "id"), QString("1"));
+        QCOMPARE(run(db, "revert_changes"), QString());
         QCOMPARE(db.get_table_data(error, "packs"), packs);
         QCOMPARE(packs->value(0, "name"), QString("late"));
 

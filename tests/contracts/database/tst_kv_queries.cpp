@@ -33,6 +33,7 @@ sql SELECT  FROM packs =>  => query "SELECT FROM packs": near "FROM": syntax err
 sql SELECT * FROM units =>  => query "SELECT * FROM units": no such table: units
 sql SELECT * FROM bad =>  => query "SELECT * FROM bad": bad.xml:1:1: Premature end of document.
 sql SELECT 'bad' AS x /* bad */ -- bad => x text => bad
+sql SELECT 'sqlite_x' AS x => x text => sqlite_x
 sql SELECT * FROM twins =>  => query "SELECT * FROM twins": table "twins" can't be queried: duplicate column name: A
 )";
 
@@ -56,6 +57,7 @@ SELECT "a""" , (WITH c AS (SELECT 1) SELECT * FROM c)
 SELECT load_extension('%1')
 SELECT writefile('%1', 'x')
 SELECT * FROM sqlite_master
+SELECT * FROM 'sqlite_master'
 )";
 
 } // namespace
@@ -143,6 +145,13 @@ private slots:
         const QString sql = "SELECT name FROM packs WHERE size = 7";
         QCOMPARE(ask(db, sql), QStringList());
         QVERIFY(db.edit_field_data(error, "packs", "b", "size", "7"));
+        // SQLite takes a text for a name where only a name can stand.
+        for (const char* const from : {"'PACKS'", "main . 'packs'", "('packs')", "(SELECT 1), 'packs'"}) {
+            QCOMPARE(ask(db, QString("SELECT sum(size) FROM %1").arg(from)), QStringList("9"));
+            QVERIFY(db.edit_field_data(error, "packs", "b", "size", "8"));
+            QCOMPARE(ask(db, QString("SELECT sum(size) FROM %1").arg(from)), QStringList("10"));
+            QVERIFY(db.edit_field_data(error, "packs", "b", "size", "7"));
+        }
         QCOMPARE(ask(db, sql), QStringList("b"));
         QVERIFY(db.begin_transaction(error, false));
         QVERIFY(db.remove_record(error, "packs", "b"));
@@ -151,6 +160,8 @@ private slots:
         QCOMPARE(ask(db, sql), QStringList());
         QVERIFY(db.revert_changes(error));
         QCOMPARE(ask(db, "SELECT name FROM packs"), QStringList({"a", "b", "c"}));
+        QCOMPARE(run(db, "fields packs name*,size,Size"), QString());
+        QVERIFY(ask(db, sql).first().endsWith("duplicate column name: Size"));
         QVERIFY(db.remove_table(error, "packs"));
         QVERIFY(ask(db, sql).first().endsWith("no such table: packs"));
         // Another database under the same names.
