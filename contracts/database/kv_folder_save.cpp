@@ -257,7 +257,7 @@ QString kv_file_to_read(const QString& path)
 QString kv_behind_links(const QString& path)
 {
     QFileInfo info(path);
-    for (int i = 0; i < MAX_LINKS && info.isSymLink(); ++i)
+    for (int i = 0; i < MAX_LINKS && info.isSymbolicLink(); ++i)
         info.setFile(info.symLinkTarget());
     return info.filePath();
 }

@@ -78,7 +78,7 @@ QDateTime KV_XML_QUERY_INTERFACE::latest_mod_date() const
     const KV_DATABASE& database = m_state->database;
     QDateTime latest;
     const auto look_at = [&](const QString& path) {
-        const QDateTime time = QFileInfo(path).lastModified().toUTC();
+        const QDateTime time = QFileInfo(kv_file_to_read(path)).lastModified().toUTC();
         if (time.isValid() && (!latest.isValid() || latest < time))
             latest = time;
     };

@@ -76,9 +76,9 @@ public:
     /// connected; after an error none is. A folder without any XML file is an
     /// empty database. A table of the schema without a file is empty; a table
     /// file that the schema does not name is ignored. A save of the folder that was
-    /// cut off is gone on with, or only read when this one is read-only. With `load_all` every
-    /// table is read at once and the errors of all broken ones are returned, a
-    /// line each.
+    /// cut off is gone on with, or only read when this one is read-only. With
+    /// `load_all` every table is read at once and the errors of all broken ones are
+    /// returned, a line each.
     virtual QString connect_without_merge(const QString& path, bool load_all);
 
     /// Drops everything that was read, and what was changed and not saved. All

@@ -257,17 +257,6 @@ private slots:
         const QString nowhere = db.path("none/copy.xml");
         QVERIFY(run(db, "save_schema " + nowhere).startsWith(nowhere + ": can't be written: "));
     }
-
-    void writes_more_files_than_are_open_at_once()
-    {
-        DATABASE_SCENE db;
-        db.connect_here();
-        for (int i = 0; i < 450; ++i)
-            QCOMPARE(run(db, QString("fields t%1 id").arg(i)), QString());
-        QCOMPARE(run(db, "save_schema"), QString());
-        QCOMPARE(FILES::below(db.folder()).size(), 451);
-        QCOMPARE(db.connect_here(true), QString());
-    }
 };
 
 QTEST_GUILESS_MAIN(TST_KV_SAVING)
