@@ -18,6 +18,14 @@ public:
         }
     }
 
+    bool gives_defaults() const
+    {
+        for (int i = 0; i < m_sources.size(); ++i)
+            if (m_sources.at(i) < 0 && !m_new_values.at(i).value.isEmpty())
+                return true;
+        return false;
+    }
+
     // The same for records that are no more: they never had the new fields.
     RESHAPING without_defaults() const
     {
@@ -158,9 +166,9 @@ QString KV_WORKING_TABLE::reshape(const QSharedPointer<const KV_TABLE_SCHEMA>& s
     const RESHAPING older = reshaped.without_defaults();
     std::transform(m_given.begin(), m_given.end(), m_given.begin(), older);
     std::transform(m_taken.begin(), m_taken.end(), m_taken.begin(), older);
-    if (!data.records.isEmpty()) { // one stands for all: each has got the same new values
-        m_given.append(reshaped(data.records.first()));
-        m_taken.append(older(data.records.first()));
+    for (int row = 0; row < data.records.size() && reshaped.gives_defaults(); ++row) {
+        m_given.append(result.data.records.at(row));
+        m_taken.append(older(data.records.at(row)));
     }
     data = result.data;
     m_is_changed = true;

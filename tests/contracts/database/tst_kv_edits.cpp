@@ -222,6 +222,11 @@ private slots:
         QVERIFY(
             content_text(db).startsWith("packs(name,size,note,region): b|-5|x|; c|1||lost; d|||w / regions"
                                         "(code,scale,open): w|1|true"));
+        // A new field's default is new to each record, also when one of them goes.
+        for (const char* const command :
+             {"begin_transaction", "fields packs name*,more=zz>regions.code", "remove packs b"})
+            QCOMPARE(run(db, command), QString());
+        QVERIFY(run(db, "end_transaction").startsWith("value \"zz\" of field \"packs.more\" would not be"));
     }
 
     void changes_nothing_at_the_wrong_time()
