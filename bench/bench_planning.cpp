@@ -14,13 +14,9 @@ constexpr int STRETCH = 20000;
 constexpr int GROUP_SIZE = 8;
 constexpr int GROUPED = 20; // one action of these is in a group: 5 percent
 
-/// Selected actions as plain numbers: lanes of 20 actions, each on top of the
-/// one before it and now and then of one of the next lane; in random order within
-/// stretches, as processors hand actions out area by area.
+/// Selected actions as plain numbers.
 struct WORK
 {
-    explicit WORK(int count);
-
     struct ACTION
     {
         QVector<int> dependencies;
@@ -31,24 +27,68 @@ struct WORK
     int groups = 0;
 };
 
-WORK::WORK(int count) : actions(count), order(count)
+WORK work_of(int count)
+{
+    WORK work;
+    work.actions.resize(count);
+    for (int i = 0; i < count; ++i)
+        work.order.append(i);
+    return work;
+}
+
+/// Lanes of 20 actions, each on top of the one before it and now and then of one
+/// of the next lane; in random order within stretches, as processors hand actions
+/// out area by area.
+WORK lanes(int count)
 {
     std::mt19937 random(7);
+    WORK work = work_of(count);
     for (int i = 0; i < count; ++i) {
-        order[i] = i;
         const int level = i % LEVELS;
         if (level > 0)
-            actions[i].dependencies.append(i - 1);
+            work.actions[i].dependencies.append(i - 1);
         const int partner = (i / LEVELS ^ 1) * LEVELS + level - 1;
         if (level % 4 == 1 && partner < count)
-            actions[i].dependencies.append(partner);
+            work.actions[i].dependencies.append(partner);
     }
     for (int start = 0; start < count; start += STRETCH)
-        std::shuffle(order.begin() + start, order.begin() + std::min(start + STRETCH, count), random);
+        std::shuffle(work.order.begin() + start, work.order.begin() + std::min(start + STRETCH, count),
+                     random);
     int grouped = 0;
     for (int i = 0; i < count; i += GROUPED)
-        actions[order[i]].group = grouped++ / GROUP_SIZE + 1;
-    groups = (grouped + GROUP_SIZE - 1) / GROUP_SIZE;
+        work.actions[work.order[i]].group = grouped++ / GROUP_SIZE + 1;
+    work.groups = (grouped + GROUP_SIZE - 1) / GROUP_SIZE;
+    return work;
+}
+
+/// One action that depends on all others.
+WORK consumer(int count)
+{
+    WORK work = work_of(count);
+    for (int i = 0; i + 1 < count; ++i)
+        work.actions.last().dependencies.append(i);
+    return work;
+}
+
+WORK chain(int count)
+{
+    WORK work = work_of(count);
+    for (int i = 1; i < count; ++i)
+        work.actions[i].dependencies.append(i - 1);
+    return work;
+}
+
+/// Two more actions that depend on each other, and on which all else depends.
+WORK with_cycle_ahead(WORK work)
+{
+    const int cycle = work.actions.size();
+    for (WORK::ACTION& action : work.actions)
+        if (action.dependencies.isEmpty())
+            action.dependencies.append(cycle);
+    work.actions.append({{cycle + 1}, 0});
+    work.actions.append({{cycle}, 0});
+    work.order = QVector<int>{cycle, cycle + 1} + work.order;
+    return work;
 }
 
 struct OUTCOME
@@ -118,7 +158,7 @@ COST best_of(const WORK& work, int rounds)
 
 void bench_planning(const BENCH_OPTIONS& options, FIGURES& figures)
 {
-    const WORK both(20000);
+    const WORK both = lanes(20000);
     const OUTCOME plain = plan_plainly(both);
     if (plain.plan != plan_well(both).plan)
         give_up("the plan differs from that of the plain procedure");
@@ -126,10 +166,17 @@ void bench_planning(const BENCH_OPTIONS& options, FIGURES& figures)
                   plain.cost, 0.05);
 
     const int count = options.quick ? 10000 : 100000;
-    const COST small = best_of(WORK(count), 5);
-    const COST large = best_of(WORK(count * 10), 3);
+    const COST small = best_of(lanes(count), 5);
+    const COST large = best_of(lanes(count * 10), 3);
     const QString what = QString("plan of %1 actions");
     figures.value(what.arg(count), small.time / count * 1e6, "us an action", 0);
     figures.value(what.arg(count * 10), large.time / count / 10 * 1e6, "us an action", 0);
     figures.ratio(what.arg(count * 10), large, QString("of %1 actions").arg(count), small, 15);
+
+    const std::pair<const char*, WORK> shapes[] = {{"one that depends on all others", consumer(count)},
+                                                   {"in lanes", lanes(count)},
+                                                   {"in a chain", chain(count / 20)}};
+    for (const auto& [name, work] : shapes)
+        figures.ratio(QString("plan of %1 %2, behind a cycle").arg(work.order.size()).arg(name),
+                      best_of(with_cycle_ahead(work), 5), "without the cycle", best_of(work, 5), 3);
 }

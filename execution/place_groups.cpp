@@ -27,38 +27,73 @@ INTEGER_ROWS members_by_group(const PLAN_GRAPH& graph, int next_group)
     return members;
 }
 
-// For each action that is a member of a group of several, who depends on it;
-// nothing for others.
-INTEGER_ROWS dependants_of_members(const PLAN_GRAPH& graph, const INTEGER_ROWS& members)
+// For the members of some groups, who depends on them: walks over all closures,
+// which say it the other way round.
+class DEPENDANTS
 {
-    FW::VECTOR<char> is_member(std::size_t(graph.selected()), 0);
-    for (int row = 0; row < members.rows(); ++row)
-        if (members.size(row) > 1)
-            for (const int* member = members.begin(row); member != members.end(row); ++member)
-                is_member[std::size_t(*member)] = 1;
+public:
+    explicit DEPENDANTS(const PLAN_GRAPH& graph) : m_graph(graph), m_row(std::size_t(graph.selected()), -1) {}
 
-    const auto for_each_dependant = [&](auto&& take) {
-        for (int action = 0; action < graph.selected(); ++action)
-            for (const int* d = graph.closures.begin(action); d != graph.closures.end(action); ++d)
-                if (*d < graph.selected() && is_member[std::size_t(*d)])
-                    take(*d, action);
-    };
-    INTEGER_ROWS dependants;
-    dependants.first.assign(std::size_t(graph.selected()) + 1, 0);
-    for_each_dependant([&](int member, int) { ++dependants.first[std::size_t(member) + 1]; });
-    for (std::size_t i = 1; i < dependants.first.size(); ++i)
-        dependants.first[i] += dependants.first[i - 1];
-    dependants.items.resize(dependants.first.back());
-    FW::VECTOR<std::size_t> next = dependants.first;
-    for_each_dependant(
-        [&](int member, int action) { dependants.items[next[std::size_t(member)]++] = action; });
-    return dependants;
+    /// Rows for the members of groups from `first` on, up to where they would take
+    /// much memory beside the closures; gives the group behind the last one.
+    int collect(const INTEGER_ROWS& members, int first);
+
+    const int* begin(int member) const { return m_dependants.begin(m_row[std::size_t(member)]); }
+    const int* end(int member) const { return m_dependants.end(m_row[std::size_t(member)]); }
+
+private:
+    template <typename TAKE>
+    void for_each(TAKE take) const
+    {
+        for (int action = 0; action < m_graph.selected(); ++action)
+            for (const int d : m_graph.closure(action))
+                if (d < m_graph.selected() && m_row[std::size_t(d)] >= 0)
+                    take(std::size_t(m_row[std::size_t(d)]), action);
+    }
+    void give_rows(const INTEGER_ROWS& members, int first, int end);
+
+    const PLAN_GRAPH& m_graph;
+    FW::VECTOR<int> m_row; // by action; -1 for none
+    INTEGER_ROWS m_dependants;
+};
+
+// How many entries are held at once, unless a single group has more.
+const std::size_t MOST_DEPENDANTS = std::size_t(1) << 24;
+
+void DEPENDANTS::give_rows(const INTEGER_ROWS& members, int first, int end)
+{
+    std::fill(m_row.begin(), m_row.end(), -1);
+    int rows = 0;
+    for (int group = first; group < end; ++group)
+        if (members.size(group) > 1)
+            for (const int* member = members.begin(group); member != members.end(group); ++member)
+                m_row[std::size_t(*member)] = rows++;
+}
+
+int DEPENDANTS::collect(const INTEGER_ROWS& members, int first)
+{
+    give_rows(members, first, members.rows());
+    FW::VECTOR<std::size_t> counts(std::size_t(m_graph.selected()), 0);
+    for_each([&](std::size_t row, int) { ++counts[row]; });
+
+    int end = first;
+    std::size_t rows = 0;
+    for (std::size_t entries = 0; end < members.rows() && (rows == 0 || entries < MOST_DEPENDANTS); ++end)
+        if (members.size(end) > 1)
+            for (int member = 0; member < members.size(end); ++member)
+                entries += counts[rows++];
+    counts.resize(rows);
+    give_rows(members, first, end);
+    m_dependants.make_rows(counts);
+    FW::VECTOR<std::size_t> next = m_dependants.first;
+    for_each([&](std::size_t row, int action) { m_dependants.items[next[row]++] = action; });
+    return end;
 }
 
 class GROUP_PLACING
 {
 public:
-    GROUP_PLACING(SEQUENCE& sequence, const PLAN_GRAPH& graph, const INTEGER_ROWS& dependants)
+    GROUP_PLACING(SEQUENCE& sequence, const PLAN_GRAPH& graph, const DEPENDANTS& dependants)
         : m_sequence(sequence), m_graph(graph), m_dependants(dependants)
     {
     }
@@ -79,10 +114,10 @@ private:
     void pull_forward(int member, int former)
     {
         int halt = former; // the last action between the two that the member can't pass
-        for (const int* d = m_graph.closures.begin(member); d != m_graph.closures.end(member); ++d)
-            if (*d < m_graph.selected() && level(*d) < level(member) && m_sequence.comes_before(*d, member) &&
-                m_sequence.comes_before(halt, *d))
-                halt = *d;
+        for (const int d : m_graph.closure(member))
+            if (d < m_graph.selected() && level(d) < level(member) && m_sequence.comes_before(d, member) &&
+                m_sequence.comes_before(halt, d))
+                halt = d;
         m_sequence.move_behind(member, halt);
     }
 
@@ -98,7 +133,7 @@ private:
 
     SEQUENCE& m_sequence;
     const PLAN_GRAPH& m_graph;
-    const INTEGER_ROWS& m_dependants;
+    const DEPENDANTS& m_dependants;
 };
 
 } // namespace
@@ -106,11 +141,14 @@ private:
 void place_groups(FW::VECTOR<int>& order, const PLAN_GRAPH& graph, int next_group)
 {
     const INTEGER_ROWS members = members_by_group(graph, next_group);
-    const INTEGER_ROWS dependants = dependants_of_members(graph, members);
     SEQUENCE sequence(order);
+    DEPENDANTS dependants(graph);
     GROUP_PLACING placing(sequence, graph, dependants);
-    for (int row = 0; row < members.rows(); ++row)
-        if (members.size(row) > 1)
-            placing.place(FW::VECTOR<int>(members.begin(row), members.end(row)));
+    for (int first = 0; first < members.rows();) {
+        const int end = dependants.collect(members, first);
+        for (; first < end; ++first)
+            if (members.size(first) > 1)
+                placing.place(FW::VECTOR<int>(members.begin(first), members.end(first)));
+    }
     order = sequence.to_vector();
 }

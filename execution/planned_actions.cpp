@@ -1,104 +1,120 @@
 #include "execution/planned_actions.h"
 
-#include "contracts/actions/action_interface.h"
+#include <algorithm>
 
 PLANNED_ACTIONS::PLANNED_ACTIONS(const QVector<ACTION_INTERFACE*>& actions)
 {
     for (ACTION_INTERFACE* action : actions)
         if (action->selection_count >= 1)
             number(action);
-    m_selected = int(m_actions.size());
-    collect_closures(direct_dependencies());
-    store_closures();
-
-    for (ACTION_INTERFACE* action : m_actions) {
+    for (const ACTION_INTERFACE* action : graph.actions)
+        graph.group.push_back(action->group_id);
+    read_links();
+    work_out_closures();
+    for (const ACTION_INTERFACE* action : graph.actions)
         graph.level.push_back(action->order_level);
-        graph.closure_size.push_back(action->all_dependencies.size());
-    }
-    for (int i = 0; i < m_selected; ++i)
-        graph.group.push_back(m_actions[std::size_t(i)]->group_id);
 }
 
 PLANNED_ACTIONS::~PLANNED_ACTIONS()
 {
-    for (ACTION_INTERFACE* action : m_actions)
+    for (ACTION_INTERFACE* action : graph.actions)
         action->m_plan_index = -1;
 }
 
 void PLANNED_ACTIONS::number(ACTION_INTERFACE* action)
 {
     if (action->m_plan_index < 0) {
-        action->m_plan_index = int(m_actions.size());
-        m_actions.push_back(action);
+        action->m_plan_index = int(graph.actions.size());
+        graph.actions.push_back(action);
     }
 }
 
-// Rows for the selected actions and all that they reach.
-INTEGER_ROWS PLANNED_ACTIONS::direct_dependencies()
+// Of the selected actions and all that they reach, which get their numbers here.
+void PLANNED_ACTIONS::read_links()
 {
-    INTEGER_ROWS direct;
-    for (std::size_t i = 0; i < m_actions.size(); ++i) {
-        for (ACTION_INTERFACE* dependency : qAsConst(m_actions[i]->dependencies)) {
+    for (std::size_t i = 0; i < graph.actions.size(); ++i) {
+        for (ACTION_INTERFACE* dependency : qAsConst(graph.actions[i]->dependencies)) {
             number(dependency);
-            direct.items.push_back(dependency->m_plan_index);
+            graph.links.items.push_back(dependency->m_plan_index);
         }
-        direct.end_row();
+        graph.links.end_row();
     }
-    return direct;
 }
 
-void PLANNED_ACTIONS::collect_closures(const INTEGER_ROWS& direct)
+void PLANNED_ACTIONS::work_out_closures()
 {
-    INTEGER_ROWS& closures = graph.closures;
-    FW::VECTOR<int> seen_by(m_actions.size(), -1); // the last action whose closure took this one
-    FW::VECTOR<int> waiting;
-    for (int action = 0; action < m_selected; ++action) {
-        seen_by[std::size_t(action)] = action;
-        waiting.assign(1, action);
-        while (!waiting.empty()) {
-            const int current = waiting.back();
-            waiting.pop_back();
-            const bool is_known = current < action; // then its closure says all
-            const INTEGER_ROWS& rows = is_known ? closures : direct;
-            // By place, as the rows can grow and move while they are walked.
-            const std::size_t end = rows.first[std::size_t(current) + 1];
-            for (std::size_t i = rows.first[std::size_t(current)]; i < end; ++i) {
-                const int dependency = rows.items[i];
-                if (seen_by[std::size_t(dependency)] == action)
-                    continue;
-                seen_by[std::size_t(dependency)] = action;
-                closures.items.push_back(dependency);
-                if (!is_known)
-                    waiting.push_back(dependency);
+    m_reached_from.assign(graph.actions.size(), -1);
+    m_is_reach.assign(std::size_t(graph.selected()), 0);
+    for (int action = 0; action < graph.selected(); ++action) {
+        reach_from(action);
+        keep_closure(action);
+    }
+}
+
+void PLANNED_ACTIONS::reach_from(int action)
+{
+    m_reached.clear();
+    m_reached_from[std::size_t(action)] = action;
+    const auto is_new = [&](const ACTION_INTERFACE* dependency) {
+        int& from = m_reached_from[std::size_t(dependency->m_plan_index)];
+        return from != action && (from = action, true);
+    };
+    m_waiting.assign(1, action);
+    while (!m_waiting.empty()) {
+        const int current = m_waiting.back();
+        m_waiting.pop_back();
+        const bool says_all = current < action && m_is_reach[std::size_t(current)];
+        const ACTION_INTERFACE* const from = graph.actions[std::size_t(current)];
+        for (ACTION_INTERFACE* dependency : qAsConst(says_all ? from->all_dependencies : from->dependencies))
+            if (is_new(dependency)) {
+                m_reached.push_back(dependency);
+                if (!says_all)
+                    m_waiting.push_back(dependency->m_plan_index);
             }
-        }
-        closures.end_row();
     }
 }
 
-void PLANNED_ACTIONS::store_closures()
+// A closure of an earlier pass can have actions that no link leads to any more.
+bool PLANNED_ACTIONS::is_all_reached_from(int action)
 {
-    for (int i = 0; i < m_selected; ++i) {
-        QVector<ACTION_INTERFACE*>& all = m_actions[std::size_t(i)]->all_dependencies;
-        if (!all.isEmpty() || graph.closures.size(i) == 0)
-            continue;
-        all.reserve(graph.closures.size(i));
-        for (const int* d = graph.closures.begin(i); d != graph.closures.end(i); ++d)
-            all.append(m_actions[std::size_t(*d)]);
+    const QVector<ACTION_INTERFACE*>& all = graph.actions[std::size_t(action)]->all_dependencies;
+    bool is_reached = std::size_t(all.size()) == m_reached.size();
+    for (ACTION_INTERFACE* dependency : all) {
+        if (dependency->m_plan_index < 0) {
+            number(dependency);
+            graph.links.end_row();
+            m_reached_from.push_back(-1);
+        }
+        is_reached = is_reached && m_reached_from[std::size_t(dependency->m_plan_index)] == action;
     }
+    return is_reached;
+}
+
+void PLANNED_ACTIONS::keep_closure(int action)
+{
+    QVector<ACTION_INTERFACE*>& all = graph.actions[std::size_t(action)]->all_dependencies;
+    if (all.isEmpty() && !m_reached.empty()) {
+        all.resize(int(m_reached.size()));
+        std::copy(m_reached.begin(), m_reached.end(), all.begin());
+        m_is_reach[std::size_t(action)] = 1;
+        return;
+    }
+    const bool is_reach = is_all_reached_from(action);
+    m_is_reach[std::size_t(action)] = is_reach;
+    graph.closures_follow_links = graph.closures_follow_links && is_reach;
 }
 
 void PLANNED_ACTIONS::store_levels() const
 {
-    for (int i = 0; i < m_selected; ++i)
-        m_actions[std::size_t(i)]->order_level = graph.level[std::size_t(i)];
+    for (int i = 0; i < graph.selected(); ++i)
+        graph.actions[std::size_t(i)]->order_level = graph.level[std::size_t(i)];
 }
 
-QVector<ACTION_INTERFACE*> PLANNED_ACTIONS::in_order(const FW::VECTOR<int>& order) const
+QVector<ACTION_INTERFACE*> PLANNED_ACTIONS::in_order(const FW::VECTOR<int>& numbers) const
 {
     QVector<ACTION_INTERFACE*> result;
-    result.reserve(int(order.size()));
-    for (const int number : order)
-        result.append(m_actions[std::size_t(number)]);
+    result.reserve(int(numbers.size()));
+    for (const int number : numbers)
+        result.append(graph.actions[std::size_t(number)]);
     return result;
 }

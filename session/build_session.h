@@ -182,8 +182,8 @@ private:
 
     struct ACTION_FILES;
     static bool writes_retail(const ACTION_FILES& files, const QString& retail);
-    static void forget_dependencies(const QVector<ACTION_INTERFACE*>& of_actions,
-                                    const QSet<ACTION_INTERFACE*>& dropped);
+    struct DROPPED_ACTIONS;
+    void forget(const DROPPED_ACTIONS& dropped, const QVector<ACTION_INTERFACE*>& collected);
     void link_inputs(ACTION_INTERFACE& action, ACTION_FILES& files);
     void link_targets(ACTION_INTERFACE& action, ACTION_FILES& files);
     FILE_ENTRY* target_entry(const ACTION_TARGET& target);

@@ -43,6 +43,33 @@ struct BUILD_SESSION::ACTION_FILES
     bool stale_latest = false;
 };
 
+// What a run without retail output has deleted of one processor's actions.
+struct BUILD_SESSION::DROPPED_ACTIONS
+{
+    // Its partners in pulling are told later, all at once: each of many that one
+    // action pulls would search that one's list.
+    void drop(ACTION_INTERFACE* action)
+    {
+        actions.insert(action);
+        for (const QVector<ACTION_INTERFACE*>* list : {&action->pulls, &action->pulled_by})
+            for (ACTION_INTERFACE* partner : *list)
+                partners.insert(partner);
+        action->pulls.clear();
+        action->pulled_by.clear();
+        delete action;
+    }
+
+    void remove_from(QVector<ACTION_INTERFACE*>& list) const
+    {
+        const auto is_dropped = [&](ACTION_INTERFACE* action) { return actions.contains(action); };
+        if (std::any_of(list.cbegin(), list.cend(), is_dropped))
+            list.erase(std::remove_if(list.begin(), list.end(), is_dropped), list.end());
+    }
+
+    QSet<ACTION_INTERFACE*> actions;
+    QSet<ACTION_INTERFACE*> partners; // dropped ones among them
+};
+
 namespace {
 
 // A null time is older than any other, also than those before 1970.
@@ -154,14 +181,15 @@ void BUILD_SESSION::collect_affected_files(QVector<ACTION_INTERFACE*>& collected
     const QString retail = PATHS::retail_build() + "/";
     QVector<ACTION_INTERFACE*> kept;
     kept.reserve(collected.size());
-    QSet<ACTION_INTERFACE*> dropped;
+    DROPPED_ACTIONS dropped;
     ACTION_FILES files;
     for (ACTION_INTERFACE* action : qAsConst(collected)) {
+        if (dropped.actions.contains(action))
+            continue; // handed out twice
         files.start_action();
         action->collect_files(files.inputs, files.targets, files.stamp, file_map, rule_cache);
         if (!configuration->retail && writes_retail(files, retail)) {
-            dropped.insert(action);
-            delete action;
+            dropped.drop(action);
             continue;
         }
         kept.append(action);
@@ -185,20 +213,29 @@ void BUILD_SESSION::collect_affected_files(QVector<ACTION_INTERFACE*>& collected
         }
     }
     collected = kept;
-    if (!dropped.isEmpty())
-        forget_dependencies(collected, dropped);
+    forget(dropped, collected);
 }
 
-// Actions that were made together can know each other already.
-void BUILD_SESSION::forget_dependencies(const QVector<ACTION_INTERFACE*>& of_actions,
-                                        const QSet<ACTION_INTERFACE*>& dropped)
+// Actions that were made together can know each other already, and those of
+// earlier processors theirs: nothing may lead to one that is gone, since planning
+// writes to all that it reaches. Before the next processor makes actions, as these
+// can get the same addresses.
+void BUILD_SESSION::forget(const DROPPED_ACTIONS& dropped, const QVector<ACTION_INTERFACE*>& collected)
 {
-    for (ACTION_INTERFACE* action : of_actions) {
-        QVector<ACTION_INTERFACE*>& all = action->dependencies;
-        all.erase(std::remove_if(all.begin(), all.end(),
-                                 [&](ACTION_INTERFACE* dependency) { return dropped.contains(dependency); }),
-                  all.end());
-        action->m_dependency_set.subtract(dropped);
+    if (dropped.actions.isEmpty())
+        return;
+    for (ACTION_INTERFACE* action : qAsConst(dropped.partners))
+        if (!dropped.actions.contains(action)) {
+            dropped.remove_from(action->pulls);
+            dropped.remove_from(action->pulled_by);
+        }
+    const QVector<ACTION_INTERFACE*> left = actions + collected;
+    for (ACTION_INTERFACE* action : left) {
+        for (ACTION_INTERFACE* dependency : qAsConst(action->dependencies))
+            if (dropped.actions.contains(dependency))
+                action->m_dependency_set.remove(dependency);
+        dropped.remove_from(action->dependencies);
+        dropped.remove_from(action->all_dependencies);
     }
 }
 

@@ -152,6 +152,7 @@ protected:
 
 private:
     friend class BUILD_SESSION;
+    friend class CLOSURE;
     friend class PLANNED_ACTIONS;
     friend bool startup_message_hook(bool, const FW::UniString&, bool&, bool&);
     Q_DISABLE_COPY(ACTION_INTERFACE)

@@ -5,7 +5,7 @@
 namespace {
 
 // Where an ordinary raise follows a cycle's in each sweep, the sweeps never end.
-const int MOST_SWEEPS = 5000;
+const int MOST_SWEEPS = 1000;
 
 void close_dependencies(PLAIN_ACTION* action, PLAIN_ACTION* from)
 {

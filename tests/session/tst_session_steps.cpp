@@ -244,14 +244,27 @@ private slots:
         for (const char* name : {"r1", "w1", "r2", "r3", "w2"})
             processor->add(name, {}, (name[0] == 'r' ? "<retail>/" : "<working>/") + QString(name))->deleted =
                 &deleted;
-        processor->actions.append(nullptr);
+        STEP_ACTION* const earlier = new STEP_ACTION("e"); // of a processor that comes first
+        scene.session->processors.prepend(new STEP_PROCESSOR("first"));
+        static_cast<STEP_PROCESSOR*>(scene.session->processors[0])->actions.append(earlier);
+        for (ACTION_INTERFACE* action : qAsConst(processor->actions)) {
+            earlier->add_dependency(*action, true);
+            action->add_dependency(*earlier, true);
+        }
         processor->actions[1]->add_dependency(*processor->actions[0], true);
+        processor->actions[2]->add_dependency(*processor->actions[3], true);
+        earlier->all_dependencies = earlier->dependencies;
+        processor->actions << nullptr << processor->actions[0];
         QVERIFY(scene.start_up());
         QCOMPARE(deleted, QStringList({"r1", "r2", "r3"}));
-        QCOMPARE(names(scene.session->actions), QString("w1 w2"));
+        QCOMPARE(names(scene.session->actions), QString("e w1 w2"));
         QVERIFY(!scene.file("<retail>/r1"));
-        QVERIFY(scene.session->actions.first()->pulls.isEmpty());
-        QVERIFY(scene.session->actions.first()->dependencies.isEmpty());
+        for (const auto& list :
+             {earlier->dependencies, earlier->all_dependencies, earlier->pulls, earlier->pulled_by})
+            QCOMPARE(names(list), QString("w1 w2"));
+        const ACTION_INTERFACE* const kept = scene.session->actions[1];
+        for (const auto& list : {kept->dependencies, kept->pulls, kept->pulled_by})
+            QCOMPARE(names(list), QString("e"));
     }
 
     void dependencies_of_shared_files()
