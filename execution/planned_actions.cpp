@@ -51,25 +51,30 @@ void PLANNED_ACTIONS::work_out_closures()
     }
 }
 
+// The numbers of what is reached stand in the links or, less near at hand, in the
+// actions of a closure.
 void PLANNED_ACTIONS::reach_from(int action)
 {
     m_reached.clear();
     m_reached_from[std::size_t(action)] = action;
-    const auto is_new = [&](const ACTION_INTERFACE* dependency) {
-        int& from = m_reached_from[std::size_t(dependency->m_plan_index)];
+    const auto is_new = [&](int dependency) {
+        int& from = m_reached_from[std::size_t(dependency)];
         return from != action && (from = action, true);
     };
     m_waiting.assign(1, action);
     while (!m_waiting.empty()) {
         const int current = m_waiting.back();
         m_waiting.pop_back();
-        const bool says_all = current < action && m_is_reach[std::size_t(current)];
-        const ACTION_INTERFACE* const from = graph.actions[std::size_t(current)];
-        for (ACTION_INTERFACE* dependency : qAsConst(says_all ? from->all_dependencies : from->dependencies))
-            if (is_new(dependency)) {
-                m_reached.push_back(dependency);
-                if (!says_all)
-                    m_waiting.push_back(dependency->m_plan_index);
+        if (current < action && m_is_reach[std::size_t(current)]) {
+            for (const int dependency : graph.closure(current))
+                if (is_new(dependency))
+                    m_reached.push_back(graph.actions[std::size_t(dependency)]);
+            continue;
+        }
+        for (const int* d = graph.links.begin(current); d != graph.links.end(current); ++d)
+            if (is_new(*d)) {
+                m_reached.push_back(graph.actions[std::size_t(*d)]);
+                m_waiting.push_back(*d);
             }
     }
 }
@@ -78,6 +83,8 @@ void PLANNED_ACTIONS::reach_from(int action)
 bool PLANNED_ACTIONS::is_all_reached_from(int action)
 {
     const QVector<ACTION_INTERFACE*>& all = graph.actions[std::size_t(action)]->all_dependencies;
+    if (std::equal(all.begin(), all.end(), m_reached.begin(), m_reached.end()))
+        return true; // mostly: the same selection as in the earlier pass
     bool is_reached = std::size_t(all.size()) == m_reached.size();
     for (ACTION_INTERFACE* dependency : all) {
         if (dependency->m_plan_index < 0) {

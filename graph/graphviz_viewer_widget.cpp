@@ -107,6 +107,9 @@ void GRAPHVIZ_VIEWER_WIDGET::layout_finished(const QString& error)
         m_painter = std::make_unique<PICTURE_PAINTER>(m_layout->picture());
         m_view.set_bounds(picture()->bounds);
     }
+    if (m_state == STATE::SHOWN && !m_layout->reason().isEmpty())
+        ui.summary->setText(
+            tr("%1, laid out by springs, since %2").arg(ui.summary->text(), m_layout->reason()));
     m_layout.reset();
     enable_controls();
     fit();
@@ -118,7 +121,7 @@ QString GRAPHVIZ_VIEWER_WIDGET::message() const
         return tr("Nothing is included in this graph.\nSelect files first, or choose a wider coverage.");
     if (m_state == STATE::FAILED)
         return tr("The graph could not be laid out: %1").arg(m_error);
-    return tr("Laying out the graph...\n%1 s").arg(m_laying_out.elapsed() / 1000);
+    return m_layout->activity() + tr("\n\n%1 s").arg(m_laying_out.elapsed() / 1000);
 }
 
 void GRAPHVIZ_VIEWER_WIDGET::paintEvent(QPaintEvent* event)
@@ -271,6 +274,10 @@ void GRAPHVIZ_VIEWER_WIDGET::keyPressEvent(QKeyEvent* event)
         return pan({0, PAN_STEP});
     case Qt::Key_Down:
         return pan({0, -PAN_STEP});
+    case Qt::Key_Escape: // out of the find box first, then out of the window
+        if (ui.find_text->hasFocus())
+            return setFocus();
+        return QWidget::keyPressEvent(event);
     default:
         QWidget::keyPressEvent(event);
     }

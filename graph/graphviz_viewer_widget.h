@@ -17,7 +17,8 @@ struct GVC_s;
 
 /// Lays a Graphviz graph out and shows it: the wheel zooms at the pointer,
 /// dragging and the arrow keys pan, "+" and "-" zoom, a double click, Home and F
-/// show all of it. Find goes from one node with a text to the next. What is shown
+/// show all of it. Find goes from one node with a text to the next; Escape leaves
+/// its box. What is shown
 /// can be saved.
 ///
 /// The widget takes what it needs from the graph in its constructor and never
@@ -45,6 +46,7 @@ public:
         FAILED
     };
     STATE state() const { return m_state; }
+    QString message() const; ///< what stands on the canvas in place of a graph
 
     QRect canvas() const;                               ///< where the graph is painted
     const PICTURE_VIEW& view() const { return m_view; } ///< pixels count from the canvas's corner
@@ -82,7 +84,6 @@ private:
     void connect_controls();
     void add_shortcut(const QKeySequence& keys, const char* slot);
     void enable_controls();
-    QString message() const; ///< what stands on the canvas in place of a graph
     void paint_graph(QPainter& painter, const QRect& part) const;
     void zoom(const QPointF& pixel, double factor);
     void pan(const QPoint& pixels);

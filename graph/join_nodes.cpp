@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <vector>
 
+#include "contracts/services/fw_memory.h"
 #include "graph/action_graph.h"
 
 namespace {
@@ -70,14 +70,14 @@ private:
 
     void grow()
     {
-        const std::vector<SLOT> former = std::move(m_slots);
-        m_slots = std::vector<SLOT>(former.size() * 2);
+        const FW::VECTOR<SLOT> former = std::move(m_slots);
+        m_slots = FW::VECTOR<SLOT>(former.size() * 2);
         for (const SLOT& slot : former)
             if (slot.round == m_round)
                 m_slots[place_of(slot.from, slot.to)] = slot;
     }
 
-    std::vector<SLOT> m_slots = std::vector<SLOT>(64);
+    FW::VECTOR<SLOT> m_slots = FW::VECTOR<SLOT>(64);
     std::size_t m_round = 1;
     std::size_t m_count = 0; ///< at least that of the entries
 };
@@ -224,11 +224,11 @@ struct MEMBER // of the nodes of one text
 
 /// Nodes of one text behind one another, in order; the texts in order of the first
 /// node that has them.
-std::vector<MEMBER> nodes_by_text(const ACTION_GRAPH& graph)
+FW::VECTOR<MEMBER> nodes_by_text(const ACTION_GRAPH& graph)
 {
     const int count = graph.nodes.size();
-    std::vector<int> next(std::size_t(count), -1); // node of the same text, -1 behind the last
-    std::vector<bool> is_first(std::size_t(count), true);
+    FW::VECTOR<int> next(std::size_t(count), -1); // node of the same text, -1 behind the last
+    FW::VECTOR<char> is_first(std::size_t(count), 1);
     QHash<QString, int> last;
     last.reserve(count);
     for (int i = 0; i < count; ++i) {
@@ -238,10 +238,10 @@ std::vector<MEMBER> nodes_by_text(const ACTION_GRAPH& graph)
             continue;
         }
         next[std::size_t(*known)] = i;
-        is_first[std::size_t(i)] = false;
+        is_first[std::size_t(i)] = 0;
         *known = i;
     }
-    std::vector<MEMBER> order;
+    FW::VECTOR<MEMBER> order;
     order.reserve(std::size_t(count));
     for (int i = 0; i < count; ++i)
         for (int node = is_first[std::size_t(i)] ? i : -1; node >= 0; node = next[std::size_t(node)])
@@ -261,7 +261,7 @@ void call_into_cache(const void* place)
 /// Nodes of one text lie far apart in memory, and waiting for it would be most of
 /// the work in a large graph: what the steps behind `place` need is called for
 /// ahead of time.
-void call_ahead(const std::vector<MEMBER>& order, std::size_t place)
+void call_ahead(const FW::VECTOR<MEMBER>& order, std::size_t place)
 {
     if (place + 12 < order.size())
         call_into_cache(order[place + 12].node);
@@ -286,7 +286,7 @@ void join_nodes(ACTION_GRAPH& graph, ACTION_GRAPH_NODE* kept, ACTION_GRAPH_NODE*
 
 void join_identical_nodes(ACTION_GRAPH& graph)
 {
-    const std::vector<MEMBER> order = nodes_by_text(graph);
+    const FW::VECTOR<MEMBER> order = nodes_by_text(graph);
     JOINER joiner(graph);
     for (std::size_t i = 0; i < order.size(); ++i) {
         call_ahead(order, i);

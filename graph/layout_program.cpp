@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -25,13 +26,30 @@ const double POINTS_AN_INCH = 72;
 const double HUNDREDTHS = 100;
 const long long MOST_OBJECTS = 50000000;
 const int SPRING = 1;
-const std::size_t MOST_NODES_FOR_CARE = 5000;
+
+// Fitting the parts of a graph into each other takes a time that grows with the
+// square of their number; beyond this many nodes they stand in rows.
+const std::size_t MOST_NODES_FOR_FITTING = 2000;
+
+// Attempts to free the boxes of overlaps. Each takes a time in step with the
+// nodes, so the more there are of these the fewer there may be of them.
+const std::size_t MOST_ATTEMPTS = 200;
+const std::size_t FEWEST_ATTEMPTS = 20;
+const std::size_t ATTEMPTS_BY_NODES = 200000;
+
 const int DIRECTED = 1;
 
-[[noreturn]] void give_up(const char* text)
+// The last line of standard error says why.
+[[noreturn]] void give_up(const std::string& text)
 {
-    std::fprintf(stderr, "%s\n", text);
+    std::fprintf(stderr, "\n%s\n", text.c_str());
     std::fflush(stderr);
+    std::_Exit(1);
+}
+
+[[noreturn]] void no_memory()
+{
+    std::fputs("\nthere is not enough memory for the layout\n", stderr);
     std::_Exit(1);
 }
 
@@ -173,11 +191,11 @@ std::string array_of_parts(const REQUEST& request)
 void choose_parameters(const REQUEST& request)
 {
     if (request.is_spring) {
-        // In a large graph, freeing boxes of overlaps and fitting the parts of the
-        // graph into each other would take many times as long as all the rest.
-        const bool is_large = request.nodes.size() > MOST_NODES_FOR_CARE;
-        set(request.graph, "overlap", is_large ? "prism20" : "prism200");
-        set(request.graph, "packmode", is_large ? array_of_parts(request).c_str() : "node");
+        const std::size_t nodes = std::max(request.nodes.size(), std::size_t(1));
+        const std::size_t attempts = std::clamp(ATTEMPTS_BY_NODES / nodes, FEWEST_ATTEMPTS, MOST_ATTEMPTS);
+        set(request.graph, "overlap", ("prism" + std::to_string(attempts)).c_str());
+        set(request.graph, "packmode",
+            nodes > MOST_NODES_FOR_FITTING ? array_of_parts(request).c_str() : "node");
         set(request.graph, "quadtree", "fast");
         set(request.graph, "splines", "line");
     } else {
@@ -195,15 +213,17 @@ int main()
 #ifdef _WIN32
     _setmode(_fileno(stdout), _O_BINARY);
 #endif
+    std::set_new_handler(no_memory);
     const GRAPHVIZ& graphviz = GRAPHVIZ::instance();
     const REQUEST request = read_request();
     std::thread(end_with_input).detach();
     choose_parameters(request);
     GVC_t* const context = graphviz.make_context();
-    if (graphviz.layout(context, request.graph, request.is_spring ? "sfdp" : "dot") != 0) {
-        const char* const error = graphviz.last_error();
-        give_up(error ? error : "there is no such layout");
-    }
+    const std::string engine = request.is_spring ? "sfdp" : "dot";
+    if (graphviz.layout(context, request.graph, engine.c_str()) != 0)
+        give_up("Graphviz has no layout \"" + engine +
+                "\" here: its plugins are missing or not registered. Install Graphviz with its "
+                "plugins (on Debian: graphviz), then run \"dot -c\" as administrator.");
     for (Agnode_t* node : request.nodes)
         put_node(node);
     for (Agedge_t* edge : request.edges)

@@ -5,11 +5,7 @@
 
 namespace {
 
-// Up to here the layered layout answers within about three seconds, even where
-// the graph is dense; twice the size takes four times as long.
-const int MOST_NODES_FOR_LAYERS = 2000;
-const int MOST_EDGES_FOR_LAYERS = 4000;
-const int MILLISECONDS_FOR_LAYERS = 10000;
+const int SECONDS_FOR_LAYERS = 10;
 
 const int LONGEST_ERROR = 500;
 
@@ -48,49 +44,67 @@ void LAYOUT_RUN::set_program(const QString& path)
     s_program = path;
 }
 
-LAYOUT_ENGINE LAYOUT_RUN::engine_for(const GRAPH_PICTURE& picture)
-{
-    const bool is_small =
-        picture.nodes.size() <= MOST_NODES_FOR_LAYERS && picture.edges.size() <= MOST_EDGES_FOR_LAYERS;
-    return is_small ? LAYOUT_ENGINE::LAYERED : LAYOUT_ENGINE::SPRING;
-}
-
 void LAYOUT_RUN::start(const GRAPH_PICTURE& picture)
 {
     m_picture = picture;
-    begin(engine_for(picture));
+    m_choice = choose_layout(picture);
+    begin();
 }
 
-void LAYOUT_RUN::begin(LAYOUT_ENGINE engine)
+void LAYOUT_RUN::begin()
 {
-    m_engine = engine;
     m_process.start(program(), QStringList());
     if (m_process.state() == QProcess::NotRunning)
         return; // process_failed has heard of it
-    m_process.write(layout_request(m_picture, engine));
-    if (engine == LAYOUT_ENGINE::LAYERED)
-        m_time_for_layers.start(MILLISECONDS_FOR_LAYERS);
+    m_process.write(layout_request(m_picture, m_choice.engine));
+    if (m_choice.engine == LAYOUT_ENGINE::LAYERED)
+        m_time_for_layers.start(SECONDS_FOR_LAYERS * 1000);
+}
+
+QString LAYOUT_RUN::activity() const
+{
+    if (m_choice.engine == LAYOUT_ENGINE::LAYERED)
+        return tr("Laying out the graph in layers.\nIf that takes longer than %1 s, springs take over.")
+            .arg(SECONDS_FOR_LAYERS);
+    return tr("Laying out the graph by springs, since %1.\n"
+              "A large graph can take minutes; closing the window ends it.")
+        .arg(m_choice.reason);
 }
 
 void LAYOUT_RUN::give_up_layers()
 {
+    m_is_late = true;
     m_process.kill();
+}
+
+void LAYOUT_RUN::go_on_with_springs(const QString& reason)
+{
+    m_choice = {LAYOUT_ENGINE::SPRING, reason};
+    begin();
 }
 
 void LAYOUT_RUN::process_ended(int exit_code, QProcess::ExitStatus status)
 {
     m_time_for_layers.stop();
-    if (status == QProcess::NormalExit && exit_code == 0) {
+    if (status == QProcess::NormalExit && exit_code == 0)
         finish(read_layout(m_process.readAllStandardOutput(), m_picture));
-        return;
-    }
-    if (m_engine == LAYOUT_ENGINE::LAYERED) {
-        begin(LAYOUT_ENGINE::SPRING);
-        return;
-    }
-    const QString said =
-        QString::fromLocal8Bit(m_process.readAllStandardError()).trimmed().left(LONGEST_ERROR);
-    finish(said.isEmpty() ? tr("the layout program ended unexpectedly") : said);
+    else if (m_choice.engine == LAYOUT_ENGINE::SPRING)
+        finish(fault());
+    else if (m_is_late)
+        go_on_with_springs(tr("layers took longer than %1 s").arg(SECONDS_FOR_LAYERS));
+    else
+        go_on_with_springs(tr("layers failed: %1").arg(fault()));
+}
+
+// The program's own words come last, behind those of the library.
+QString LAYOUT_RUN::fault()
+{
+    QStringList lines =
+        QString::fromLocal8Bit(m_process.readAllStandardError()).split('\n', Qt::SkipEmptyParts);
+    if (lines.isEmpty())
+        return tr("the layout program ended unexpectedly");
+    lines.prepend(lines.takeLast());
+    return lines.join('\n').left(LONGEST_ERROR);
 }
 
 // Every other error is followed by the end of the process.
@@ -99,8 +113,8 @@ void LAYOUT_RUN::process_failed(QProcess::ProcessError error)
     if (error != QProcess::FailedToStart)
         return;
     m_time_for_layers.stop();
-    finish(
-        tr("%1 could not be started: %2").arg(QDir::toNativeSeparators(program()), m_process.errorString()));
+    finish(tr("%1 could not be started: %2\nIt belongs beside the program; install GOX again.")
+               .arg(QDir::toNativeSeparators(program()), m_process.errorString()));
 }
 
 void LAYOUT_RUN::finish(const QString& error)

@@ -4,14 +4,14 @@
 #include <QtCore/QTimer>
 
 #include "graph/graph_picture.h"
-#include "graph/layout_protocol.h"
+#include "graph/layout_choice.h"
 
 /// Has a picture laid out by the layout program, a process of its own that works
 /// while this one goes on and that can be killed at any moment.
 ///
-/// Pictures up to a certain size get the layered layout, larger ones the spring
-/// layout, which answers for many more. A layered one that takes too long or
-/// fails is given up for a spring one; a spring one takes the time it takes.
+/// choose_layout says which layout a picture gets first. A layered one that takes
+/// too long or fails is given up for a spring one; a spring one takes the time it
+/// takes.
 ///
 /// From `start` on it runs until `finished` comes, once, or until this object is
 /// deleted, which kills the process and waits only until it is gone. Nothing of
@@ -31,7 +31,11 @@ public:
     /// Once `finished` has come without an error: the picture with all places.
     const GRAPH_PICTURE& picture() const { return m_picture; }
 
-    static LAYOUT_ENGINE engine_for(const GRAPH_PICTURE& picture);
+    /// What is being done, for people, while it runs.
+    QString activity() const;
+
+    /// Why the layout is not one in layers, for people; empty when it is.
+    QString reason() const { return m_choice.reason; }
 
     /// Where the layout program is, in place of the program's folder.
     static void set_program(const QString& path);
@@ -46,12 +50,15 @@ private slots:
     void give_up_layers();
 
 private:
-    void begin(LAYOUT_ENGINE engine);
+    void begin();
+    void go_on_with_springs(const QString& reason);
+    QString fault();
     void finish(const QString& error);
 
     GRAPH_PICTURE m_picture;
     QProcess m_process;
     QTimer m_time_for_layers;
-    LAYOUT_ENGINE m_engine = LAYOUT_ENGINE::LAYERED;
+    LAYOUT_CHOICE m_choice;
+    bool m_is_late = false; ///< layers have been given up
     bool m_is_finished = false;
 };

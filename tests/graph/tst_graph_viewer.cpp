@@ -15,6 +15,7 @@
 #include "graph/to_graphviz.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/files.h"
+#include "tests/support/rows.h"
 #include "tests/support/tool_tip.h"
 #include "tests/support/watched_test.h"
 
@@ -121,6 +122,8 @@ QStringList texts_of_svg(const QByteArray& svg, const QString& element, QString*
     return texts;
 }
 
+using FAILURES = ROWS<QByteArray, QString>; // the layout program, words of the message
+
 } // namespace
 
 class tst_graph_viewer : public WATCHED_TEST
@@ -139,6 +142,7 @@ private slots:
     void empty_graph();
     void layouts_that_fail_data();
     void layouts_that_fail();
+    void dense_graphs_do_not_wait_for_layers();
     void layers_that_fail_give_way_to_springs();
     void closing_while_laying_out();
 };
@@ -255,6 +259,12 @@ void tst_graph_viewer::find()
     QCOMPARE(found->text(), QString("Not found"));
     QTest::keyClick(text, Qt::Key_Return);
     QCOMPARE(viewer->found_node(), -1);
+    QTest::keyClick(text, Qt::Key_Escape); // out of the box only; the next one is the window's
+    QVERIFY(viewer->hasFocus());
+    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, {});
+    escape.accept();
+    QApplication::sendEvent(viewer.get(), &escape);
+    QVERIFY(!escape.isAccepted());
 }
 
 void tst_graph_viewer::hostile_labels()
@@ -370,24 +380,43 @@ void tst_graph_viewer::empty_graph()
 
 void tst_graph_viewer::layouts_that_fail_data()
 {
-    QTest::addColumn<QByteArray>("program");
-    QTest::newRow("no program") << QByteArray();
-    QTest::newRow("ends badly") << QByteArray("echo no memory >&2; exit 1\n");
-    QTest::newRow("dies") << QByteArray("kill -9 $$\n");
-    QTest::newRow("says nothing") << QByteArray("exit 0\n");
-    QTest::newRow("says nonsense") << QByteArray("echo 1 2 3 4 99999999999999999999 x\n");
-    QTest::newRow("many points") << QByteArray("echo 1 2 3 4 999999999 1 1 1 1\n");
+    const FAILURES row;
+    row("no program", "", "none could not be started");
+    row("ends badly", "echo Warning: x >&2; echo no memory >&2; exit 1\n", "laid out: no memory\nWarning: x");
+    row("dies", "kill -9 $$\n", "ended unexpectedly");
+    row("says nothing", "exit 0\n", "incomplete");
+    row("says nonsense", "echo 1 2 3 4 99999999999999999999 x\n", "incomplete");
+    row("many points", "echo 1 2 3 4 999999999 1 1 1 1\n", "incomplete");
+    row("no plugins", "GVBINDIR=$(dirname $0) exec " + QFile::encodeName(LAYOUT_PROGRAM) + '\n',
+        "run \"dot -c\"");
 }
 
 void tst_graph_viewer::layouts_that_fail()
 {
-    QFETCH(QByteArray, program);
+    const auto [program, words] = FAILURES::values();
     const QTemporaryDir folder;
     LAYOUT_RUN::set_program(program.isEmpty() ? folder.filePath("none") : make_program(folder, program));
     const auto viewer = open_chain(2);
     QTRY_VERIFY_WITH_TIMEOUT(viewer->state() == GRAPHVIZ_VIEWER_WIDGET::STATE::FAILED, PATIENCE);
     viewer->grab();
+    QVERIFY2(viewer->message().contains(words), qPrintable(viewer->message()));
     QVERIFY(!viewer->findChild<QWidget*>("find_text")->isEnabled());
+}
+
+void tst_graph_viewer::dense_graphs_do_not_wait_for_layers()
+{
+    GRAPH_PICTURE picture;
+    picture.nodes.resize(100);
+    for (int i = 0; i < 2000; ++i) { // the same number of edges, between neighbours and across
+        picture.edges.append(PICTURE_EDGE());
+        picture.edges.last().from = i % 99;
+        picture.edges.last().to = i % 99 + 1;
+    }
+    QCOMPARE(choose_layout(picture).reason, QString());
+    for (int i = 0; i < 2000; ++i)
+        picture.edges[i].to = i / 99 * 5 % 100;
+    QCOMPARE(choose_layout(picture).reason, QString("it is too dense for layers"));
+    QVERIFY(choose_layout(picture).engine == LAYOUT_ENGINE::SPRING);
 }
 
 void tst_graph_viewer::layers_that_fail_give_way_to_springs()
@@ -400,6 +429,9 @@ void tst_graph_viewer::layers_that_fail_give_way_to_springs()
     const auto viewer = open_chain(20);
     QVERIFY(is_shown(*viewer));
     QCOMPARE(viewer->picture()->edges.size(), 19);
+    QCOMPARE(viewer->findChild<QLabel*>("summary")->text(),
+             QString("20 nodes, 19 edges, laid out by springs, since layers failed: "
+                     "the layout program ended unexpectedly"));
 }
 
 void tst_graph_viewer::closing_while_laying_out()
@@ -411,6 +443,7 @@ void tst_graph_viewer::closing_while_laying_out()
     auto viewer = open_chain(5);
     QTRY_VERIFY_WITH_TIMEOUT(FILES::bytes(mark).endsWith('\n'), PATIENCE);
     QVERIFY(viewer->state() == GRAPHVIZ_VIEWER_WIDGET::STATE::LAYING_OUT);
+    QVERIFY(viewer->message().contains("in layers"));
     QTest::keyClick(viewer.get(), Qt::Key_Home);
     viewer->grab();
     viewer.reset();
