@@ -1,5 +1,6 @@
-// Joining the nodes of a graph against its plain procedure, and painting.
+// Joining the nodes of a graph against its plain procedure, laying out and painting.
 
+#include <QtCore/QEventLoop>
 #include <QtGui/QImage>
 
 #include <random>
@@ -7,6 +8,7 @@
 #include "bench/measure.h"
 #include "graph/action_graph.h"
 #include "graph/join_nodes.h"
+#include "graph/layout_run.h"
 #include "graph/picture_painter.h"
 #include "tests/graph/plain_joining.h"
 
@@ -123,6 +125,34 @@ COST paint(const PICTURE_PAINTER& painter, const QRectF& part, double zoom)
     });
 }
 
+/// A tree by springs, in the layout program.
+COST lay_out(int nodes)
+{
+    GRAPH_PICTURE picture;
+    picture.nodes.resize(nodes);
+    for (int i = 0; i < nodes; ++i) {
+        picture.nodes[i].box.setSize({60 + i % 7 * 20, 26});
+        picture.edges.append(PICTURE_EDGE());
+        picture.edges.last().from = i / 2;
+        picture.edges.last().to = i;
+    }
+    LAYOUT_RUN::set_program(QStringLiteral(GOX_TOOL_DIR "/gox_layout." GOX_BUILD_TAG ".bin"));
+    LAYOUT_RUN run(nullptr);
+    QEventLoop loop;
+    QString error;
+    QObject::connect(&run, &LAYOUT_RUN::finished, &loop, [&](const QString& text) {
+        error = text;
+        loop.quit();
+    });
+    const COST cost = cost_of([&] {
+        run.start(picture);
+        loop.exec();
+    });
+    if (!error.isEmpty())
+        give_up(error);
+    return cost;
+}
+
 } // namespace
 
 void bench_graph(const BENCH_OPTIONS& options, FIGURES& figures)
@@ -140,6 +170,11 @@ void bench_graph(const BENCH_OPTIONS& options, FIGURES& figures)
     small.processor /= 10;
     const COST large = best_of(1, count * 10);
     figures.ratio(what.arg(count * 10), large, QString("of %1 nodes, one of ten").arg(count), small, 15);
+
+    // Less care is taken of the larger one, and still it must not be ready sooner.
+    const COST wide = lay_out(4900);
+    figures.ratio("layout of 5100 nodes", lay_out(5100), "of 4900", wide, 1.5);
+    figures.ratio("layout of 4900 nodes", wide, "of 5100", lay_out(5100), 1.5);
 
     const PICTURE_PAINTER painter(make_picture(50000));
     const QRectF bounds = painter.picture().bounds;

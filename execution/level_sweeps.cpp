@@ -51,6 +51,18 @@ void LEVEL_SWEEPS::begin()
     m_level = m_graph.level;
     m_is_restless = m_knots.restless_ones();
     m_growth.assign(m_level.size(), 0);
+    read_knots();
+    for (int action = 0; action < m_graph.selected(); ++action) {
+        m_due.put(action);
+        if (m_is_restless[std::size_t(m_knots.of(action))]) {
+            m_restless.push_back(action);
+            m_former.push_back(m_level[std::size_t(action)]);
+        }
+    }
+}
+
+void LEVEL_SWEEPS::read_knots()
+{
     m_inside.resize(std::size_t(m_knots.count()));
     m_below.assign(m_inside.size(), NO_LEVEL);
     FW::VECTOR<std::size_t> readers(m_inside.size(), 0);
@@ -71,13 +83,12 @@ void LEVEL_SWEEPS::begin()
         if (m_knots.passes_on)
             m_top[std::size_t(knot)] = std::max(m_top[std::size_t(knot)], below);
     }
-    for (int action = 0; action < m_graph.selected(); ++action) {
-        m_due.put(action);
-        if (m_is_restless[std::size_t(m_knots.of(action))]) {
-            m_restless.push_back(action);
-            m_former.push_back(m_level[std::size_t(action)]);
-        }
-    }
+    m_first_above.assign(m_inside.size(), int(m_level.size()));
+    for (int knot = m_knots.count() - 1; knot >= 0; --knot)
+        for (const int* above = m_above.begin(knot); above != m_above.end(knot); ++above)
+            m_first_above[std::size_t(knot)] =
+                std::min({m_first_above[std::size_t(knot)], m_first_above[std::size_t(*above)],
+                          *m_knots.actions.begin(*above)});
 }
 
 void LEVEL_SWEEPS::sweep()
@@ -88,7 +99,7 @@ void LEVEL_SWEEPS::sweep()
         const int read = std::max(m_below[knot], m_inside[knot].others_than(action));
         if (m_level[std::size_t(action)] > read || (m_are_steady && m_is_restless[knot]))
             continue;
-        m_last = action;
+        m_current = m_last = action;
         if (m_is_restless[knot])
             m_last_restless = action;
         raise(action, read + 1);
@@ -120,10 +131,20 @@ void LEVEL_SWEEPS::pass_on(int knot, int level)
                 continue;
             below = level;
             look_at(*above, level);
-            if (m_knots.passes_on)
+            if (m_knots.passes_on && !is_raised_before_seen(*above, level))
                 m_waiting.push_back(*above);
         }
     }
+}
+
+// Then what it passes on is still higher, and this level need not be. Where
+// dependencies come first in the order, this is what keeps a sweep short.
+bool LEVEL_SWEEPS::is_raised_before_seen(int knot, int level) const
+{
+    return std::any_of(m_knots.actions.begin(knot), m_knots.actions.end(knot), [&](int action) {
+        return action > m_current && action < m_first_above[std::size_t(knot)] &&
+               m_level[std::size_t(action)] <= level;
+    });
 }
 
 // The actions of the knot that such a level raises are due.

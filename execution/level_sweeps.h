@@ -79,9 +79,11 @@ public:
 
 private:
     void begin();
+    void read_knots();
     void sweep();
     void raise(int action, int level);
     void pass_on(int knot, int level);
+    bool is_raised_before_seen(int knot, int level) const;
     void look_at(int knot, int level);
     bool counts_as_change(int action) const;
     void measure_growth();
@@ -96,6 +98,7 @@ private:
     FW::VECTOR<int> m_level;
     FW::VECTOR<char> m_is_restless; // by knot
     INTEGER_ROWS m_above;           // by knot: those that read it
+    FW::VECTOR<int> m_first_above;  // by knot: the first action of all that read it, directly or not
     FW::VECTOR<KNOT_LEVELS> m_inside;
     FW::VECTOR<int> m_below; // by knot: the highest level that its actions read outside of it
     FW::VECTOR<int> m_top;   // by knot: the highest level that can be read there
@@ -107,6 +110,7 @@ private:
     FW::VECTOR<int> m_growth;   // by action: how much the last sweep raised it; 0 where not restless
     int m_even_sweeps = 0;      // so many of the last sweeps raised each one as the sweep before did
     bool m_are_steady = false;  // the restless ones, which are no longer swept
+    int m_current = -1;         // the action whose turn it is
     int m_last = -1;            // the last action that the sweep raised
     int m_last_restless = -1;
 };

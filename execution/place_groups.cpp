@@ -32,7 +32,7 @@ INTEGER_ROWS members_by_group(const PLAN_GRAPH& graph, int next_group)
 class DEPENDANTS
 {
 public:
-    explicit DEPENDANTS(const PLAN_GRAPH& graph) : m_graph(graph), m_row(std::size_t(graph.selected()), -1) {}
+    explicit DEPENDANTS(const PLAN_GRAPH& graph);
 
     /// Rows for the members of groups from `first` on, up to where they would take
     /// much memory beside the closures; gives the group behind the last one.
@@ -55,10 +55,16 @@ private:
     const PLAN_GRAPH& m_graph;
     FW::VECTOR<int> m_row; // by action; -1 for none
     INTEGER_ROWS m_dependants;
+    std::size_t m_most = 0; // entries at once, unless a single group has more
 };
 
-// How many entries are held at once, unless a single group has more.
-const std::size_t MOST_DEPENDANTS = std::size_t(1) << 24;
+DEPENDANTS::DEPENDANTS(const PLAN_GRAPH& graph) : m_graph(graph), m_row(std::size_t(graph.selected()), -1)
+{
+    const std::size_t PART = 8;
+    for (int action = 0; action < graph.selected(); ++action)
+        m_most += std::size_t(graph.actions[std::size_t(action)]->all_dependencies.size());
+    m_most /= PART;
+}
 
 void DEPENDANTS::give_rows(const INTEGER_ROWS& members, int first, int end)
 {
@@ -78,7 +84,7 @@ int DEPENDANTS::collect(const INTEGER_ROWS& members, int first)
 
     int end = first;
     std::size_t rows = 0;
-    for (std::size_t entries = 0; end < members.rows() && (rows == 0 || entries < MOST_DEPENDANTS); ++end)
+    for (std::size_t entries = 0; end < members.rows() && (rows == 0 || entries < m_most); ++end)
         if (members.size(end) > 1)
             for (int member = 0; member < members.size(end); ++member)
                 entries += counts[rows++];
