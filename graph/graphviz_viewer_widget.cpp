@@ -5,6 +5,7 @@
 #include <QtGui/QPainter>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QFileDialog>
+#include <QtWidgets/QLayout>
 #include <QtWidgets/QShortcut>
 #include <QtWidgets/QToolTip>
 
@@ -107,9 +108,11 @@ void GRAPHVIZ_VIEWER_WIDGET::layout_finished(const QString& error)
         m_painter = std::make_unique<PICTURE_PAINTER>(m_layout->picture());
         m_view.set_bounds(picture()->bounds);
     }
-    if (m_state == STATE::SHOWN && !m_layout->reason().isEmpty())
+    if (m_state == STATE::SHOWN && !m_layout->reason().isEmpty()) {
         ui.summary->setText(
             tr("%1, laid out by springs, since %2").arg(ui.summary->text(), m_layout->reason()));
+        layout()->activate(); // the text may take lines from the canvas
+    }
     m_layout.reset();
     enable_controls();
     fit();
