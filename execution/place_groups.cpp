@@ -60,7 +60,7 @@ private:
 
 DEPENDANTS::DEPENDANTS(const PLAN_GRAPH& graph) : m_graph(graph), m_row(std::size_t(graph.selected()), -1)
 {
-    const std::size_t PART = 8;
+    const std::size_t PART = 16;
     for (int action = 0; action < graph.selected(); ++action)
         m_most += std::size_t(graph.actions[std::size_t(action)]->all_dependencies.size());
     m_most /= PART;
@@ -80,11 +80,17 @@ int DEPENDANTS::collect(const INTEGER_ROWS& members, int first)
 {
     give_rows(members, first, members.rows());
     FW::VECTOR<std::size_t> counts(std::size_t(m_graph.selected()), 0);
-    for_each([&](std::size_t row, int) { ++counts[row]; });
+    FW::VECTOR<std::pair<std::size_t, int>> found; // as many as may be held, mostly all
+    std::size_t all = 0;
+    for_each([&](std::size_t row, int action) {
+        ++counts[row];
+        if (++all <= m_most)
+            found.emplace_back(row, action);
+    });
 
     int end = first;
     std::size_t rows = 0;
-    for (std::size_t entries = 0; end < members.rows() && (rows == 0 || entries < m_most); ++end)
+    for (std::size_t entries = 0; end < members.rows() && (rows == 0 || entries <= m_most); ++end)
         if (members.size(end) > 1)
             for (int member = 0; member < members.size(end); ++member)
                 entries += counts[rows++];
@@ -92,7 +98,12 @@ int DEPENDANTS::collect(const INTEGER_ROWS& members, int first)
     give_rows(members, first, end);
     m_dependants.make_rows(counts);
     FW::VECTOR<std::size_t> next = m_dependants.first;
-    for_each([&](std::size_t row, int action) { m_dependants.items[next[row]++] = action; });
+    const auto enter = [&](std::size_t row, int action) { m_dependants.items[next[row]++] = action; };
+    if (all > m_most)
+        for_each(enter);
+    else
+        for (const auto& [row, action] : found)
+            enter(row, action);
     return end;
 }
 
