@@ -24,6 +24,8 @@ function(gox_add_plugin name)
     VISIBILITY_INLINES_HIDDEN ON)
   get_property(level GLOBAL PROPERTY GOX_SDK_LEVEL)
   set_property(TARGET ${target} APPEND PROPERTY AUTOMOC_MOC_OPTIONS "-MGOX_SDK_LEVEL=${level}")
-  # So that a tree built for another level is built anew.
-  target_compile_definitions(${target} PRIVATE GOX_SDK_LEVEL=${level})
+  # A folder for each level, or else a tree that was built before would keep the
+  # metadata of its old level: moc is not run again because an option has changed.
+  set_target_properties(${target} PROPERTIES
+    AUTOGEN_BUILD_DIR "${CMAKE_CURRENT_BINARY_DIR}/${target}_autogen_level_${level}")
 endfunction()
