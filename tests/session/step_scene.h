@@ -30,7 +30,7 @@ public:
     void writes(const QString& logical, bool intermediate = false, bool secondary = false)
     {
         const LOGICAL_PATH path(logical);
-        targets.append({PATHS::physical_path(path), path, intermediate, secondary});
+        targets.append({PATHS::target_path(path), path, intermediate, secondary});
     }
 
     void abort() override { aborts.ref(); }
