@@ -129,6 +129,12 @@ QString make_writable(const QString& path, P4_CONNECTION& p4)
     return is_read_only(path) ? QStringLiteral("it is read-only, though it is open for edit") : QString();
 }
 
+// Where a file is saved. A companion holds what was shipped and stays as it is.
+PHYSICAL_PATH place_of_saving(const PHYSICAL_PATH& path)
+{
+    return PATHS::is_in_companion(path) ? PATHS::target_path(PATHS::logical_path(path)) : path;
+}
+
 } // namespace
 
 QString RULE_FILES::read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, QVector<CACHED_RULE*>& rules)
@@ -188,14 +194,14 @@ int RULE_FILES::file_of(const CACHED_RULE& rule)
     if (origin != NO_FILE && m_files.at(origin).folder == rule.path)
         return origin;
     // Where the rules of a folder lie in its "old_" companion, a new file in the
-    // folder itself would hide them.
+    // folder itself hides them, so it gets them all.
     const int folder_file = m_file_of_folder.value(rule.path, NO_FILE);
     if (folder_file != NO_FILE)
         return folder_file;
 
     PHYSICAL_PATH folder = rule.physical_path;
     if (folder == PHYSICAL_PATH())
-        folder = PATHS::physical_path(rule.path);
+        folder = PATHS::target_path(rule.path);
     if (folder == PHYSICAL_PATH())
         return NO_FILE;
     RULE_FILE file;
@@ -261,6 +267,7 @@ QString RULE_FILES::save(const QMultiMap<QString, CACHED_RULE*>& rules, P4_CONNE
         return index == NO_FILE ? QString(by_file[NO_FILE].first()->path) : QString(m_files.at(index).path);
     };
     for (int index = 0; index < m_files.size(); ++index) {
+        m_by_path.insert(m_files.at(index).path, index); // it may have left a companion
         const UNWRITTEN_FILE why = unwritten.value(index);
         QString error = open_for_add(m_files[index], p4);
         if (unwritten.contains(index) && is_changed(m_files.at(index), by_file.value(index)))
@@ -348,13 +355,18 @@ QString RULE_FILES::write(RULE_FILE& file, const FILE_RULES& rules, bool keeps_l
     for (const RULE_IN_FILE& entry : qAsConst(in_file))
         in_order.append(entry.rule);
 
-    cause = why_not_readable(file.path, text, in_order);
+    const PHYSICAL_PATH place = place_of_saving(file.path);
+    cause = why_not_readable(place, text, in_order);
+    if (cause.isEmpty() && place != file.path && QFileInfo::exists(place))
+        cause = place + QStringLiteral(" has come to lie in front of it");
     if (cause.isEmpty())
-        cause = make_writable(file.path, p4);
+        cause = make_writable(place, p4);
     if (cause.isEmpty()) // which begins with the path
-        cause = write_whole_file(file.path, text).mid(static_cast<const QString&>(file.path).size() + 2);
+        cause = write_whole_file(place, text).mid(static_cast<const QString&>(place).size() + 2);
     if (!cause.isEmpty())
         return cause;
+    file.is_new_to_perforce = file.is_new_to_perforce || place != file.path;
+    file.path = place;
     file.unreadable.clear();
     file.disk = fingerprint(text);
     file.rules = fingerprint(in_order);
