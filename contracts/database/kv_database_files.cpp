@@ -5,6 +5,7 @@
 
 #include "contracts/database/kv_database.h"
 #include "contracts/database/kv_schema_changes.h"
+#include "contracts/services/file_replacement.h"
 
 QStringList KV_DATABASE::files_to_save() const
 {
@@ -96,7 +97,7 @@ void KV_DATABASE::mark_written(const SAVE& save)
 bool KV_DATABASE::is_own_file(const QString& path) const
 {
     const auto real_path = [](const QString& file) {
-        const QFileInfo info(kv_behind_links(file));
+        const QFileInfo info(behind_links(file));
         return (info.dir().canonicalPath() + '/' + info.fileName()).toLower();
     };
     QStringList files{schema_file()};
@@ -110,9 +111,9 @@ bool KV_DATABASE::is_own_file(const QString& path) const
 
 QString KV_DATABASE::save_schema_to(const QString& path) const
 {
-    const QString place = kv_behind_links(path);
+    const QString place = behind_links(path);
     QString cause =
-        is_own_file(path) ? QStringLiteral("it is a file of this database") : kv_replace_problem(place);
+        is_own_file(path) ? QStringLiteral("it is a file of this database") : why_not_replaceable(place);
     if (cause.isEmpty())
         cause = kv_write_file(place, {&m_schema, {}}, place);
     return cause.isEmpty() ? cause : QStringLiteral("%1: can't be written: %2").arg(path, cause);

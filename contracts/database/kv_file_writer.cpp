@@ -7,6 +7,7 @@
 #include "contracts/database/kv_schema_reader.h"
 #include "contracts/database/kv_schema_rules.h"
 #include "contracts/database/kv_table_reader.h"
+#include "contracts/services/file_replacement.h"
 
 namespace {
 
@@ -80,7 +81,7 @@ public:
 
     bool finish()
     {
-        m_is_good = m_is_good && kv_write_all(m_file, m_piece.constData(), m_piece.size());
+        m_is_good = m_is_good && write_all(m_file, m_piece.constData(), m_piece.size());
         m_piece.clear();
         return m_is_good;
     }
@@ -152,18 +153,6 @@ void number_written_lines(KV_TABLE_DATA& table)
                 line += value.count('\n');
         }
     }
-}
-
-bool kv_write_all(QIODevice& file, const char* data, qint64 size)
-{
-    while (size > 0) {
-        const qint64 count = file.write(data, size);
-        if (count <= 0)
-            return false;
-        data += count;
-        size -= count;
-    }
-    return true;
 }
 
 QString kv_write_file(const QString& path, const KV_FILE_CONTENT& content, const QString& model)

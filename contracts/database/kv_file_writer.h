@@ -27,7 +27,3 @@ struct KV_FILE_CONTENT
 /// Writes a file, whole or not at all, with the permissions of the file at `model`
 /// if there is one. The cause why it can't be written, or empty.
 QString kv_write_file(const QString& path, const KV_FILE_CONTENT& content, const QString& model);
-
-/// Writes all of it, in several parts when the file takes no more at once. False
-/// when it takes no more, and then it knows why.
-bool kv_write_all(QIODevice& file, const char* data, qint64 size);

@@ -7,10 +7,10 @@
 #include <algorithm>
 
 #include "contracts/database/progress_callback.h"
+#include "contracts/services/file_replacement.h"
 
 namespace {
 
-constexpr int MAX_LINKS = 40;
 constexpr int PROBE_BYTES = 4096; // more than a lock takes
 constexpr char WAITING[] = "/unfinished_save";
 constexpr char PART[] = "/unfinished_save.part";
@@ -121,7 +121,7 @@ private:
         QFile file(path);
         if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered))
             return cannot_write(path, file.errorString());
-        kv_write_all(file, QByteArray(PROBE_BYTES, ' ').constData(), PROBE_BYTES);
+        write_all(file, QByteArray(PROBE_BYTES, ' ').constData(), PROBE_BYTES);
         const QString error = cannot_write(path, file.errorString());
         file.remove();
         return error;
@@ -129,9 +129,9 @@ private:
 
     QString prepare(const KV_FILE_TO_WRITE& file) const
     {
-        const QString place = kv_behind_links(file.path);
+        const QString place = behind_links(file.path);
         const QString part = m_folder + PART + '/' + QFileInfo(file.path).fileName();
-        const QString cause = is_as_it_was(file) ? kv_replace_problem(place) : QString(CHANGED);
+        const QString cause = is_as_it_was(file) ? why_not_replaceable(place) : QString(CHANGED);
         if (!cause.isEmpty() || !file.content.is_nothing())
             return cause.isEmpty() ? kv_write_file(part, file.content, place) : cause;
         QFile mark(part + TO_REMOVE);
@@ -181,7 +181,7 @@ private:
 
     QString put_aside(const QString& name)
     {
-        const QString cause = kv_replace_problem(place(name));
+        const QString cause = why_not_replaceable(place(name));
         if (!cause.isEmpty())
             return cannot_write(m_folder + '/' + name, cause);
         if (!QFileInfo::exists(place(name)))
@@ -218,7 +218,7 @@ private:
                    : cannot_write(m_folder + PART, QStringLiteral("what is left there can't be removed"));
     }
 
-    QString place(const QString& name) const { return kv_behind_links(m_folder + '/' + name); }
+    QString place(const QString& name) const { return behind_links(m_folder + '/' + name); }
 
     void report(const char* step, const QString& path, int done, int total) const
     {
@@ -254,27 +254,6 @@ QString kv_file_to_read(const QString& path)
     return QFileInfo::exists(waiting) || (!info.exists() && QFileInfo::exists(waiting)) ? waiting : path;
 }
 
-QString kv_behind_links(const QString& path)
-{
-    QFileInfo info(path);
-    for (int i = 0; i < MAX_LINKS && info.isSymbolicLink(); ++i)
-        info.setFile(info.symLinkTarget());
-    return info.filePath();
-}
-
-// The rights themselves are looked at: an administrator may write to everything.
-QString kv_replace_problem(const QString& place)
-{
-    constexpr auto ANYBODY = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
-    const QFileInfo file(place);
-    if (!file.exists())
-        return QString();
-    if (!file.isFile())
-        return QStringLiteral("it is no ordinary file");
-    return (file.permissions() & ANYBODY) && file.isWritable() ? QString()
-                                                               : QStringLiteral("it is read-only");
-}
-
 QString kv_unfinished_save_problem(const QString& folder)
 {
     const QDir waiting(folder + WAITING);
@@ -282,7 +261,7 @@ QString kv_unfinished_save_problem(const QString& folder)
         QString name = file.fileName();
         if (name.endsWith(QLatin1String(TO_REMOVE)))
             name.chop(int(qstrlen(TO_REMOVE)));
-        const QFileInfo place(kv_behind_links(folder + '/' + name));
+        const QFileInfo place(behind_links(folder + '/' + name));
         if (place.exists() && file.lastModified() < place.lastModified())
             return QStringLiteral(
                        "%1: somebody changed this file after a save of it was cut off; what was to "

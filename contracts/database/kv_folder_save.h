@@ -43,13 +43,6 @@ struct KV_FILE_TO_WRITE
 /// save of the folder was cut off before the file took its place.
 QString kv_file_to_read(const QString& path);
 
-/// What a link leads to, through other links, whether or not it is there; any
-/// other path as it is.
-QString kv_behind_links(const QString& path);
-
-/// Why the file at `place`, which is no link, can't be replaced or removed.
-QString kv_replace_problem(const QString& place);
-
 /// Why a save that was cut off can't be gone on with by itself: somebody changed
 /// a file since. Writes nothing.
 QString kv_unfinished_save_problem(const QString& folder);

@@ -14,6 +14,7 @@
 #include "contracts/rules/rule_file_edit.h"
 #include "contracts/rules/rule_file_format.h"
 #include "contracts/rules/rule_key.h"
+#include "contracts/services/file_replacement.h"
 #include "contracts/services/p4_connection.h"
 #include "contracts/services/whole_file.h"
 #include "contracts/services/xml_file_reader.h"
@@ -91,13 +92,6 @@ QString why_homeless(const CACHED_RULE& rule)
     return QStringLiteral("the rule \"%1\" belongs to no folder on disk").arg(rule.name);
 }
 
-// The rights themselves are looked at: an administrator may write to everything.
-bool is_read_only(const QString& path)
-{
-    constexpr auto ANYBODY = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
-    return !(QFile::permissions(path) & ANYBODY) || !QFileInfo(path).isWritable();
-}
-
 // Each file gets one line, and what Perforce says may have several.
 QString in_one_line(QString text)
 {
@@ -119,14 +113,15 @@ QString make_writable(const QString& path, P4_CONNECTION& p4)
     if (!QFileInfo::exists(path))
         return QDir().mkpath(path.section('/', 0, -2)) ? QString()
                                                        : QStringLiteral("its folder can't be made");
-    if (!is_read_only(path))
+    const auto is_read_only = [&] { return !why_not_writable(QFileInfo(path)).isEmpty(); };
+    if (!is_read_only())
         return QString();
     if (!p4.is_enabled())
         return QStringLiteral("it is read-only");
     const QString error = in_one_line(p4.open_for_edit({path}));
     if (!error.isEmpty())
         return QStringLiteral("it is read-only and could not be opened for edit: ") + error;
-    return is_read_only(path) ? QStringLiteral("it is read-only, though it is open for edit") : QString();
+    return is_read_only() ? QStringLiteral("it is read-only, though it is open for edit") : QString();
 }
 
 // Where a file is saved. A companion holds what was shipped and stays as it is.

@@ -4,6 +4,8 @@
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QSaveFile>
 
+#include "contracts/services/file_replacement.h"
+
 #ifdef Q_OS_WIN
 #include <QtCore/QDir>
 
@@ -14,7 +16,6 @@
 
 namespace {
 
-constexpr int MAX_LINKS = 40;
 constexpr int MAX_NAMES_TRIED = 100;
 constexpr int KEPT_OF_NAME = 60; // so that no temporary name is too long for the file system
 
@@ -23,55 +24,9 @@ QString cannot_write(const QString& path, const QString& cause)
     return QStringLiteral("%1: can't be written: %2").arg(path, cause);
 }
 
-QString behind_links(const QString& path)
-{
-    QFileInfo info(path);
-    for (int i = 0; i < MAX_LINKS && info.isSymbolicLink(); ++i)
-        info.setFile(info.symLinkTarget());
-    return info.filePath();
-}
-
-// The rights themselves are looked at: an administrator may write to everything.
-QString why_not_writable(const QFileInfo& file)
-{
-    constexpr auto ANYBODY = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
-    if (!(file.permissions() & ANYBODY))
-        return QStringLiteral("it is read-only");
-    return file.isWritable() ? QString() : QStringLiteral("it belongs to somebody else");
-}
-
-QString why_not_replaceable(const QString& place)
-{
-    const QFileInfo file(place);
-    if (file.isSymbolicLink())
-        return QStringLiteral("it is a link that leads back to itself");
-    if (!file.exists())
-        return QString();
-    if (!file.isFile())
-        return file.isDir() ? QStringLiteral("it is a folder") : QStringLiteral("it is no ordinary file");
-    return why_not_writable(file);
-}
-
-// A disk that took a part says why it takes no more when it is asked again.
-bool write_all(QIODevice& file, const char* data, qint64 size)
-{
-    bool was_refused = false;
-    while (size > 0) {
-        const qint64 count = file.write(data, size);
-        if (count <= 0 && was_refused)
-            return false;
-        was_refused = count <= 0;
-        if (count > 0) {
-            data += count;
-            size -= count;
-        }
-    }
-    return true;
-}
-
 bool flush_all(QFile& file)
 {
-    return file.flush() || file.flush(); // the second time for the cause, as above
+    return file.flush() || file.flush(); // the second time for the cause
 }
 
 #ifdef Q_OS_WIN

@@ -70,7 +70,7 @@ private slots:
         for (const QString file : {"log.xml", "packs.xml", "regions.xml", "schema.xml"}) {
             if (file != "log.xml")
                 row(qPrintable("Writing " + file), file, changed);
-            row(qPrintable("Saving " + file), file, "it is no ordinary file");
+            row(qPrintable("Saving " + file), file, "it is a folder");
         }
         row("Writing log.xml, others are done", "packs.xml", changed);
 #ifdef Q_OS_UNIX
