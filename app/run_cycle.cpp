@@ -17,14 +17,6 @@ namespace {
 
 const int LOOK_INTERVAL = 100; // milliseconds
 
-void report_empty_plan()
-{
-    const int remarks = RUN_REPORT::remarks();
-    RUN_REPORT::line(
-        "Nothing is selected, so there is nothing to build." +
-        (remarks ? QStringLiteral(" Started with %1 remark(s), see above.").arg(remarks) : QString()));
-}
-
 } // namespace
 
 RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, P4_CONNECTION& p4,

@@ -81,6 +81,14 @@ QString progress_text()
            (action ? ", at hand: " + name_of(*action) : QString());
 }
 
+void report_remarks()
+{
+    if (const int remarks = RUN_REPORT::remarks())
+        RUN_REPORT::line(QStringLiteral("  started with %1 remark%2, see above")
+                             .arg(remarks)
+                             .arg(remarks == 1 ? QString() : QStringLiteral("s")));
+}
+
 } // namespace
 
 void report_start(int planned)
@@ -125,6 +133,12 @@ void report_stop()
         RUN_REPORT::line("Stopping" + (action ? ", waiting for " + name_of(*action) : QString()) + "...");
 }
 
+void report_empty_plan()
+{
+    RUN_REPORT::line(QStringLiteral("Nothing is selected, so there is nothing to build."));
+    report_remarks();
+}
+
 void report_summary(const QVector<ACTION_INTERFACE*>& actions, const QStringList& logs, bool was_stopped)
 {
     if (!RUN_REPORT::is_on())
@@ -142,10 +156,7 @@ void report_summary(const QVector<ACTION_INTERFACE*>& actions, const QStringList
             RUN_REPORT::line(QStringLiteral("  %1 %2").arg(count).arg(QLatin1String(known.words)));
     for (auto other = counts.cbegin(); other != counts.cend(); ++other)
         RUN_REPORT::line(QStringLiteral("  %1 %2").arg(other.value()).arg(words_of(other.key())));
-    if (const int remarks = RUN_REPORT::remarks())
-        RUN_REPORT::line(QStringLiteral("  started with %1 remark%2, see above")
-                             .arg(remarks)
-                             .arg(remarks == 1 ? QString() : QStringLiteral("s")));
+    report_remarks();
     RUN_REPORT::line("Logs: " + (logs.isEmpty() ? QStringLiteral("none could be written")
                                                 : LOG_FILE::path_of(logs.join(QStringLiteral(", ")))));
 }

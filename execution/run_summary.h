@@ -28,6 +28,9 @@ void report_progress_at(qint64 milliseconds);
 /// GUI thread.
 void report_stop();
 
+/// There is nothing to build. GUI thread.
+void report_empty_plan();
+
 /// The end of a build: counts by state, the time that it took and where the logs
 /// are. `logs` are the names of those that could be written. GUI thread, after the
 /// build.
