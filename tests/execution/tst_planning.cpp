@@ -270,6 +270,7 @@ private slots:
     void cycles_in_words()
     {
         STEP_PROCESSOR processor("p");
+        const auto delete_actions = qScopeGuard([&] { qDeleteAll(processor.actions); }); // after the plan
         for (int i = 0; i < 30; ++i)
             processor.add(QString::number(i))->processor = &processor;
         QCOMPARE(cycle_text(processor.actions.mid(0, 2)),
@@ -286,7 +287,6 @@ private slots:
         PLANNED_ACTIONS planned(processor.actions);
         const FW::VECTOR<int> cycle = raise_levels(planned.graph);
         QCOMPARE(cycle_text(planned.in_order(cycle)), cycle_text(processor.actions.mid(0, 6)));
-        qDeleteAll(processor.actions);
     }
 
     void durations()
