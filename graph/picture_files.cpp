@@ -2,7 +2,6 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
-#include <QtCore/QSaveFile>
 #include <QtCore/QTextStream>
 #include <QtCore/QXmlStreamWriter>
 #include <QtGui/QFontInfo>
@@ -12,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "contracts/services/whole_file.h"
 #include "graph/picture_painter.h"
 
 namespace {
@@ -200,15 +200,11 @@ WRITER writer_for(const QString& file)
 
 QString write_whole(WRITER writer, const PICTURE_PAINTER& painter, const QString& path)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return file.errorString();
+    TARGET_FILE file(path);
     const QString error = writer(painter, file);
-    if (!error.isEmpty()) {
-        file.cancelWriting();
+    if (!error.isEmpty())
         return error;
-    }
-    return file.commit() ? QString() : file.errorString();
+    return file.commit().isEmpty() ? QString() : file.errorString();
 }
 
 } // namespace

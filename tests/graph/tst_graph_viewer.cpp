@@ -12,9 +12,12 @@
 #include "graph/action_graph.h"
 #include "graph/graphviz.h"
 #include "graph/graphviz_viewer_widget.h"
+#include "graph/picture_files.h"
+#include "graph/picture_painter.h"
 #include "graph/to_graphviz.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/files.h"
+#include "tests/support/full_disk.h"
 #include "tests/support/rows.h"
 #include "tests/support/tool_tip.h"
 #include "tests/support/watched_test.h"
@@ -363,6 +366,20 @@ void tst_graph_viewer::saving_that_fails()
     QVERIFY2(answers.texts.last().contains(file), qPrintable(answers.texts.last()));
     QVERIFY(answers.texts.last().size() > file.size() + 30); // and the cause
     QCOMPARE(FILES::below(folder.path()), QStringList());
+
+    // A disk that takes the beginning only.
+    const PICTURE_PAINTER painter(*viewer->picture());
+    for (const char* name : {"g.svg", "g.png", "g.dot"}) {
+        const QString place = folder.filePath(name);
+        FILES::write(place, "old");
+        QString error;
+        {
+            const FULL_DISK disk(true);
+            error = save_picture(painter, place);
+        }
+        QCOMPARE(error, place + " could not be written: File too large");
+        QCOMPARE(FILES::bytes(place), QByteArray("old"));
+    }
 }
 
 void tst_graph_viewer::empty_graph()
