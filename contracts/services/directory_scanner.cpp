@@ -195,6 +195,8 @@ FAILURE DIRECTORY_SCANNER::WORKERS::fetch(const QString& directory, QVector<FILE
     if (failure.text.isEmpty()) {
         append_files(folders, is_last, files);
         for (FOLDER* const folder : folders) {
+            if (folder->left_out.isEmpty())
+                continue;
             folder->left_out.sort();
             left_out += folder->left_out;
         }
