@@ -4,8 +4,6 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
-#include <algorithm>
-
 #include "contracts/paths/letter_case.h"
 
 #ifdef Q_OS_UNIX
@@ -15,16 +13,6 @@
 namespace {
 
 using NAMES = QMultiHash<QString, QString>;
-
-// Text of QChar or of bytes.
-template <typename LETTER>
-bool is_plainly_lower_case(const LETTER* text, int size)
-{
-    return std::all_of(text, text + size, [](LETTER c) {
-        const ushort letter = QChar(c).unicode();
-        return letter < 0x80 && !(letter >= 'A' && letter <= 'Z');
-    });
-}
 
 void note_name(const QString& name, NAMES& names)
 {

@@ -2,6 +2,8 @@
 
 #include <QtCore/QString>
 
+#include <algorithm>
+
 #include "contracts/export.h"
 
 /// Lower case for paths: each letter becomes the lower case of its folded form, so
@@ -13,3 +15,14 @@ GOX_CONTRACTS_EXPORT QString lower_case_by_letter(const QString& text);
 
 /// The same in place, for `size` code units.
 GOX_CONTRACTS_EXPORT void lower_case_by_letter(QChar* text, int size);
+
+/// Whether a text, of QChar or of bytes, is ASCII without capitals: then it is its
+/// own lower case, as most paths are. Any thread.
+template <typename LETTER>
+bool is_plainly_lower_case(const LETTER* text, int size)
+{
+    return std::all_of(text, text + size, [](LETTER c) {
+        const ushort letter = QChar(c).unicode();
+        return letter < 0x80 && !(letter >= 'A' && letter <= 'Z');
+    });
+}

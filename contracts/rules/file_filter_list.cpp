@@ -2,22 +2,14 @@
 
 #include <algorithm>
 
-#include "contracts/paths/paths.h"
+#include "contracts/paths/letter_case.h"
 
 namespace {
 
 // Logical paths are in lower case already and need no copy.
-bool is_plainly_lower_case(const QString& text)
-{
-    return std::all_of(text.begin(), text.end(), [](QChar c) {
-        const ushort code = c.unicode();
-        return code < 0x80 && (code < 'A' || code > 'Z');
-    });
-}
-
 QString lower_case(const QString& text)
 {
-    return is_plainly_lower_case(text) ? text : lower_case_by_letter(text);
+    return is_plainly_lower_case(text.constData(), text.size()) ? text : lower_case_by_letter(text);
 }
 
 } // namespace
