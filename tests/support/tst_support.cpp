@@ -2,6 +2,7 @@
 #include <QtWidgets/QDialog>
 
 #include "tests/support/build_log.h"
+#include "tests/support/cases.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/watched_test.h"
 
@@ -34,6 +35,18 @@ private slots:
         QVERIFY(log.body("none").isNull());
         QCOMPARE(BUILD_LOG("").count, -1);
         QCOMPARE(BUILD_LOG("=== q / c ===\nx\n\n").body("c"), QString("x\n"));
+    }
+
+    void case_files_are_read_data() { add_cases("support/tst_support.cases", {"text", "lines"}); }
+    void case_files_are_read()
+    {
+        const QMap<QString, QString> expected{
+            {"one line", "a: b"}, {"many lines", "first\n\n third, behind a blank"}, {"nothing", ""}};
+        const TEST_CASE one = current_case();
+        GOX_COMPARE_TEXT(one["text"], expected.value(QTest::currentDataTag()));
+        QCOMPARE(one["text"].count('\n') + 1, one["lines"].toInt());
+        QVERIFY(one.has("text") && !one.has("none"));
+        QVERIFY(!text_difference("a\nb", "a\nc").isEmpty());
     }
 
     void allowed_warnings_pass()

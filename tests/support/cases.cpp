@@ -1,0 +1,78 @@
+#include "tests/support/cases.h"
+
+#include "tests/support/files.h"
+
+namespace {
+
+const char INDENT[] = "    ";
+
+[[noreturn]] void give_up(const QString& file, int line, const char* why)
+{
+    qFatal("%s:%d: %s", qPrintable(file), line + 1, why);
+    Q_UNREACHABLE();
+}
+
+} // namespace
+
+QStringList TEST_CASE::lines(const char* key) const
+{
+    return (*this)[key].split('\n', Qt::SkipEmptyParts);
+}
+
+void add_cases(const char* file, const QStringList& keys)
+{
+    const QString path = QLatin1String(GOX_SOURCE_DIR "/tests/") + file;
+    const QStringList lines = QString::fromUtf8(FILES::bytes(path)).split('\n');
+    QTest::addColumn<TEST_CASE>("case");
+    QString name, key;
+    TEST_CASE one;
+    int blank_lines = 0; // that count once a line of the same text follows
+    const auto add_row = [&] {
+        if (!name.isNull())
+            QTest::newRow(qPrintable(name)) << one;
+        one = TEST_CASE();
+        key.clear();
+    };
+    for (int i = 0; i < lines.size(); ++i) {
+        const QString& line = lines[i];
+        if (line.startsWith(QLatin1String("== "))) {
+            add_row();
+            name = line.mid(3);
+        } else if (!key.isNull() && line.startsWith(QLatin1String(INDENT))) {
+            QString& text = one.m_texts[key];
+            text += (text.isNull() ? QString("") : QString(blank_lines + 1, '\n')) + line.mid(4);
+            blank_lines = 0;
+        } else if (line.isEmpty()) {
+            ++blank_lines;
+        } else if (!line.startsWith('#')) {
+            const int colon = line.indexOf(':');
+            key = line.left(colon);
+            if (name.isNull() || colon < 0 || !keys.contains(key) || one.m_texts.contains(key))
+                give_up(path, i, "neither a case nor a key that it may have once");
+            blank_lines = 0;
+            one.m_texts[key] = colon + 1 < line.size() ? line.mid(colon + 1).trimmed() : QString();
+        }
+    }
+    add_row();
+    if (name.isNull())
+        give_up(path, 0, "no cases");
+}
+
+TEST_CASE current_case()
+{
+    return *static_cast<TEST_CASE*>(QTest::qData("case", qMetaTypeId<TEST_CASE>()));
+}
+
+QByteArray text_difference(const QString& actual, const QString& expected)
+{
+    if (actual == expected)
+        return {};
+    const QStringList is = actual.split('\n'), wanted = expected.split('\n');
+    int line = 0;
+    while (line < is.size() && line < wanted.size() && is[line] == wanted[line])
+        ++line;
+    return QString("line %1 is \"%2\" where \"%3\" is expected, in\n%4%5")
+        .arg(QString::number(line + 1), is.value(line, "no more"), wanted.value(line, "no more"), INDENT,
+             is.join(QString("\n") + INDENT))
+        .toUtf8();
+}

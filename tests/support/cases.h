@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QtCore/QMap>
+#include <QtCore/QMetaType>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtTest/QTest>
+
+/// A case of a case file: its name and the texts under its keys.
+///
+///     # what the cases below have in common
+///     == name of the row
+///     key: text of one line
+///     other key:
+///         text of many lines, each behind four spaces
+class TEST_CASE
+{
+public:
+    /// Empty when the case lacks the key. Lines end with "\n", but for the last.
+    QString operator[](const char* key) const { return m_texts.value(QLatin1String(key)); }
+    QByteArray bytes(const char* key) const { return (*this)[key].toUtf8(); }
+    QStringList lines(const char* key) const; ///< without those that are empty
+    bool has(const char* key) const { return m_texts.contains(QLatin1String(key)); }
+
+private:
+    friend void add_cases(const char* file, const QStringList& keys);
+
+    QMap<QString, QString> m_texts;
+};
+
+Q_DECLARE_METATYPE(TEST_CASE)
+
+/// Adds a row to the data of a test function for each case of "tests/<file>". A
+/// line that is neither a case nor a key out of `keys` ends the test program: a
+/// misspelt key would be a check that never looks.
+void add_cases(const char* file, const QStringList& keys);
+
+/// The case of the row whose turn it is.
+TEST_CASE current_case();
+
+/// Nothing when the texts are equal; else the first line that differs and the
+/// whole of `actual`, as a case file has it.
+QByteArray text_difference(const QString& actual, const QString& expected);
+
+/// Compares texts of many lines.
+#define GOX_COMPARE_TEXT(actual, expected)                                                                   \
+    do {                                                                                                     \
+        const QByteArray the_difference = text_difference(actual, expected);                                 \
+        QVERIFY2(the_difference.isEmpty(), the_difference.constData());                                      \
+    } while (false)
