@@ -36,7 +36,7 @@ void add_rows(const QTreeView& view, const QModelIndex& parent, const QString& l
         }
         const QModelIndex first = model.index(row, 0, parent);
         const bool closed = model.hasChildren(first) && !view.isExpanded(first);
-        const bool current = view.currentIndex().isValid() && view.currentIndex().sibling(row, 0) == first;
+        const bool current = view.currentIndex().siblingAtColumn(0) == first;
         lines += level + (closed ? "+" : "") + texts.join(" | ") + (current ? " <" : "");
         if (!closed)
             add_rows(view, first, level + '.', lines);
