@@ -5,13 +5,6 @@
 #include "selection/data_selection_file_model.h"
 #include "session/file_entry.h"
 
-namespace {
-
-// With more files than this, a new filter starts on fresh rows.
-const int MANY_FILES = 1000;
-
-} // namespace
-
 DATA_SELECTION_FILE_MODEL_FILTER_PROXY::DATA_SELECTION_FILE_MODEL_FILTER_PROXY(
     DATA_SELECTION_FILE_MODEL* model)
 {
@@ -57,15 +50,9 @@ bool DATA_SELECTION_FILE_MODEL_FILTER_PROXY::lessThan(const QModelIndex& left, c
 void DATA_SELECTION_FILE_MODEL_FILTER_PROXY::set_filter(const DATA_SELECTION_FILTER& new_filter)
 {
     filter = new_filter;
-    // Taking rows out run by run costs with the square of their number: minutes
-    // for 100,000 that a view shows.
-    if (model()->file_map->size() > MANY_FILES) {
-        invalidate();
-        return;
-    }
-    setDynamicSortFilter(true); // or else rows that come back ignore that the view is sorted
-    invalidateFilter();
-    setDynamicSortFilter(false);
+    // On fresh rows: taking them out run by run costs with the square of their
+    // number, minutes for 100,000 that a view shows.
+    invalidate();
 }
 
 void DATA_SELECTION_FILE_MODEL_FILTER_PROXY::set_get_latest(bool latest)

@@ -34,8 +34,8 @@ public:
 
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
 
-    /// Shows and hides rows. In a large tree only persistent indexes of this proxy
-    /// outlive it; views keep what is expanded and selected.
+    /// Shows and hides rows. Only persistent indexes of this proxy outlive it; views
+    /// keep what is expanded and selected.
     void set_filter(const DATA_SELECTION_FILTER& new_filter);
     void set_get_latest(bool latest); ///< repaints; hides and shows nothing
     int root_kind() const;            ///< of the model
