@@ -1,13 +1,11 @@
 #include "selection/data_selection_dialog.h"
 
-#include <QtCore/QItemSelectionModel>
 #include <QtGui/QCloseEvent>
 #include <QtGui/QKeyEvent>
 
 #include "contracts/configuration/configuration.h"
 #include "contracts/services/command_line_options.h"
 #include "contracts/services/plain_message_box.h"
-#include "contracts/services/plain_row_delegate.h"
 #include "contracts/services/qt_workarounds.h"
 #include "contracts/services/user_settings.h"
 #include "selection/data_selection_file_model.h"
@@ -23,22 +21,6 @@ enum ROOT_KIND : int
     ROOT_RAW_DATA,
     ROOT_WORKING_DATA,
     ROOT_RETAIL_BUILD
-};
-
-// Qt completes whole rows range by range, each against all before, which takes
-// minutes when thousands of open folders are marked at once. Where there is one
-// column, there is nothing to complete.
-class ONE_COLUMN_SELECTION : public QItemSelectionModel
-{
-public:
-    using QItemSelectionModel::QItemSelectionModel;
-    using QItemSelectionModel::select;
-
-    void select(const QItemSelection& selection, SelectionFlags command) override
-    {
-        command.setFlag(Rows, false);
-        QItemSelectionModel::select(selection, command);
-    }
 };
 
 } // namespace
@@ -95,11 +77,7 @@ DATA_SELECTION_FILE_MODEL_FILTER_PROXY* DATA_SELECTION_DIALOG::set_up_tree(QTree
 {
     PROXY* const proxy = new PROXY(new DATA_SELECTION_FILE_MODEL(&session->file_map, root_kind, nullptr));
     proxy->setParent(this);
-    tree->setItemDelegate(new PLAIN_ROW_DELEGATE(tree));
     tree->setModel(proxy);
-    QItemSelectionModel* const plain_selection = tree->selectionModel();
-    tree->setSelectionModel(new ONE_COLUMN_SELECTION(proxy, tree));
-    delete plain_selection;
     return proxy;
 }
 
