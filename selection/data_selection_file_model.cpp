@@ -47,25 +47,27 @@ private:
     bool m_has_value = false;
 };
 
-void collect_actions(const FILE_ENTRY* file, QSet<ACTION_INTERFACE*>& providers,
-                     QSet<ACTION_INTERFACE*>& consumers)
+// The folder's own files first, then those of one sub-folder after the other.
+template <typename VISITOR>
+void visit_files(const DATA_SELECTION_FOLDER* folder, bool recursive, const VISITOR& visit)
 {
-    if (!file)
-        return;
-    for (ACTION_INTERFACE* action : file->providers)
-        providers.insert(action);
-    for (ACTION_INTERFACE* action : file->consumers)
-        consumers.insert(action);
-}
-
-void collect_actions(const DATA_SELECTION_FOLDER* folder, QSet<ACTION_INTERFACE*>& providers,
-                     QSet<ACTION_INTERFACE*>& consumers)
-{
-    for (const DATA_SELECTION_FOLDER* child : folder->children)
-        collect_actions(child, providers, consumers);
     auto place = folder->first_file;
     for (int i = 0; i < folder->file_count; ++i, ++place)
-        collect_actions(place.value(), providers, consumers);
+        visit(place.value());
+    if (recursive)
+        for (const DATA_SELECTION_FOLDER* child : folder->children)
+            visit_files(child, true, visit);
+}
+
+bool update_has_actions(DATA_SELECTION_FOLDER* folder)
+{
+    bool found = false;
+    auto place = folder->first_file;
+    for (int i = 0; i < folder->file_count && !found; ++i, ++place)
+        found = has_actions(place.value());
+    for (DATA_SELECTION_FOLDER* child : qAsConst(folder->children))
+        found |= update_has_actions(child);
+    return folder->has_actions = found;
 }
 
 } // namespace
@@ -91,8 +93,7 @@ DATA_SELECTION_FILE_MODEL::DATA_SELECTION_FILE_MODEL(FILE_MAP* files, int kind, 
       m_folder_icon(resource_icon(":/icons/folder")),
       m_file_icon(resource_icon(":/icons/file"))
 {
-    const QString prefix = QLatin1String(PREFIXES[root_kind]);
-    FILE_TREE_BUILDER(root, prefix).build(*files);
+    build_file_tree(root, *files, QLatin1String(PREFIXES[root_kind]));
     update_has_actions(&root);
 }
 
@@ -227,12 +228,7 @@ void DATA_SELECTION_FILE_MODEL::select_file(FILE_ENTRY* file, bool selected)
 void DATA_SELECTION_FILE_MODEL::select_folder(const DATA_SELECTION_FOLDER* folder, bool selected,
                                               bool recursive)
 {
-    auto place = folder->first_file;
-    for (int i = 0; i < folder->file_count; ++i, ++place)
-        select_file(place.value(), selected);
-    if (recursive)
-        for (const DATA_SELECTION_FOLDER* child : folder->children)
-            select_folder(child, selected, true);
+    visit_files(folder, recursive, [&](FILE_ENTRY* file) { select_file(file, selected); });
 }
 
 void DATA_SELECTION_FILE_MODEL::select_index(const QModelIndex& index, bool selected, bool recursive)
@@ -247,10 +243,18 @@ void DATA_SELECTION_FILE_MODEL::collect_file_actions(const QModelIndex& index,
                                                      QSet<ACTION_INTERFACE*>& providers,
                                                      QSet<ACTION_INTERFACE*>& consumers) const
 {
+    const auto collect = [&](const FILE_ENTRY* file) {
+        if (!file)
+            return;
+        for (ACTION_INTERFACE* action : file->providers)
+            providers.insert(action);
+        for (ACTION_INTERFACE* action : file->consumers)
+            consumers.insert(action);
+    };
     if (const DATA_SELECTION_FOLDER* folder = own_folder(index))
-        collect_actions(folder, providers, consumers);
+        visit_files(folder, true, collect);
     else
-        collect_actions(file_entry(index), providers, consumers);
+        collect(file_entry(index));
 }
 
 std::pair<int, bool> DATA_SELECTION_FILE_MODEL::update_check_states(DATA_SELECTION_FOLDER* folder)

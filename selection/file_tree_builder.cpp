@@ -1,54 +1,32 @@
 #include "selection/file_tree_builder.h"
 
+#include <QtCore/QHash>
+#include <QtCore/QPair>
+
 #include "session/file_entry.h"
 
 namespace {
 
-// Up to here, comparing with each child is quicker than hashing.
-const int FEW_CHILDREN = 64;
+using FILE_MAP = DATA_SELECTION_FOLDER::FILE_MAP;
 
-} // namespace
-
-FILE_TREE_BUILDER::FILE_TREE_BUILDER(DATA_SELECTION_FOLDER& root, const QString& prefix)
-    : m_root(root), m_prefix(prefix)
+class FOLDERS
 {
-}
+public:
+    FOLDERS(DATA_SELECTION_FOLDER& root, const FILE_MAP& files) : m_root(root), m_files(files) {}
 
-void FILE_TREE_BUILDER::build(const FILE_MAP& files)
-{
-    m_begin = files.begin();
-    const FILE_MAP::const_iterator end = files.end();
-    FILE_MAP::const_iterator place = files.lower_bound(LOGICAL_PATH(m_prefix));
-    if (place == end)
-        return;
-    const QString& first = place.key();
-    m_root.name = first.leftRef(first.indexOf('/'));
+    DATA_SELECTION_FOLDER* folder_of(const QString& key, const FILE_ENTRY* file);
 
-    for (; place != end; ++place) {
-        const QString& key = place.key();
-        const QStringRef directory = key.leftRef(key.lastIndexOf('/') + 1);
-        if (!m_folder || directory != m_directory) {
-            if (!directory.startsWith(m_prefix))
-                return;
-            m_folder = folder_of(key, place.value());
-            m_directory = directory;
-        }
-        add_file(place);
-    }
-}
+private:
+    DATA_SELECTION_FOLDER* child(DATA_SELECTION_FOLDER* folder, const QStringRef& name);
 
-void FILE_TREE_BUILDER::add_file(const FILE_MAP::const_iterator& place)
-{
-    if (!m_folder->first_file_set) {
-        m_folder->first_file = place;
-        m_folder->first_file_set = true;
-    }
-    ++m_folder->file_count;
-}
+    DATA_SELECTION_FOLDER& m_root;
+    const FILE_MAP& m_files;
+    QHash<QPair<DATA_SELECTION_FOLDER*, QStringRef>, DATA_SELECTION_FOLDER*> m_children; // by parent and name
+};
 
 // The folders are named as on disk, so the text to walk is the end of the physical
 // path that is as long as the key without its root.
-DATA_SELECTION_FOLDER* FILE_TREE_BUILDER::folder_of(const QString& key, const FILE_ENTRY* file)
+DATA_SELECTION_FOLDER* FOLDERS::folder_of(const QString& key, const FILE_ENTRY* file)
 {
     const QString& text = file ? static_cast<const QString&>(file->physical) : key;
     const int tail_length = key.length() - key.indexOf('/') - 1;
@@ -59,45 +37,50 @@ DATA_SELECTION_FOLDER* FILE_TREE_BUILDER::folder_of(const QString& key, const FI
     return folder;
 }
 
-DATA_SELECTION_FOLDER* FILE_TREE_BUILDER::child(DATA_SELECTION_FOLDER* folder, const QStringRef& name)
+DATA_SELECTION_FOLDER* FOLDERS::child(DATA_SELECTION_FOLDER* folder, const QStringRef& name)
 {
-    if (DATA_SELECTION_FOLDER* known = known_child(folder, name))
-        return known;
-    auto* made = new DATA_SELECTION_FOLDER(folder, name, m_begin);
-    made->row = folder->children.size();
-    folder->children.append(made);
-    if (made->row == FEW_CHILDREN) {
-        CHILDREN& children = m_children[folder];
-        for (DATA_SELECTION_FOLDER* each : qAsConst(folder->children))
-            children.insert(each->name, each);
-    } else if (made->row > FEW_CHILDREN) {
-        m_children[folder].insert(made->name, made);
+    if (!folder->children.isEmpty() && folder->children.last()->name == name)
+        return folder->children.last();
+    DATA_SELECTION_FOLDER*& known = m_children[{folder, name}];
+    if (!known) {
+        known = new DATA_SELECTION_FOLDER(folder, name, m_files.begin());
+        known->row = folder->children.size();
+        folder->children.append(known);
     }
-    return made;
+    return known;
 }
 
-DATA_SELECTION_FOLDER* FILE_TREE_BUILDER::known_child(DATA_SELECTION_FOLDER* folder, const QStringRef& name)
+void add_file(DATA_SELECTION_FOLDER& folder, const FILE_MAP::const_iterator& place)
 {
-    const QList<DATA_SELECTION_FOLDER*>& children = folder->children;
-    if (children.isEmpty())
-        return nullptr;
-    if (children.last()->name == name)
-        return children.last();
-    if (children.size() > FEW_CHILDREN)
-        return m_children[folder].value(name);
-    return DATA_SELECTION_FILE_MODEL::find_folder(name, folder, false);
+    if (!folder.first_file_set) {
+        folder.first_file = place;
+        folder.first_file_set = true;
+    }
+    ++folder.file_count;
 }
 
-bool update_has_actions(DATA_SELECTION_FOLDER* folder)
+} // namespace
+
+void build_file_tree(DATA_SELECTION_FOLDER& root, const FILE_MAP& files, const QString& prefix)
 {
-    bool found = false;
-    auto place = folder->first_file;
-    for (int i = 0; i < folder->file_count && !found; ++i, ++place) {
-        const FILE_ENTRY* file = place.value();
-        found = file && (!file->providers.isEmpty() || !file->consumers.isEmpty());
+    FOLDERS folders(root, files);
+    DATA_SELECTION_FOLDER* folder = nullptr; // of the files that were met last
+    QStringRef folder_path;                  // its path with the slash, from a key
+    const FILE_MAP::const_iterator end = files.end();
+    FILE_MAP::const_iterator place = files.lower_bound(LOGICAL_PATH(prefix));
+    if (place != end) {
+        const QString& first = place.key();
+        root.name = first.leftRef(first.indexOf('/'));
     }
-    for (DATA_SELECTION_FOLDER* child : qAsConst(folder->children))
-        found |= update_has_actions(child);
-    folder->has_actions = found;
-    return found;
+    for (; place != end; ++place) {
+        const QString& key = place.key();
+        const QStringRef path = key.leftRef(key.lastIndexOf('/') + 1);
+        if (!folder || path != folder_path) {
+            if (!path.startsWith(prefix))
+                return;
+            folder = folders.folder_of(key, place.value());
+            folder_path = path;
+        }
+        add_file(*folder, place);
+    }
 }
