@@ -1,7 +1,7 @@
 #include "selection/action_list_dialog.h"
 
 #include <QtCore/QHash>
-#include <QtCore/QVector>
+#include <QtCore/QSet>
 #include <QtGui/QPainter>
 #include <QtWidgets/QListWidget>
 
@@ -12,18 +12,18 @@
 
 namespace {
 
-using ROWS = QVector<QListWidgetItem*>;
+using ACTIONS = QList<ACTION_INTERFACE*>;
 
-// How many of the actions behind a merged row are selected.
+// How many of those that a row stands for are selected.
 struct TALLY
 {
     int selected = 0;
     int total = 0;
 
-    void add(const ACTION_INTERFACE& action)
+    void add(bool is_selected)
     {
         ++total;
-        selected += action.selection_count >= 1 ? 1 : 0;
+        selected += is_selected ? 1 : 0;
     }
     Qt::CheckState state() const
     {
@@ -31,16 +31,14 @@ struct TALLY
     }
 };
 
-using TALLIES = QHash<QString, TALLY>; // by row text
-
 QString row_text(ACTION_INTERFACE& action, bool long_form)
 {
     return action.processor->name() + QStringLiteral(" / ") + action.display_text(long_form);
 }
 
-Qt::CheckState state_of(const ACTION_INTERFACE& action)
+bool is_selected(const ACTION_INTERFACE& action)
 {
-    return action.selection_count >= 1 ? Qt::Checked : Qt::Unchecked;
+    return action.selection_count >= 1;
 }
 
 // A row without an action is the one for all.
@@ -48,66 +46,63 @@ QListWidgetItem* make_row(const QString& text, const ACTION_INTERFACE* action)
 {
     QListWidgetItem* const row = new QListWidgetItem(text);
     row->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
-    row->setCheckState(action ? state_of(*action) : Qt::Unchecked);
     if (action)
         DIALOG_HELPER::set_action_pointer(row, action);
     return row;
 }
 
-ROWS plain_rows(const QList<ACTION_INTERFACE*>& actions)
+// A merged list has one row for all actions with the same short text.
+void make_rows(QListWidget& list, const ACTIONS& actions, bool merged)
 {
-    ROWS rows;
-    rows.reserve(actions.size());
-    for (ACTION_INTERFACE* action : actions)
-        rows.append(make_row(row_text(*action, true), action));
-    return rows;
-}
-
-ROWS merged_rows(const QList<ACTION_INTERFACE*>& actions)
-{
-    ROWS rows;
-    TALLIES tallies;
+    QSet<QString> texts;
     for (ACTION_INTERFACE* action : actions) {
-        const QString text = row_text(*action, false);
-        TALLY& tally = tallies[text];
-        if (tally.total == 0)
-            rows.append(make_row(text, action));
-        tally.add(*action);
+        const QString text = row_text(*action, !merged);
+        if (!merged || !texts.contains(text))
+            list.addItem(make_row(text, action));
+        texts.insert(text);
     }
-    for (QListWidgetItem* row : qAsConst(rows))
-        row->setCheckState(tallies.value(row->text()).state());
-    return rows;
-}
-
-void update_plain_rows(const QListWidget& list)
-{
-    for (int row = 0; row < list.count(); ++row)
-        if (const ACTION_INTERFACE* const action = DIALOG_HELPER::get_action_pointer(list.item(row)))
-            list.item(row)->setCheckState(state_of(*action));
 }
 
 // One walk over the actions, whatever the number of rows.
-void update_merged_rows(const QListWidget& list, const QList<ACTION_INTERFACE*>& actions)
+void show_states(const QListWidget& list, const ACTIONS& actions, bool merged)
 {
-    TALLIES tallies;
-    for (ACTION_INTERFACE* action : actions)
-        tallies[row_text(*action, false)].add(*action);
-    for (int row = 0; row < list.count(); ++row)
-        if (DIALOG_HELPER::get_action_pointer(list.item(row)))
-            list.item(row)->setCheckState(tallies.value(list.item(row)->text()).state());
+    QHash<QString, TALLY> merged_rows; // by text
+    if (merged)
+        for (ACTION_INTERFACE* action : actions)
+            merged_rows[row_text(*action, false)].add(is_selected(*action));
+    TALLY all;
+    for (int row = list.count() - 1; row >= 0; --row) { // the row for all comes last
+        QListWidgetItem& item = *list.item(row);
+        const ACTION_INTERFACE* const action = DIALOG_HELPER::get_action_pointer(&item);
+        TALLY tally = all;
+        if (action && merged)
+            tally = merged_rows.value(item.text());
+        else if (action)
+            tally = {is_selected(*action) ? 1 : 0, 1};
+        item.setCheckState(tally.state());
+        all.add(tally.state() == Qt::Checked);
+    }
 }
 
-void update_all_row(const QListWidget& list)
+ACTIONS actions_meant_by(QListWidgetItem& item, const ACTIONS& actions, bool merged)
 {
-    if (list.count() < 2)
-        return;
-    bool some_are = false;
-    bool some_are_not = false;
-    for (int row = 1; row < list.count() && !(some_are && some_are_not); ++row)
-        (list.item(row)->checkState() == Qt::Checked ? some_are : some_are_not) = true;
-    list.item(0)->setCheckState(!some_are       ? Qt::Unchecked
-                                : !some_are_not ? Qt::Checked
-                                                : Qt::PartiallyChecked);
+    ACTION_INTERFACE* const clicked = DIALOG_HELPER::get_action_pointer(&item);
+    if (merged && !clicked)
+        return actions;
+    ACTIONS meant;
+    if (merged) {
+        for (ACTION_INTERFACE* action : actions)
+            if (row_text(*action, false) == item.text())
+                meant.append(action);
+    } else if (clicked) {
+        meant.append(clicked);
+    } else { // what shows that state already is left alone
+        const QListWidget& list = *item.listWidget();
+        for (int row = 1; row < list.count(); ++row)
+            if (list.item(row)->checkState() != item.checkState())
+                meant.append(DIALOG_HELPER::get_action_pointer(list.item(row)));
+    }
+    return meant;
 }
 
 } // namespace
@@ -152,12 +147,10 @@ void ACTION_LIST_DIALOG::fill(QListWidget* list, const ACTIONS& actions, bool me
 {
     updating = true;
     list->clear();
-    const ROWS rows = merged ? merged_rows(actions) : plain_rows(actions);
-    if (rows.size() > 1)
-        list->addItem(make_row(tr("<All>"), nullptr));
-    for (QListWidgetItem* row : rows)
-        list->addItem(row);
-    update_all_row(*list);
+    make_rows(*list, actions, merged);
+    if (list->count() > 1)
+        list->insertItem(0, make_row(tr("<All>"), nullptr));
+    show_states(*list, actions, merged);
     updating = false;
 }
 
@@ -165,49 +158,19 @@ void ACTION_LIST_DIALOG::item_changed(QListWidgetItem* item)
 {
     if (updating)
         return;
-    const bool is_consumer = sender() && sender()->objectName() == QLatin1String("consumer_list");
-    const QListWidget& list = is_consumer ? *ui.consumer_list : *ui.provider_list;
+    const bool is_consumer = item->listWidget() == ui.consumer_list;
     const ACTIONS& actions = is_consumer ? consumers : providers;
     const bool merged = (is_consumer ? ui.consumer_merge_box : ui.provider_merge_box)->isChecked();
-    const bool selected = item->checkState() == Qt::Checked;
+    const bool is_mass_change = merged || !DIALOG_HELPER::get_action_pointer(item);
 
-    ACTION_INTERFACE* const action = DIALOG_HELPER::get_action_pointer(item);
-    if (!action)
-        report_all(list, actions, merged, item->checkState());
-    else if (merged)
-        report_namesakes(actions, item->text(), selected);
-    else
-        emit action_selection_changed(action, selected);
+    if (is_mass_change)
+        emit mass_selection_change_started();
+    for (ACTION_INTERFACE* action : actions_meant_by(*item, actions, merged))
+        emit action_selection_changed(action, item->checkState() == Qt::Checked);
+    if (is_mass_change)
+        emit mass_selection_change_ended();
 
     updating = true;
-    if (merged)
-        update_merged_rows(list, actions);
-    else
-        update_plain_rows(list);
-    update_all_row(list);
+    show_states(*item->listWidget(), actions, merged);
     updating = false;
-}
-
-void ACTION_LIST_DIALOG::report_all(const QListWidget& list, const ACTIONS& actions, bool merged,
-                                    Qt::CheckState state)
-{
-    const bool selected = state == Qt::Checked;
-    emit mass_selection_change_started();
-    if (merged)
-        for (ACTION_INTERFACE* action : actions)
-            emit action_selection_changed(action, selected);
-    else
-        for (int row = 1; row < list.count(); ++row)
-            if (list.item(row)->checkState() != state)
-                emit action_selection_changed(DIALOG_HELPER::get_action_pointer(list.item(row)), selected);
-    emit mass_selection_change_ended();
-}
-
-void ACTION_LIST_DIALOG::report_namesakes(const ACTIONS& actions, const QString& text, bool selected)
-{
-    emit mass_selection_change_started();
-    for (ACTION_INTERFACE* action : actions)
-        if (row_text(*action, false) == text)
-            emit action_selection_changed(action, selected);
-    emit mass_selection_change_ended();
 }

@@ -46,8 +46,6 @@ private:
     using ACTIONS = QList<ACTION_INTERFACE*>;
 
     void fill(QListWidget* list, const ACTIONS& actions, bool merged);
-    void report_all(const QListWidget& list, const ACTIONS& actions, bool merged, Qt::CheckState state);
-    void report_namesakes(const ACTIONS& actions, const QString& text, bool selected);
 
     Ui::ACTION_LIST_DIALOG ui;
     bool updating; // item_changed ignores what the code itself writes
