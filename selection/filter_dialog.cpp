@@ -5,48 +5,40 @@ FILTER_DIALOG::FILTER_DIALOG(DATA_SELECTION_FILTER* edited, QWidget* parent, Qt:
 {
     Q_INIT_RESOURCE(gox);
     ui.setupUi(this);
-    show_filter();
-    connect_boxes();
+    set_up_mode();
+    set_up_boxes();
     update_enabled();
 }
 
-void FILTER_DIALOG::show_filter()
+void FILTER_DIALOG::set_up_mode()
 {
     ui.mode_combobox->setCurrentIndex(filter->mode);
     ui.parameters->setCurrentIndex(filter->mode);
-    ui.p4_all_checkbox->setChecked(filter->p4_all);
-    ui.p4_modified_checkbox->setChecked(filter->p4_modified);
-    ui.p4_added_checkbox->setChecked(filter->p4_added);
-    ui.p4_deleted_checkbox->setChecked(filter->p4_deleted);
-    ui.local_all_checkbox->setChecked(filter->local_all);
-    ui.local_modified_checkbox->setChecked(filter->local_modified);
-    ui.local_added_checkbox->setChecked(filter->local_added);
-    ui.local_deleted_checkbox->setChecked(filter->local_deleted);
-    ui.up_to_date_checkbox->setChecked(filter->up_to_date);
-    ui.unaffected_checkbox->setChecked(filter->unaffected);
-    ui.unaffected2_checkbox->setChecked(filter->unaffected);
-    ui.source_checkbox->setChecked(filter->source);
-    ui.intermediate_checkbox->setChecked(filter->intermediate);
-    ui.target_checkbox->setChecked(filter->target);
+    connect(ui.mode_combobox, SIGNAL(currentIndexChanged(int)), this, SLOT(mode_changed(int)));
 }
 
-void FILTER_DIALOG::connect_boxes()
+void FILTER_DIALOG::set_up_boxes()
 {
-    connect(ui.mode_combobox, SIGNAL(currentIndexChanged(int)), this, SLOT(mode_changed(int)));
-    connect(ui.p4_all_checkbox, SIGNAL(clicked(bool)), this, SLOT(p4_all(bool)));
-    connect(ui.p4_modified_checkbox, SIGNAL(clicked(bool)), this, SLOT(p4_modified(bool)));
-    connect(ui.p4_added_checkbox, SIGNAL(clicked(bool)), this, SLOT(p4_added(bool)));
-    connect(ui.p4_deleted_checkbox, SIGNAL(clicked(bool)), this, SLOT(p4_deleted(bool)));
-    connect(ui.local_all_checkbox, SIGNAL(clicked(bool)), this, SLOT(local_all(bool)));
-    connect(ui.local_modified_checkbox, SIGNAL(clicked(bool)), this, SLOT(local_modified(bool)));
-    connect(ui.local_added_checkbox, SIGNAL(clicked(bool)), this, SLOT(local_added(bool)));
-    connect(ui.local_deleted_checkbox, SIGNAL(clicked(bool)), this, SLOT(local_deleted(bool)));
-    connect(ui.up_to_date_checkbox, SIGNAL(clicked(bool)), this, SLOT(up_to_date(bool)));
-    connect(ui.unaffected_checkbox, SIGNAL(clicked(bool)), this, SLOT(unaffected(bool)));
-    connect(ui.unaffected2_checkbox, SIGNAL(clicked(bool)), this, SLOT(unaffected(bool)));
-    connect(ui.source_checkbox, SIGNAL(clicked(bool)), this, SLOT(source(bool)));
-    connect(ui.intermediate_checkbox, SIGNAL(clicked(bool)), this, SLOT(intermediate(bool)));
-    connect(ui.target_checkbox, SIGNAL(clicked(bool)), this, SLOT(target(bool)));
+    set_up_box(ui.p4_all_checkbox, filter->p4_all, SLOT(p4_all(bool)));
+    set_up_box(ui.p4_modified_checkbox, filter->p4_modified, SLOT(p4_modified(bool)));
+    set_up_box(ui.p4_added_checkbox, filter->p4_added, SLOT(p4_added(bool)));
+    set_up_box(ui.p4_deleted_checkbox, filter->p4_deleted, SLOT(p4_deleted(bool)));
+    set_up_box(ui.local_all_checkbox, filter->local_all, SLOT(local_all(bool)));
+    set_up_box(ui.local_modified_checkbox, filter->local_modified, SLOT(local_modified(bool)));
+    set_up_box(ui.local_added_checkbox, filter->local_added, SLOT(local_added(bool)));
+    set_up_box(ui.local_deleted_checkbox, filter->local_deleted, SLOT(local_deleted(bool)));
+    set_up_box(ui.up_to_date_checkbox, filter->up_to_date, SLOT(up_to_date(bool)));
+    set_up_box(ui.unaffected_checkbox, filter->unaffected, SLOT(unaffected(bool)));
+    set_up_box(ui.unaffected2_checkbox, filter->unaffected, SLOT(unaffected(bool)));
+    set_up_box(ui.source_checkbox, filter->source, SLOT(source(bool)));
+    set_up_box(ui.intermediate_checkbox, filter->intermediate, SLOT(intermediate(bool)));
+    set_up_box(ui.target_checkbox, filter->target, SLOT(target(bool)));
+}
+
+void FILTER_DIALOG::set_up_box(QCheckBox* box, bool checked, const char* slot)
+{
+    box->setChecked(checked);
+    connect(box, SIGNAL(clicked(bool)), this, slot);
 }
 
 // "All" sets the flags of its group and locks their boxes; without it the boxes
@@ -82,45 +74,10 @@ void FILTER_DIALOG::p4_all(bool checked)
     update_enabled();
 }
 
-void FILTER_DIALOG::p4_modified(bool checked)
-{
-    filter->p4_modified = checked;
-}
-
-void FILTER_DIALOG::p4_added(bool checked)
-{
-    filter->p4_added = checked;
-}
-
-void FILTER_DIALOG::p4_deleted(bool checked)
-{
-    filter->p4_deleted = checked;
-}
-
 void FILTER_DIALOG::local_all(bool checked)
 {
     filter->local_all = checked;
     update_enabled();
-}
-
-void FILTER_DIALOG::local_modified(bool checked)
-{
-    filter->local_modified = checked;
-}
-
-void FILTER_DIALOG::local_added(bool checked)
-{
-    filter->local_added = checked;
-}
-
-void FILTER_DIALOG::local_deleted(bool checked)
-{
-    filter->local_deleted = checked;
-}
-
-void FILTER_DIALOG::up_to_date(bool checked)
-{
-    filter->up_to_date = checked;
 }
 
 void FILTER_DIALOG::unaffected(bool checked)
@@ -128,19 +85,4 @@ void FILTER_DIALOG::unaffected(bool checked)
     filter->unaffected = checked;
     ui.unaffected_checkbox->setChecked(checked);
     ui.unaffected2_checkbox->setChecked(checked);
-}
-
-void FILTER_DIALOG::source(bool checked)
-{
-    filter->source = checked;
-}
-
-void FILTER_DIALOG::intermediate(bool checked)
-{
-    filter->intermediate = checked;
-}
-
-void FILTER_DIALOG::target(bool checked)
-{
-    filter->target = checked;
 }

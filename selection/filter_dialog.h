@@ -20,22 +20,23 @@ public:
 private slots:
     void mode_changed(int index);
     void p4_all(bool checked);
-    void p4_modified(bool checked);
-    void p4_added(bool checked);
-    void p4_deleted(bool checked);
+    void p4_modified(bool checked) { filter->p4_modified = checked; }
+    void p4_added(bool checked) { filter->p4_added = checked; }
+    void p4_deleted(bool checked) { filter->p4_deleted = checked; }
     void local_all(bool checked);
-    void local_modified(bool checked);
-    void local_added(bool checked);
-    void local_deleted(bool checked);
-    void up_to_date(bool checked);
+    void local_modified(bool checked) { filter->local_modified = checked; }
+    void local_added(bool checked) { filter->local_added = checked; }
+    void local_deleted(bool checked) { filter->local_deleted = checked; }
+    void up_to_date(bool checked) { filter->up_to_date = checked; }
     void unaffected(bool checked);
-    void source(bool checked);
-    void intermediate(bool checked);
-    void target(bool checked);
+    void source(bool checked) { filter->source = checked; }
+    void intermediate(bool checked) { filter->intermediate = checked; }
+    void target(bool checked) { filter->target = checked; }
 
 private:
-    void show_filter();
-    void connect_boxes();
+    void set_up_mode();
+    void set_up_boxes();
+    void set_up_box(QCheckBox* box, bool checked, const char* slot);
     void update_enabled();
 
     Ui::FILTER_DIALOG ui;
