@@ -1,9 +1,8 @@
-#include <QtCore/QMap>
-
 #include "contracts/actions/action_interface.h"
 #include "contracts/services/file_list_dialog.h"
 #include "contracts/services/plain_message_box.h"
 #include "contracts/services/qt_workarounds.h"
+#include "selection/chosen_files.h"
 #include "selection/data_selection_dialog.h"
 #include "selection/data_selection_file_model_filter_proxy.h"
 #include "session/build_session.h"
@@ -208,20 +207,10 @@ void DATA_SELECTION_DIALOG::select_opened_files(const QSet<QString>& logical_pat
                 choose(action, true);
 }
 
-QMap<QString, FILE_ENTRY*> DATA_SELECTION_DIALOG::missing_files() const
-{
-    QMap<QString, FILE_ENTRY*> missing;
-    for (const ACTION_INTERFACE* action : QSet<ACTION_INTERFACE*>(chosen_actions))
-        for (FILE_ENTRY* file : action->input_files)
-            if (file->p4_state == FILE_STATE_ADDED && file->local_state == FILE_STATE_NO_CHANGE)
-                missing.insert(file->physical, file);
-    return missing;
-}
-
 void DATA_SELECTION_DIALOG::start()
 {
     const QMap<QString, FILE_ENTRY*> missing =
-        ui.get_latest_checkbox->isChecked() ? QMap<QString, FILE_ENTRY*>() : missing_files();
+        missing_files(ui.get_latest_checkbox->isChecked() ? QSet<ACTION_INTERFACE*>() : chosen_actions);
     if (!missing.isEmpty()) {
         FILE_LIST_DIALOG question(
             QStringLiteral("GOX"),
@@ -235,18 +224,4 @@ void DATA_SELECTION_DIALOG::start()
             return;
     }
     accept();
-}
-
-QSet<QString> DATA_SELECTION_DIALOG::selected_files() const
-{
-    QSet<QString> paths;
-    for (const ACTION_INTERFACE* action : QVector<ACTION_INTERFACE*>(session->actions)) {
-        if (action->selection_count < 1)
-            continue;
-        for (const FILE_ENTRY* file : action->input_files)
-            paths.insert(file->physical);
-        for (auto target = action->target_files.cbegin(); target != action->target_files.cend(); ++target)
-            paths.insert(target.key()->physical);
-    }
-    return paths;
 }

@@ -14,7 +14,6 @@ class DATA_SELECTION_FILE_MODEL_FILTER_PROXY;
 class QMenu;
 class P4_CONNECTION;
 class RULE_EDITOR_DIALOG;
-struct FILE_ENTRY;
 
 /// The window in which a person chooses what to build: the three file trees, and
 /// the ways to everything that helps to choose.
@@ -34,6 +33,10 @@ struct FILE_ENTRY;
 ///
 /// The widgets that a normal run does not use are hidden by the constructor and
 /// work when they are shown.
+///
+/// data_selection_dialog.cpp sets the window up and closes it,
+/// data_selection_changes.cpp holds what changes the choice, up to "Start", and
+/// data_selection_windows.cpp the windows and menus that are opened from here.
 class DATA_SELECTION_DIALOG : public QDialog
 {
     Q_OBJECT
@@ -80,8 +83,9 @@ public:
     void show_action_list(const QSet<ACTION_INTERFACE*>& providers, const QSet<ACTION_INTERFACE*>& consumers,
                           bool popup);
 
-    /// Where the files lie on disk that the selected actions read and write.
-    QSet<QString> selected_files() const;
+    /// Selects what makes these files, and where nothing does, what uses them. Such
+    /// a choice does not count in `chosen_actions`.
+    void select_opened_files(const QSet<QString>& logical_paths);
 
 protected:
     void closeEvent(QCloseEvent* event) override;  ///< remembers where the window was
@@ -116,6 +120,7 @@ private slots:
 private:
     using PROXY = DATA_SELECTION_FILE_MODEL_FILTER_PROXY;
 
+    // data_selection_dialog.cpp
     void connect_widgets();
     void set_up_trees();
     PROXY* set_up_tree(QTreeView* tree, int root_kind);
@@ -123,6 +128,7 @@ private:
     void add_context_action(QTreeView* tree, QAction* action, const char* slot);
     void hide_unused_widgets();
 
+    // data_selection_changes.cpp
     QTreeView* tree_of(int root_kind) const;
     PROXY* proxy_of(const QModelIndex& index) const;
     QModelIndexList rows_meant_by(const QModelIndex& index) const;
@@ -130,10 +136,9 @@ private:
     void select_rows(const QModelIndexList& rows, bool recursive);
     void select_everything(bool selected);
     QSet<ACTION_INTERFACE*> choose(ACTION_INTERFACE* action, bool selected);
-    void select_opened_files(const QSet<QString>& logical_paths);
     void update_start_button();
-    QMap<QString, FILE_ENTRY*> missing_files() const;
 
+    // data_selection_windows.cpp
     void run_rule_editor(CACHED_RULE* rule, const QString& property);
 
     QSet<ACTION_INTERFACE*> m_chosen_by_hand;

@@ -27,7 +27,6 @@ using ACTIONS = QList<ACTION_INTERFACE*>;
 ACTIONS in_order_of(const QVector<ACTION_INTERFACE*>& all, QSet<ACTION_INTERFACE*> actions)
 {
     ACTIONS ordered;
-    ordered.reserve(actions.size());
     for (auto action = all.cbegin(); action != all.cend() && !actions.isEmpty(); ++action)
         if (actions.remove(*action))
             ordered.append(*action);
