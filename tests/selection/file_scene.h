@@ -1,82 +1,147 @@
 #pragma once
 
-#include <QtCore/QAbstractItemModel>
+#include <QtWidgets/QCheckBox>
+#include <QtWidgets/QTreeView>
 
 #include <map>
 #include <memory>
 #include <vector>
 
-#include "contracts/actions/action_interface.h"
 #include "session/file_entry.h"
+#include "settings/preferences_editor_dialog.h"
+#include "tests/session/step_scene.h"
+#include "tests/support/idle_action.h"
+#include "tests/support/window_text.h"
 
-class IDLE_ACTION : public ACTION_INTERFACE
+/// Named like "a1": its short text is the letter.
+class LETTER_ACTION : public IDLE_ACTION
 {
 public:
-    QString display_text(bool) override { return QString(); }
-    void collect_files(QVector<LOGICAL_PATH>&, QVector<ACTION_TARGET>&, QDateTime&,
-                       LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override
-    {
-    }
-    int execute(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override { return ACTION_SUCCEEDED; }
+    QString display_text(bool long_form) override { return long_form ? name : name.left(1); }
+    QString name;
 };
 
-/// A file map from a text, files between commas: the path as on disk, then the
-/// actions that read the file and, with a ">" in front, those that write it. The
-/// key is the path in lower case unless a "key=" stands in front; "key=null" has
-/// no entry.
+/// A file map from a text, a line each:
+///
+///     <raw>/Maps/Moor.txt a >b !target p4=3   read by a, written by b, flags and states
+///     <raw>/maps/moor=<raw>/Maps/Moor         with a key of its own; "null" is no entry
+///     pull a b                                choosing a pulls b along
+///
+/// Flags say what is out of date: target, source, target_latest, source_latest.
 struct FILE_SCENE
 {
-    explicit FILE_SCENE(const QString& text, bool locked = true)
+    /// `top` is where the data roots lie, with its slash.
+    explicit FILE_SCENE(const QString& text, bool locked = true, const QString& top = "/tree/") : top(top)
     {
-        for (const QString& file : text.split(", ", Qt::SkipEmptyParts))
-            add(file.split(' '));
+        for (const QString& line : text.split('\n', Qt::SkipEmptyParts))
+            add(line.split(' '));
         if (locked)
             map.lock(true);
     }
 
-    void add(QStringList parts)
+    void add(QStringList words)
     {
-        const QString first = parts.takeFirst();
+        const QString first = words.takeFirst();
+        if (first == "pull") {
+            action(words[0])->add_dependency(*action(words[1]), true);
+            return;
+        }
         const QString path = first.section('=', -1);
         files.push_back(std::make_unique<FILE_ENTRY>());
-        FILE_ENTRY* const entry = files.back().get();
-        entry->physical = PHYSICAL_PATH("/tree/" + path.mid(1).replace(">/", "_data/"));
-        for (const QString& name : qAsConst(parts))
-            (name[0] == '>' ? entry->providers : entry->consumers).append(action(name.right(1)));
+        FILE_ENTRY& entry = *files.back();
+        const QString root = path.section('>', 0, 0).mid(1);
+        const QString folder = root + (root == "retail" ? "_build" : "_data");
+        entry.physical = PHYSICAL_PATH(top + folder + path.section('>', 1));
+        for (const QString& word : qAsConst(words))
+            add(word, entry);
         const LOGICAL_PATH key(first.contains('=') ? first.section('=', 0, 0) : path.toLower());
-        map.insert(key, path == "null" ? nullptr : entry);
+        map.insert(key, path == "null" ? nullptr : &entry);
     }
 
-    ACTION_INTERFACE* action(const QString& name)
+    void add(const QString& word, FILE_ENTRY& entry)
     {
-        std::unique_ptr<IDLE_ACTION>& known = actions[name];
-        if (!known)
-            known = std::make_unique<IDLE_ACTION>();
+        static const QMap<QString, bool FILE_ENTRY::*> flags{
+            {"!target", &FILE_ENTRY::out_of_date_target},
+            {"!source", &FILE_ENTRY::out_of_date_source},
+            {"!target_latest", &FILE_ENTRY::out_of_date_target_latest},
+            {"!source_latest", &FILE_ENTRY::out_of_date_source_latest}};
+        if (flags.contains(word)) {
+            entry.*flags[word] = true;
+        } else if (word.contains('=')) {
+            (word.startsWith("p4") ? entry.p4_state : entry.local_state) = word.right(1).toInt();
+        } else if (word.startsWith('>')) {
+            entry.providers.append(action(word.mid(1)));
+            action(word.mid(1))->target_files.insert(&entry, entry.physical);
+        } else {
+            entry.consumers.append(action(word));
+            action(word)->input_files.append(&entry);
+        }
+    }
+
+    LETTER_ACTION* action(const QString& name)
+    {
+        std::unique_ptr<LETTER_ACTION>& known = actions[name];
+        if (!known) {
+            known = std::make_unique<LETTER_ACTION>();
+            known->name = name;
+            known->processor = &processor;
+        }
         return known.get();
     }
 
-    FILE_ENTRY& file(const QString& name) { return *map.value(LOGICAL_PATH("<raw>/f/" + name)); }
+    /// The names of those that are selected.
+    QString selected() const
+    {
+        QStringList names;
+        for (const auto& [name, action] : actions)
+            if (action->selection_count >= 1)
+                names.append(name);
+        return names.join(' ');
+    }
 
+    QString top;
+    STEP_PROCESSOR processor{QStringLiteral("P")};
     LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*> map;
     std::vector<std::unique_ptr<FILE_ENTRY>> files;
-    std::map<QString, std::unique_ptr<IDLE_ACTION>> actions;
+    std::map<QString, std::unique_ptr<LETTER_ACTION>> actions;
 };
 
-/// The rows between bars: a dot a level, the check box as "[ ]", "[-]" or "[x]"
-/// where there is one, the name.
-inline QString tree_text(const QAbstractItemModel& model, const QModelIndex& parent = QModelIndex(),
-                         const QString& indent = QString())
+/// A session over such files, in the circumstances that `with` names: popup (the
+/// preference), offline, no_retail, get_latest.
+class SELECTION_SCENE : public STEP_SCENE
 {
-    QStringList rows;
-    for (int row = 0; row < model.rowCount(parent); ++row) {
-        const QModelIndex index = model.index(row, 0, parent);
-        const QVariant state = index.data(Qt::CheckStateRole);
-        const QString box = state.isValid() ? "[" + QString(" -x").mid(state.toInt(), 1) + "]" : QString();
-        rows.append(indent + box + index.data().toString());
-        rows.append(tree_text(model, index, indent + "."));
-        rows.removeAll(QString());
+public:
+    explicit SELECTION_SCENE(const QString& text, const QString& with = QString())
+        : files(text, true, tree.path() + '/')
+    {
+        session->file_map = files.map;
+        for (const auto& action : files.actions)
+            session->actions.append(action.second.get());
+        session->processors.append(&files.processor);
+        show_popups(with.contains("popup"));
+        configuration.retail = !with.contains("no_retail");
+        configuration.get_latest = with.contains("get_latest");
+        QByteArray words[] = {"gox", "--offline"};
+        char* arguments[] = {words[0].data(), words[1].data()};
+        QStringList errors;
+        options.initialise(with.contains("offline") ? 2 : 1, arguments, errors);
     }
-    return rows.join('|');
+
+    void show_popups(bool on)
+    {
+        session->preferences->findChild<QCheckBox*>("setting_actionselection")->setChecked(on);
+    }
+
+    FILE_SCENE files;
+};
+
+/// All rows of a model, as WINDOW_TEXT has them.
+inline QString rows_of(QAbstractItemModel& model)
+{
+    QTreeView view;
+    view.setModel(&model);
+    view.expandAll();
+    return WINDOW_TEXT::rows(view);
 }
 
 inline QModelIndex row_named(const QAbstractItemModel& model, const QString& name)
