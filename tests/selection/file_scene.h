@@ -3,9 +3,8 @@
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QTreeView>
 
+#include <deque>
 #include <map>
-#include <memory>
-#include <vector>
 
 #include "session/file_entry.h"
 #include "settings/preferences_editor_dialog.h"
@@ -47,8 +46,7 @@ struct FILE_SCENE
             return;
         }
         const QString path = first.section('=', -1);
-        files.push_back(std::make_unique<FILE_ENTRY>());
-        FILE_ENTRY& entry = *files.back();
+        FILE_ENTRY& entry = files.emplace_back();
         const QString root = path.section('>', 0, 0).mid(1);
         const QString folder = root + (root == "retail" ? "_build" : "_data");
         entry.physical = PHYSICAL_PATH(top + folder + path.section('>', 1));
@@ -80,30 +78,26 @@ struct FILE_SCENE
 
     LETTER_ACTION* action(const QString& name)
     {
-        std::unique_ptr<LETTER_ACTION>& known = actions[name];
-        if (!known) {
-            known = std::make_unique<LETTER_ACTION>();
-            known->name = name;
-            known->processor = &processor;
-        }
-        return known.get();
+        LETTER_ACTION& known = actions[name];
+        known.name = name;
+        known.processor = &processor;
+        return &known;
     }
 
-    /// The names of those that are selected.
+    /// The names of those that are selected, each behind a blank.
     QString selected() const
     {
-        QStringList names;
+        QString names;
         for (const auto& [name, action] : actions)
-            if (action->selection_count >= 1)
-                names.append(name);
-        return names.join(' ');
+            names += action.selection_count >= 1 ? ' ' + name : QString();
+        return names;
     }
 
     QString top;
     STEP_PROCESSOR processor{QStringLiteral("P")};
     LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*> map;
-    std::vector<std::unique_ptr<FILE_ENTRY>> files;
-    std::map<QString, std::unique_ptr<LETTER_ACTION>> actions;
+    std::deque<FILE_ENTRY> files;
+    std::map<QString, LETTER_ACTION> actions;
 };
 
 /// A session over such files, in the circumstances that `with` names: popup (the
@@ -115,8 +109,8 @@ public:
         : files(text, true, tree.path() + '/')
     {
         session->file_map = files.map;
-        for (const auto& action : files.actions)
-            session->actions.append(action.second.get());
+        for (auto& action : files.actions)
+            session->actions.append(&action.second);
         session->processors.append(&files.processor);
         show_popups(with.contains("popup"));
         configuration.retail = !with.contains("no_retail");

