@@ -66,27 +66,23 @@ void place(QVector<PLAIN_ACTION*>& plan, int group)
     for (int i = 0; i < plan.size(); ++i)
         if (plan[i]->group_id == group)
             positions.append(i);
-    if (positions.size() < 2)
-        return;
-    int k = 0;
-    while (k + 1 < positions.size()) {
-        const int n = positions[k + 1];
+    for (int k = 0; k + 1 < positions.size();) {
+        int& n = positions[k + 1];
         if (positions[k] + 1 >= n || must_stay_ahead(plan[n - 1], plan[n])) {
             ++k;
-            continue;
+        } else {
+            std::swap(plan[n - 1], plan[n]);
+            --n;
         }
-        std::swap(plan[n - 1], plan[n]);
-        --positions[k + 1];
     }
-    k = positions.size() - 1;
-    while (k >= 1) {
-        const int m = positions[k - 1];
+    for (int k = positions.size() - 1; k >= 1;) {
+        int& m = positions[k - 1];
         if (m + 1 >= positions[k] || must_stay_ahead(plan[m], plan[m + 1])) {
             --k;
-            continue;
+        } else {
+            std::swap(plan[m], plan[m + 1]);
+            ++m;
         }
-        std::swap(plan[m], plan[m + 1]);
-        ++positions[k - 1];
     }
 }
 

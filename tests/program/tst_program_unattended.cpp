@@ -1,8 +1,11 @@
 #include <QtTest/QtTest>
 
+#ifdef Q_OS_UNIX
 #include <csignal>
+#include <sys/stat.h>
+#endif
 
-#include "tests/support/rows.h"
+#include "tests/support/full_disk.h"
 #include "tests/support/scripted_scene.h"
 #include "tests/support/terminal.h"
 #include "tests/support/virtual_display.h"
@@ -10,25 +13,8 @@
 
 namespace {
 
-const char SCRIPT_OF_ONE[] = "trace trace.txt\nprocessor p\naction a\n";
-
-// Whom a fault lets end: nobody, a run without dont_stop_on_error, every run.
-enum ENDS
-{
-    NONE,
-    STRICT,
-    ALL
-};
-
-// Everything that raises a message box in an unattended run.
-struct FAULT
-{
-    const char* name;
-    const char* script; // null: the script of one action
-    const char* text;   // what standard error is to hold
-    ENDS ends;
-    void (*prepare)(SCRIPTED_SCENE&);
-};
+const char ONE_ACTION[] = "processor p\naction a\n";
+const char ENDLESS[] = "trace trace.txt\nprocessor p\naction endless\nignores_abort\ntakes 600000\n";
 
 void nothing(SCRIPTED_SCENE&) {}
 
@@ -61,223 +47,67 @@ void shadow_a_file(SCRIPTED_SCENE& scene)
     scene.tree.write("raw_data/a.txt", "x");
 }
 
-void fill_with_faults(SCRIPTED_SCENE& scene)
+// What the run is to come to at a display with nobody in front of it.
+struct AT_A_DISPLAY
 {
-    scene.tree.write("raw_data/rules.gox", "<broken");
-    scene.tree.write("raw_data/x.agf", "<broken");
-    scene.configuration.processors = {"p", "none"};
-    scene.configuration.load_asset_graph = true;
-    shadow_a_file(scene);
-    add_broken_plugin(scene);
-}
-
-const char EARLY[] = "processor p\ncollecting_raises early\naction a\n";
-const char MANY[] = "processor p\ncollecting_raises early\naction a\nraises late\npreset x\n";
-
-const FAULT FAULTS[] = {
-    {"none", nullptr, "", NONE, nothing},
-    {"no database", nullptr, "Failed to connect the database!\n\n", ALL, remove_database},
-    {"no plugin", nullptr, "GOX plugins could not be loaded for some reason!", ALL, remove_plugin},
-    {"broken plugin", nullptr, "The following plugins were not loaded (missing dependencies?):\n\n", STRICT,
-     add_broken_plugin},
-    {"unreadable folder", nullptr, "Error while scanning local files! (Error: 13, ", ALL, forbid_folder},
-    {"shadowed file", nullptr, "", NONE, shadow_a_file},
-    {"assertion at start", EARLY, "early", NONE, nothing},
-    {"swallowed assertion at start", EARLY, "", NONE, nothing},
-    {"assertion in the build", "processor p\naction a\nraises late\n", "", NONE, nothing},
-    {"failing action", "processor p\naction a\nends 4\n", "", ALL, nothing},
-    {"many at once", MANY, "The following plugins were not loaded", ALL, fill_with_faults},
+    void (*prepare)(SCRIPTED_SCENE&);
+    bool silent;
+    int status;
 };
 
-using RUNS = ROWS<int, bool, bool>;                       // fault, silent, strict
-using PERSONS = ROWS<QString, bool, bool>;                // fault, silent, waits
-using PLATFORMS = ROWS<QStringList, QString, QByteArray>; // environment, option, remark
-using INTERRUPTS = ROWS<int, bool, bool>; // signal, no progress dialog, the action hears of it
+const AT_A_DISPLAY AT_DISPLAYS[] = {{remove_database, true, PROGRAM_RUN::HUNG},
+                                    {remove_plugin, true, PROGRAM_RUN::HUNG},
+                                    {forbid_folder, true, PROGRAM_RUN::HUNG},
+                                    {add_broken_plugin, false, PROGRAM_RUN::HUNG},
+                                    {nothing, false, PROGRAM_RUN::HUNG}, // the selection
+                                    {add_broken_plugin, true, 1},
+                                    {shadow_a_file, true, 0}};
 
 } // namespace
 
-/// A machine with nobody in front of it: no fault makes the program wait, and a
-/// request to end stops a build in good order.
-class tst_program_unattended : public WATCHED_TEST
+/// What takes a hand: displays, terminals, signals, and runs beside each other.
+class TST_PROGRAM_UNATTENDED : public WATCHED_TEST
 {
     Q_OBJECT
 
 private slots:
-    void nothing_hangs_data()
-    {
-        const RUNS row;
-        for (int i = 0; i < int(sizeof FAULTS / sizeof FAULTS[0]); ++i) {
-            for (const bool silent : {true, false})
-                for (const bool strict : {true, false})
-                    row(QByteArray(FAULTS[i].name) + (silent ? ", silent" : "") +
-                            (strict ? "" : ", dont_stop_on_error"),
-                        i, silent, strict);
-        }
-    }
-    // Without a display nothing at all waits for a person.
-    void nothing_hangs()
-    {
-        const auto [number, silent, strict] = RUNS::values();
-        const FAULT& fault = FAULTS[number];
-        for (const bool no_progress_dialog : {true, false}) {
-            SCRIPTED_SCENE scene;
-            scene.configuration.silent = silent;
-            scene.configuration.no_progress_dialog = no_progress_dialog;
-            scene.tree.write_script(fault.script ? fault.script : SCRIPT_OF_ONE);
-            fault.prepare(scene);
-            write_configuration(scene.tree, "ci", scene.configuration);
-            QStringList options{"--configuration=ci", "--no_such_option"};
-            if (!strict)
-                options.append("--dont_stop_on_error");
-            if (QByteArray(fault.name).startsWith("swallowed"))
-                options.append("--swallow_startup_asserts");
-            // Without a display a selection can't be asked for.
-            const bool fails = fault.ends == ALL || (strict && fault.ends == STRICT) || !silent;
-            GOX_COMPARE_STATUS(scene.gox.run(options), fails ? 1 : 0, scene.gox);
-            QVERIFY2(!silent || scene.gox.err.contains(fault.text), scene.gox.report());
-            QVERIFY2(scene.gox.err.contains("no_such_option"), scene.gox.report());
-            QVERIFY2(silent || scene.gox.err.count('\n') >= 2, scene.gox.report());
-            const QByteArray log = scene.tree.read("tool/gox_startup_error.log");
-            if (silent && !strict && QByteArray(fault.name) == "unreadable folder")
-                QVERIFY2(log.startsWith(fault.text) && log.endsWith(')') && scene.gox.err.contains(log) &&
-                             log.contains(scene.tree.path("raw_data/secret").toUtf8()),
-                         log.constData());
-            QVERIFY(silent || !scene.tree.exists("tool/gox.log"));
-        }
-    }
-
-    void a_person_is_waited_for_data()
-    {
-        const PERSONS row;
-        row("no database", "no database", true, true);
-        row("no plugin", "no plugin", true, true);
-        row("unreadable folder", "unreadable folder", true, true);
-        row("broken plugin, silent", "broken plugin", true, false);
-        row("broken plugin", "broken plugin", false, true);
-        row("shadowed file, silent", "shadowed file", true, false);
-        row("selection", "none", false, true);
-    }
-    // At a display a box stays until somebody answers it. `silent` alone hides some
-    // of them and not others.
+    // A box stays until somebody answers it, in a run that stops on errors. `silent`
+    // alone hides some of them and not others.
     void a_person_is_waited_for()
     {
-        const auto [name, silent, waits] = PERSONS::values();
-        const FAULT* fault = FAULTS;
-        while (fault->name != name)
-            ++fault;
-        SCRIPTED_SCENE scene;
-        if (!use_display(scene))
+        const VIRTUAL_DISPLAY display;
+        if (display.name().isEmpty())
             GOX_SKIP("no Xvfb");
-        scene.configuration.silent = silent;
-        scene.tree.write_script(SCRIPT_OF_ONE);
-        fault->prepare(scene);
-        write_configuration(scene.tree, "ci", scene.configuration);
-        if (waits)
-            scene.gox.limit = 1000;
-        const int expected = waits ? int(PROGRAM_RUN::HUNG) : fault->ends == NONE ? 0 : 1;
-        GOX_COMPARE_STATUS(scene.gox.run({"--configuration=ci"}), expected, scene.gox);
-    }
+        std::vector<std::unique_ptr<SCRIPTED_SCENE>> scenes; // side by side, as it takes a while to see
+        for (const AT_A_DISPLAY& row : AT_DISPLAYS) {
+            scenes.push_back(std::make_unique<SCRIPTED_SCENE>());
+            SCRIPTED_SCENE& scene = *scenes.back();
+            scene.gox.extra.insert("DISPLAY", display.name());
+            scene.gox.limit = row.status == PROGRAM_RUN::HUNG ? 1000 : 20000;
+            scene.configuration.silent = row.silent;
+            scene.tree.write_script(ONE_ACTION);
+            row.prepare(scene);
+            write_configuration(scene.tree, "ci", scene.configuration);
+            QVERIFY(scene.gox.start({"--configuration=ci"}));
+        }
+        for (std::size_t i = scenes.size(); i-- > 0;)
+            GOX_COMPARE_STATUS(scenes[i]->gox.wait(), AT_DISPLAYS[i].status, scenes[i]->gox);
 
-    // With both settings nobody is, and the window that watches goes its way.
-    void nobody_is_waited_for_at_a_display()
-    {
+        // With both settings nobody is, and the window that watches goes its way.
         SCRIPTED_SCENE scene;
-        if (!use_display(scene))
-            GOX_SKIP("no Xvfb");
+        scene.gox.extra.insert("DISPLAY", display.name());
         scene.configuration.no_progress_dialog = false;
         GOX_COMPARE_STATUS(
-            scene.run("processor p\ncollecting_raises early\ncollecting_asks May I?\naction a\ntakes 300\n"),
-            0, scene.gox);
+            scene.run("processor p\ncollecting_raises early\ncollecting_asks May I?\naction a\n"), 0,
+            scene.gox);
         QVERIFY2(scene.gox.err.startsWith("early\n") && scene.gox.err.contains("\nMay I?\n"),
                  scene.gox.report());
-    }
-
-    void nobody_sees_a_window_data()
-    {
-        const PLATFORMS row;
-        row("none", {}, "", "");
-        row("empty", {"QT_QPA_PLATFORM=", "DISPLAY=", "WAYLAND_DISPLAY="}, "", "");
-        row("offscreen", {"QT_QPA_PLATFORM=offscreen", "DISPLAY=:77777"}, "", "");
-        row("minimal by an option", {"DISPLAY=:77777"}, "minimal", "");
-        const QByteArray end = " can't be reached: the run goes on without one.\n";
-        row("dead X", {"DISPLAY=:77777"}, "", "The display :77777" + end);
-        row("dead X of another machine", {"DISPLAY=localhost:7777.0"}, "",
-            "The display localhost:7777.0" + end);
-        row("dead Wayland", {"WAYLAND_DISPLAY=none", "XDG_SESSION_TYPE=wayland"}, "",
-            "The display none" + end);
-    }
-    // Boxes are answered there, and Qt has nothing to say of its own.
-    void nobody_sees_a_window()
-    {
-        const auto [environment, option, remark] = PLATFORMS::values();
-        SCRIPTED_SCENE scene;
-        scene.gox.extra.insert("XDG_RUNTIME_DIR", ""); // as good as not set
-        for (const QString& variable : environment)
-            scene.gox.extra.insert(variable.section('=', 0, 0), variable.section('=', 1));
-        scene.configuration.silent = false;
-        const QStringList options = option.isEmpty() ? QStringList() : QStringList{"-platform", option};
-        GOX_COMPARE_STATUS(
-            scene.run("processor p\ncollecting_warns of a plugin\ncollecting_raises early\naction a\n",
-                      options),
-            1, scene.gox);
-        QCOMPARE(scene.gox.err,
-                 remark + "of a plugin\nearly\nThere is no display to choose files on. Use a configuration "
-                          "that is silent.\n");
-    }
-
-    void a_choice_without_a_display()
-    {
-        SCRIPTED_SCENE scene;
-        GOX_COMPARE_STATUS(scene.gox.run({"--configuration=choose", "--dont_stop_on_error"}), 1, scene.gox);
-        QVERIFY2(scene.gox.err.startsWith("There is no display to choose a configuration on. Name one.\n"),
-                 scene.gox.report());
-    }
-
-    void interrupt_data()
-    {
-        const INTERRUPTS row;
-        for (const bool no_progress_dialog : {true, false})
-            for (const bool hears : {true, false})
-                for (const int number : {SIGINT, SIGTERM})
-                    row(QByteArray(number == SIGINT ? "SIGINT" : "SIGTERM") +
-                            (no_progress_dialog ? "" : ", with a progress dialog asked for") +
-                            (hears ? "" : ", an action that goes on"),
-                        number, no_progress_dialog, hears);
-    }
-    // The action in hand hears of it and is the last; its section and those before
-    // it are whole.
-    void interrupt()
-    {
-        const auto [number, no_progress_dialog, hears] = INTERRUPTS::values();
-        SCRIPTED_SCENE scene;
-        scene.configuration.no_progress_dialog = no_progress_dialog;
-        QVERIFY(
-            scene.start(QByteArray("trace trace.txt\nprocessor p\naction first\naction second\nends 3\n") +
-                        (hears ? "takes 600000\n" : "ignores_abort\nawaits_abort\n") +
-                        "says after\naction third\naction fourth\n"));
-        QVERIFY2(scene.gox.wait_for_text(scene.tree.path("tool/trace.txt"), "execute second"),
-                 scene.gox.report());
-        scene.gox.send_signal(number);
-        GOX_COMPARE_STATUS(scene.gox.wait(), 1, scene.gox);
-        const BUILD_LOG log = scene.log();
-        QCOMPARE(log.count, 4);
-        QCOMPARE(log.actions(), QStringList({"first", "second"}));
-        QCOMPARE(log.body("second"), (hears ? "aborted\n" : "after\n") + end_of_executed_section());
-        QCOMPARE(scene.log(hears ? "gox_error.log" : "gox_warnings.log").body("second"), log.body("second"));
-        QCOMPARE(scene.trace("execute").size(), 2);
-        const int told = scene.gox.out.indexOf("\nStopping, waiting for p / second...\n");
-        QVERIFY2(told > 0 && told < scene.gox.out.indexOf(": p / second") &&
-                     scene.gox.out.contains("\nStopped from outside.\n4 action(s) in "),
-                 scene.gox.report());
-        // Whoever still waits is told as well, and whoever is through is not.
-        QCOMPARE(scene.trace("abort "),
-                 QStringList({"main abort second", "main abort third", "main abort fourth"}));
     }
 
     void second_interrupt_ends_at_once()
     {
         SCRIPTED_SCENE scene;
-        QVERIFY(scene.start("trace trace.txt\nprocessor p\naction endless\nignores_abort\ntakes 600000\n"));
+        QVERIFY(scene.start(ENDLESS));
         QVERIFY2(scene.gox.wait_for_text(scene.tree.path("tool/trace.txt"), "execute endless"),
                  scene.gox.report());
         scene.gox.send_signal(SIGINT);
@@ -308,29 +138,50 @@ private slots:
                  qPrintable(lines.join('\n')));
     }
 
-    // The first files that are opened then get the numbers of the console, and what
-    // is meant for the console must not end up in them.
-    void a_console_that_is_closed()
+    void another_run_in_the_tree()
+    {
+        SCRIPTED_SCENE scenes[2];
+        for (SCRIPTED_SCENE& scene : scenes) {
+            QVERIFY(scene.start(ENDLESS));
+            QVERIFY2(scene.gox.wait_for_text(scene.tree.path("tool/trace.txt"), "execute"),
+                     scene.gox.report());
+        }
+        const TEMPORARY_TREE& tree = scenes[0].tree;
+        tree.write_script(ONE_ACTION);
+        PROGRAM_RUN second(tree);
+        const QByteArray lock = tree.read("tool/gox.lock");
+        GOX_COMPARE_STATUS(second.run({"--configuration=ci"}), 0, second);
+        QVERIFY2(second.out.contains("Remark: Another GOX runs in this tree, process " +
+                                     lock.split('\n').first() + ';'),
+                 second.report());
+        // A run that ended badly is in nobody's way, nor when its number is that of a
+        // run elsewhere by now.
+        scenes[0].gox.send_signal(SIGKILL);
+        scenes[0].gox.wait();
+        for (const QByteArray& left : {lock, scenes[1].tree.read("tool/gox.lock")}) {
+            tree.write("tool/gox.lock", left);
+            GOX_COMPARE_STATUS(second.run({"--configuration=ci"}), 0, second);
+            QVERIFY2(!second.out.contains("Remark: "), second.report());
+            QVERIFY(!tree.exists("tool/gox.lock"));
+        }
+        QCOMPARE(::mkfifo(QFile::encodeName(tree.path("tool/gox.lock")), 0600), 0);
+        GOX_COMPARE_STATUS(second.run({"--configuration=ci"}), 0, second);
+    }
+
+    // A disk that takes the beginning.
+    void log_that_is_cut_off()
     {
         SCRIPTED_SCENE scene;
-        scene.gox.closed_console = true;
-        GOX_COMPARE_STATUS(scene.run(SCRIPT_OF_ONE, {"--no_such_option"}), 0, scene.gox);
-        QCOMPARE(scene.tree.read("tool/gox_startup_error.log"), QByteArray());
-        QCOMPARE(scene.tree.read("tool/gox_error.log"), QByteArray());
-        QCOMPARE(without_durations(scene.tree.read("tool/gox.log")),
-                 "1 action(s) were selected for execution.\n\n=== p / a ===\n" +
-                     end_of_executed_section().toUtf8() + '\n');
+        {
+            const FULL_DISK full_for_children(true, 1000); // the configuration and the script fit
+            QVERIFY(scene.start("processor p\naction a\nlong " + QByteArray(2000, 'x')));
+        }
+        GOX_COMPARE_STATUS(scene.gox.wait(), 0, scene.gox);
+        QCOMPARE(scene.tree.read("tool/gox.log").size(), 1000);
+        QVERIFY2(scene.gox.out.contains("/gox.log: it is cut off") && !scene.gox.out.contains("/gox.log, "),
+                 scene.gox.report());
     }
-
-private:
-    bool use_display(SCRIPTED_SCENE& scene) const
-    {
-        scene.gox.extra.insert("DISPLAY", m_display.name());
-        return !m_display.name().isEmpty();
-    }
-
-    VIRTUAL_DISPLAY m_display;
 };
 
-QTEST_GUILESS_MAIN(tst_program_unattended)
+QTEST_GUILESS_MAIN(TST_PROGRAM_UNATTENDED)
 #include "tst_program_unattended.moc"

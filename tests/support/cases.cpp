@@ -12,7 +12,21 @@ const char INDENT[] = "    ";
     Q_UNREACHABLE();
 }
 
+bool is_among(const QStringList& keys, const QString& key)
+{
+    return keys.contains(key) || keys.contains(key.section(' ', 0, 0) + ' ');
+}
+
 } // namespace
+
+QMap<QString, QString> TEST_CASE::behind(const char* beginning) const
+{
+    QMap<QString, QString> found;
+    for (auto text = m_texts.cbegin(); text != m_texts.cend(); ++text)
+        if (text.key().startsWith(QLatin1String(beginning)))
+            found.insert(text.key().mid(int(qstrlen(beginning))), text.value());
+    return found;
+}
 
 QStringList TEST_CASE::lines(const char* key) const
 {
@@ -47,7 +61,7 @@ void add_cases(const char* file, const QStringList& keys)
         } else if (!line.startsWith('#')) {
             const int colon = line.indexOf(':');
             key = line.left(colon);
-            if (name.isNull() || colon < 0 || !keys.contains(key) || one.m_texts.contains(key))
+            if (name.isNull() || colon < 0 || !is_among(keys, key) || one.m_texts.contains(key))
                 give_up(path, i, "neither a case nor a key that it may have once");
             blank_lines = 0;
             one.m_texts[key] = colon + 1 < line.size() ? line.mid(colon + 1).trimmed() : QString();

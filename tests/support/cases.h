@@ -21,6 +21,8 @@ public:
     QByteArray bytes(const char* key) const { return (*this)[key].toUtf8(); }
     QStringList lines(const char* key) const; ///< without those that are empty
     bool has(const char* key) const { return m_texts.contains(QLatin1String(key)); }
+    /// What stands behind `beginning` in the keys that have it, sorted, and their texts.
+    QMap<QString, QString> behind(const char* beginning) const;
 
 private:
     friend void add_cases(const char* file, const QStringList& keys);
@@ -32,7 +34,8 @@ Q_DECLARE_METATYPE(TEST_CASE)
 
 /// Adds a row to the data of a test function for each case of "tests/<file>". A
 /// line that is neither a case nor a key out of `keys` ends the test program: a
-/// misspelt key would be a check that never looks.
+/// misspelt key would be a check that never looks. One of `keys` that ends with a
+/// blank stands for all keys that begin so: "write " for "write raw_data/a.txt".
 void add_cases(const char* file, const QStringList& keys);
 
 /// The case of the row whose turn it is.

@@ -60,6 +60,7 @@ TEMPORARY_TREE::TEMPORARY_TREE(const QString& name)
 {
     if (!m_folder.isValid())
         qFatal("no temporary folder: %s", qPrintable(m_folder.errorString()));
+    m_folder.setAutoRemove(false);
     // A temporary folder may lie behind a link, and the program knows the real place only.
     m_top = QFileInfo(m_folder.path()).canonicalFilePath();
     if (!name.isEmpty())
@@ -71,6 +72,8 @@ TEMPORARY_TREE::TEMPORARY_TREE(const QString& name)
 TEMPORARY_TREE::~TEMPORARY_TREE()
 {
     give_folders(m_folder.path(), 0755);
+    std::error_code error; // a test may have left what QTemporaryDir can't remove: names that are no UTF-8
+    fs::remove_all(native(m_folder.path()), error);
 }
 
 QString TEMPORARY_TREE::path(const QString& relative) const

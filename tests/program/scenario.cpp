@@ -1,0 +1,225 @@
+#include "tests/program/scenario.h"
+
+#include <QtCore/QRegularExpression>
+
+#include <csignal>
+
+#include "tests/support/cases.h"
+#include "tests/support/files.h"
+#include "tests/support/scripted_scene.h"
+#include "tests/support/watched_test.h"
+
+namespace {
+
+const QString TAG = QStringLiteral("." GOX_BUILD_TAG ".");
+const QString SEE = QStringLiteral("see ");
+
+const QStringList PREPARATIONS{"tree", "write ",      "plugins", "shell",   "configuration", "script",
+                               "as",   "environment", "folder",  "options", "arguments",     "stop"};
+const QStringList OUTCOMES{"status", "error", "remarks", "console", SEE};
+
+// What is expected without a word of it.
+const QMap<QString, QString> USUAL{{"status", "0"},
+                                   {"error", ""},
+                                   {"remarks", ""},
+                                   {"see tool/gox_startup_error.log", ""},
+                                   {"see tool/gox_plugin_error.log", ""}};
+
+class SCENARIO
+{
+public:
+    explicit SCENARIO(const TEST_CASE& one) : m_case(one), m_scene(one["tree"])
+    {
+        write_files();
+        add_plugins();
+        if (m_case["as"].contains("nobody"))
+            m_scene.tree.open_to_everybody();
+        run_commands();
+        run();
+    }
+
+    /// What the case expects, a part for each thing that is compared.
+    QString expected() const
+    {
+        QStringList texts;
+        const QMap<QString, QString> parts = expected_parts();
+        for (auto part = parts.cbegin(); part != parts.cend(); ++part)
+            texts.append(part.key() + ":\n" + part.value());
+        return texts.join('\n');
+    }
+
+    /// The same parts as the run has left them.
+    QString actual() const
+    {
+        QStringList texts;
+        for (const QString& part : expected_parts().keys())
+            texts.append(part + ":\n" + left(part));
+        return texts.join('\n');
+    }
+
+private:
+    QString read(QString text) const
+    {
+        static const QRegularExpression repeat(QStringLiteral("\\{(\\d+) \\* ([^}]*)\\}"));
+        for (auto found = repeat.match(text); found.hasMatch(); found = repeat.match(text))
+            text.replace(found.capturedStart(), found.capturedLength(),
+                         found.captured(2).repeated(found.captured(1).toInt()));
+        return text.replace("TREE", m_scene.tree.path()).replace(".TAG.", TAG);
+    }
+
+    QString told(const QByteArray& bytes) const
+    {
+        static const QRegularExpression ran(QStringLiteral("\n={37}\nDuration: \\d+ msec\\(s\\)\n"));
+        QString text = QString::fromUtf8(bytes).replace(m_scene.tree.path(), "TREE").replace(TAG, ".TAG.");
+        text.replace(ran, QStringLiteral("(ran)\n"));
+        while (text.endsWith('\n'))
+            text.chop(1);
+        return text;
+    }
+
+    void add_plugins() const
+    {
+        if (m_case.has("plugins"))
+            m_scene.tree.remove("tool/GOX_scripted" + TAG + "dll");
+        for (const QString& line : m_case.lines("plugins")) {
+            const QString name = line.section(' ', 0, 0), file = read(line.section(' ', 1));
+            if (name == "junk")
+                m_scene.tree.write("tool/" + file, "no library at all");
+            else
+                m_scene.tree.add_plugin(name, file);
+        }
+    }
+
+    void write_files() const
+    {
+        QString elements = read(m_case["configuration"]);
+        for (const char* element : {"silent", "no_progress_dialog"})
+            if (!elements.contains('<' + QString(element) + '>'))
+                elements += QStringLiteral("<%1>true</%1>").arg(element);
+        m_scene.tree.write("tool/GOX/ci_configuration.xml",
+                           "<configuration>" + elements.toUtf8() + "</configuration>");
+        m_scene.tree.write_script(m_case.has("script") ? read(m_case["script"]).toUtf8()
+                                                       : "processor p\naction a");
+        const QMap<QString, QString> files = m_case.behind("write ");
+        for (auto file = files.cbegin(); file != files.cend(); ++file)
+            m_scene.tree.write(read(file.key()), read(file.value()).toUtf8());
+    }
+
+    void run_commands() const
+    {
+        const QString commands = read("cd 'TREE'\n" + m_case["shell"]);
+        if (m_case.has("shell") && QProcess::execute("sh", {"-ec", commands}) != 0)
+            qFatal("the commands of the case fail");
+    }
+
+    void run()
+    {
+        PROGRAM_RUN& gox = m_scene.gox;
+        gox.unprivileged = m_case["as"].contains("nobody");
+        gox.plain_locale = m_case["as"].contains("plain locale");
+        gox.closed_console = m_case["as"].contains("closed console");
+        for (const QString& variable : m_case.lines("environment"))
+            gox.extra.insert(variable.section('=', 0, 0), variable.section('=', 1));
+        if (m_case.has("folder"))
+            gox.folder = m_case["folder"];
+        QString words = "--configuration=ci --dont_stop_on_error " + m_case["options"];
+        if (m_case.has("arguments"))
+            words = m_case["arguments"];
+        gox.start(words.split(' ', Qt::SkipEmptyParts));
+        if (m_case.has("stop") &&
+            gox.wait_for_text(m_scene.tree.path("tool/trace.txt"), m_case.bytes("stop")))
+            gox.send_signal(SIGTERM);
+        m_status = gox.wait();
+    }
+
+    QMap<QString, QString> expected_parts() const
+    {
+        QMap<QString, QString> parts = m_case.behind("");
+        for (const QString& key : parts.keys())
+            if (!OUTCOMES.contains(key) && !key.startsWith(SEE))
+                parts.remove(key);
+        for (auto part = USUAL.cbegin(); part != USUAL.cend(); ++part)
+            if (!parts.contains(part.key()) && !(part.key() == "remarks" && parts.contains("console")))
+                parts.insert(part.key(), part.value());
+        return parts;
+    }
+
+    QString left(const QString& part) const
+    {
+        if (part == "status")
+            return m_status == PROGRAM_RUN::CRASHED ? "crashed " + QString::number(m_scene.gox.signal)
+                                                    : QString::number(m_status);
+        if (part == "error")
+            return told(m_scene.gox.err);
+        if (part == "console")
+            return told(m_scene.gox.out);
+        if (part == "remarks")
+            return remarks().join('\n');
+        const QString file = m_scene.tree.path(read(part.section(' ', 1)));
+        if (QFileInfo(file).isDir())
+            return told(FILES::below(file).join('\n').toUtf8());
+        if (QFileInfo(file).isFile())
+            return told(FILES::bytes(file));
+        return m_case.behind("").contains(part) ? QStringLiteral("(none)") : QString();
+    }
+
+    QStringList remarks() const
+    {
+        static const QRegularExpression beginning(QStringLiteral("^Remark: "));
+        QStringList lines = told(m_scene.gox.out).split('\n').filter(beginning);
+        lines.sort();
+        return lines.replaceInStrings(beginning, QString());
+    }
+
+    const TEST_CASE m_case;
+    SCRIPTED_SCENE m_scene;
+    int m_status = 0;
+};
+
+bool fits(const QString& line, const QString& pattern)
+{
+    const QString expression = QRegularExpression::escape(pattern).replace("\\*", ".*");
+    return line == pattern ||
+           QRegularExpression(QRegularExpression::anchoredPattern(expression)).match(line).hasMatch();
+}
+
+// The text with what fits a line of the pattern replaced by that line.
+QString in_words_of(const QString& pattern_text, const QString& text)
+{
+    const QStringList patterns = pattern_text.split('\n');
+    QStringList lines = text.split('\n');
+    for (int i = 0; i < qMin(lines.size(), patterns.size()); ++i) {
+        if (patterns[i] == "...") {
+            int end = i;
+            while (end < lines.size() && (i + 1 == patterns.size() || !fits(lines[end], patterns[i + 1])))
+                ++end;
+            lines = lines.mid(0, i) + QStringList("...") + lines.mid(end);
+        } else if (fits(lines[i], patterns[i])) {
+            lines[i] = patterns[i];
+        }
+    }
+    return lines.join('\n');
+}
+
+} // namespace
+
+void add_scenarios(const char* file)
+{
+    add_cases(QByteArray("program/") + file, PREPARATIONS + OUTCOMES);
+}
+
+void play_scenario()
+{
+    const TEST_CASE one = current_case();
+#ifdef GOX_SANITIZED // the sanitizer tells of the signals
+    if (one["status"].startsWith("crashed"))
+        GOX_SKIP("the sanitizer tells of crashes");
+#endif
+#ifndef Q_OS_UNIX
+    if (one.has("shell") || one.has("stop"))
+        GOX_SKIP("a case for Unix");
+#endif
+    const SCENARIO scenario(one);
+    const QString expected = scenario.expected();
+    GOX_COMPARE_TEXT(in_words_of(expected, scenario.actual()), expected);
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+/// Adds a row for each scenario of "tests/program/<file>": a data tree, a run of
+/// the program in it, and what the run leaves. What a scenario does not tell is as
+/// it mostly is.
+///
+///     tree: NAME           the folder of the tree, in a temporary one
+///     write FILE: TEXT     a file of the tree; "{3 * x}" is "xxx"
+///     plugins:             a line each: a built plugin or "junk", and its file in tool/
+///     shell:               commands of sh in the tree
+///     configuration: TEXT  elements of the configuration "ci", which is silent and
+///                          without a progress window unless they tell
+///     script: TEXT         of the scripted plugin; otherwise an action "a" of "p"
+///     as: WORDS            "nobody": permissions count; "plain locale"; "closed console"; "full console"
+///     environment:         a line each: NAME=VALUE
+///     folder: NAME         the current folder, otherwise tool
+///     options: WORDS       behind "--configuration=ci --dont_stop_on_error"
+///     arguments: WORDS     in place of all of these
+///     stop: TEXT           ask the run to end once trace.txt has this text in it
+///
+/// and what is compared, line by line: "*" is any text in a line, a line "..." any
+/// number of lines, TREE the path of the tree, ".TAG." the tag of plugin files, and
+/// "(ran)" what the log says behind the output of an action that ran.
+///
+///     status: TEXT         0 unless told; "crashed N" by signal N
+///     error: TEXT          standard error; nothing unless told
+///     remarks: TEXT        of standard output, sorted, without "Remark: "; none unless told
+///     console: TEXT        standard output
+///     see FILE: TEXT       what the file holds, or which files the folder;
+///                          "(none)" when it is not there
+///
+/// Without a word of it, gox_startup_error.log and gox_plugin_error.log are empty.
+void add_scenarios(const char* file);
+
+/// Plays the scenario whose row it is. Fails the test where anything differs.
+void play_scenario();
