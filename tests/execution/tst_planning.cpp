@@ -50,6 +50,7 @@ public:
             std::shuffle(order.begin(), order.end(), random);
         for (int i = 0; i < shape.size; ++i) {
             all.append(new IDLE_ACTION);
+            all[i]->processor = &m_processor;
             all[i]->group_id =
                 below(random, 2) * below(random, shape.groups + 2); // one number is out of range
             all[i]->order_level = below(random, shape.highest_level + 1);
@@ -109,6 +110,7 @@ private:
 
     RANDOM& m_random;
     const SHAPE m_shape;
+    STEP_PROCESSOR m_processor{QStringLiteral("p")};
 };
 
 // The actions for the plain procedure, with the levels from before; with the closures
@@ -251,5 +253,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TST_PLANNING)
+QTEST_MAIN(TST_PLANNING)
 #include "tst_planning.moc"

@@ -17,12 +17,12 @@ QString state_of(const BUILD_SESSION& session)
 {
     QStringList lines;
     for (ACTION_INTERFACE* action : session.actions) {
-        lines.append(QStringLiteral("%1 %2, %3 of %4: ")
+        lines.append(QStringLiteral("%1 %2, %3 of %4:")
                          .arg(action->display_text(true))
                          .arg(action->state)
                          .arg(action->progress_current)
                          .arg(action->progress_total) +
-                     QString(action->output).replace('\n', '/'));
+                     QString(action->output).prepend(action->output.isEmpty() ? "" : " ").replace('\n', '/'));
         QStringList targets;
         for (auto file = action->target_files.cbegin(); file != action->target_files.cend(); ++file)
             targets.append(QStringLiteral("%1 %2 %3")
@@ -34,7 +34,8 @@ QString state_of(const BUILD_SESSION& session)
     }
     for (PROCESSOR_INTERFACE* processor : session.processors)
         lines.append(processor->name() + ' ' + QString::number(processor->finished_actions));
-    return lines.join('\n');
+    static const QRegularExpression ran(QStringLiteral("/={37}/Duration: \\d+ msec\\(s\\)/"));
+    return lines.join('\n').replace(ran, QStringLiteral(" (ran)"));
 }
 
 /// What this process writes to a stream of its own, as long as it lives.

@@ -41,7 +41,7 @@ const bool IS_ALONE = enter_own_network();
 using PACKETS = ROWS<QByteArray, bool, QStringList>; // script, has a database, beginnings of packets
 
 /// The packets that a run sends, on each road out of the process.
-class tst_program_metrics : public WATCHED_TEST
+class TST_PROGRAM_METRICS : public WATCHED_TEST
 {
     Q_OBJECT
 
@@ -82,5 +82,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_program_metrics)
+QTEST_GUILESS_MAIN(TST_PROGRAM_METRICS)
 #include "tst_program_metrics.moc"

@@ -1,9 +1,8 @@
 #include <QtTest/QtTest>
 
-#ifdef Q_OS_UNIX
 #include <csignal>
+#include <iterator>
 #include <sys/stat.h>
-#endif
 
 #include "tests/support/full_disk.h"
 #include "tests/support/scripted_scene.h"
@@ -14,38 +13,8 @@
 namespace {
 
 const char ONE_ACTION[] = "processor p\naction a\n";
+const char PLUGIN[] = "tool/GOX_scripted." GOX_BUILD_TAG ".dll";
 const char ENDLESS[] = "trace trace.txt\nprocessor p\naction endless\nignores_abort\ntakes 600000\n";
-
-void nothing(SCRIPTED_SCENE&) {}
-
-void remove_database(SCRIPTED_SCENE& scene)
-{
-    scene.tree.remove("raw_data/db");
-}
-
-void remove_plugin(SCRIPTED_SCENE& scene)
-{
-    scene.tree.remove("tool/GOX_scripted." GOX_BUILD_TAG ".dll");
-}
-
-void add_broken_plugin(SCRIPTED_SCENE& scene)
-{
-    scene.tree.add_plugin("missing_symbol");
-}
-
-void forbid_folder(SCRIPTED_SCENE& scene)
-{
-    scene.tree.make_folder("raw_data/secret");
-    scene.tree.open_to_everybody();
-    scene.tree.set_permissions("raw_data/secret", 0);
-    scene.gox.unprivileged = true;
-}
-
-void shadow_a_file(SCRIPTED_SCENE& scene)
-{
-    scene.tree.write("old_raw_data/a.txt", "x");
-    scene.tree.write("raw_data/a.txt", "x");
-}
 
 // What the run is to come to at a display with nobody in front of it.
 struct AT_A_DISPLAY
@@ -55,13 +24,24 @@ struct AT_A_DISPLAY
     int status;
 };
 
-const AT_A_DISPLAY AT_DISPLAYS[] = {{remove_database, true, PROGRAM_RUN::HUNG},
-                                    {remove_plugin, true, PROGRAM_RUN::HUNG},
-                                    {forbid_folder, true, PROGRAM_RUN::HUNG},
-                                    {add_broken_plugin, false, PROGRAM_RUN::HUNG},
-                                    {nothing, false, PROGRAM_RUN::HUNG}, // the selection
-                                    {add_broken_plugin, true, 1},
-                                    {shadow_a_file, true, 0}};
+const AT_A_DISPLAY AT_DISPLAYS[] = {
+    {[](SCRIPTED_SCENE& scene) { scene.tree.remove("raw_data/db"); }, true, PROGRAM_RUN::HUNG},
+    {[](SCRIPTED_SCENE& scene) { scene.tree.remove(PLUGIN); }, true, PROGRAM_RUN::HUNG},
+    {[](SCRIPTED_SCENE& scene) {
+         scene.tree.make_folder("raw_data/secret");
+         scene.tree.open_to_everybody();
+         scene.tree.set_permissions("raw_data/secret", 0);
+         scene.gox.unprivileged = true;
+     },
+     true, PROGRAM_RUN::HUNG},
+    {[](SCRIPTED_SCENE& scene) { scene.tree.add_plugin("missing_symbol"); }, false, PROGRAM_RUN::HUNG},
+    {[](SCRIPTED_SCENE&) {}, false, PROGRAM_RUN::HUNG}, // the selection
+    {[](SCRIPTED_SCENE& scene) { scene.tree.add_plugin("missing_symbol"); }, true, 1},
+    {[](SCRIPTED_SCENE& scene) {
+         scene.tree.write("old_raw_data/a.txt", "x");
+         scene.tree.write("raw_data/a.txt", "x");
+     },
+     true, 0}};
 
 } // namespace
 
@@ -78,10 +58,10 @@ private slots:
         const VIRTUAL_DISPLAY display;
         if (display.name().isEmpty())
             GOX_SKIP("no Xvfb");
-        std::vector<std::unique_ptr<SCRIPTED_SCENE>> scenes; // side by side, as it takes a while to see
-        for (const AT_A_DISPLAY& row : AT_DISPLAYS) {
-            scenes.push_back(std::make_unique<SCRIPTED_SCENE>());
-            SCRIPTED_SCENE& scene = *scenes.back();
+        SCRIPTED_SCENE scenes[std::size(AT_DISPLAYS)]; // side by side, as it takes a while to see
+        for (std::size_t i = 0; i < std::size(AT_DISPLAYS); ++i) {
+            const AT_A_DISPLAY& row = AT_DISPLAYS[i];
+            SCRIPTED_SCENE& scene = scenes[i];
             scene.gox.extra.insert("DISPLAY", display.name());
             scene.gox.limit = row.status == PROGRAM_RUN::HUNG ? 1000 : 20000;
             scene.configuration.silent = row.silent;
@@ -90,8 +70,8 @@ private slots:
             write_configuration(scene.tree, "ci", scene.configuration);
             QVERIFY(scene.gox.start({"--configuration=ci"}));
         }
-        for (std::size_t i = scenes.size(); i-- > 0;)
-            GOX_COMPARE_STATUS(scenes[i]->gox.wait(), AT_DISPLAYS[i].status, scenes[i]->gox);
+        for (std::size_t i = std::size(AT_DISPLAYS); i-- > 0;)
+            GOX_COMPARE_STATUS(scenes[i].gox.wait(), AT_DISPLAYS[i].status, scenes[i].gox);
 
         // With both settings nobody is, and the window that watches goes its way.
         SCRIPTED_SCENE scene;
@@ -172,12 +152,14 @@ private slots:
     void log_that_is_cut_off()
     {
         SCRIPTED_SCENE scene;
+        scene.tree.write_script("processor p\naction a\n" + QByteArray("says much\n").repeated(5000));
+        write_configuration(scene.tree, "ci", scene.configuration);
         {
-            const FULL_DISK full_for_children(true, 1000); // the configuration and the script fit
-            QVERIFY(scene.start("processor p\naction a\nlong " + QByteArray(2000, 'x')));
+            const FULL_DISK full_for_children(true);
+            QVERIFY(scene.gox.start({"--configuration=ci"}));
         }
         GOX_COMPARE_STATUS(scene.gox.wait(), 0, scene.gox);
-        QCOMPARE(scene.tree.read("tool/gox.log").size(), 1000);
+        QCOMPARE(scene.tree.read("tool/gox.log").size(), 100);
         QVERIFY2(scene.gox.out.contains("/gox.log: it is cut off") && !scene.gox.out.contains("/gox.log, "),
                  scene.gox.report());
     }

@@ -7,7 +7,7 @@
 #include "tests/support/watched_test.h"
 
 /// What other tests lean on must itself be right.
-class tst_support : public WATCHED_TEST
+class TST_SUPPORT : public WATCHED_TEST
 {
     Q_OBJECT
 
@@ -57,5 +57,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(tst_support)
+QTEST_MAIN(TST_SUPPORT)
 #include "tst_support.moc"
