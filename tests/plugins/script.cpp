@@ -1,126 +1,105 @@
 #include "tests/plugins/script.h"
 
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 #include <QtCore/QMap>
 #include <QtCore/QRegularExpression>
 
 namespace {
 
-const qint64 MOST_BYTES = 64 * 1024 * 1024;
+const char NOTHING[] = "", ANYTHING[] = ".*", TEXT[] = ".+", NUMBER[] = "-?\\d{1,9}", PATH[] = ".*/.*",
+           CRASH[] = "\\w+ (\\d+|overflow|throw|exit:\\d+)", RULE[] = "\\S+ \\S+",
+           TIME[] = "\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ";
 
 // What the argument of each word has to look like.
-using GRAMMAR = QMap<QString, QString>;
+struct WORDS
+{
+    const char* of;
+    const char* words;
+    const char* argument;
+};
 
-const QString NOTHING, ANYTHING = QStringLiteral(".*"), TEXT = QStringLiteral(".+"),
-                       NUMBER = QStringLiteral("-?\\d{1,9}"), PATH = QStringLiteral(".*/.*"),
-                       TIME = QStringLiteral("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ");
-const QString CRASH = QStringLiteral("\\w+ (\\d+|overflow|throw|exit:\\d+)");
-const GRAMMAR OF_A_SCRIPT = {{"trace", TEXT}, {"processor", TEXT}, {"crashes", CRASH}};
-const GRAMMAR OF_A_PROCESSOR = {
-    {"action", TEXT},         {"order", NUMBER},           {"scan", TEXT},
-    {"virtual", PATH},        {"collecting_raises", TEXT}, {"collecting_warns", TEXT},
-    {"collecting_asks", TEXT}};
-const GRAMMAR OF_AN_ACTION = {{"action", TEXT},
-                              {"long", TEXT},
-                              {"group", TEXT},
-                              {"reads", TEXT},
-                              {"writes", PATH},
-                              {"preset", TEXT},
-                              {"begins", NUMBER},
-                              {"total", NUMBER},
-                              {"ends", NUMBER},
-                              {"stamp", TIME},
-                              {"depends", TEXT},
-                              {"pulls", TEXT},
-                              {"ignores_dependencies", NOTHING},
-                              {"needs_review", NOTHING},
-                              {"review_fails", NOTHING},
-                              {"ignores_abort", NOTHING},
-                              {"leaves_targets", NOTHING},
-                              {"says", ANYTHING},
-                              {"warns", ANYTHING},
-                              {"raises", ANYTHING},
-                              {"takes", NUMBER},
-                              {"awaits_abort", NOTHING},
-                              {"progress", NUMBER},
-                              {"services", NOTHING},
-                              {"files", NOTHING},
-                              {"rule", QStringLiteral("\\S+ \\S+")}};
+const WORDS ALL_WORDS[] = {
+    {"a script", "trace processor", TEXT},
+    {"a script", "crashes", CRASH},
+    {"a processor", "action scan collecting_raises collecting_warns collecting_asks", TEXT},
+    {"a processor", "order", NUMBER},
+    {"a processor", "virtual", PATH},
+    {"an action", "action long group reads preset depends pulls", TEXT},
+    {"an action", "writes", PATH},
+    {"an action", "stamp", TIME},
+    {"an action", "begins total ends takes progress", NUMBER},
+    {"an action", "says warns raises", ANYTHING},
+    {"an action", "rule", RULE},
+    {"an action", "ignores_dependencies needs_review review_fails ignores_abort awaits_abort services files",
+     NOTHING}};
 
 class SCRIPT_READER
 {
 public:
-    explicit SCRIPT_READER(const QString& file_name) : m_file_name(file_name) {}
-
-    SCRIPT read(const QString& text)
+    SCRIPT read(const QString& text, const QString& file_name)
     {
         for (const QString& raw_line : text.split('\n')) {
-            ++m_line;
+            m_place = QStringLiteral("%1:%2: ").arg(file_name).arg(++m_line);
             const QString line = raw_line.trimmed();
             if (!line.isEmpty() && !line.startsWith('#'))
                 read_line(line.section(' ', 0, 0), line.section(' ', 1).trimmed());
         }
-        for (auto link = m_links.cbegin(); link != m_links.cend(); ++link)
-            if (!m_actions.contains(link.value())) {
-                m_line = link.key();
-                fail(QStringLiteral("there is no action \"%1\"").arg(link.value()));
-            }
+        for (const auto& [place, name] : qAsConst(m_links))
+            if (!m_actions.contains(name))
+                m_script.errors.append(place + "there is no action \"" + name + '"');
         return m_script;
     }
 
 private:
+    const char* form_of(const QString& word) const
+    {
+        for (const WORDS& known : ALL_WORDS)
+            if ((known.of == m_context || known.of == QLatin1String("a script")) &&
+                QString(known.words).split(' ').contains(word))
+                return known.argument;
+        return nullptr;
+    }
+
     void read_line(const QString& word, const QString& argument)
     {
-        const bool is_general = OF_A_SCRIPT.contains(word);
-        if (!is_general && m_script.processors.isEmpty())
-            return fail(QStringLiteral("\"%1\" stands before the first processor").arg(word));
-        const GRAMMAR& grammar = is_general ? OF_A_SCRIPT : m_in_action ? OF_AN_ACTION : OF_A_PROCESSOR;
-        if (!grammar.contains(word))
-            return fail(QStringLiteral("\"%1\" is no word of %2")
-                            .arg(word, m_in_action ? "an action" : "a processor"));
-        if (!QRegularExpression("^(" + grammar[word] + ")$").match(argument).hasMatch())
-            fail(QStringLiteral("\"%1\" can't have the argument \"%2\"").arg(word, argument));
+        const char* const form = form_of(word);
+        if (!form)
+            return fail("\"%1\" is no word of %2", word, m_context);
+        if (!QRegularExpression("^(" + QString(form) + ")$").match(argument).hasMatch())
+            fail("\"%1\" can't have the argument \"%2\"", word, argument);
         if (word == "trace") {
             m_script.trace = argument;
         } else if (word == "crashes") {
             m_script.crash = argument;
         } else if (word == "processor") {
-            m_script.processors.append(SCRIPT_PROCESSOR());
-            m_script.processors.last().name = argument;
-            m_in_action = false;
+            m_script.processors.append(SCRIPT_PROCESSOR{{argument, {}}, {}});
+            m_part = &m_script.processors.last();
+            m_context = "a processor";
         } else if (word == "action") {
-            begin_action(argument);
+            if (m_actions.contains(argument))
+                fail("%1 \"%2\" is there already", word, argument);
+            m_actions.append(argument);
+            m_script.processors.last().actions.append(SCRIPT_PART{argument, {}});
+            m_part = &m_script.processors.last().actions.last();
+            m_context = "an action";
         } else {
-            SCRIPT_PROCESSOR& processor = m_script.processors.last();
-            (m_in_action ? processor.actions.last() : processor).lines.append({word, argument});
+            m_part->lines.append({word, argument});
             if (word == "depends" || word == "pulls")
-                m_links.insert(m_line, argument);
+                m_links.append({m_place, argument});
         }
     }
 
-    void begin_action(const QString& name)
+    void fail(const char* text, const QString& first, const QString& second)
     {
-        if (m_actions.contains(name))
-            fail(QStringLiteral("there is an action \"%1\" in line %2 already")
-                     .arg(name)
-                     .arg(m_actions[name]));
-        m_actions.insert(name, m_line);
-        m_script.processors.last().actions.append(SCRIPT_PART{name, {}});
-        m_in_action = true;
+        m_script.errors.append(m_place + QString(text).arg(first, second));
     }
 
-    void fail(const QString& text)
-    {
-        m_script.errors.append(QStringLiteral("%1:%2: %3").arg(m_file_name).arg(m_line).arg(text));
-    }
-
-    QString m_file_name;
-    int m_line = 0;
-    bool m_in_action = false;
-    QMap<QString, int> m_actions; // name to line
-    QMap<int, QString> m_links;   // line to name
     SCRIPT m_script;
+    SCRIPT_PART* m_part = nullptr;            // the processor or action at hand
+    QString m_context = "a script";           // what it is
+    int m_line = 0;                           // from 1 up
+    QString m_place;                          // of the line, in words
+    QStringList m_actions;                    // names
+    QVector<QPair<QString, QString>> m_links; // place to name
 };
 
 } // namespace
@@ -139,25 +118,7 @@ QString SCRIPT_PART::text(const QString& word, const QString& otherwise) const
     return (QStringList(otherwise) + all(word)).last();
 }
 
-int SCRIPT_PART::number(const QString& word, int otherwise) const
-{
-    return text(word, QString::number(otherwise)).toInt();
-}
-
 SCRIPT SCRIPT::parse(const QString& text, const QString& file_name)
 {
-    return SCRIPT_READER(file_name).read(text);
-}
-
-SCRIPT SCRIPT::load(const QString& path)
-{
-    QFile file(path);
-    SCRIPT failed;
-    if (!file.open(QIODevice::ReadOnly))
-        failed.errors.append(QStringLiteral("%1: %2").arg(path, file.errorString()));
-    else if (file.size() > MOST_BYTES)
-        failed.errors.append(QStringLiteral("%1: too large for a script").arg(path));
-    else
-        return parse(QString::fromUtf8(file.readAll()), QFileInfo(path).fileName());
-    return failed;
+    return SCRIPT_READER().read(text, file_name);
 }

@@ -25,7 +25,6 @@
 ///       long TEXT               the long display text; NAME without
 ///       reads PATH              an input
 ///       writes [intermediate] [secondary] PATH
-///       leaves_targets          does not write its targets (it does otherwise)
 ///       stamp TIME
 ///       group LABEL             one action group for all with this label
 ///       depends ACTION          add_dependency, without pulling it along
@@ -60,7 +59,10 @@ struct SCRIPT_PART // a processor or an action
 
     QStringList all(const QString& word) const;                                    ///< the word's arguments
     QString text(const QString& word, const QString& otherwise = QString()) const; ///< the last of them
-    int number(const QString& word, int otherwise = 0) const;
+    int number(const QString& word, const QString& otherwise = QString()) const
+    {
+        return text(word, otherwise).toInt();
+    }
     bool has(const QString& word) const { return !all(word).isEmpty(); }
 };
 
@@ -78,7 +80,4 @@ struct SCRIPT
 
     /// Reads the text; `file_name` is for the errors.
     static SCRIPT parse(const QString& text, const QString& file_name);
-
-    /// The same from a file; a file that can't be read is an error.
-    static SCRIPT load(const QString& path);
 };

@@ -1,6 +1,5 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 #include <QtCore/QObject>
 
 #include <cstdio>
@@ -10,22 +9,18 @@
 
 namespace {
 
-QString script_path()
+QString script_text()
 {
-    const QString named = QString::fromUtf8(qgetenv("GOX_SCRIPT"));
-    return named.isEmpty() ? QCoreApplication::applicationDirPath() + QStringLiteral("/script.txt") : named;
+    QFile script(QCoreApplication::applicationDirPath() + QStringLiteral("/script.txt"));
+    return QString::fromUtf8(script.open(QIODevice::ReadOnly) ? script.readAll() : QByteArray());
 }
 
+// Maybe ahead of the statics of others, with which a script is read as a whole.
 bool come_to(const char* call)
 {
-    // Ahead of the statics of others, with which a script is read as a whole.
-    QFile script(script_path());
-    if (script.open(QIODevice::ReadOnly))
-        while (!script.atEnd()) {
-            const QString line = QString::fromUtf8(script.readLine()).trimmed();
-            if (line.startsWith(QLatin1String("crashes ")))
-                crash_if_told(line.section(' ', 1), call);
-        }
+    for (const QString& line : script_text().split('\n'))
+        if (line.startsWith(QLatin1String("crashes ")))
+            crash_if_told(line.section(' ', 1), call);
     return true;
 }
 
@@ -39,8 +34,7 @@ const FAREWELL s_farewell;
 
 } // namespace
 
-/// Runs script.txt beside the program, or the file that the environment
-/// variable GOX_SCRIPT names. Without a script there are no processors.
+/// Runs script.txt beside the program. Without a script there are no processors.
 class SCRIPTED_PLUGIN : public QObject, public PLUGIN_INTERFACE
 {
     Q_OBJECT
@@ -53,9 +47,8 @@ public:
     QVector<PROCESSOR_INTERFACE*> processors_of_plugin() override
     {
         come_to("processors_of_plugin");
-        if (qEnvironmentVariableIsEmpty("GOX_SCRIPT") && !QFileInfo::exists(script_path()))
-            return {};
-        return scripted_processors(SCRIPT::load(script_path()), QCoreApplication::applicationDirPath());
+        return scripted_processors(SCRIPT::parse(script_text(), QStringLiteral("script.txt")),
+                                   QCoreApplication::applicationDirPath());
     }
 };
 

@@ -37,12 +37,9 @@ class SCRIPTED_RUN
 public:
     SCRIPTED_RUN(const SCRIPT& script, const QString& folder) : m_crash(script.crash)
     {
-        if (script.trace.isEmpty())
-            return;
         m_trace.setFileName(folder + '/' + script.trace);
-        if (!m_trace.open(QIODevice::WriteOnly))
-            std::fprintf(stderr, "%s: %s\n", qPrintable(m_trace.fileName()),
-                         qPrintable(m_trace.errorString()));
+        if (!script.trace.isEmpty() && !m_trace.open(QIODevice::WriteOnly))
+            qFatal("%s: %s", qPrintable(m_trace.fileName()), qPrintable(m_trace.errorString()));
     }
 
     // Any thread.
@@ -50,11 +47,10 @@ public:
     {
         come_to(call);
         const QMutexLocker lock(&m_mutex);
-        if (!m_trace.isOpen())
-            return;
         const bool is_main = QThread::currentThread() == QCoreApplication::instance()->thread();
-        m_trace.write(QByteArray(is_main ? "main " : "build ") + call + ' ' + name.toUtf8() + '\n');
-        m_trace.flush(); // the process may end at any moment, without a farewell
+        const QByteArray line = QByteArray(is_main ? "main " : "build ") + call + ' ' + name.toUtf8() + '\n';
+        if (m_trace.isOpen() && m_trace.write(line) > 0)
+            m_trace.flush(); // the process may end at any moment, without a farewell
     }
 
     void come_to(const char* call) const { crash_if_told(m_crash, call); }
@@ -150,9 +146,7 @@ public:
                 add_output_line(QStringLiteral("aborted"));
                 return ACTION_FAILED;
             }
-        if (!m_script.has("leaves_targets") && !write_targets())
-            return ACTION_FAILED;
-        return m_script.number("ends", ACTION_SUCCEEDED);
+        return !write_targets() ? int(ACTION_FAILED) : m_script.number("ends", "2");
     }
 
     bool checks_dependencies() override
@@ -188,11 +182,8 @@ private:
             qWarning("%s", qUtf8Printable(argument));
         else if (word == "raises")
             FW::raise_message_box(argument);
-        else if (word == "takes")
-            return wait(argument.toInt());
-        else if (word == "awaits_abort")
-            while (!m_aborted)
-                QThread::msleep(1);
+        else if (word == "takes" || word == "awaits_abort")
+            wait(argument);
         else if (word == "progress")
             progress_current = argument.toInt();
         else if (word == "services")
@@ -207,41 +198,37 @@ private:
         return !is_stopped();
     }
 
-    bool wait(int milliseconds)
+    // Until it is asked to stop, or the time is over where one is told.
+    void wait(const QString& milliseconds)
     {
         QElapsedTimer watch;
         watch.start();
-        while (watch.elapsed() < milliseconds) {
-            if (is_stopped())
-                return false;
+        while (milliseconds.isEmpty() ? !m_aborted : !is_stopped() && watch.elapsed() < milliseconds.toInt())
             QThread::msleep(1);
-        }
-        return true;
     }
 
     void say_rule(const QString& rule_and_property, const RULE_CACHE& rules)
     {
-        const QString name = rule_and_property.section(' ', 0, 0);
-        const QString property = rule_and_property.section(' ', 1).toLower();
-        const RULE rule =
-            rules.get(PATHS::logical_path(scripted_place(m_script.all("reads").value(0))), name);
-        const QString value = !rule.found                      ? QStringLiteral("no rule")
-                              : rule.values.contains(property) ? rule.values.value(property).value.toString()
-                                                               : QStringLiteral("no value");
-        add_output_line(rule_and_property + ": " + value);
+        const LOGICAL_PATH path = PATHS::logical_path(scripted_place(m_script.all("reads").value(0)));
+        const RULE rule = rules.get(path, rule_and_property.section(' ', 0, 0));
+        const auto value = rule.values.find(rule_and_property.section(' ', 1).toLower());
+        add_output_line(rule_and_property + ": " +
+                        (!rule.found                  ? QStringLiteral("no rule")
+                         : value == rule.values.end() ? QStringLiteral("no value")
+                                                      : value->value.toString()));
     }
 
     void say_files()
     {
         for (const FILE_ENTRY* file : qAsConst(input_files))
-            say_file(QStringLiteral("input"), *file);
-        for (auto target = target_files.cbegin(); target != target_files.cend(); ++target)
-            say_file(QStringLiteral("target"), *target.key());
+            say_file("input ", *file);
+        for (const FILE_ENTRY* file : target_files.keys())
+            say_file("target ", *file);
     }
 
-    void say_file(const QString& role, const FILE_ENTRY& file)
+    void say_file(const char* role, const FILE_ENTRY& file)
     {
-        add_output_line(role + ' ' + file.physical + ' ' + file.local_time.toUTC().toString(Qt::ISODate) +
+        add_output_line(role + file.physical + ' ' + file.local_time.toUTC().toString(Qt::ISODate) +
                         (file.virtual_file ? " virtual" : "") + (file.intermediate ? " intermediate" : "") +
                         (file.out_of_date_source ? " outdated_source" : "") +
                         (file.out_of_date_target ? " outdated_target" : ""));
@@ -249,8 +236,8 @@ private:
 
     bool write_targets()
     {
-        for (auto target = target_files.cbegin(); target != target_files.cend(); ++target) {
-            QFile file(target.key()->physical); // in the spelling that its folder has
+        for (const FILE_ENTRY* target : target_files.keys()) {
+            QFile file(target->physical); // in the spelling that its folder has
             const QByteArray text = "made by " + m_script.name.toUtf8() + '\n';
             if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush()) {
                 add_output_line(file.fileName() + ": " + file.errorString());
@@ -289,9 +276,8 @@ public:
         QVector<VIRTUAL_FILE> files;
         for (const QString& argument : m_script.all("virtual")) {
             const QDateTime time = QDateTime::fromString(argument.section(' ', 0, 0), Qt::ISODate);
-            const PHYSICAL_PATH place =
-                scripted_place(argument.section(' ', time.isValid() ? 1 : 0).trimmed());
-            files.append(VIRTUAL_FILE{place, time.isValid() ? time : QDateTime::currentDateTimeUtc()});
+            const QString path = time.isValid() ? argument.section(' ', 1).trimmed() : argument;
+            files.append({scripted_place(path), time.isValid() ? time : QDateTime::currentDateTimeUtc()});
         }
         return files;
     }
@@ -310,11 +296,8 @@ public:
         }
         QVector<ACTION_INTERFACE*> actions;
         for (const SCRIPT_PART& script : m_script.actions) {
-            if (script.name == NULL_POINTER) {
-                actions.append(nullptr);
-                continue;
-            }
-            actions.append(new SCRIPTED_ACTION(script, group_of(script), this, m_run));
+            const bool is_null = script.name == NULL_POINTER;
+            actions.append(is_null ? nullptr : new SCRIPTED_ACTION(script, group_of(script), this, m_run));
             m_run->actions.insert(script.name, actions.last());
         }
         return actions;
@@ -332,14 +315,6 @@ private:
     const SCRIPT_PROCESSOR m_script;
     const QSharedPointer<SCRIPTED_RUN> m_run;
 };
-
-SCRIPT script_of_errors(const QStringList& errors)
-{
-    SCRIPT script = SCRIPT::parse(QStringLiteral("processor script\naction errors"), QString());
-    for (const QString& error : errors)
-        script.processors.first().actions.first().lines.append({"preset", error});
-    return script;
-}
 
 } // namespace
 
@@ -359,9 +334,13 @@ void crash_if_told(const QString& crash, const QString& call)
 
 QVector<PROCESSOR_INTERFACE*> scripted_processors(const SCRIPT& script, const QString& folder)
 {
-    for (const QString& error : script.errors)
+    SCRIPT to_run = script;
+    if (!script.errors.isEmpty()) // as an action that fails with them
+        to_run = SCRIPT::parse(QStringLiteral("processor script\naction errors"), QString());
+    for (const QString& error : script.errors) {
         std::fprintf(stderr, "%s\n", qPrintable(error));
-    const SCRIPT to_run = script.errors.isEmpty() ? script : script_of_errors(script.errors);
+        to_run.processors.first().actions.first().lines.append({"preset", error});
+    }
     const QSharedPointer<SCRIPTED_RUN> run(new SCRIPTED_RUN(to_run, folder));
     QVector<PROCESSOR_INTERFACE*> processors;
     for (const SCRIPT_PROCESSOR& processor : to_run.processors)

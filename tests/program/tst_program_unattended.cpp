@@ -1,7 +1,6 @@
 #include <QtTest/QtTest>
 
 #include <csignal>
-#include <iterator>
 #include <sys/stat.h>
 
 #include "tests/support/full_disk.h"
@@ -13,35 +12,7 @@
 namespace {
 
 const char ONE_ACTION[] = "processor p\naction a\n";
-const char PLUGIN[] = "tool/GOX_scripted." GOX_BUILD_TAG ".dll";
 const char ENDLESS[] = "trace trace.txt\nprocessor p\naction endless\nignores_abort\ntakes 600000\n";
-
-// What the run is to come to at a display with nobody in front of it.
-struct AT_A_DISPLAY
-{
-    void (*prepare)(SCRIPTED_SCENE&);
-    bool silent;
-    int status;
-};
-
-const AT_A_DISPLAY AT_DISPLAYS[] = {
-    {[](SCRIPTED_SCENE& scene) { scene.tree.remove("raw_data/db"); }, true, PROGRAM_RUN::HUNG},
-    {[](SCRIPTED_SCENE& scene) { scene.tree.remove(PLUGIN); }, true, PROGRAM_RUN::HUNG},
-    {[](SCRIPTED_SCENE& scene) {
-         scene.tree.make_folder("raw_data/secret");
-         scene.tree.open_to_everybody();
-         scene.tree.set_permissions("raw_data/secret", 0);
-         scene.gox.unprivileged = true;
-     },
-     true, PROGRAM_RUN::HUNG},
-    {[](SCRIPTED_SCENE& scene) { scene.tree.add_plugin("missing_symbol"); }, false, PROGRAM_RUN::HUNG},
-    {[](SCRIPTED_SCENE&) {}, false, PROGRAM_RUN::HUNG}, // the selection
-    {[](SCRIPTED_SCENE& scene) { scene.tree.add_plugin("missing_symbol"); }, true, 1},
-    {[](SCRIPTED_SCENE& scene) {
-         scene.tree.write("old_raw_data/a.txt", "x");
-         scene.tree.write("raw_data/a.txt", "x");
-     },
-     true, 0}};
 
 } // namespace
 
@@ -51,32 +22,18 @@ class TST_PROGRAM_UNATTENDED : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
-    // A box stays until somebody answers it, in a run that stops on errors. `silent`
-    // alone hides some of them and not others.
-    void a_person_is_waited_for()
+    // A display, and nobody at it: the boxes are answered, and the window that watches
+    // goes its way.
+    void nobody_is_waited_for_at_a_display()
     {
         const VIRTUAL_DISPLAY display;
         if (display.name().isEmpty())
             GOX_SKIP("no Xvfb");
-        SCRIPTED_SCENE scenes[std::size(AT_DISPLAYS)]; // side by side, as it takes a while to see
-        for (std::size_t i = 0; i < std::size(AT_DISPLAYS); ++i) {
-            const AT_A_DISPLAY& row = AT_DISPLAYS[i];
-            SCRIPTED_SCENE& scene = scenes[i];
-            scene.gox.extra.insert("DISPLAY", display.name());
-            scene.gox.limit = row.status == PROGRAM_RUN::HUNG ? 1000 : 20000;
-            scene.configuration.silent = row.silent;
-            scene.tree.write_script(ONE_ACTION);
-            row.prepare(scene);
-            write_configuration(scene.tree, "ci", scene.configuration);
-            QVERIFY(scene.gox.start({"--configuration=ci"}));
-        }
-        for (std::size_t i = std::size(AT_DISPLAYS); i-- > 0;)
-            GOX_COMPARE_STATUS(scenes[i].gox.wait(), AT_DISPLAYS[i].status, scenes[i].gox);
-
-        // With both settings nobody is, and the window that watches goes its way.
         SCRIPTED_SCENE scene;
         scene.gox.extra.insert("DISPLAY", display.name());
         scene.configuration.no_progress_dialog = false;
+        scene.tree.write("old_raw_data/a.txt", "shadowed");
+        scene.tree.write("raw_data/a.txt", "x");
         GOX_COMPARE_STATUS(
             scene.run("processor p\ncollecting_raises early\ncollecting_asks May I?\naction a\n"), 0,
             scene.gox);

@@ -3,7 +3,6 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
-#include <QtCore/QVector>
 
 /// A build log taken apart: the count line of the main log and one section an
 /// action.
@@ -27,9 +26,3 @@ public:
 private:
     QStringList m_bodies;
 };
-
-/// The log as it stands, with each time behind "Duration: " replaced by "*".
-QByteArray without_durations(const QByteArray& log);
-
-/// What the program adds to the output of an action that ran.
-QString end_of_executed_section();

@@ -1,10 +1,10 @@
 #include "tests/support/dialog_answers.h"
 
 #include <QtTest/QTest>
+#include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QDialog>
 #include <QtWidgets/QMessageBox>
-#include <QtWidgets/QPushButton>
 
 DIALOG_ANSWERS::DIALOG_ANSWERS()
 {
@@ -12,28 +12,26 @@ DIALOG_ANSWERS::DIALOG_ANSWERS()
     m_timer.start(2);
 }
 
-void DIALOG_ANSWERS::press_default()
+void DIALOG_ANSWERS::press(const std::function<QWidget*(QMessageBox*)>& button_of)
 {
-    answer_with([](QDialog* dialog) {
+    answer_with([button_of](QDialog* dialog) {
         QMessageBox* const box = qobject_cast<QMessageBox*>(dialog);
-        QPushButton* const button = box ? qobject_cast<QPushButton*>(box->focusWidget()) : nullptr;
-        if (button)
+        QWidget* const button = box ? button_of(box) : nullptr;
+        if (qobject_cast<QAbstractButton*>(button))
             QTest::mouseClick(button, Qt::LeftButton);
         else
             dialog->reject();
     });
 }
 
+void DIALOG_ANSWERS::press_default()
+{
+    press(&QMessageBox::focusWidget);
+}
+
 void DIALOG_ANSWERS::press_yes()
 {
-    answer_with([](QDialog* dialog) {
-        QMessageBox* const box = qobject_cast<QMessageBox*>(dialog);
-        QAbstractButton* const button = box ? box->button(QMessageBox::Yes) : nullptr;
-        if (button)
-            QTest::mouseClick(button, Qt::LeftButton);
-        else
-            dialog->reject();
-    });
+    press([](QMessageBox* box) { return box->button(QMessageBox::Yes); });
 }
 
 void DIALOG_ANSWERS::answer_with(const std::function<void(QDialog*)>& answer)

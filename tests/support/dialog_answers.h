@@ -8,6 +8,8 @@
 #include <functional>
 
 class QDialog;
+class QMessageBox;
+class QWidget;
 
 /// Answers the modal dialogs that come up while it lives, from a check that
 /// runs in their event loops. A dialog that nothing is queued for is rejected,
@@ -36,6 +38,8 @@ private slots:
     void look();
 
 private:
+    void press(const std::function<QWidget*(QMessageBox*)>& button_of);
+
     QTimer m_timer;
     QVector<QDialog*> m_in_hand; // whose answers still run: one may wait, and bring up the next
     QVector<std::function<void(QDialog*)>> m_answers;

@@ -18,8 +18,7 @@ namespace {
 class CHILD_PROCESS : public QProcess
 {
 public:
-    bool unprivileged = false;
-    bool closed_console = false;
+    explicit CHILD_PROCESS(const PROGRAM_RUN& run) : m_run(run) {}
 
 protected:
     // Runs in the child between fork and exec.
@@ -27,13 +26,16 @@ protected:
     {
 #ifdef Q_OS_UNIX
         const uid_t nobody = 65534;
-        if (unprivileged && ::getuid() == 0)
+        if (m_run.unprivileged && ::getuid() == 0)
             if (::setgroups(0, nullptr) != 0 || ::setgid(nobody) != 0 || ::setuid(nobody) != 0)
                 ::_exit(127);
-        for (int stream = 0; closed_console && stream <= 2; ++stream)
+        for (int stream = 0; m_run.closed_console && stream <= 2; ++stream)
             ::close(stream);
 #endif
     }
+
+private:
+    const PROGRAM_RUN& m_run;
 };
 
 } // namespace
@@ -52,49 +54,40 @@ QProcessEnvironment PROGRAM_RUN::environment() const
 {
     QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "LANGUAGE"})
-        result.remove(QLatin1String(name));
-    const QString locale = plain_locale ? QStringLiteral("C") : QStringLiteral("C.UTF-8");
-    result.insert(QStringLiteral("LANG"), locale);
-    result.insert(QStringLiteral("LC_ALL"), locale);
+        result.remove(name);
+    for (const char* name : {"LANG", "LC_ALL"})
+        result.insert(name, plain_locale ? "C" : "C.UTF-8");
     // No settings of the person who runs the tests are read or written.
-    result.insert(QStringLiteral("HOME"), m_tree.path());
-    result.insert(QStringLiteral("XDG_CONFIG_HOME"), m_tree.path(QStringLiteral("settings")));
-    result.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_tree.path());
+    for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"})
+        result.insert(name, m_tree.path());
     result.insert(extra);
     return result;
 }
 
 bool PROGRAM_RUN::start(const QStringList& arguments)
 {
-    auto process = std::make_unique<CHILD_PROCESS>();
-    process->unprivileged = unprivileged;
-    process->closed_console = closed_console;
-    m_process = std::move(process);
+    m_process = std::make_unique<CHILD_PROCESS>(*this);
     m_arguments = arguments;
     m_status = NOT_STARTED;
-    out.clear();
-    err.clear();
     m_process->setProcessEnvironment(environment());
     m_process->setWorkingDirectory(m_tree.path(folder));
-    if (!output_file.isEmpty())
-        m_process->setStandardOutputFile(output_file);
+    m_process->setStandardOutputFile(output_file);
     m_process->start(m_tree.program(), arguments, QIODevice::ReadOnly);
     return m_process->waitForStarted(limit);
 }
 
 int PROGRAM_RUN::wait()
 {
-    if (!m_process || m_process->error() == QProcess::FailedToStart)
+    if (m_process->error() == QProcess::FailedToStart)
         return m_status;
-    const bool ended = m_process->state() == QProcess::NotRunning || m_process->waitForFinished(limit);
-    if (!ended) {
+    const bool hangs = m_process->state() != QProcess::NotRunning && !m_process->waitForFinished(limit);
+    if (hangs) {
         m_process->kill();
         m_process->waitForFinished();
-        m_status = HUNG;
-    } else {
-        m_status = m_process->exitStatus() == QProcess::NormalExit ? m_process->exitCode() : CRASHED;
-        signal = m_status == CRASHED ? m_process->exitCode() : 0;
     }
+    const bool crashed = m_process->exitStatus() != QProcess::NormalExit;
+    signal = crashed ? m_process->exitCode() : 0;
+    m_status = hangs ? int(HUNG) : crashed ? int(CRASHED) : m_process->exitCode();
     out = m_process->readAllStandardOutput();
     err = m_process->readAllStandardError();
     return m_status;
@@ -131,10 +124,6 @@ void PROGRAM_RUN::send_signal(int number)
 
 QByteArray PROGRAM_RUN::report() const
 {
-    const QByteArray ended = m_status == HUNG          ? QByteArray("hung and was killed")
-                             : m_status == CRASHED     ? QByteArray("crashed")
-                             : m_status == NOT_STARTED ? QByteArray("did not start")
-                                                       : "ended with " + QByteArray::number(m_status);
-    return "gox " + m_arguments.join(' ').toUtf8() + ' ' + ended + "\nstandard output:\n" + out +
-           "\nstandard error:\n" + err;
+    return "gox " + m_arguments.join(' ').toUtf8() + " ended with " + QByteArray::number(m_status) +
+           "\nstandard output:\n" + out + "\nstandard error:\n" + err;
 }

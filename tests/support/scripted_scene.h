@@ -3,10 +3,16 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QStringList>
 
+#include "contracts/configuration/configuration.h"
 #include "tests/support/build_log.h"
-#include "tests/support/configurations.h"
 #include "tests/support/program_run.h"
 #include "tests/support/temporary_tree.h"
+
+/// A configuration of an unattended run: `silent`, no progress window.
+CONFIGURATION unattended_configuration();
+
+/// Saves it as tool/GOX/<name>_configuration.xml of the tree.
+void write_configuration(const TEMPORARY_TREE& tree, const QString& name, const CONFIGURATION& configuration);
 
 /// A tree with the program and the scripted plugin, and an unattended run of it:
 /// the least that a test of the real program needs.
@@ -27,11 +33,8 @@ public:
     /// The same without waiting for the end.
     bool start(const QByteArray& script, const QStringList& more = QStringList());
 
-    BUILD_LOG log(const char* name = "gox.log") const;
-
-    /// The lines of "trace.txt"; `only` keeps those with this call in them.
-    QStringList trace(const QString& only = QString()) const;
-
-private:
-    QStringList arguments(const QStringList& more) const;
+    BUILD_LOG log(const char* name = "gox.log") const
+    {
+        return BUILD_LOG(tree.read(QStringLiteral("tool/") + QLatin1String(name)));
+    }
 };

@@ -1,16 +1,8 @@
 #include "tests/support/window_text.h"
 
-#include <QtCore/QVector>
-#include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QAbstractSpinBox>
 #include <QtWidgets/QComboBox>
-#include <QtWidgets/QGroupBox>
-#include <QtWidgets/QLabel>
-#include <QtWidgets/QLineEdit>
-#include <QtWidgets/QPlainTextEdit>
-#include <QtWidgets/QPushButton>
-#include <QtWidgets/QSpinBox>
-#include <QtWidgets/QTabWidget>
-#include <QtWidgets/QTextEdit>
+#include <QtWidgets/QProgressBar>
 
 namespace {
 
@@ -54,22 +46,13 @@ QString items_of(const QComboBox& box)
 /// What the widget says; null for one that only holds others.
 QString words_of(const QWidget& widget)
 {
-    if (const auto* button = qobject_cast<const QAbstractButton*>(&widget))
-        return button->text() + QString("");
-    if (const auto* label = qobject_cast<const QLabel*>(&widget))
-        return label->text() + QString("");
-    if (const auto* line = qobject_cast<const QLineEdit*>(&widget))
-        return line->text() + QString("");
     if (const auto* box = qobject_cast<const QComboBox*>(&widget))
         return items_of(*box) + QString("");
-    if (const auto* group = qobject_cast<const QGroupBox*>(&widget))
-        return group->title() + QString("");
-    if (const auto* spin = qobject_cast<const QAbstractSpinBox*>(&widget))
-        return spin->text() + QString("");
-    if (const auto* text = qobject_cast<const QPlainTextEdit*>(&widget))
-        return text->toPlainText() + QString("");
-    if (const auto* text = qobject_cast<const QTextEdit*>(&widget))
-        return text->toPlainText() + QString("");
+    if (qobject_cast<const QProgressBar*>(&widget))
+        return {};
+    for (const char* property : {"text", "title", "plainText"})
+        if (const QVariant words = widget.property(property); words.isValid())
+            return words.toString() + QString("");
     return {};
 }
 
