@@ -11,8 +11,8 @@ namespace {
 
 const int NOWHERE = 0x7fffffff;
 
-// More bits than this for all levels together and positions are kept in heaps.
-const std::size_t MOST_BITS = std::size_t(1) << 29;
+// With more levels each has few positions in many words of bits, and heaps are quicker.
+const int MOST_LEVELS_IN_BITS = 256;
 
 // Positions of a sort of which the first never moves back: one bit each.
 class POSITION_BITS
@@ -169,7 +169,6 @@ FW::VECTOR<int> order_by_level(const FW::VECTOR<int>& levels)
 {
     int level_count = 0;
     const FW::VECTOR<int> ranks = ranks_of(levels, level_count);
-    const bool has_few_levels = std::size_t(level_count) <= MOST_BITS / (levels.size() + 1);
-    return has_few_levels ? exchange_sorted<POSITION_BITS>(ranks, level_count)
-                          : exchange_sorted<POSITION_HEAP>(ranks, level_count);
+    return level_count <= MOST_LEVELS_IN_BITS ? exchange_sorted<POSITION_BITS>(ranks, level_count)
+                                              : exchange_sorted<POSITION_HEAP>(ranks, level_count);
 }

@@ -32,8 +32,8 @@ SEQUENCE::SEQUENCE(const FW::VECTOR<int>& order)
 
 void SEQUENCE::move_behind(int element, int other)
 {
-    if (other == element || before(element) == other)
-        return;
+    if (before(element) == other)
+        return; // keeps its label
     m_next[std::size_t(before(element))] = behind(element);
     m_previous[std::size_t(behind(element))] = before(element);
     link_behind(element, other);
@@ -41,7 +41,7 @@ void SEQUENCE::move_behind(int element, int other)
 
 void SEQUENCE::move_before(int element, int other)
 {
-    if (other != element && behind(element) != other)
+    if (behind(element) != other)
         move_behind(element, before(other));
 }
 

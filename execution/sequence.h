@@ -15,8 +15,8 @@ public:
     bool comes_before(int a, int b) const { return m_label[std::size_t(a)] < m_label[std::size_t(b)]; }
     int before(int element) const { return m_previous[std::size_t(element)]; } ///< END for the first
     int behind(int element) const { return m_next[std::size_t(element)]; }     ///< END for the last
-    void move_behind(int element, int other); ///< `other` may be END: to the front
-    void move_before(int element, int other); ///< `other` may be END: to the back
+    void move_behind(int element, int other); ///< another one, or END: to the front
+    void move_before(int element, int other); ///< another one, or END: to the back
     FW::VECTOR<int> to_vector() const;
 
     const int END; ///< stands ahead of the first and behind the last element
