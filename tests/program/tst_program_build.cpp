@@ -34,6 +34,7 @@ QString state_of(const BUILD_SESSION& session)
     }
     for (PROCESSOR_INTERFACE* processor : session.processors)
         lines.append(processor->name() + ' ' + QString::number(processor->finished_actions));
+    lines.append(session.written_logs.join(' '));
     static const QRegularExpression ran(QStringLiteral("/={37}/Duration: \\d+ msec\\(s\\)/"));
     return lines.join('\n').replace(ran, QStringLiteral(" (ran)"));
 }
@@ -92,8 +93,8 @@ class TST_PROGRAM_BUILD : public WATCHED_TEST
 private slots:
     void builds_data()
     {
-        add_cases("program/inside.cases",
-                  {"script", "files", "output", "paused", "abort at", "passes", "left"});
+        add_cases("program/inside.cases", {"script", "files", "output", "paused", "abort at", "passes",
+                                           "providers", "consumers", "plan", "left"});
     }
     void builds()
     {
@@ -101,6 +102,8 @@ private slots:
         STEP_SCENE scene;
         BUILD_SESSION& session = *scene.session;
         scene.configuration.keep_output = one["output"] != "dropped";
+        scene.configuration.selected_providers = one.lines("providers");
+        scene.configuration.selected_consumers = one.lines("consumers");
         for (const QString& file : one.lines("files"))
             scene.tree.write(file, "x");
         const QString script = one["script"].replace("TREE", scene.tree.path());
@@ -118,8 +121,13 @@ private slots:
                 QVERIFY(session.wait(20000));
             session.finish_build(one.has("abort at"));
         }
-        const QString left = state_of(session).replace(scene.tree.path(), "TREE");
-        GOX_COMPARE_TEXT(left, one["left"]);
+        QStringList plan;
+        for (ACTION_INTERFACE* action : qAsConst(session.selected_actions))
+            plan.append(action->display_text(true));
+        if (one.has("plan"))
+            QCOMPARE(plan.join(' '), one["plan"]);
+        else
+            GOX_COMPARE_TEXT(state_of(session).replace(scene.tree.path(), "TREE"), one["left"]);
     }
 
     void pause_and_abort()
@@ -181,10 +189,13 @@ private slots:
         done.state = ACTION_SUCCEEDED;
         torn.state = ACTION_FAILED_ALONE;
         const CAUGHT_STREAM console(stdout);
-        report_start(3);
-        report_action(done);
+        report_start(9);
         report_progress_at(60000); // nobody listens yet
         RUN_REPORT::start();
+        report_action(torn);
+        report_progress_at(70000);
+        report_start(3); // the next build
+        report_action(done);
         report_action(torn);
         current_action = &next;
         for (const int milliseconds : {0, 59999, 60000, 60001, 119999, 120500, 180499, 180500})
@@ -192,8 +203,9 @@ private slots:
         current_action = nullptr;
         report_progress_at(240500);
         const QByteArray line = "2 of 3 done, 1 failed, at hand: p / next\n";
+        const QByteArray failed = "failed (others went on): p / torn\n";
         QCOMPARE(console.text(),
-                 "failed (others went on): p / torn\n" + line.repeated(3) + "2 of 3 done, 1 failed\n");
+                 failed + "1 of 9 done, 1 failed\n" + failed + line.repeated(3) + "2 of 3 done, 1 failed\n");
     }
 
     // Two checks that no step of a run asks for; no box where nobody can answer it.
