@@ -37,7 +37,7 @@ private slots:
         QCOMPARE(BUILD_LOG("=== q / c ===\nx\n\n").body("c"), QString("x\n"));
     }
 
-    void case_files_are_read_data() { add_cases("support/tst_support.cases", {"text", "lines"}); }
+    void case_files_are_read_data() { add_cases("support/tst_support.cases", {"text", "lines", "file "}); }
     void case_files_are_read()
     {
         const QMap<QString, QString> expected{
@@ -46,6 +46,7 @@ private slots:
         GOX_COMPARE_TEXT(one["text"], expected.value(QTest::currentDataTag()));
         QCOMPARE(one["text"].count('\n') + 1, one["lines"].toInt());
         QVERIFY(one.has("text") && !one.has("none"));
+        QCOMPARE(one.behind("file ").value("a/b.txt"), one.has("file a/b.txt") ? "held" : QString());
         QVERIFY(!text_difference("a\nb", "a\nc").isEmpty());
     }
 
