@@ -161,6 +161,7 @@ private slots:
     {
         const RANDOM_PLANS row;
         row("no groups made", 300, {12, 10, 0, 0});
+        row("one group made", 300, {12, 10, 0, 1});
         row("few actions", 1500, {6, 10, 0, 2});
         row("few actions with cycles", 4000, {6, 13, 40, 3});
         row("levels to begin with", 4000, {8, 12, 30, 0, 30});

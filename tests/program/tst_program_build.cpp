@@ -71,7 +71,8 @@ struct WITNESS : STEP_ACTION
     {
         qWarning("of the run");
         review_needed = true;
-        is_current = current_action == this && FW::fw_message_box_hook == startup_message_hook;
+        is_current = current_action == this && FW::fw_message_box_hook == startup_message_hook &&
+                     state == ACTION_RUNNING;
         return ACTION_SUCCEEDED;
     }
     bool review_is_failure() override
@@ -109,6 +110,8 @@ private slots:
         const QString script = one["script"].replace("TREE", scene.tree.path());
         session.processors = scripted_processors(SCRIPT::parse(script, "script"), scene.tree.path("tool"));
         QVERIFY(scene.start_up());
+        for (FILE_ENTRY* file : qAsConst(session.file_lookup))
+            file->p4_state = FILE_STATE_NO_CHANGE;
         for (int pass = 0; pass < qMax(1, one["passes"].toInt()); ++pass) {
             if (pass > 0)
                 session.reset_for_more();
@@ -154,6 +157,21 @@ private slots:
                  10);
     }
 
+    // The thread clears the flag when it starts, which may be after the request.
+    void ended_before_it_began()
+    {
+        STEP_SCENE scene;
+        scene.add_processor("p")->add("a")->body = [&](STEP_ACTION&) {
+            while (!scene.session->abort_flag)
+                QThread::msleep(1);
+            return int(ACTION_SUCCEEDED);
+        };
+        QVERIFY(scene.start_up());
+        scene.begin_build();
+        scene.session->finish_build(true);
+        QVERIFY(scene.session->isFinished());
+    }
+
     // What the build has set for the time that it takes, and the processor's time.
     void around_the_actions()
     {
@@ -170,13 +188,16 @@ private slots:
         };
         idle->add("left")->add_dependency(*torn, false);
         QVERIFY(scene.start_up());
+        const int thread_number = next_thread_number;
         scene.begin_build();
         scene.session->finish_build(false);
         QVERIFY(witness->is_current && witness->state == ACTION_SUCCEEDED_WITH_WARNINGS);
         QVERIFY2(witness->output.startsWith("of the run\n\n=="), qPrintable(witness->output));
-        QVERIFY(!current_action && !FW::fw_message_box_hook);
+        QVERIFY(!current_action && !FW::fw_message_box_hook && next_thread_number == thread_number + 1);
         QVERIFY(slow->stopwatch.AsMSec() >= 150 && quick->stopwatch.AsMSec() < 150);
         QCOMPARE(idle->stopwatch.AsMSec(), 0);
+        scene.session->ensure_target_directories({scene.tree.path("new/x")}, {}, nullptr);
+        QVERIFY(scene.tree.exists("new") && !scene.tree.exists("new/x"));
     }
 
     // How far the build is, where the console is no terminal: a line a minute.
@@ -188,6 +209,7 @@ private slots:
             action->processor = &processor;
         done.state = ACTION_SUCCEEDED;
         torn.state = ACTION_FAILED_ALONE;
+        torn.output = "first\n why\n  \n";
         const CAUGHT_STREAM console(stdout);
         report_start(9);
         report_progress_at(60000); // nobody listens yet
@@ -203,7 +225,7 @@ private slots:
         current_action = nullptr;
         report_progress_at(240500);
         const QByteArray line = "2 of 3 done, 1 failed, at hand: p / next\n";
-        const QByteArray failed = "failed (others went on): p / torn\n";
+        const QByteArray failed = "failed (others went on): p / torn: why\n";
         QCOMPARE(console.text(),
                  failed + "1 of 9 done, 1 failed\n" + failed + line.repeated(3) + "2 of 3 done, 1 failed\n");
     }
