@@ -84,6 +84,20 @@ struct WITNESS : STEP_ACTION
     bool is_current = false;
 };
 
+/// Ends the build when its section is written.
+struct LAST_WORD : STEP_ACTION
+{
+    explicit LAST_WORD(BUILD_SESSION* of) : STEP_ACTION("left"), session(of) {}
+    QString display_text(bool long_form) override
+    {
+        if (state == ACTION_DEPENDENCY_FAILED)
+            session->abort_flag = true;
+        return STEP_ACTION::display_text(long_form);
+    }
+
+    BUILD_SESSION* session;
+};
+
 } // namespace
 
 /// A build on a session, seen from inside, and what the console hears of it.
@@ -186,7 +200,10 @@ private slots:
             QThread::msleep(150);
             return int(ACTION_FAILED);
         };
-        idle->add("left")->add_dependency(*torn, false);
+        LAST_WORD* const left = new LAST_WORD(scene.session);
+        idle->actions.append(left);
+        left->add_dependency(*torn, false);
+        left->progress_total = 7;
         QVERIFY(scene.start_up());
         const int thread_number = next_thread_number;
         scene.begin_build();
@@ -196,6 +213,7 @@ private slots:
         QVERIFY(!current_action && !FW::fw_message_box_hook && next_thread_number == thread_number + 1);
         QVERIFY(slow->stopwatch.AsMSec() >= 150 && quick->stopwatch.AsMSec() < 150);
         QCOMPARE(idle->stopwatch.AsMSec(), 0);
+        QCOMPARE(left->progress_current, 7); // though the build ended there
         scene.session->ensure_target_directories({scene.tree.path("new/x")}, {}, nullptr);
         QVERIFY(scene.tree.exists("new") && !scene.tree.exists("new/x"));
     }
