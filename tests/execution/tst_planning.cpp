@@ -196,6 +196,7 @@ private slots:
                     levels.append(action->order_level);
                     closures.append(action->all_dependencies);
                 }
+                const int highest = *std::max_element(levels.begin(), levels.end());
                 scene.session->plan_build();
                 const QVector<int> plan = actions.numbers(scene.session->selected_actions);
                 const QVector<int> expected = expected_plan(actions, levels);
@@ -209,6 +210,7 @@ private slots:
                                  actions.reached_from(i));
                     if (!expected.isEmpty())
                         QCOMPARE(action.order_level, levels[i]);
+                    QVERIFY(!expected.isEmpty() || action.order_level <= highest + shape.size);
                 }
                 if (expected.isEmpty() && !plan.isEmpty()) // without an end
                     QVERIFY(keeps_rule(actions));
