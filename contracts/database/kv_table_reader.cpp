@@ -54,7 +54,7 @@ public:
 
     QString read(KV_TABLE_DATA& table)
     {
-        if (m_xml.open_streamed("table") && m_xml.allow_attributes({"name"}) && check_name())
+        if (m_xml.open("table") && m_xml.allow_attributes({"name"}) && check_name())
             while (m_xml.next_child())
                 read_record();
         if (!m_xml.finish())

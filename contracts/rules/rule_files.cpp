@@ -144,8 +144,9 @@ QString RULE_FILES::read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, 
     file.path = path;
     file.folder = folder;
     XML_FILE_READER xml(path);
+    QByteArray text;
     QVector<CACHED_RULE> read;
-    if (!xml.open(RULE_FILE_ROOT) || !read_rules(xml, read)) {
+    if (!xml.open(RULE_FILE_ROOT, &text) || !read_rules(xml, read)) {
         file.unreadable = xml.error();
         if (QFileInfo::exists(path)) // otherwise nothing is there that could be overwritten
             enter(file);
@@ -159,7 +160,7 @@ QString RULE_FILES::read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, 
         rules.last()->physical_path = physical_folder;
         file.standing.append(STANDING_RULE(rules.last()->identity()));
     }
-    file.disk = fingerprint(xml.content());
+    file.disk = fingerprint(text);
     file.rules = fingerprint(FILE_RULES(rules.cbegin(), rules.cend()));
     const int index = enter(file);
     for (const CACHED_RULE* const rule : qAsConst(rules))
@@ -323,8 +324,7 @@ QString RULE_FILES::read_again(const RULE_FILE& file, QByteArray& text, QVector<
     if (file.disk.isEmpty())
         return not_read;
     XML_FILE_READER xml(file.path);
-    const bool is_read = xml.open(RULE_FILE_ROOT) && read_rules(xml, rules);
-    text = xml.content();
+    const bool is_read = xml.open(RULE_FILE_ROOT, &text) && read_rules(xml, rules);
     return is_read && fingerprint(text) == file.disk
                ? QString()
                : QStringLiteral("it has changed on disk since it was read");

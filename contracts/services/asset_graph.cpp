@@ -110,16 +110,6 @@ struct ASSET_GRAPH::STATE
             index = std::make_unique<ASSET_GRAPH_INDEX>(graph);
         return *index;
     }
-
-    QStringList names(const ASSET_LISTS& lists, const QString& asset) const
-    {
-        QStringList result;
-        const int number = graph.numbers.value(asset, -1);
-        if (number >= 0)
-            std::for_each(lists.first(number), lists.last(number),
-                          [&](int other) { result.append(graph.names.at(other)); });
-        return result;
-    }
 };
 
 ASSET_GRAPH::ASSET_GRAPH() : m_state(new STATE) {}
@@ -205,24 +195,13 @@ QStringList ASSET_GRAPH::assets() const
 
 QStringList ASSET_GRAPH::dependencies_of(const QString& asset) const
 {
-    return m_state->names(m_state->indexed().uses, asset);
-}
-
-QStringList ASSET_GRAPH::used_by(const QString& asset) const
-{
-    QStringList result = m_state->names(m_state->indexed().users, asset);
-    result.sort();
-    return result;
-}
-
-QStringList ASSET_GRAPH::agf_filenames_of(const QString& asset) const
-{
+    const ASSET_GRAPH_DATA& graph = m_state->graph;
+    const ASSET_LISTS& uses = m_state->indexed().uses;
+    const int number = graph.numbers.value(asset, -1);
     QStringList result;
-    const ASSET_GRAPH_INDEX& index = m_state->indexed();
-    const int number = m_state->graph.numbers.value(asset, -1);
     if (number >= 0)
-        std::for_each(index.definers.first(number), index.definers.last(number),
-                      [&](int file) { result.append(index.files.at(file)); });
+        std::for_each(uses.first(number), uses.last(number),
+                      [&](int used) { result.append(graph.names.at(used)); });
     return result;
 }
 

@@ -67,13 +67,6 @@ public:
     /// asset that is not defined.
     QStringList dependencies_of(const QString& asset) const;
 
-    /// The assets that use this one themselves, sorted; it need not be defined.
-    QStringList used_by(const QString& asset) const;
-
-    /// The names of the files that define the asset, sorted: one in a sound
-    /// graph.
-    QStringList agf_filenames_of(const QString& asset) const;
-
 private:
     Q_DISABLE_COPY(ASSET_GRAPH)
     struct STATE;

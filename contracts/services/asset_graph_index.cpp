@@ -48,21 +48,18 @@ ASSET_LISTS lists_of(const QVector<PAIR>& pairs, int assets, int items)
 
 ASSET_GRAPH_INDEX::ASSET_GRAPH_INDEX(const ASSET_GRAPH_DATA& graph)
 {
-    QVector<PAIR> definitions, used, using_;
+    QVector<PAIR> definitions, used;
     for (auto file = graph.files.begin(); file != graph.files.end(); ++file) {
         for (const ASSET_USES& asset : file->assets) {
             definitions.append({asset.asset, files.size()});
-            for (const int other : asset.uses) {
+            for (const int other : asset.uses)
                 used.append({asset.asset, other});
-                using_.append({other, asset.asset});
-            }
         }
         files.append(file.key());
     }
     const int count = graph.names.size();
     definers = lists_of(definitions, count, files.size());
     uses = lists_of(used, count, count);
-    users = lists_of(using_, count, count);
 
     for (int asset = 0; asset < count; ++asset)
         if (is_defined(asset))

@@ -30,7 +30,6 @@ struct ASSET_GRAPH_INDEX
     QVector<int> sorted;  ///< the defined assets by name
     ASSET_LISTS definers; ///< the files that define an asset, as places in `files`
     ASSET_LISTS uses;     ///< what an asset uses, in the order of the fragments
-    ASSET_LISTS users;    ///< the assets that use an asset
 };
 
 } // namespace QTSHARED

@@ -11,10 +11,8 @@ namespace BULLETIN_BOARD {
 /// What the line below the progress text of the splash is about.
 enum CATEGORIES : int
 {
-    CATEGORY_NONE = 0,
-    CATEGORY_NEWS = 1,
-    CATEGORY_TIPS = 2,
-    CATEGORY_GOX = 3, ///< how a run of GOX goes on
+    CATEGORY_NONE = 0, ///< nothing
+    CATEGORY_GOX = 3,  ///< how a run of GOX goes on
 };
 
 } // namespace BULLETIN_BOARD

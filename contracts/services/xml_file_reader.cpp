@@ -1,13 +1,10 @@
 #include "contracts/services/xml_file_reader.h"
 
+#include <QtCore/QBuffer>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QTextCodec>
 
 #include <algorithm>
-
-#include "contracts/services/streamed_xml_file.h"
-#include "contracts/services/xml_raw_part.h"
 
 namespace {
 
@@ -21,32 +18,9 @@ QString quoted(const QString& text)
 }
 
 // The path may hold what looks like a place marker.
-QString place_of(const QString& path, qint64 line, qint64 column)
+QString place_of(const QString& path, const XML_SOURCE::PLACE& place)
 {
-    return QStringLiteral("%1:%2:%3").arg(path, QString::number(line), QString::number(column));
-}
-
-bool is_wide(const QByteArray& content)
-{
-    return content.left(4).contains('\0') || content.startsWith("\xff\xfe") || content.startsWith("\xfe\xff");
-}
-
-// The first line with bytes that are not UTF-8, 0 for none. The parser decodes
-// far ahead of the place that it tells.
-int line_of_wrong_bytes(const QByteArray& content)
-{
-    QTextCodec* const utf8 = QTextCodec::codecForName("UTF-8");
-    int line = 1;
-    for (int start = 0; start < content.size(); ++line) {
-        const int break_place = content.indexOf('\n', start);
-        const int end = break_place < 0 ? content.size() : break_place + 1;
-        QTextCodec::ConverterState state;
-        utf8->toUnicode(content.constData() + start, end - start, &state);
-        if (state.invalidChars > 0 || state.remainingChars > 0)
-            return line;
-        start = end;
-    }
-    return 0;
+    return QStringLiteral("%1:%2:%3").arg(path, QString::number(place.line), QString::number(place.column));
 }
 
 // Encodings in which markup is spelled by the bytes that it is looked for with.
@@ -54,24 +28,6 @@ bool is_plain_encoding(const QStringRef& encoding)
 {
     return encoding.isEmpty() || encoding.compare(QLatin1String("utf-8"), Qt::CaseInsensitive) == 0 ||
            encoding.compare(QLatin1String("us-ascii"), Qt::CaseInsensitive) == 0;
-}
-
-// Quoted values in the tag that starts at `from`, which moves behind the tag.
-int count_values(const QByteArray& content, int& from)
-{
-    int count = 0;
-    while (++from < content.size()) {
-        const char c = content.at(from);
-        if (c == '>' || c == '<')
-            break;
-        if (c != '"' && c != '\'')
-            continue;
-        ++count;
-        from = content.indexOf(c, from + 1);
-        if (from < 0)
-            from = content.size();
-    }
-    return count;
 }
 
 } // namespace
@@ -83,34 +39,26 @@ XML_FILE_READER::XML_FILE_READER(const QString& path, qint64 max_bytes, int max_
 
 XML_FILE_READER::~XML_FILE_READER() = default;
 
-bool XML_FILE_READER::open(const char* root)
+bool XML_FILE_READER::open(const char* root, QByteArray* copy)
 {
-    return read_content() && start(root);
-}
-
-bool XML_FILE_READER::open_streamed(const char* root)
-{
-    if (!cause_of_no_file().isEmpty())
-        return cannot_open(cause_of_no_file());
-    m_stream = std::make_unique<STREAMED_XML_FILE>(m_path, MAX_PIECE, MAX_ATTRIBUTES);
-    if (!m_stream->open(QIODevice::ReadOnly))
-        return cannot_open(m_stream->errorString());
-    if (m_stream->size() > m_max_bytes)
-        return too_large();
-    if (m_stream->size() == 0)
-        return fail(QStringLiteral("the file is empty"));
-    if (is_wide(m_stream->peek(4)))
-        return fail(QStringLiteral("the file must be in UTF-8"));
-    m_xml.setDevice(m_stream.get());
-    return enter_root(root);
+    // A pipe or device would hold up the reading for ever.
+    const QFileInfo info(m_path);
+    if (info.exists() && !info.isFile())
+        return cannot_open(QStringLiteral("it is not a file"));
+    auto file = std::make_unique<QFile>(m_path);
+    if (!file->open(QIODevice::ReadOnly))
+        return cannot_open(file->errorString());
+    if (file->size() > m_max_bytes)
+        return cannot_open(QStringLiteral("it is larger than %1 bytes").arg(m_max_bytes));
+    return start(std::move(file), root, copy);
 }
 
 bool XML_FILE_READER::open(const QByteArray& content, const char* root)
 {
-    m_content = content;
-    if (content.size() > m_max_bytes)
-        return fail(QStringLiteral("the file is larger than %1 bytes").arg(m_max_bytes));
-    return start(root);
+    auto bytes = std::make_unique<QBuffer>();
+    bytes->setData(content);
+    bytes->open(QIODevice::ReadOnly);
+    return start(std::move(bytes), root, nullptr);
 }
 
 bool XML_FILE_READER::cannot_open(const QString& cause)
@@ -119,41 +67,11 @@ bool XML_FILE_READER::cannot_open(const QString& cause)
     return false;
 }
 
-bool XML_FILE_READER::too_large()
+bool XML_FILE_READER::start(std::unique_ptr<QIODevice> bytes, const char* root, QByteArray* copy)
 {
-    return cannot_open(QStringLiteral("it is larger than %1 bytes").arg(m_max_bytes));
-}
-
-QString XML_FILE_READER::cause_of_no_file() const
-{
-    // A pipe or device would hold up the reading for ever.
-    const QFileInfo info(m_path);
-    return info.exists() && !info.isFile() ? QStringLiteral("it is not a file") : QString();
-}
-
-bool XML_FILE_READER::read_content()
-{
-    if (!cause_of_no_file().isEmpty())
-        return cannot_open(cause_of_no_file());
-    QFile file(m_path);
-    if (!file.open(QIODevice::ReadOnly))
-        return cannot_open(file.errorString());
-    const qint64 size = file.size();
-    if (size > m_max_bytes)
-        return too_large();
-    m_content = file.read(size + 1); // as much is allocated, whatever is there
-    if (file.error() != QFile::NoError)
-        return cannot_open(file.errorString());
-    return m_content.size() > size ? cannot_open(QStringLiteral("it grew while it was read")) : true;
-}
-
-bool XML_FILE_READER::start(const char* root)
-{
-    if (m_content.isEmpty())
-        return fail(QStringLiteral("the file is empty"));
-    if (!check_bytes())
-        return false;
-    m_xml.addData(m_content);
+    m_source = std::make_unique<XML_SOURCE>(std::move(bytes),
+                                            XML_SOURCE::LIMITS{m_max_bytes, MAX_PIECE, MAX_ATTRIBUTES}, copy);
+    m_xml.setDevice(m_source.get());
     return enter_root(root);
 }
 
@@ -170,38 +88,13 @@ bool XML_FILE_READER::enter_root(const char* root)
     return false;
 }
 
-// What QXmlStreamReader does with the attributes of an element grows with the
-// square of their number, so it must not see too many of them; and what can't be
-// searched as bytes can't be judged before.
-bool XML_FILE_READER::check_bytes()
-{
-    if (is_wide(m_content))
-        return fail(QStringLiteral("the file must be in UTF-8"));
-    if (const int line = line_of_wrong_bytes(m_content))
-        return fail_at(QStringLiteral("the line holds bytes that are not UTF-8"), line, 1);
-    int place = m_content.indexOf('<');
-    while (place >= 0 && place < m_content.size()) {
-        const int tag = place;
-        place = behind_raw_part(m_content, tag);
-        if (place == tag && count_values(m_content, place) > MAX_ATTRIBUTES) {
-            const QByteArray before = m_content.left(tag);
-            return fail_at(QStringLiteral("more than %1 attributes in one element").arg(MAX_ATTRIBUTES),
-                           before.count('\n') + 1, tag - before.lastIndexOf('\n'));
-        }
-        place = m_content.indexOf('<', place);
-    }
-    return true;
-}
-
 QXmlStreamReader::TokenType XML_FILE_READER::step()
 {
     if (failed())
         return QXmlStreamReader::Invalid;
     const QXmlStreamReader::TokenType token = m_xml.readNext();
-    if (m_xml.hasError() && m_stream && !m_stream->problem().isEmpty())
-        fail(m_stream->problem());
-    else if (m_xml.hasError() && m_stream && m_stream->error() != QFile::NoError)
-        fail(m_stream->errorString());
+    if (has_come_to_problem(token))
+        fail_at(m_source->problem(), m_source->problem_place());
     else if (m_xml.hasError())
         fail(m_xml.errorString());
     else if (token == QXmlStreamReader::StartDocument && !is_plain_encoding(m_xml.documentEncoding()))
@@ -212,9 +105,15 @@ QXmlStreamReader::TokenType XML_FILE_READER::step()
         --m_depth;
     else if (token == QXmlStreamReader::StartElement && ++m_depth > m_max_nesting)
         fail(QStringLiteral("more than %1 elements within each other").arg(m_max_nesting));
-    if (m_stream)
-        m_stream->begin_piece();
+    m_source->begin_piece();
     return failed() ? QXmlStreamReader::Invalid : token;
+}
+
+// Whether there is something wrong in the bytes, and the parser took all in front of it.
+bool XML_FILE_READER::has_come_to_problem(QXmlStreamReader::TokenType token) const
+{
+    return !m_source->problem().isEmpty() && (token == QXmlStreamReader::EndDocument ||
+                                              m_xml.error() == QXmlStreamReader::PrematureEndOfDocumentError);
 }
 
 bool XML_FILE_READER::next_child()
@@ -319,17 +218,22 @@ bool XML_FILE_READER::finish()
 
 QString XML_FILE_READER::place() const
 {
-    return place_of(m_path, m_xml.lineNumber(), m_xml.columnNumber() + 1);
+    return place_of(m_path, here());
+}
+
+XML_SOURCE::PLACE XML_FILE_READER::here() const
+{
+    return {m_xml.lineNumber(), m_xml.columnNumber() + 1};
 }
 
 bool XML_FILE_READER::fail(const QString& cause)
 {
-    return fail_at(cause, m_xml.lineNumber(), m_xml.columnNumber() + 1);
+    return fail_at(cause, here());
 }
 
-bool XML_FILE_READER::fail_at(const QString& cause, qint64 line, qint64 column)
+bool XML_FILE_READER::fail_at(const QString& cause, const XML_SOURCE::PLACE& place)
 {
     if (!failed())
-        m_error = place_of(m_path, line, column) + ": " + cause;
+        m_error = place_of(m_path, place) + ": " + cause;
     return false;
 }

@@ -7,12 +7,13 @@
 #include <initializer_list>
 #include <memory>
 
-class STREAMED_XML_FILE;
+#include "contracts/services/xml_source.h"
 
-/// Reads an XML file that nobody vouches for: its size, nesting and attributes
-/// are bounded, document type declarations (and so entities of its own) are
-/// refused, and the first thing wrong ends the reading with a text that names
-/// the place. UTF-16 and UTF-32 are not read.
+/// Reads an XML file that nobody vouches for: its size, nesting, attributes and the
+/// length of a single tag or text are bounded, document type declarations (and so
+/// entities of its own) are refused, and the first thing wrong ends the reading with
+/// a text that names the place. Encodings other than UTF-8 are not read. The file is
+/// read as the walk goes on, and never held in memory as a whole.
 ///
 /// A caller walks down the elements:
 ///
@@ -42,13 +43,9 @@ public:
                              int max_nesting = MAX_NESTING);
     ~XML_FILE_READER();
 
-    /// Reads the file and enters its root element, which must be called `root`.
-    bool open(const char* root);
-
-    /// The same for a file that may be too large to hold in memory: it is read
-    /// as the walk goes on, so `content` stays empty. A single tag or text is
-    /// bounded by MAX_PIECE bytes.
-    bool open_streamed(const char* root);
+    /// Opens the file and enters its root element, which must be called `root`. The
+    /// bytes go to `copy` too, if it is not null, all of them once `finish` is true.
+    bool open(const char* root, QByteArray* copy = nullptr);
 
     /// The same for text that is at hand; the path serves the error texts only.
     bool open(const QByteArray& content, const char* root);
@@ -100,25 +97,19 @@ public:
     /// opened; empty when all was well. Line and column count from 1.
     const QString& error() const { return m_error; }
 
-    /// The bytes of the file, once it is open.
-    const QByteArray& content() const { return m_content; }
-
 private:
-    QString cause_of_no_file() const;
     bool cannot_open(const QString& cause);
-    bool too_large();
-    bool read_content();
-    bool start(const char* root);
+    bool start(std::unique_ptr<QIODevice> bytes, const char* root, QByteArray* copy);
     bool enter_root(const char* root);
-    bool check_bytes();
-    bool fail_at(const QString& cause, qint64 line, qint64 column);
+    bool has_come_to_problem(QXmlStreamReader::TokenType token) const;
+    XML_SOURCE::PLACE here() const;
+    bool fail_at(const QString& cause, const XML_SOURCE::PLACE& place);
     QXmlStreamReader::TokenType step();
 
     QString m_path;
     qint64 m_max_bytes;
     int m_max_nesting;
-    QByteArray m_content;
-    std::unique_ptr<STREAMED_XML_FILE> m_stream; // null unless the file is streamed
+    std::unique_ptr<XML_SOURCE> m_source; // what m_xml reads from, once it is open
     QXmlStreamReader m_xml;
     int m_depth = 0; // elements that are open
     QString m_error;

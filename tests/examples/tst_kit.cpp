@@ -2,6 +2,7 @@
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 
+#include "tests/support/cases.h"
 #include "tests/support/files.h"
 #include "tests/support/full_disk.h"
 #include "tests/support/scripted_scene.h"
@@ -9,30 +10,21 @@
 
 namespace {
 
-const int LIMIT = 200000; // milliseconds; a plugin is compiled
+const int LIMIT = 200000; // milliseconds; plugins are compiled
 
-// The exit status; what it printed goes to `output`.
-int execute(const QString& program, const QStringList& arguments, QByteArray& output)
+// What a program prints, and "failed" behind it when it does.
+QByteArray printed_by(const QString& program, const QStringList& arguments)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start(program, arguments);
     const bool has_ended = process.waitForFinished(LIMIT) && process.exitStatus() == QProcess::NormalExit;
-    output = process.readAll();
-    return has_ended ? process.exitCode() : -1;
+    return process.readAll() + (has_ended && process.exitCode() == 0 ? "" : "failed");
 }
 
-int configure(const QString& source, const QString& build, const QString& kit, QByteArray& output)
-{
-    return execute("cmake",
-                   {"-S", source, "-B", build, "-G", "Ninja", "-DCMAKE_PREFIX_PATH=" + kit,
-                    "-DGOX_BUILD_TAG=" GOX_BUILD_TAG, "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror"},
-                   output);
-}
-
-// The files that a guide prints. A line such as "`notes_plugin.cpp`:" names the
-// file that the fenced parts behind it make up.
-QMap<QString, QByteArray> files_printed_in(const QString& guide)
+// Writes the files that a guide prints. A line such as "`notes_plugin.cpp`:" names
+// the file that the fenced parts behind it make up.
+void write_files_of(const QString& guide, const QString& folder)
 {
     QMap<QString, QByteArray> files;
     QString file;
@@ -44,36 +36,48 @@ QMap<QString, QByteArray> files_printed_in(const QString& guide)
             files[file] += line + '\n';
         else if (line.startsWith('`') && line.endsWith("`:"))
             file = line.mid(1, line.size() - 3);
-    return files;
+    for (auto printed = files.cbegin(); printed != files.cend(); ++printed)
+        FILES::write(folder + '/' + printed.key(), *printed);
 }
 
 } // namespace
 
 /// The kit as an outside author gets it: installed to a folder of its own, and
 /// packed.
-class tst_kit : public WATCHED_TEST
+class TST_KIT : public WATCHED_TEST
 {
     Q_OBJECT
 
 private slots:
+    // The plugins are built away from the sources, so that nothing of these is above
+    // them; beside them every header of the kit, in whatever order.
     void initTestCase()
     {
-        QByteArray output;
-        const QStringList install{"--install", GOX_BUILD_DIR, "--component", "sdk", "--prefix", m_kit};
-        QVERIFY2(execute("cmake", install, output) == 0, output);
+        run("cmake", {"--install", GOX_BUILD_DIR, "--component", "sdk", "--prefix", path("kit")});
+        run("cp", {"-R", GOX_SOURCE_DIR "/examples/minimal-plugin", path("minimal")});
+        write_files_of(path("kit/share/doc/gox-sdk/plugin-guide.md"), path("notes"));
+        QByteArray includes;
+        for (const QString& header : FILES::below(path("kit/include/gox")))
+            includes.prepend("#include \"" + header.toUtf8() + "\"\n");
+        FILES::write(path("headers.cpp"), includes);
+        FILES::write(path("CMakeLists.txt"), "cmake_minimum_required(VERSION 3.22)\n"
+                                             "project(plugins LANGUAGES CXX)\n"
+                                             "set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})\n"
+                                             "find_package(GOX 1.0 REQUIRED)\n"
+                                             "add_subdirectory(minimal)\n"
+                                             "add_subdirectory(notes)\n"
+                                             "gox_add_plugin(headers headers.cpp)\n");
+        run("cmake",
+            {"-S", path("."), "-B", path("build"), "-G", "Ninja", "-DCMAKE_PREFIX_PATH=" + path("kit"),
+             "-DGOX_BUILD_TAG=" GOX_BUILD_TAG, "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror"});
+        run("cmake", {"--build", path("build")});
     }
 
     void minimal_plugin_needs_the_kit_alone()
     {
-        // The example is copied away, so that nothing of the sources is above it.
-        const QTemporaryDir folder;
-        QByteArray output;
-        QVERIFY2(execute("cp", {"-R", GOX_SOURCE_DIR "/examples/minimal-plugin", folder.filePath("plugin")},
-                         output) == 0,
-                 output);
         SCRIPTED_SCENE scene;
+        put_plugin("minimal", scene);
         scene.tree.write("old_working_data/greeting.txt", "shipped");
-        build_plugin(folder, "minimal", scene);
         GOX_COMPARE_STATUS(scene.run(QByteArray()), 0, scene.gox);
         QCOMPARE(scene.tree.read("working_data/greeting.txt"), QByteArray("Hello!\n"));
         QCOMPARE(scene.tree.read("old_working_data/greeting.txt"), QByteArray("shipped"));
@@ -82,88 +86,79 @@ private slots:
 
     void plugin_of_the_guide_does_what_it_says()
     {
-        const QTemporaryDir folder;
-        const auto files = files_printed_in(m_kit + "/share/doc/gox-sdk/plugin-guide.md");
-        for (auto file = files.cbegin(); file != files.cend(); ++file)
-            FILES::write(folder.filePath("plugin/" + file.key()), *file);
         SCRIPTED_SCENE scene;
+        put_plugin("notes", scene);
         scene.tree.write("old_working_data/notes/first.txt", "shipped");
-        scene.tree.write("raw_data/notes/First.txt", QByteArray(50, 'a'), FILES::hour(1));
-        build_plugin(folder, "notes", scene);
-        const auto said = [&] { return scene.log().body("<raw>/notes/first.txt"); };
-        const auto written = [&] { return scene.tree.read("working_data/notes/first.txt"); };
-
-        GOX_COMPARE_STATUS(scene.run(QByteArray()), 0, scene.gox);
-        QCOMPARE(written(), QByteArray(50, 'A'));
+        QStringList said;
+        const auto build = [&](const QByteArray& note, bool is_full, const QDateTime& time = QDateTime()) {
+            scene.tree.write("raw_data/notes/First.txt", note, time);
+            scene.run(QByteArray());
+            if (is_full) {
+                const FULL_DISK disk(true);
+                scene.gox.run({"--configuration=ci", "--dont_stop_on_error"});
+            }
+            said.append(scene.log().body("<raw>/notes/first.txt").section('\n', 0, 0).section(": ", -1));
+            said.append(scene.tree.read("working_data/notes/first.txt").left(3));
+        };
+        build(QByteArray(50, 'a'), false, FILES::hour(1));
+        build(QByteArray(50, 'a'), false, FILES::hour(1));
+        build(QByteArray(200, 'b'), false);
+        QCOMPARE(said.join(' '), QString("50 characters. AAA Up to date. AAA 200 characters. BBB"));
         QCOMPARE(scene.tree.read("old_working_data/notes/first.txt"), QByteArray("shipped"));
-        QVERIFY2(said().startsWith("50 characters.\n"), qPrintable(said()));
-        GOX_COMPARE_STATUS(scene.run(QByteArray()), 0, scene.gox);
-        QVERIFY2(said().startsWith("Up to date.\n"), qPrintable(said()));
-
-        scene.tree.write("raw_data/notes/First.txt", QByteArray(200, 'b'));
+        scene.tree.write("raw_data/notes/First.txt", QByteArray(300, 'c'));
         {
             const FULL_DISK disk(true);
             GOX_COMPARE_STATUS(scene.gox.run({"--configuration=ci", "--dont_stop_on_error"}), 1, scene.gox);
         }
-        QCOMPARE(written(), QByteArray(50, 'A'));
-        GOX_COMPARE_STATUS(scene.run(QByteArray()), 0, scene.gox);
-        QCOMPARE(written(), QByteArray(200, 'B'));
+        QCOMPARE(scene.tree.read("working_data/notes/first.txt"), QByteArray(200, 'B'));
     }
 
     void another_major_version_is_refused()
     {
-        const QTemporaryDir folder;
-        FILES::write(folder.filePath("CMakeLists.txt"), "cmake_minimum_required(VERSION 3.22)\n"
-                                                        "project(p LANGUAGES CXX)\n"
-                                                        "find_package(GOX 2.0 REQUIRED)\n");
-        QByteArray output;
-        QVERIFY(configure(folder.path(), folder.filePath("build"), m_kit, output) != 0);
-        QVERIFY2(output.contains("version: 1.0.0"), output);
+        FILES::write(path("other/CMakeLists.txt"), "cmake_minimum_required(VERSION 3.22)\n"
+                                                   "project(p LANGUAGES NONE)\n"
+                                                   "find_package(GOX 2.0 REQUIRED)\n");
+        const QByteArray output = printed_by("cmake", {"-S", path("other"), "-B", path("other/build"), "-G",
+                                                       "Ninja", "-DCMAKE_PREFIX_PATH=" + path("kit")});
+        QVERIFY2(output.contains("version: 1.0.0") && output.endsWith("failed"), output);
     }
 
     void packages()
     {
         if (QStandardPaths::findExecutable("dpkg-deb").isEmpty())
             GOX_SKIP("packages are made on Debian alone");
-        const QTemporaryDir folder;
-        QByteArray output;
-        QVERIFY2(execute("cpack", {"--config", GOX_BUILD_DIR "/CPackConfig.cmake", "-B", folder.path()},
-                         output) == 0,
-                 output);
-        const auto contents = [&](const QString& package) {
-            QByteArray list;
-            const QStringList found = QDir(folder.path()).entryList({package + "_*.deb"});
-            if (found.size() == 1)
-                execute("dpkg-deb", {"--contents", folder.filePath(found.first())}, list);
-            return list;
-        };
-        const QByteArray program = contents("gox"), kit = contents("gox-sdk");
-        QVERIFY2(program.contains("/gox/tool/gox." GOX_BUILD_TAG ".bin\n") &&
-                     program.contains("/gox/tool/gox_layout." GOX_BUILD_TAG ".bin\n") &&
-                     program.contains("/gox/tool/libgox_contracts.so\n") && !program.contains("/include/"),
-                 program);
-        QVERIFY2(kit.contains("/libgox_contracts.so\n") && kit.contains("/cmake/GOX/GOXPlugin.cmake\n") &&
-                     kit.contains("/include/gox/session/file_entry.h\n") &&
-                     !kit.contains("gox." GOX_BUILD_TAG),
-                 kit);
+        run("cpack", {"--config", GOX_BUILD_DIR "/CPackConfig.cmake", "-B", path("packages")});
+        QStringList files;
+        for (const QString package : {"gox", "gox-sdk"}) {
+            const QString file = QDir(path("packages")).entryList({package + "_*.deb"}).join("several ");
+            for (const QByteArray& line :
+                 printed_by("dpkg-deb", {"--contents", path("packages/" + file)}).split('\n'))
+                if (!line.startsWith('d') && !line.isEmpty())
+                    files.append(package + ": " + QString(line).section("./", -1));
+        }
+        const QString known = FILES::bytes(GOX_SOURCE_DIR "/tests/examples/packages.txt");
+        GOX_COMPARE_TEXT(files.join('\n') + '\n', known);
     }
 
 private:
-    // The project in "plugin" of the folder, into the scene in place of its own.
-    void build_plugin(const QTemporaryDir& folder, const QString& name, const SCRIPTED_SCENE& scene) const
+    QString path(const QString& name) const { return m_folder.filePath(name); }
+
+    static void run(const QString& program, const QStringList& arguments)
     {
-        const QString build = folder.filePath("build");
-        QByteArray output;
-        QVERIFY2(configure(folder.filePath("plugin"), build, m_kit, output) == 0, output);
-        QVERIFY2(execute("cmake", {"--build", build}, output) == 0, output);
+        const QByteArray output = printed_by(program, arguments);
+        QVERIFY2(!output.endsWith("failed"), output);
+    }
+
+    // Into the scene in place of its own.
+    void put_plugin(const QString& name, const SCRIPTED_SCENE& scene) const
+    {
+        const QString file = "GOX_" + name + "." GOX_BUILD_TAG ".dll";
         scene.tree.remove("tool/GOX_scripted." GOX_BUILD_TAG ".dll");
-        const QString plugin = "GOX_" + name + "." GOX_BUILD_TAG ".dll";
-        QVERIFY(QFile::copy(build + '/' + plugin, scene.tree.path("tool/" + plugin)));
+        QVERIFY(QFile::copy(path("build/" + file), scene.tree.path("tool/" + file)));
     }
 
     const QTemporaryDir m_folder;
-    const QString m_kit = m_folder.filePath("kit");
 };
 
-QTEST_MAIN(tst_kit)
+QTEST_MAIN(TST_KIT)
 #include "tst_kit.moc"

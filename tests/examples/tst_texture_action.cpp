@@ -3,119 +3,105 @@
 
 #include <memory>
 
-#include "contracts/paths/paths.h"
 #include "contracts/rules/rule_schema.h"
-#include "examples/plugins/textures/texture_action.h"
 #include "examples/plugins/textures/textures_processor.h"
 #include "session/file_entry.h"
-#include "tests/contracts/rules/rule_cache_holder.h"
 #include "tests/session/step_scene.h"
-#include "tests/support/files.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/rows.h"
 #include "tests/support/watched_test.h"
 
-// The one picture of a tree, and the action that the processor makes of it,
-// taken through the calls of a run by hand.
-class tst_texture_action : public WATCHED_TEST
+using RULES = ROWS<QByteArray, QString, QString>; // properties, what the action says, and why it can't
+
+/// The textures of a small tree, taken through the steps of a run.
+class TST_TEXTURE_ACTION : public WATCHED_TEST
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        m_tree.reset(new TEMPORARY_TREE);
-        m_rules.reset(new RULE_CACHE_HOLDER);
-        m_inputs.clear();
-        m_targets.clear();
-        m_tree->write("raw_data/textures/rules.gox",
-                      "<rules><rule name='texture' inherit='true'><property name='mip "
-                      "maps'>no</property></rule></rules>",
-                      FILES::hour(3));
-        m_tree->write("raw_data/textures/Wood/rules.gox",
-                      "<rules><rule name='Texture' inherit='true'><property "
-                      "name='Format'>grey8</property></rule></rules>",
-                      FILES::hour(5));
-        m_tree->write("tool/GOX/x.rules.gox", "<rules/>", FILES::hour(6));
-        m_tree->make_folder("working_data/Wood");
-        QImage image(64, 64, QImage::Format_RGB32);
+        m_scene.reset(new STEP_SCENE);
+        m_scene->configuration.processors = {"Textures"};
+        m_scene->session->processors.append(&m_processor);
+        QImage image(64, 16, QImage::Format_RGB32);
         image.fill(Qt::white);
-        QVERIFY(image.save(m_tree->path("raw_data/textures/Wood/Oak.PNG"), "PNG"));
-        QVERIFY(PATHS::initialise(m_tree->path("tool")));
-        QCOMPARE(m_rules->add(*m_tree, "raw_data/textures/rules.gox"), QString());
-        QCOMPARE(m_rules->add(*m_tree, "raw_data/textures/Wood/rules.gox"), QString());
-        QCOMPARE(m_rules->add_global(*m_tree, "tool/GOX/x.rules.gox"), QString());
-        m_picture.physical = PHYSICAL_PATH(m_tree->path("raw_data/textures/Wood/Oak.PNG"));
-        m_files = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>();
-        for (const char* name :
-             {"<raw>/a.png", "<raw>/textures.png", "<raw>/textures/wood/notes.txt", "<working>/b.png"})
-            m_files.insert(LOGICAL_PATH(name), &m_other);
-        m_files.insert(LOGICAL_PATH("<raw>/textures/wood/oak.png"), &m_picture);
-
-        const QVector<ACTION_INTERFACE*> actions = m_processor.collect_actions(m_files, m_rules->cache);
-        QCOMPARE(actions.size(), 1);
-        m_action.reset(actions.first());
-        m_action->collect_files(m_inputs, m_targets, m_stamp, m_files, m_rules->cache);
-        QCOMPARE(m_targets.size(), 1);
-        m_texture.physical = m_targets.first().physical_path;
-        m_action->input_files = {&m_picture};
-        m_action->target_files = {{&m_texture, m_texture.physical}};
+        const TEMPORARY_TREE& tree = m_scene->tree;
+        tree.make_folder("raw_data/textures/Wood");
+        QVERIFY(image.save(tree.path("raw_data/textures/Wood/Oak.PNG"), "PNG"));
+        for (const char* file : {"a.png", "textures.png", "textures/wood/notes.txt", "textures/wood/a.png/b"})
+            tree.write(QString("raw_data/") + file, "x");
+        tree.make_folder("working_data/Wood");
     }
 
-    void processor_describes_its_rule()
+    void rules_data()
     {
-        QVERIFY(RULE_SCHEMA::s_schemas.contains("texture"));
+        const RULES row;
+        row("none", "", "64 x 16 pixels became 64 x 16 in 7 level(s) of rgba8.\n", "");
+        row("all", "Format: GREY8 ,mip maps:no,Maximum size:32",
+            "64 x 16 pixels became 32 x 8 in 1 level(s) of grey8.\n", "");
+        row("size", "Maximum size:0", "", "\"0\" for \"Maximum size\"; a number from 1 to 16384");
+        row("large size", "Maximum size:16385", "",
+            "\"16385\" for \"Maximum size\"; a number from 1 to 16384");
+        row("format", "Format:jpeg", "", "\"jpeg\" for \"Format\"; rgba8, rgb565 or grey8");
+        row("mip maps", "Mip maps:maybe", "", "\"maybe\" for \"Mip maps\"; yes or no");
+    }
+    void rules()
+    {
+        const auto [properties, said, fault] = RULES::values();
+        QByteArray rule = "<rules><rule name='Texture'>";
+        for (const QByteArray& property : properties.split(','))
+            if (!property.isEmpty())
+                rule += "<property name='" + QByteArray(property).replace(":", "'>") + "</property>";
+        m_scene->tree.write("raw_data/textures/rules.gox", rule + "</rule></rules>");
+        ACTION_INTERFACE* const action = oak();
+        const QString wrong = QString("The rule \"Texture\" of %1 has %2 is wanted.")
+                                  .arg(m_scene->tree.path("raw_data/textures"), fault);
+        QCOMPARE(action->preset_errors, fault.isEmpty() ? QStringList() : QStringList(wrong));
+        if (!fault.isEmpty())
+            return;
+        QCOMPARE(run(action), said);
+        QCOMPARE(action->progress_current, action->progress_total);
+        QVERIFY(m_scene->tree.read("working_data/Wood/Oak.tex").startsWith("GTEX"));
+    }
+
+    void rule_is_described()
+    {
         QCOMPARE(RULE_SCHEMA::s_schemas.value("texture")->properties.keys(),
-                 (QStringList{"format", "maximum size", "mip maps"}));
-    }
-
-    void files_and_date()
-    {
-        QCOMPARE(m_inputs, QVector<LOGICAL_PATH>{LOGICAL_PATH("<raw>/textures/wood/oak.png")});
-        QCOMPARE(QString(m_targets.first().logical_path), QStringLiteral("<working>/wood/oak.tex"));
-        QCOMPARE(QString(m_texture.physical), m_tree->path("working_data/Wood/Oak.tex"));
-        QCOMPARE(m_stamp, FILES::hour(6)); // of the newest of the rule files
+                 QStringList({"format", "maximum size", "mip maps"}));
     }
 
     // A configuration that names this processor alone scans what it asks for.
     void texture_is_found_up_to_date()
     {
-        STEP_SCENE scene;
-        scene.configuration.processors = {"Textures"};
-        scene.session->processors.append(&m_processor);
-        scene.add_processor("Packs")->add("pack", {"<working>/ruled/elm.tex"}, "<working>/elm.zip");
-        scene.tree.write("raw_data/textures/Wood/Oak.PNG", "picture", FILES::hour(2));
-        scene.tree.write("raw_data/textures/Ruled/Elm.PNG", "picture", FILES::hour(2));
-        scene.tree.write("raw_data/textures/Ruled/rules.gox", "<rules/>", FILES::hour(4));
-        scene.tree.write("working_data/Wood/Oak.tex", "texture", FILES::hour(3));
-        scene.tree.write("working_data/Ruled/Elm.tex", "texture", FILES::hour(3));
-        scene.tree.write("working_data/elm.zip", "pack", FILES::hour(5));
-        scene.session->calculate_directories();
-        QVERIFY(scene.start_up());
-        QVERIFY(!scene.file("<working>/wood/oak.tex")->out_of_date_target);
-        QVERIFY(scene.file("<working>/ruled/elm.tex")->out_of_date_target);
-        QVERIFY(scene.file("<working>/elm.zip")->out_of_date_target); // though younger than the picture
+        m_scene->add_processor("Packs")->add("pack", {"<working>/ruled/elm.tex"}, "<working>/elm.zip");
+        const TEMPORARY_TREE& tree = m_scene->tree;
+        FILES::set_time(tree.path("raw_data/textures/Wood/Oak.PNG"), FILES::hour(2));
+        tree.write("raw_data/textures/Ruled/Elm.PNG", "picture", FILES::hour(2));
+        tree.write("raw_data/textures/Ruled/rules.gox", "<rules/>", FILES::hour(4));
+        tree.write("working_data/Wood/Oak.tex", "texture", FILES::hour(3));
+        tree.write("working_data/Ruled/Elm.tex", "texture", FILES::hour(3));
+        tree.write("working_data/elm.zip", "pack", FILES::hour(5));
+        oak();
+        QVERIFY(!m_scene->file("<working>/wood/oak.tex")->out_of_date_target);
+        QVERIFY(m_scene->file("<working>/ruled/elm.tex")->out_of_date_target);
+        QVERIFY(m_scene->file("<working>/elm.zip")->out_of_date_target); // though younger than the picture
+        QCOMPARE(m_scene->session->actions.size(), 3);
     }
 
     void stopped_and_run_again()
     {
-        m_action->abort();
-        QCOMPARE(m_action->execute(m_files, m_rules->cache), int(ACTION_FAILED));
-        QCOMPARE(m_action->output, QStringLiteral("Stopped.\n"));
-        QCOMPARE(FILES::below(m_tree->path("working_data")), QStringList());
-
-        m_action->reset();
-        QCOMPARE(m_action->execute(m_files, m_rules->cache), int(ACTION_SUCCEEDED));
-        QCOMPARE(m_action->output, QStringLiteral("64 x 64 pixels became 64 x 64 in 1 level(s) of grey8.\n"));
-        QCOMPARE(m_action->progress_current, m_action->progress_total);
-        QCOMPARE(m_tree->read("working_data/Wood/Oak.tex").size(), 32 + 64 * 64);
-    }
-
-    void picture_that_vanished()
-    {
-        m_tree->remove("raw_data/textures/Wood/Oak.PNG");
-        QCOMPARE(m_action->execute(m_files, m_rules->cache), int(ACTION_FAILED));
-        QCOMPARE(m_action->output,
-                 QString(m_picture.physical + ": it can't be opened: No such file or directory\n"));
+        ACTION_INTERFACE* const action = oak();
+        QCOMPARE(action->display_text(true) + ' ' + action->display_text(false),
+                 QString("<raw>/textures/wood/oak.png oak.png"));
+        action->abort();
+        QCOMPARE(run(action), QString("Stopped.\n! 4"));
+        QCOMPARE(FILES::below(m_scene->tree.path("working_data")), QStringList());
+        action->reset();
+        QVERIFY(!run(action).contains('!'));
+        m_scene->tree.remove("raw_data/textures/Wood/Oak.PNG");
+        action->reset();
+        QCOMPARE(run(action), m_scene->tree.path("raw_data/textures/Wood/Oak.PNG: it can't be opened: "
+                                                 "No such file or directory\n! 4"));
     }
 
     void cleanupTestCase()
@@ -125,18 +111,23 @@ private slots:
     }
 
 private:
-    std::unique_ptr<TEMPORARY_TREE> m_tree;
-    std::unique_ptr<RULE_CACHE_HOLDER> m_rules;
+    // The action of the picture that is one, after a start.
+    ACTION_INTERFACE* oak()
+    {
+        m_scene->session->calculate_directories();
+        return m_scene->start_up() ? m_scene->file("<working>/wood/oak.tex")->main_provider : nullptr;
+    }
+
+    // What it says, and what came out when that is not a success.
+    QString run(ACTION_INTERFACE* action)
+    {
+        const int state = action->execute(m_scene->session->file_map, m_scene->session->rule_cache);
+        return action->output + (state == ACTION_SUCCEEDED ? QString() : QString("! %1").arg(state));
+    }
+
+    std::unique_ptr<STEP_SCENE> m_scene;
     TEXTURES_PROCESSOR m_processor;
-    LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*> m_files;
-    FILE_ENTRY m_picture;
-    FILE_ENTRY m_other;
-    FILE_ENTRY m_texture;
-    std::unique_ptr<ACTION_INTERFACE> m_action;
-    QVector<LOGICAL_PATH> m_inputs;
-    QVector<ACTION_TARGET> m_targets;
-    QDateTime m_stamp;
 };
 
-QTEST_MAIN(tst_texture_action)
+QTEST_MAIN(TST_TEXTURE_ACTION)
 #include "tst_texture_action.moc"

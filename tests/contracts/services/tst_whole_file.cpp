@@ -29,7 +29,9 @@ QString write_in_pieces(const QString& path, const QByteArray& bytes)
     file.seek(0);
     for (int i = 0; i < bytes.size(); i += 7)
         file.write(bytes.mid(i, 7));
-    return file.commit();
+    const QString first = file.error();
+    const QString error = file.commit();
+    return first.isEmpty() || first == error ? error : "first " + first;
 }
 
 // As a library does that has a temporary file of its own.
@@ -50,14 +52,12 @@ Q_DECLARE_METATYPE(WRITE)
 using WAYS = ROWS<WRITE, int>; // write, waits for the disk
 
 /// Every way to write a file: the outcome is the same.
-class tst_whole_file : public WATCHED_TEST
+class TST_WHOLE_FILE : public WATCHED_TEST
 {
     Q_OBJECT
 
 private slots:
-    void init() { m_folder.reset(new QTemporaryDir); }
-
-    void replaces_data()
+    void writes_data()
     {
         const WAYS row;
         row("whole file", write_whole_file, 1);
@@ -65,80 +65,65 @@ private slots:
         row("in pieces", write_in_pieces, 0);
         row("by name", write_by_name, 0);
     }
-    void replaces()
+    void writes()
     {
         const auto [write, waits] = WAYS::values();
+        const QTemporaryDir folder;
+        const auto path = [&](const QString& name) { return folder.filePath(name); };
+        const auto mode = [&](const QString& name) {
+            struct stat found;
+            return stat(QFile::encodeName(path(name)), &found) == 0 ? found.st_mode & 0777 : 0;
+        };
         const QByteArray bytes(100000, 'x');
-        const QString name = path(QString(240, 'n'));
+        const QString long_name(240, 'n');
         FILES::write(path("folder/old"), "former");
+        FILES::write(path("full"), "former");
+        FILES::write(path("read-only"), "former");
         QVERIFY(QFile::setPermissions(path("folder/old"), QFile::ReadOwner | QFile::WriteOwner));
-        QVERIFY(QFile::link("folder/old", path("link")));
+        QVERIFY(QFile::setPermissions(path("read-only"), QFile::ReadOwner));
+        QVERIFY(QFile::link("folder/old", path("link")) && QFile::link("circle", path("circle")));
         s_waits = 0;
         const mode_t before = umask(027);
-        const QString errors = write(name, bytes) + write(path("link"), bytes) + write(path("dot.tex"), "");
+        const QString errors =
+            write(path(long_name), bytes) + write(path("link"), bytes) + write(path("dot.tex"), "");
         umask(before);
         QCOMPARE(errors, QString());
         QCOMPARE(s_waits, 3 * waits);
-        QVERIFY(FILES::bytes(name) == bytes && FILES::bytes(path("folder/old")) == bytes);
-        QVERIFY(QFileInfo(path("link")).isSymLink());
-        QCOMPARE(mode(name), 0640u);
-        QCOMPARE(mode(path("folder/old")), 0600u);
-        QCOMPARE(FILES::below(m_folder->path()).size(), 4);
-    }
 
-    void leaves_as_it_was_data() { replaces_data(); }
-    void leaves_as_it_was()
-    {
-        const WRITE write = std::get<0>(WAYS::values());
-        FILES::write(path("old"), "former");
-        FILES::write(path("read-only"), "former");
-        FILES::write(path("folder/in it"), "former");
-        QVERIFY(QFile::setPermissions(path("read-only"), QFile::ReadOwner));
-        QVERIFY(QFile::link("circle", path("circle")));
-        const QStringList files = FILES::below(m_folder->path());
-        const QMap<QString, QString> causes{
-            {"old", "File too large"},
-            {"new", "File too large"},
-            {"read-only", "it is read-only"},
-            {"folder", "it is a folder"},
-            {"circle", "it is a link that leads back to itself"},
-            {"none/new", "No such file or directory"},
-        };
+        const QMap<QString, QString> causes{{"full", "File too large"},
+                                            {"new", "File too large"},
+                                            {"read-only", "it is read-only"},
+                                            {"folder", "it is a folder"},
+                                            {"/dev/null", "it is no ordinary file"},
+                                            {"circle", "it is a link that leads back to itself"},
+                                            {"none/new", "No such file or directory"}};
         for (auto place = causes.cbegin(); place != causes.cend(); ++place) {
-            QString error;
-            {
-                const FULL_DISK disk(true);
-                error = write(path(place.key()), QByteArray(100000, 'x')) +
-                        write(path(place.key()), QByteArray(150, 'x'));
+            const QString file = QDir(folder.path()).filePath(place.key());
+            for (const int size : {100000, 150}) {
+                FULL_DISK disk(true);
+                QCOMPARE(write(file, QByteArray(size, 'x')), file + ": can't be written: " + *place);
             }
-            const QString expected = path(place.key()) + ": can't be written: " + *place;
-            QCOMPARE(error, expected + expected);
         }
-        QCOMPARE(FILES::below(m_folder->path()), files);
-        QCOMPARE(FILES::bytes(path("old")) + FILES::bytes(path("read-only")), QByteArray("formerformer"));
+        QVERIFY(FILES::bytes(path(long_name)) == bytes && FILES::bytes(path("folder/old")) == bytes);
+        QCOMPARE(FILES::bytes(path("full")) + FILES::bytes(path("read-only")), QByteArray("formerformer"));
+        QVERIFY(QFileInfo(path("link")).isSymLink());
+        QCOMPARE(mode(long_name), 0640u);
+        QCOMPARE(mode("folder/old"), 0600u);
+        QCOMPARE(FILES::below(folder.path()).size(), 7);
     }
 
     // What the caller gives up leaves nothing behind.
     void is_given_up()
     {
+        const QTemporaryDir folder;
         {
-            TARGET_FILE file(path("new"));
-            file.write("some");
+            TARGET_FILE file(folder.filePath("new"));
+            QCOMPARE(file.write("some"), 4);
+            QVERIFY(file.seek(1) && file.size() == 4);
         }
-        QCOMPARE(FILES::below(m_folder->path()), QStringList());
+        QCOMPARE(FILES::below(folder.path()), QStringList());
     }
-
-private:
-    QString path(const QString& name) const { return m_folder->filePath(name); }
-
-    static uint mode(const QString& file)
-    {
-        struct stat found;
-        return stat(QFile::encodeName(file).constData(), &found) == 0 ? found.st_mode & 0777 : 0;
-    }
-
-    QScopedPointer<QTemporaryDir> m_folder;
 };
 
-QTEST_GUILESS_MAIN(tst_whole_file)
+QTEST_GUILESS_MAIN(TST_WHOLE_FILE)
 #include "tst_whole_file.moc"

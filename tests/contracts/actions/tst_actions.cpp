@@ -1,0 +1,152 @@
+#include <QtTest/QtTest>
+#include <QtWidgets/QListWidget>
+#include <QtWidgets/QTreeWidget>
+
+#include <memory>
+#include <thread>
+
+#include "contracts/actions/dialog_helper.h"
+#include "contracts/actions/processor_interface.h"
+#include "contracts/rules/rule_cache.h"
+#include "session/start_up_hooks.h"
+#include "tests/contracts/rules/rule_cache_holder.h"
+#include "tests/support/cases.h"
+#include "tests/support/idle_action.h"
+#include "tests/support/watched_test.h"
+
+namespace {
+
+class IDLE_PROCESSOR : public PROCESSOR_INTERFACE
+{
+public:
+    using PROCESSOR_INTERFACE::new_action_group;
+    QString name() override { return "Idle"; }
+    int order_number() override { return 0; }
+    QVector<ACTION_INTERFACE*> collect_actions(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override
+    {
+        return {};
+    }
+};
+
+} // namespace
+
+class TST_ACTIONS : public WATCHED_TEST
+{
+    Q_OBJECT
+
+private slots:
+    void selection_data() { add_cases("contracts/actions/selection.cases", {"pulls", "do", "counts"}); }
+    void selection()
+    {
+        std::map<QString, IDLE_ACTION> actions;
+        const auto counts = [&] {
+            QStringList texts;
+            for (const auto& [name, action] : actions)
+                texts.append(name + '=' + QString::number(action.selection_count));
+            return texts.join(' ');
+        };
+        for (const QString& pull : current_case()["pulls"].split(' '))
+            actions[pull.left(1)].add_dependency(actions[pull.right(1)], true);
+        QStringList said;
+        for (const QString& step : current_case()["do"].split(' ')) {
+            QSet<ACTION_INTERFACE*> touched;
+            ACTION_INTERFACE& action = actions[step.right(1)];
+            step.startsWith('+') ? action.select(touched) : action.deselect(touched);
+            QString names;
+            for (auto& [name, other] : actions)
+                names += touched.contains(&other) ? name : QString();
+            said.append(step + " touches " + names + ": " + counts());
+        }
+        GOX_COMPARE_TEXT(said.join('\n'), current_case()["counts"]);
+    }
+
+    void dependencies_are_free_of_repeats()
+    {
+        for (const int count : {1, 16, 17, 200}) { // many are kept in another way
+            auto others = std::make_unique<std::array<IDLE_ACTION, 200>>();
+            IDLE_ACTION action;
+            for (const bool pulls : {false, true, false})
+                for (int i = 0; i < count; ++i) {
+                    action.add_dependency((*others)[i], pulls);
+                    action.add_dependency(action, true);
+                    QCOMPARE(action.dependencies.size(), pulls || action.pulls.size() ? count : i + 1);
+                }
+            QCOMPARE(action.pulls.size(), count); // a pull that comes later counts, once
+            QCOMPARE(others->front().pulled_by, QVector<ACTION_INTERFACE*>{&action});
+            {
+                IDLE_ACTION puller;
+                puller.add_dependency(action, true);
+                QCOMPARE(action.pulled_by.size(), 1);
+            }
+            others.reset();
+            QVERIFY(action.pulls.isEmpty() && action.pulled_by.isEmpty()); // whoever is dropped pulls nobody
+        }
+    }
+
+    void messages_of_its_thread_are_its_output()
+    {
+        IDLE_ACTION action, other;
+        action.redirect_messages();
+        qDebug("one");
+        std::thread([] { qDebug("of another thread"); }).join();
+        other.redirect_messages();
+        qWarning("two");
+        other.clear_redirections();
+        qDebug("three");
+        action.add_output_line("four");
+        action.add_output_line(QString());
+        QCOMPARE(action.output + '|' + other.output, QString("one\nfour\n\n|two\n"));
+    }
+
+    void message_boxes_are_output_once()
+    {
+        IDLE_ACTION action;
+        bool show_box = true;
+        bool break_in_debugger = false;
+        current_action = &action;
+        for (const char* text : {"one", "two", "one"})
+            startup_message_hook(true, FW::UniString(text), show_box, break_in_debugger);
+        current_action = nullptr;
+        QCOMPARE(action.output, QString("one\ntwo\n"));
+        QVERIFY(action.review_needed);
+        action.state = ACTION_FAILED;
+        action.progress_current = action.progress_total = 3;
+        action.reset();
+        QVERIFY(!action.review_needed && action.state == ACTION_NOT_RUN && action.output.isEmpty());
+        QCOMPARE(action.progress_total - action.progress_current, 3);
+    }
+
+    void what_an_author_leaves_out()
+    {
+        IDLE_PROCESSOR processor;
+        IDLE_ACTION action;
+        RULE_CACHE_HOLDER rules;
+        LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*> files;
+        action.abort();
+        action.reserved();
+        action.resolve_dependencies(files, rules.cache);
+        QVERIFY(action.checks_dependencies() && !action.review_is_failure() && action.dependencies.isEmpty());
+        QVERIFY(processor.scan_directories().isEmpty());
+        QVERIFY(processor.collect_virtual_files(files, rules.cache).isEmpty());
+        QTest::qWait(2);
+        QCOMPARE(processor.stopwatch.AsMSec(), 0);
+        const int group = IDLE_PROCESSOR::new_action_group();
+        QVERIFY(group >= 1 && IDLE_PROCESSOR::new_action_group() == group + 1);
+    }
+
+    void rows_keep_their_action()
+    {
+        IDLE_ACTION action;
+        QListWidgetItem item;
+        QTreeWidgetItem row;
+        QVERIFY(!DIALOG_HELPER::get_action_pointer(&item) && !DIALOG_HELPER::get_action_pointer(&row, 0));
+        DIALOG_HELPER::set_action_pointer(&item, &action);
+        DIALOG_HELPER::set_action_pointer(&row, 1, &action);
+        QCOMPARE(DIALOG_HELPER::get_action_pointer(&item), &action);
+        QCOMPARE(DIALOG_HELPER::get_action_pointer(&row, 1), &action);
+        QVERIFY(!DIALOG_HELPER::get_action_pointer(&row, 0) && item.data(Qt::UserRole).isValid());
+    }
+};
+
+QTEST_MAIN(TST_ACTIONS)
+#include "tst_actions.moc"

@@ -1,0 +1,54 @@
+#include <QtTest/QtTest>
+
+#include "contracts/database/kv_xml_query_interface.h"
+#include "contracts/services/asset_graph.h"
+#include "tests/session/step_scene.h"
+#include "tests/support/cases.h"
+#include "tests/support/watched_test.h"
+
+/// What the start-up makes of its services.
+class TST_START_UP_SERVICES : public WATCHED_TEST
+{
+    Q_OBJECT
+
+private slots:
+    void database_of_a_build_server_is_read_only()
+    {
+        for (const bool is_server : {false, true})
+            for (const bool no_progress_dialog : {false, true}) {
+                STEP_SCENE scene;
+                QVERIFY(QDir().mkpath(scene.session->database_path()));
+                QByteArray words[] = {"gox", is_server ? "--build_server" : "--offline"};
+                char* arguments[] = {words[0].data(), words[1].data()};
+                QStringList errors;
+                scene.options.initialise(2, arguments, errors);
+                QTextStream log(&scene.log_text);
+                QVERIFY(scene.session->connect_database(QString(), log, no_progress_dialog));
+                QCOMPARE(scene.session->database->is_read_only(), is_server || no_progress_dialog);
+            }
+    }
+
+    void asset_graph_is_loaded_and_cleaned()
+    {
+        STEP_SCENE scene;
+        PROGRESS_WIDGET splash(nullptr, Qt::WindowFlags());
+        QTSHARED::set_absolute_to_relative_path_callback_for_asset_graph(
+            [](const QString& path) { return PATHS::logical_path(PHYSICAL_PATH(path)).section('/', 1, -1); });
+        scene.tree.write("raw_data/a.agf", "<agf><asset name='raw'/></agf>");
+        scene.tree.write("raw_data/b.agf", "<agf><asset name='gone'/></agf>");
+        scene.tree.write("working_data/A.agf", "<agf><asset name='working'/></agf>");
+        QVERIFY(scene.start_up());
+        scene.session->load_asset_graph(splash);
+        QCOMPARE(splash.progress(), QString("Loading asset graph... 0%"));
+        // Of one name the last file counts.
+        QCOMPARE(scene.session->asset_graph->assets(), QStringList({"gone", "working"}));
+        scene.session->file_map = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>();
+        scene.session->file_map.insert(LOGICAL_PATH("<raw>/a.agf"), nullptr);
+        scene.session->clean_asset_graph(splash);
+        QCOMPARE(splash.progress(), QString("Cleaning asset graph... 0%"));
+        QCOMPARE(scene.session->asset_graph->get_all_agf_filenames(), QStringList("a.agf"));
+    }
+};
+
+QTEST_MAIN(TST_START_UP_SERVICES)
+#include "tst_start_up_services.moc"

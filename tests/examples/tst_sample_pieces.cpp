@@ -1,0 +1,191 @@
+#include <QtTest/QtTest>
+
+#include "examples/plugins/packs/pack_file.h"
+#include "examples/plugins/textures/mip_chain.h"
+#include "examples/plugins/textures/picture_reader.h"
+#include "examples/plugins/textures/texture_file.h"
+#include "examples/plugins/textures/tga_reader.h"
+#include "tests/support/cases.h"
+#include "tests/support/full_disk.h"
+#include "tests/support/rows.h"
+#include "tests/support/spelled_bytes.h"
+#include "tests/support/temporary_tree.h"
+#include "tests/support/watched_test.h"
+
+Q_DECLARE_METATYPE(PACK_MEMBER)
+
+namespace {
+
+// Rows from the top, pixels as aarrggbb.
+QString pixels_of(const QImage& image)
+{
+    QStringList rows;
+    for (int y = 0; y < image.height(); ++y) {
+        QStringList row;
+        for (int x = 0; x < image.width(); ++x)
+            row << QString::number(image.pixel(x, y), 16);
+        rows << row.join(' ');
+    }
+    return rows.join('/');
+}
+
+// Text that does not compress, so that the writing goes on for a while.
+QByteArray noise(int size)
+{
+    QByteArray bytes(size, '\0');
+    quint32 random = 1;
+    for (char& byte : bytes) {
+        random = random * 1664525 + 1013904223;
+        byte = char(random >> 24);
+    }
+    return bytes;
+}
+
+using CHAINS = ROWS<QSize, int, bool, QString>;       // picture, maximum, mip_maps, levels and rows
+using FAILURES = ROWS<PACK_MEMBER, QString, QString>; // member, what is in the way, error
+
+} // namespace
+
+class TST_SAMPLE_PIECES : public WATCHED_TEST
+{
+    Q_OBJECT
+
+private slots:
+    void pictures_data() { add_cases("examples/pictures.cases", {"file", "hex", "read"}); }
+    void pictures()
+    {
+        const TEST_CASE one = current_case();
+        const TEMPORARY_TREE tree;
+        const QByteArray bytes = QByteArray::fromHex(spelled_bytes(one["hex"]));
+        if (one.has("hex") && one.has("file"))
+            tree.write(one["file"], bytes);
+        QString error;
+        const QImage image =
+            one.has("file") ? read_picture(tree.path(one["file"]), error) : read_tga(bytes, error);
+        const QString read = error.isEmpty() ? pixels_of(image) : image.isNull() ? '!' + error : "both";
+        GOX_COMPARE_TEXT(read, one["read"].replace("FILE", tree.path(one["file"])));
+    }
+
+    // Whatever is broken, the answer is a picture or a reason; the sanitizers see
+    // to the rest.
+    void tga_survives_damage()
+    {
+        const QByteArray whole = QByteArray::fromHex(spelled_bytes(
+            "00000a 0000000000 00000000 0700 0500 20 08 {12 x 82 01020304 01 05060708 090a0b0c}"));
+        quint32 random = 12345;
+        for (int round = 0; round < 20000; ++round) {
+            QByteArray data = whole;
+            for (int i = 0; i < 3; ++i) {
+                random = random * 1664525 + 1013904223;
+                data[int(random >> 8) % (i == 0 ? 18 : data.size())] = char(random >> 24);
+            }
+            data.truncate(int(random >> 4) % data.size() + 1);
+            QString error;
+            const bool is_null = read_tga(data, error).isNull();
+            QCOMPARE(is_null, !error.isEmpty());
+        }
+    }
+
+    void chain_data()
+    {
+        const CHAINS row;
+        row("square", QSize(4, 4), 4, true, "4x4 2x2 1x1, 10 rows");
+        row("one level", QSize(4, 4), 4, false, "4x4, 4 rows");
+        row("halved until it fits", QSize(256, 64), 100, false, "64x16, 64 rows");
+        row("odd sides", QSize(48, 7), 64, true, "48x7 24x3 12x1 6x1 3x1 1x1, 21 rows");
+        row("a line", QSize(1, 8), 0, true, "1x1, 8 rows");
+    }
+    void chain()
+    {
+        const auto [picture, maximum, mip_maps, expected] = CHAINS::values();
+        const MIP_CHAIN chain = mip_chain(picture, maximum, mip_maps);
+        QStringList levels;
+        for (const QSize& size : chain.levels)
+            levels << QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
+        QCOMPARE(levels.join(' ') + QString(", %1 rows").arg(chain.rows(picture)), expected);
+    }
+
+    void halving()
+    {
+        QImage image(3, 2, QImage::Format_ARGB32); // the odd column is dropped
+        image.fill(qRgba(9, 9, 9, 255));
+        image.setPixel(0, 0, qRgba(200, 100, 0, 255));
+        image.setPixel(1, 0, qRgba(100, 200, 0, 255));
+        image.setPixel(0, 1, qRgba(0, 0, 255, 0)); // invisible: its blue must not show
+        image.setPixel(1, 1, qRgba(0, 0, 255, 0));
+        int progress = 0;
+        std::atomic<bool> stop{false};
+        ROW_COUNTER rows(1, progress, 100, stop);
+        QCOMPARE(pixels_of(half_image(image, rows)), QString("80969600"));
+        QCOMPARE(progress, 100);
+        stop = true;
+        ROW_COUNTER stopped_rows(8, progress, 100, stop);
+        QVERIFY(half_image(QImage(16, 16, QImage::Format_RGB32), stopped_rows).isNull());
+        QCOMPARE(progress, 12); // one row of eight, and no further one
+    }
+
+    void texture_is_written_whole_or_not_at_all()
+    {
+        const TEMPORARY_TREE tree;
+        QImage image(2, 1, QImage::Format_ARGB32);
+        image.setPixel(0, 0, qRgba(255, 0, 0, 255));
+        image.setPixel(1, 0, qRgba(0, 255, 255, 0));
+        for (const auto& [format, pixels] : {std::pair(TEXTURE_FORMAT::RGBA8, "ff0000ff 00ffff00 ff0000ff"),
+                                             std::pair(TEXTURE_FORMAT::RGB565, "00f8 ff07 00f8"),
+                                             std::pair(TEXTURE_FORMAT::GREY8, "57 a7 57")}) {
+            const QByteArray expected = QByteArray::fromHex(pixels);
+            const QByteArray before = tree.read("a.tex");
+            TEXTURE_FILE texture(tree.path("a.tex"), format);
+            QVERIFY(texture.open({QSize(2, 1), QSize(1, 1)}));
+            QVERIFY(texture.write_row(image, 0) && texture.write_row(image.copy(0, 0, 1, 1), 0));
+            QCOMPARE(tree.read("a.tex"), before);
+            QVERIFY(texture.commit());
+            QCOMPARE(tree.read("a.tex"), "GTEX" + QByteArray("\1\0", 2) + char(format) +
+                                             QByteArray("\0\2\0\0\0\1\0\0\0\2\0\0\0\0\0\0\0", 17) +
+                                             char(expected.size()) + QByteArray(7, '\0') + expected);
+        }
+        TEXTURE_FILE nowhere(tree.path("none/a.tex"), TEXTURE_FORMAT::GREY8);
+        QVERIFY(!nowhere.open({QSize(1, 1)}));
+        QVERIFY(nowhere.error().startsWith(tree.path("none/a.tex: can't be written: ")));
+    }
+
+    void packs_data()
+    {
+        const FAILURES row;
+        const PACK_MEMBER good{"new", QString(), noise(1000)};
+        row("well", good, "", "");
+        row("stopped", good, "stop", "%1/a.zip: can't be written: Operation cancelled");
+        row("member missing", PACK_MEMBER{"new", "%1/none", QByteArray()}, "",
+            "%1/none can't be read: No such file or directory");
+        row("member twice", PACK_MEMBER{"old", QString(), "again"}, "",
+            "%1/a.zip: can't be written: File already exists");
+        row("read-only", good, "lock", "%1/a.zip: can't be written: it is read-only");
+#ifdef Q_OS_UNIX
+        row("full disk", good, "disk", "%1/a.zip: can't be written: ");
+#endif
+    }
+    void packs()
+    {
+        auto [member, in_the_way, error] = FAILURES::values();
+        const TEMPORARY_TREE tree;
+        int progress = 0;
+        const std::atomic<bool> stop{in_the_way == "stop"};
+        tree.write("a.zip", "former");
+        member.path.replace("%1", tree.path());
+        if (in_the_way == "lock")
+            tree.set_permissions("a.zip", 0444);
+        QString told;
+        {
+            const FULL_DISK disk(in_the_way == "disk");
+            told = write_pack(tree.path("a.zip"), {{"old", QString(), "old"}, member}, {progress, 50, stop});
+        }
+        QVERIFY2(told.startsWith(QString(error).replace("%1", tree.path())), qPrintable(told));
+        QCOMPARE(told.isEmpty(), error.isEmpty());
+        QVERIFY(tree.read("a.zip").startsWith(error.isEmpty() ? "PK" : "former"));
+        QCOMPARE(FILES::below(tree.path()), QStringList("a.zip"));
+        QCOMPARE(progress == 50, error.isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(TST_SAMPLE_PIECES)
+#include "tst_sample_pieces.moc"
