@@ -4,7 +4,7 @@
 
 QByteArray spelled_bytes(const QString& text)
 {
-    static const QRegularExpression spelling(R"(\\x([0-9a-f]{2})|\\([nr])|\{(\d+) x ([^}]*)\})");
+    static const QRegularExpression spelling(R"(\\x([0-9a-f]{2})|\\([nr\\])|\{(\d+) x ([^}]*)\})");
     QByteArray bytes;
     int from = 0;
     for (auto hits = spelling.globalMatch(text); hits.hasNext();) {
@@ -16,12 +16,14 @@ QByteArray spelled_bytes(const QString& text)
         if (!hit.captured(1).isEmpty())
             bytes += char(hit.captured(1).toInt(nullptr, 16));
         else if (!hit.captured(2).isEmpty())
-            bytes += hit.captured(2) == "n" ? '\n' : '\r';
+            bytes += hit.captured(2) == "n" ? '\n' : hit.captured(2) == "r" ? '\r' : '\\';
         else if (!repeated.contains('%'))
             bytes += repeated.repeated(count);
         else
             for (int i = 0; i < count; ++i)
-                bytes += QByteArray(repeated).replace('%', QByteArray::number(i));
+                bytes += QByteArray(repeated)
+                             .replace("%+", QByteArray::number(i + 1))
+                             .replace('%', QByteArray::number(i));
     }
     return bytes + text.mid(from).toUtf8();
 }

@@ -3,7 +3,6 @@
 #include "contracts/database/kv_xml_query_interface.h"
 #include "contracts/services/asset_graph.h"
 #include "tests/session/step_scene.h"
-#include "tests/support/cases.h"
 #include "tests/support/watched_test.h"
 
 /// What the start-up makes of its services.
@@ -14,18 +13,20 @@ class TST_START_UP_SERVICES : public WATCHED_TEST
 private slots:
     void database_of_a_build_server_is_read_only()
     {
-        for (const bool is_server : {false, true})
-            for (const bool no_progress_dialog : {false, true}) {
-                STEP_SCENE scene;
-                QVERIFY(QDir().mkpath(scene.session->database_path()));
-                QByteArray words[] = {"gox", is_server ? "--build_server" : "--offline"};
-                char* arguments[] = {words[0].data(), words[1].data()};
-                QStringList errors;
-                scene.options.initialise(2, arguments, errors);
-                QTextStream log(&scene.log_text);
-                QVERIFY(scene.session->connect_database(QString(), log, no_progress_dialog));
-                QCOMPARE(scene.session->database->is_read_only(), is_server || no_progress_dialog);
-            }
+        for (const auto& [option, no_progress_dialog] :
+             {std::pair("--offline", false), std::pair("--build_server", false),
+              std::pair("--offline", true)}) {
+            STEP_SCENE scene;
+            QByteArray words[] = {"gox", option};
+            char* arguments[] = {words[0].data(), words[1].data()};
+            QStringList errors;
+            scene.options.initialise(2, arguments, errors);
+            QVERIFY(QDir().mkpath(scene.session->database_path()));
+            QTextStream log(&scene.log_text);
+            QVERIFY(scene.session->connect_database(QString(), log, no_progress_dialog));
+            QCOMPARE(scene.session->database->is_read_only(),
+                     words[1] == "--build_server" || no_progress_dialog);
+        }
     }
 
     void asset_graph_is_loaded_and_cleaned()

@@ -19,11 +19,10 @@ void read_children(XML_FILE_READER& xml, const QString& level, QStringList& line
             xml.skip();
         } else if (element == "flag") {
             bool flag = false;
-            const bool is_read = xml.boolean(flag);
-            lines.append(level + "flag " + (!is_read ? "-" : flag ? "true" : "false"));
+            lines.append(level + (!xml.boolean(flag) ? "flag -" : flag ? "flag true" : "flag false"));
         } else {
-            const QString attribute = xml.has_attribute("n") ? " n=" + xml.attribute("n") : QString();
-            lines.append(level + element + attribute + " \"" + xml.text() + '"');
+            lines.append(level + element + ' ' + xml.attribute("n"));
+            lines.last() += '"' + xml.text() + '"';
         }
     }
 }
