@@ -1,9 +1,13 @@
 #include <QtTest/QtTest>
+#include <QtWidgets/QListWidget>
 
 #include "contracts/database/kv_xml_query_interface.h"
 #include "contracts/services/asset_graph.h"
+#include "contracts/services/file_list_dialog.h"
 #include "tests/session/step_scene.h"
+#include "tests/support/cases.h"
 #include "tests/support/watched_test.h"
+#include "tests/support/window_text.h"
 
 /// What the start-up makes of its services.
 class TST_START_UP_SERVICES : public WATCHED_TEST
@@ -11,6 +15,23 @@ class TST_START_UP_SERVICES : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
+    void windows_data() { add_cases("contracts/services/start_up_windows.cases", {"splash", "files"}); }
+    void windows()
+    {
+        PROGRESS_WIDGET splash(nullptr, Qt::WindowFlags());
+        splash.set_progress("a <b>step</b>");
+        const QString before = WINDOW_TEXT::form(splash);
+        splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
+        GOX_COMPARE_TEXT(before + '\n' + WINDOW_TEXT::form(splash), current_case()["splash"]);
+        QVERIFY(splash.minimumSize() == splash.maximumSize());
+        FILE_LIST_DIALOG dialog("a title", "a <b>text</b>", "take", {"a.txt", "b.txt"}, "leave", true,
+                                nullptr, {});
+        auto* const list = dialog.findChild<QListWidget*>();
+        list->item(0)->setCheckState(Qt::Unchecked);
+        GOX_COMPARE_TEXT(WINDOW_TEXT::form(dialog) + '\n' + dialog.get_selected_files().join(' '),
+                         current_case()["files"]);
+    }
+
     void database_of_a_build_server_is_read_only()
     {
         for (const auto& [option, no_progress_dialog] :

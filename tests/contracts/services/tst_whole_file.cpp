@@ -8,6 +8,7 @@
 #include "tests/support/watched_test.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 static int s_waits = 0;
 
@@ -85,6 +86,10 @@ private slots:
                 QCOMPARE(write(error.section(':', 0, 0), QByteArray(size, 'x')).remove("can't be written: "),
                          error);
             }
+        QCOMPARE(::setresuid(getuid() ? getuid() : 65534, uid_t(-1), uid_t(-1)), 0);
+        const QString not_mine = write("full", bytes);
+        QCOMPARE(::setresuid(geteuid(), uid_t(-1), uid_t(-1)), 0);
+        QCOMPARE(not_mine, QString(getuid() ? "" : "full: can't be written: it belongs to somebody else"));
         struct stat old, made;
         QVERIFY(::stat("folder/old", &old) + ::stat(QFile::encodeName(long_name), &made) == 0);
         QCOMPARE(QString::number((old.st_mode & 0777) << 9 | (made.st_mode & 0777), 8), QString("600640"));
