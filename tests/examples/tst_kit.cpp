@@ -11,6 +11,9 @@
 namespace {
 
 const int LIMIT = 200000; // milliseconds; plugins are compiled
+const QString GUIDE =
+    "BEGIN { system(\"mkdir \" folder) } /^```/ { inside = !inside; next } inside { print > file } "
+    "!inside && /^`.*`:$/ { file = folder substr($0, 2, length($0) - 3) }";
 
 // What a program prints, and "failed" behind it when it does.
 QByteArray printed_by(const QString& program, const QStringList& arguments)
@@ -20,24 +23,6 @@ QByteArray printed_by(const QString& program, const QStringList& arguments)
     process.start(program, arguments);
     const bool has_ended = process.waitForFinished(LIMIT) && process.exitStatus() == QProcess::NormalExit;
     return process.readAll() + (has_ended && process.exitCode() == 0 ? "" : "failed");
-}
-
-// Writes the files that a guide prints. A line such as "`notes_plugin.cpp`:" names
-// the file that the fenced parts behind it make up.
-void write_files_of(const QString& guide, const QString& folder)
-{
-    QMap<QString, QByteArray> files;
-    QString file;
-    bool is_inside = false;
-    for (const QByteArray& line : FILES::bytes(guide).split('\n'))
-        if (line.startsWith("```"))
-            is_inside = !is_inside;
-        else if (is_inside)
-            files[file] += line + '\n';
-        else if (line.startsWith('`') && line.endsWith("`:"))
-            file = line.mid(1, line.size() - 3);
-    for (auto printed = files.cbegin(); printed != files.cend(); ++printed)
-        FILES::write(folder + '/' + printed.key(), *printed);
 }
 
 } // namespace
@@ -55,7 +40,9 @@ private slots:
     {
         run("cmake", {"--install", GOX_BUILD_DIR, "--component", "sdk", "--prefix", path("kit")});
         run("cp", {"-R", GOX_SOURCE_DIR "/examples/minimal-plugin", path("minimal")});
-        write_files_of(path("kit/share/doc/gox-sdk/plugin-guide.md"), path("notes"));
+        // A line such as "`notes_plugin.cpp`:" of the guide names the file that the fenced
+        // parts behind it make up.
+        run("awk", {"-v", "folder=" + path("notes/"), GUIDE, path("kit/share/doc/gox-sdk/plugin-guide.md")});
         QByteArray includes;
         for (const QString& header : FILES::below(path("kit/include/gox")))
             includes.prepend("#include \"" + header.toUtf8() + "\"\n");

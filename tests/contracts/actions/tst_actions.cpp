@@ -98,10 +98,9 @@ private slots:
         QCOMPARE(action.output, QString("one\ntwo\n"));
         QVERIFY(action.review_needed);
         action.state = ACTION_FAILED;
-        action.progress_current = action.progress_total = 3;
+        action.progress_current = 3;
         action.reset();
-        QVERIFY(!action.review_needed && action.state == ACTION_NOT_RUN && action.output.isEmpty());
-        QCOMPARE(action.progress_total - action.progress_current, 3);
+        QVERIFY(!action.review_needed && !action.state && !action.progress_current && action.output.isEmpty());
     }
 
     void what_an_author_leaves_out()
@@ -124,7 +123,7 @@ private slots:
         IDLE_ACTION action;
         QListWidgetItem item;
         QTreeWidgetItem row;
-        QVERIFY(!DIALOG_HELPER::get_action_pointer(&item) && !DIALOG_HELPER::get_action_pointer(&row, 0));
+        QVERIFY(!DIALOG_HELPER::get_action_pointer(&item));
         DIALOG_HELPER::set_action_pointer(&item, &action);
         DIALOG_HELPER::set_action_pointer(&row, 1, &action);
         QCOMPARE(DIALOG_HELPER::get_action_pointer(&item), &action);

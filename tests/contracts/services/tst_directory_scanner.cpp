@@ -3,18 +3,14 @@
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 
-#include <atomic>
-#include <thread>
-
 #include "contracts/paths/letter_case.h"
 #include "contracts/paths/logical_path.h"
 #include "contracts/services/satellite.h"
 #include "tests/support/cases.h"
+#include "tests/support/files.h"
 #include "tests/support/spelled_bytes.h"
 #include "tests/support/watched_test.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -28,41 +24,25 @@ DIRECTORY_SCANNER scanner_of(int way)
 class SCENE
 {
 public:
-    SCENE() { ::chmod(bytes(QString()), 0755); }
-    ~SCENE()
-    {
-        seteuid(getuid());
-        // Qt can't remove paths that are too long for one system call.
-        QProcess::execute("sh", {"-c", "chmod -R u+rwx \"$0\"; rm -rf \"$0\"", folder.path()});
-    }
+    SCENE() { sh("chmod 755 ."); }
+    // Qt can't remove paths that are too long for one system call.
+    ~SCENE() { sh("chmod -R u+rwx . && rm -rf *"); }
 
-    QByteArray bytes(const QString& path) const { return folder.path().toUtf8() + spelled_bytes(path); }
-
-    void write(const QString& path) const
+    bool sh(const QString& command) const
     {
-        const QByteArray file = bytes(path);
-        for (int slash = file.indexOf('/', 1); slash > 0; slash = file.indexOf('/', slash + 1))
-            ::mkdir(file.left(slash), 0755);
-        ::close(::open(file, O_CREAT | O_WRONLY, 0644));
+        QProcess shell;
+        shell.setWorkingDirectory(folder.path());
+        shell.start("sh", {"-c", command});
+        return shell.waitForFinished() && shell.exitCode() == 0;
     }
-
-    void write_deep(const QByteArray& name, const QByteArray& file) const
-    {
-        int place = ::open(bytes(QString()), O_RDONLY | O_DIRECTORY);
-        for (int i = 0; i < 1500; ++i) {
-            ::mkdirat(place, name, 0755);
-            const int next = ::openat(place, name, O_RDONLY | O_DIRECTORY);
-            ::close(std::exchange(place, next));
-        }
-        ::close(::openat(place, file, O_CREAT | O_WRONLY, 0644));
-        ::close(place);
-    }
+    QString path(const QString& below) const { return folder.path() + below; }
+    void write(const QString& below) const { FILES::write(path(below), QByteArray()); }
 
     QString fetch(DIRECTORY_SCANNER& scanner, const QString& path, bool says_times = false) const
     {
         QVector<DIRECTORY_SCANNER::FILE_INFO> files{{"before", QDateTime()}};
         QStringList said;
-        if (!scanner.get_files(path == "nothing" ? QString() : folder.path() + path, files))
+        if (!scanner.get_files(path == "nothing" ? QString() : this->path(path), files))
             said.append(QStringLiteral("!%1 %2").arg(scanner.error_number).arg(scanner.get_error()));
         for (const DIRECTORY_SCANNER::FILE_INFO& file : files.mid(1))
             said.append(says_times ? file.modified.toString(Qt::ISODateWithMs) : file.path);
@@ -71,34 +51,18 @@ public:
         return said.join(' ').trimmed().remove(folder.path());
     }
 
-    QString take(DIRECTORY_SCANNER& scanner, const QString& step)
+    QString take(DIRECTORY_SCANNER& scanner, const QString& step) const
     {
-        const QStringList words = step.split(' ');
-        const QString word = words[0], path = words[1];
-        const timespec times[] = {{0, 0}, {words.value(2).toInt(), words.value(3).toInt()}};
-        if (m_is_restricted && word != "mode")
-            seteuid(65534); // a privileged user may read everything
-        if (word == "fetch" || word == "times")
-            return fetch(scanner, path, word == "times") + '\n';
+        const QString word = step.section(' ', 0, 0), rest = step.section(' ', 1);
+        seteuid(word == "$" ? getuid() : 65534); // a privileged user may read everything
+        if (word == "$")
+            return sh(rest) ? QString() : "can't be done: " + rest;
         if (word == "announce")
-            scanner.add_path(path == "nothing" ? QString() : folder.path() + path);
-        else if (word == "file")
-            write(path);
-        else if (word == "deep")
-            write_deep(path.mid(1).toUtf8(), words[2].toUtf8());
-        else if (word == "mode")
-            m_is_restricted = ::chmod(bytes(words[2]), path.toUInt(nullptr, 8)) == 0;
-        else if (word == "link"   ? ::symlink(words[2].toUtf8(), bytes(path))
-                 : word == "pipe" ? ::mkfifo(bytes(path), 0600)
-                                  : ::utimensat(AT_FDCWD, bytes(path), times, 0))
-            return "can't be done: " + step;
-        return QString();
+            scanner.add_path(rest == "nothing" ? QString() : path(rest));
+        return word == "announce" ? QString() : fetch(scanner, rest, word == "times") + '\n';
     }
 
     const QTemporaryDir folder;
-
-private:
-    bool m_is_restricted = false;
 };
 
 } // namespace
@@ -117,6 +81,7 @@ private slots:
             QString said;
             for (const QString& step : current_case().lines("do"))
                 said += scene.take(scanner, step);
+            seteuid(getuid());
             said.chop(1);
             GOX_COMPARE_TEXT(said, QString::fromUtf8(spelled_bytes(current_case()["said"])));
         }
@@ -149,42 +114,37 @@ private slots:
     void changes_during_the_walk()
     {
         const SCENE scene;
-        for (int i = 10; i < 50; ++i)
-            scene.write(QString("/s%1/f").arg(i));
+        QVERIFY(scene.sh("for i in $(seq 10 49); do mkdir s$i; touch s$i/f; done"));
         DIRECTORY_SCANNER scanner;
         const QString expected = scene.fetch(scanner, QString());
-        std::atomic<bool> is_over{false};
-        std::thread unrest([&] {
-            for (int i = 0; !is_over; i = (i + 1) % 40) {
-                const QString folder = QString("/s%1/unrest").arg(10 + i);
-                for (int k = 0; k < 5; ++k)
-                    scene.write(folder + QString("/%1/t").arg(k));
-                QDir(scene.bytes(folder)).removeRecursively();
-            }
-        });
-        QString result = expected;
+        QProcess unrest;
+        unrest.setWorkingDirectory(scene.folder.path());
+        unrest.start("perl",
+                     {"-e", "for (;; $n = ($n + 1) % 40) { $u = 's' . (10 + $n) . '/unrest'; mkdir $u; "
+                            "for (1..5) { mkdir \"$u/$_\"; open(F, \">$u/$_/t\"); close(F); } "
+                            "for (1..5) { unlink \"$u/$_/t\"; rmdir \"$u/$_\"; } rmdir $u; }"});
+        QString result = unrest.waitForStarted() ? expected : "no unrest";
         for (int i = 0; i < 100 && result == expected; ++i) {
             DIRECTORY_SCANNER other = scanner_of(i % 3);
             result = scene.fetch(other, QString()).remove(QRegularExpression(" [^ ]*unrest[^ ]*"));
         }
-        is_over = true;
-        unrest.join();
+        unrest.kill();
+        unrest.waitForFinished();
         QCOMPARE(result, expected);
     }
 
     void stop_in_the_middle()
     {
         const SCENE scene;
-        for (int i = 0; i < 300; ++i)
-            scene.write(QString("/%1/%2/f").arg(i / 10).arg(i % 10));
+        QVERIFY(scene.sh("for i in $(seq 300); do mkdir -p $i/1; touch $i/1/f; done"));
         SATELLITE& scanner = SATELLITE::instance();
         QCOMPARE(&scanner, &SATELLITE::instance());
         for (int pass = 0; pass < 20; ++pass) {
-            scanner.add_path(scene.bytes(QString()));
-            scanner.add_path(scene.bytes("/1"));
+            scanner.add_path(scene.path(""));
+            scanner.add_path(scene.path("/1"));
             scanner.stop(); // most likely in the middle of the walk
         }
-        QCOMPARE(scene.fetch(scanner, "/1/0"), QString("/1/0/f"));
+        QCOMPARE(scene.fetch(scanner, "/1"), QString("/1/1/f"));
         QCOMPARE(scene.fetch(scanner, QString()).count("/f"), 300);
     }
 };

@@ -28,7 +28,8 @@ private slots:
                                 nullptr, {});
         auto* const list = dialog.findChild<QListWidget*>();
         list->item(0)->setCheckState(Qt::Unchecked);
-        GOX_COMPARE_TEXT(WINDOW_TEXT::form(dialog) + '\n' + dialog.get_selected_files().join(' '),
+        GOX_COMPARE_TEXT(dialog.objectName() + ": " + WINDOW_TEXT::form(dialog) + '\n' +
+                             dialog.get_selected_files().join(' '),
                          current_case()["files"]);
     }
 

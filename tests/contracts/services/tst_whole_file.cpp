@@ -87,9 +87,10 @@ private slots:
                          error);
             }
         QCOMPARE(::setresuid(getuid() ? getuid() : 65534, uid_t(-1), uid_t(-1)), 0);
-        const QString not_mine = write("full", bytes);
+        const QString not_mine = write("folder/old", bytes);
         QCOMPARE(::setresuid(geteuid(), uid_t(-1), uid_t(-1)), 0);
-        QCOMPARE(not_mine, QString(getuid() ? "" : "full: can't be written: it belongs to somebody else"));
+        QCOMPARE(not_mine,
+                 QString(getuid() ? "" : "folder/old: can't be written: it belongs to somebody else"));
         struct stat old, made;
         QVERIFY(::stat("folder/old", &old) + ::stat(QFile::encodeName(long_name), &made) == 0);
         QCOMPARE(QString::number((old.st_mode & 0777) << 9 | (made.st_mode & 0777), 8), QString("600640"));
