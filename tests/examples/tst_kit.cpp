@@ -79,8 +79,8 @@ private slots:
         scene.tree.write("old_working_data/notes/first.txt", "shipped");
         QStringList said;
         for (const QByteArray& note : {QByteArray(50, 'a'), QByteArray(50, 'a'), QByteArray(200, 'b')}) {
-            const bool is_old = note.size() == 50;
-            scene.tree.write("raw_data/notes/First.txt", note, is_old ? FILES::hour(1) : QDateTime());
+            scene.tree.write("raw_data/notes/First.txt", note,
+                             note.size() == 50 ? FILES::hour(1) : QDateTime());
             GOX_COMPARE_STATUS(scene.run(QByteArray()), 0, scene.gox);
             said.append(scene.log().body("<raw>/notes/first.txt").section('\n', 0, 0));
             said.append(scene.tree.read("working_data/notes/first.txt").left(3));
