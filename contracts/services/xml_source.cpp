@@ -2,7 +2,7 @@
 
 namespace {
 
-constexpr QLatin1String NOT_UTF8("the bytes here are not UTF-8");
+const QLatin1String NOT_UTF8("the bytes here are not UTF-8");
 
 constexpr quint64 packed(const char* text)
 {
