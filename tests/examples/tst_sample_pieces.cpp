@@ -168,7 +168,7 @@ private slots:
         QCOMPARE(told.isEmpty(), error.isEmpty());
         QVERIFY(tree.read("a.zip").startsWith(error.isEmpty() ? "PK" : "former"));
         QCOMPARE(FILES::below(tree.path()), QStringList("a.zip"));
-        QCOMPARE(progress == 50, error.isEmpty());
+        QVERIFY(progress == 50 || !told.isEmpty());
     }
 };
 
