@@ -4,7 +4,6 @@
 #include <QtCore/QFile>
 #include <QtWidgets/QInputDialog>
 
-#include "contracts/configuration/configuration.h"
 #include "contracts/services/command_line_options.h"
 #include "contracts/services/plain_message_box.h"
 
@@ -33,9 +32,18 @@ QString configuration_name_of(const COMMAND_LINE_OPTIONS& options)
     return name;
 }
 
-QString configuration_file(const QString& name)
+bool CHOSEN_CONFIGURATION::is_refused() const
 {
-    return "GOX/" + name + "_configuration.xml";
+    return !is_loaded && !name.isEmpty() && name != default_name();
+}
+
+CHOSEN_CONFIGURATION load_configuration(const QString& name)
+{
+    CHOSEN_CONFIGURATION chosen;
+    chosen.name = name;
+    chosen.record.retail = true;
+    chosen.is_loaded = chosen.record.load(chosen.file(), chosen.error, chosen.remarks);
+    return chosen;
 }
 
 void check_options(const COMMAND_LINE_OPTIONS& options)
@@ -48,18 +56,6 @@ void check_options(const COMMAND_LINE_OPTIONS& options)
         if (is_option(option.key(), "handle_crash"))
             QFile::remove(QStringLiteral("call_stack.txt"));
     }
-}
-
-bool is_unattended(const COMMAND_LINE_OPTIONS& options)
-{
-    const QString name = configuration_name_of(options);
-    if (!options.exists(QStringLiteral("dont_stop_on_error")) || name == QLatin1String("choose"))
-        return false;
-    CONFIGURATION configuration;
-    QString error;
-    if (!configuration.load(configuration_file(name), error))
-        return name != default_name(); // a default that can't be read is as good as none
-    return configuration.silent;
 }
 
 bool ask_for_configuration(QString& name)

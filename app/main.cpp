@@ -8,23 +8,22 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <optional>
 
 #ifdef Q_OS_UNIX
 #include <fcntl.h>
 #endif
 
+#include "app/attendance.h"
 #include "app/configuration_choice.h"
 #include "app/crash_report.h"
 #include "app/platform_choice.h"
+#include "app/program_options.h"
 #include "app/run_cycle.h"
 #include "app/terminate_process.h"
 #include "app/tool_folder.h"
 #include "app/unattended_boxes.h"
-#include "contracts/configuration/configuration.h"
 #include "contracts/paths/paths.h"
-#include "contracts/services/command_line_options.h"
 #include "contracts/services/fw_message_box.h"
 #include "contracts/services/p4_connection.h"
 #include "contracts/services/plain_message_box.h"
@@ -45,11 +44,11 @@ const int APPLICATION_NUMBER = 44;
 // Prints what --help or --version asks for; false when neither is there.
 bool answer_without_start(int argc, char** argv)
 {
-    COMMAND_LINE_OPTIONS options;
+    COMMAND_LINE_OPTIONS options(program_options());
     QStringList errors; // of no interest to who wants help
     options.initialise(argc, argv, errors);
     if (options.exists(QStringLiteral("help")))
-        std::fputs(COMMAND_LINE_OPTIONS::help_text().toLocal8Bit().constData(), stdout);
+        std::fputs(help_text().toLocal8Bit().constData(), stdout);
     else if (options.exists(QStringLiteral("version")))
         std::puts("GOX " GOX_VERSION);
     else
@@ -84,29 +83,61 @@ void prepare_process() {}
 
 #endif
 
-// Fills the record and begins the report of a run that nobody watches.
-void load_configuration(CONFIGURATION& configuration, const QString& name, bool has_display)
+// Who answers boxes and who hears what the run does, from here on.
+ATTENDANCE attend(bool has_display, const CHOSEN_CONFIGURATION& configuration,
+                  const COMMAND_LINE_OPTIONS& options, QApplication& application)
 {
-    const QString file = configuration_file(name);
-    QString error;
-    QStringList remarks;
-    const bool is_loaded = configuration.load(file, error, remarks);
-    const bool is_default = name == QLatin1String("default");
-    if (!is_loaded && !is_default) {
-        show_plain_box(QMessageBox::Critical, nullptr, "Failed to load configuration!\n" + error);
+    const ATTENDANCE result = attendance(has_display, configuration, options);
+    if (!result.has_person)
+        new UNATTENDED_BOXES(&application);
+    if (result.tells_the_console)
+        RUN_REPORT::start();
+    return result;
+}
+
+void report_configuration(const CHOSEN_CONFIGURATION& configuration)
+{
+    if (configuration.is_refused()) {
+        show_plain_box(QMessageBox::Critical, nullptr,
+                       "Failed to load configuration!\n" + configuration.error);
         terminate_process(1);
     }
-    if (!configuration.silent && has_display)
-        return;
-    RUN_REPORT::start();
-    if (is_loaded)
-        RUN_REPORT::line("Configuration: " + QFileInfo(file).absoluteFilePath());
-    else if (QFileInfo::exists(file))
-        RUN_REPORT::error("The default configuration is left out: " + error);
-    else
-        RUN_REPORT::line("Configuration: none, " + error);
-    for (const QString& remark : qAsConst(remarks))
+    if (configuration.is_loaded)
+        RUN_REPORT::line("Configuration: " + QFileInfo(configuration.file()).absoluteFilePath());
+    else if (!QFileInfo::exists(configuration.file()))
+        RUN_REPORT::line("Configuration: none, " + configuration.error);
+    else if (RUN_REPORT::is_on())
+        RUN_REPORT::error("The default configuration is left out: " + configuration.error);
+    for (const QString& remark : configuration.remarks)
         RUN_REPORT::remark(remark);
+}
+
+// Everything about the options, up to a configuration that is there. False when the
+// person did not choose one.
+bool choose_configuration(const COMMAND_LINE_OPTIONS& options, const QStringList& option_errors,
+                          bool has_display, QApplication& application, CHOSEN_CONFIGURATION& chosen,
+                          ATTENDANCE& attendance)
+{
+    QString name = configuration_name_of(options);
+    const bool is_to_choose = name == QLatin1String("choose");
+    if (!is_to_choose)
+        chosen = load_configuration(name);
+    attendance = attend(has_display, chosen, options, application);
+    if (!option_errors.isEmpty())
+        show_plain_box(QMessageBox::Warning, nullptr, option_errors.join('\n'));
+    check_options(options);
+    report_other_folder();
+    if (is_to_choose) {
+        if (!has_display)
+            RUN_REPORT::error(QStringLiteral("There is no display to choose a configuration on. Name one."));
+        if (!ask_for_configuration(name))
+            return false;
+        chosen = load_configuration(name);
+        chosen.is_chosen_by_hand = true;
+        attendance = attend(has_display, chosen, options, application);
+    }
+    report_configuration(chosen);
+    return true;
 }
 
 // Everything from the command line to the end of the cycle. The exit status of
@@ -114,26 +145,14 @@ void load_configuration(CONFIGURATION& configuration, const QString& name, bool 
 std::optional<int> run(int argc, char** argv, QApplication& application, Tallyline::Context& metrics,
                        Tallyline::StopWatch& total_watch, bool has_display)
 {
-    COMMAND_LINE_OPTIONS options;
+    COMMAND_LINE_OPTIONS options(program_options());
     QStringList option_errors;
     options.initialise(argc, argv, option_errors);
-    if (!has_display || is_unattended(options))
-        new UNATTENDED_BOXES(&application);
-    if (!option_errors.isEmpty())
-        show_plain_box(QMessageBox::Warning, nullptr, option_errors.join('\n'));
-    check_options(options);
-    report_other_folder();
-
-    QString configuration_name = configuration_name_of(options);
-    if (configuration_name == QLatin1String("choose")) {
-        if (!has_display)
-            RUN_REPORT::error(QStringLiteral("There is no display to choose a configuration on. Name one."));
-        if (!ask_for_configuration(configuration_name))
-            return std::nullopt;
-    }
-    CONFIGURATION configuration;
-    configuration.retail = true;
-    load_configuration(configuration, configuration_name, has_display);
+    CHOSEN_CONFIGURATION chosen;
+    ATTENDANCE attendance;
+    if (!choose_configuration(options, option_errors, has_display, application, chosen, attendance))
+        return std::nullopt;
+    const CONFIGURATION& configuration = chosen.record;
     const TREE_LOCK tree_lock;
     if (!tree_lock.other_run().isEmpty())
         RUN_REPORT::remark("Another GOX runs in this tree, " + tree_lock.other_run() +
@@ -142,7 +161,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     P4_CONNECTION p4(true, true, configuration.p4_option);
     PROGRESS_WIDGET splash(nullptr, Qt::Tool | Qt::FramelessWindowHint);
     splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
-    if (has_display && !options.exists(QStringLiteral("nosplashscreen")))
+    if (attendance.has_display && !options.exists(QStringLiteral("nosplashscreen")))
         QT_WORKAROUNDS::show_at_once(&splash);
     splash.repaint();
 
@@ -155,7 +174,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     if (!is_started)
         return std::nullopt;
     const EXIT_WATCH exit_watch_ahead_of_plugins;
-    return RUN_CYCLE(session, configuration, p4, splash, metrics, total_watch, has_display).run();
+    return RUN_CYCLE(session, configuration, p4, splash, metrics, total_watch, attendance).run();
 }
 
 } // namespace

@@ -21,14 +21,14 @@ const int LOOK_INTERVAL = 100; // milliseconds
 
 RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, P4_CONNECTION& p4,
                      PROGRESS_WIDGET& splash, Tallyline::Context& metrics, Tallyline::StopWatch& total_watch,
-                     bool has_display)
+                     const ATTENDANCE& attendance)
     : m_session(session),
       m_configuration(configuration),
       m_p4(p4),
       m_splash(splash),
       m_metrics(metrics),
       m_total_watch(total_watch),
-      m_has_display(has_display)
+      m_attendance(attendance)
 {
 }
 
@@ -70,7 +70,7 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
             send_start_up_time(nullptr);
         return CHOSEN;
     }
-    if (!m_has_display) {
+    if (!m_attendance.has_display) {
         m_splash.hide();
         RUN_REPORT::error(
             QStringLiteral("There is no display to choose files on. Use a configuration that is silent."));
@@ -101,7 +101,7 @@ bool RUN_CYCLE::build()
     if (!m_session.prepare_build(m_get_latest))
         return false;
     bool was_stopped;
-    if (m_configuration.no_progress_dialog || !m_has_display) {
+    if (m_configuration.no_progress_dialog || !m_attendance.has_display) {
         m_session.finish_build(false);
         was_stopped = m_session.abort_flag;
     } else {

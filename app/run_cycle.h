@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "app/attendance.h"
 #include "contracts/services/stop_watch.h"
 
 class BUILD_SESSION;
@@ -17,10 +18,9 @@ class Context;
 class RUN_CYCLE
 {
 public:
-    /// `has_display` is false where no person can see a window.
     RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, P4_CONNECTION& p4,
               PROGRESS_WIDGET& splash, Tallyline::Context& metrics, Tallyline::StopWatch& total_watch,
-              bool has_display);
+              const ATTENDANCE& attendance);
 
     /// Runs passes until one of them ends the cycle. The exit status of the
     /// process, or nothing when the build could not be prepared.
@@ -47,7 +47,7 @@ private:
     PROGRESS_WIDGET& m_splash;
     Tallyline::Context& m_metrics;
     Tallyline::StopWatch& m_total_watch;
-    bool m_has_display;
+    const ATTENDANCE m_attendance;
     bool m_first_pass = true;
     bool m_leave_after_pass = true;
     bool m_get_latest = false;

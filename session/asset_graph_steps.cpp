@@ -43,22 +43,22 @@ private:
     QDateTime m_shown_at;
 };
 
-bool is_graph_file(const LOGICAL_PATH& path)
-{
-    return static_cast<const QString&>(path).endsWith(QLatin1String(".agf"));
-}
-
-// What the graph keeps the fragments of a file under.
-QString name_below_root(const LOGICAL_PATH& path)
-{
-    return path.section('/', 1, -1);
-}
-
 struct GRAPH_FILE
 {
     QString path;
-    QString name;
+    QString name; // what the graph keeps the fragments of the file under
 };
+
+QVector<GRAPH_FILE> graph_files(const BUILD_SESSION::FILE_MAP& file_map)
+{
+    QVector<GRAPH_FILE> files;
+    for (auto place = file_map.begin(); place != file_map.end(); ++place) {
+        const QString& key = place.key();
+        if (key.endsWith(QLatin1String(".agf")))
+            files.append({place.value()->physical, key.section('/', 1, -1)});
+    }
+    return files;
+}
 
 // The graph has one place for a name, and the last file of that name takes it.
 void report_replaced(const QString& replaced, const QString& file)
@@ -78,10 +78,7 @@ void BUILD_SESSION::load_asset_graph(PROGRESS_WIDGET& splash)
     QStringList errors;
     asset_graph->load_binary(PATHS::working_data() + "/asset_graph.bin", errors, false);
 
-    QVector<GRAPH_FILE> files;
-    for (auto place = file_map.begin(); place != file_map.end(); ++place)
-        if (is_graph_file(place.key()))
-            files.append({place.value()->physical, name_below_root(place.key())});
+    const QVector<GRAPH_FILE> files = graph_files(file_map);
     PERCENTAGE percentage(splash, "Loading asset graph... %1%", files.size());
     QHash<QString, QString> counting; // by name, the file whose assets are in the graph
     for (int i = 0; i < files.size(); ++i) {
@@ -109,9 +106,8 @@ void BUILD_SESSION::load_asset_graph(PROGRESS_WIDGET& splash)
 void BUILD_SESSION::clean_asset_graph(PROGRESS_WIDGET& splash)
 {
     QSet<QString> known;
-    for (auto place = file_map.begin(); place != file_map.end(); ++place)
-        if (is_graph_file(place.key()))
-            known.insert(name_below_root(place.key()));
+    for (const GRAPH_FILE& file : graph_files(file_map))
+        known.insert(file.name);
     const QStringList names = asset_graph->get_all_agf_filenames();
     PERCENTAGE percentage(splash, "Cleaning asset graph... %1%", names.size());
     for (int i = 0; i < names.size(); ++i) {

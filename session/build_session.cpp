@@ -4,7 +4,7 @@
 #include "contracts/actions/processor_interface.h"
 #include "contracts/configuration/configuration.h"
 #include "contracts/services/asset_graph.h"
-#include "contracts/services/command_line_options.h"
+#include "session/error_box.h"
 #include "session/start_up_hooks.h"
 #include "settings/preferences_editor_dialog.h"
 
@@ -30,7 +30,7 @@ BUILD_SESSION::~BUILD_SESSION()
 
 bool BUILD_SESSION::is_unattended() const
 {
-    return configuration->silent && options->exists(QStringLiteral("dont_stop_on_error"));
+    return ::is_unattended(*configuration, *options);
 }
 
 PHYSICAL_PATH BUILD_SESSION::normalise_path_case(const PHYSICAL_PATH& path)
