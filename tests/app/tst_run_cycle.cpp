@@ -1,247 +1,126 @@
+#include <QtNetwork/QUdpSocket>
 #include <QtTest/QtTest>
-#include <QtWidgets/QApplication>
+#include <QtWidgets/QDialog>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QTreeView>
 
-#include <optional>
-
 #include "app/run_cycle.h"
-#include "progress/build_progress_dialog.h"
-#include "selection/data_selection_dialog.h"
 #include "tests/plugins/scripted_processor.h"
 #include "tests/session/step_scene.h"
+#include "tests/support/cases.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/watched_test.h"
+#include "tests/support/window_text.h"
+
+namespace {
+
+// A session that has started up over two raw files, the cycle over it, and what
+// comes of it in the order in which it comes.
+class ROAD : public STEP_SCENE
+{
+public:
+    explicit ROAD(const TEST_CASE& one) : m_persons(one.lines("person"))
+    {
+        if (!m_server.bind(QHostAddress::LocalHost, 0, QUdpSocket::DontShareAddress))
+            qFatal("%s", qPrintable(m_server.errorString()));
+        configuration.silent = one["set"].contains("silent");
+        configuration.no_progress_dialog = one["set"].contains("no_progress_dialog");
+        tree.write("raw_data/one.txt", "1");
+        tree.write("raw_data/two.txt", "2");
+        session->processors = scripted_processors(
+            SCRIPT::parse("trace trace.txt\nprocessor p\n" + one["script"], "script"), tree.path("tool"));
+        for (int i = 0; i < m_persons.size(); ++i)
+            m_answers.answer_with([this](QDialog* dialog) { answer(*dialog, m_persons.takeFirst()); });
+    }
+
+    QString run()
+    {
+        start_up();
+        PROGRESS_WIDGET splash(nullptr, Qt::WindowFlags());
+        splash.show();
+        Tallyline::StopWatch watch;
+        Tallyline::Context packets("localhost", m_server.localPort(), "GOX", 44);
+        const auto status =
+            RUN_CYCLE(*session, configuration, p4, splash, packets, watch, {true, true, false}).run();
+        note_packets();
+        for (const QString& call : QString::fromUtf8(tree.read("tool/trace.txt")).split('\n'))
+            if (call.contains(" execute "))
+                m_log.append("executed " + call.section(' ', -1));
+        m_log.append("splash: " + splash.progress() + (splash.isVisible() ? " still there" : ""));
+        m_log.append(status ? QString("status %1").arg(*status) : QString("failure"));
+        if (session->isRunning() || m_answers.waiting() || m_answers.unexpected)
+            m_log.append("not at an end: " + m_answers.texts.join(", "));
+        return m_log.join('\n');
+    }
+
+private:
+    void note_packets()
+    {
+        for (; m_server.hasPendingDatagrams();) {
+            QByteArray packet(int(m_server.pendingDatagramSize()), 0);
+            m_server.readDatagram(packet.data(), packet.size());
+            const QString fields = QString::fromUtf8(packet).section(' ', 1).trimmed();
+            m_log.append("packet " + QString(fields).replace(QRegularExpression("Secs=\\d+i"), "Secs=*"));
+        }
+    }
+
+    void answer(QDialog& dialog, const QString& acts)
+    {
+        note_packets();
+        m_log.append(dialog.objectName());
+        for (const QString& act : acts.split(", "))
+            take(dialog, act.section(' ', 0, 0), act.section(' ', 1));
+    }
+
+    void take(QDialog& dialog, const QString& word, const QString& name)
+    {
+        QTreeView* const raw = dialog.findChild<QTreeView*>("raw_data_files");
+        if (word == "tick") {
+            raw->setCurrentIndex(raw->model()->index(name.toInt(), 0));
+            QTest::keyClick(raw, Qt::Key_Space);
+            m_log.append(WINDOW_TEXT::rows(*raw));
+        } else if (word == "press") {
+            auto* const button = dialog.findChild<QPushButton*>(name);
+            m_log.append((button->isVisible() ? "press " : "hidden ") + name);
+            if (button->isVisible())
+                QTest::mouseClick(button, Qt::LeftButton);
+        } else if (word == "ends") {
+            QTRY_COMPARE_WITH_TIMEOUT(dialog.windowTitle(), QString("GOX - Done - "), 20000);
+        } else if (word == "closes") {
+            QTRY_VERIFY_WITH_TIMEOUT(!dialog.isVisible(), 20000);
+        } else if (word == "runs") {
+            QTRY_VERIFY_WITH_TIMEOUT(tree.read("tool/trace.txt").contains("execute one"), 20000);
+        } else if (word == "interrupt") {
+            session->abort_flag = true;
+        } else if (word == "agree") {
+            m_answers.press_default();
+        } else {
+            dialog.close();
+        }
+    }
+
+    QStringList m_persons; // what is done in each window
+    QStringList m_log;
+    QUdpSocket m_server;
+    DIALOG_ANSWERS m_answers;
+};
+
+} // namespace
 
 /// The cycle of choosing, building and choosing again, as a person drives it.
-class tst_run_cycle : public WATCHED_TEST
+class TST_RUN_CYCLE : public WATCHED_TEST
 {
     Q_OBJECT
 
 private slots:
-    void choose_build_choose_again();
-    void nothing_chosen();
-    void cancelled_after_a_build();
-    void aborted();
-    void window_closed_during_the_build();
-    void interrupted_from_outside();
-    void without_a_progress_window();
-    void silent_with_the_window();
-    void silent_failure_waits();
+    void roads_data() { add_cases("app/run_cycle.cases", {"script", "set", "person", "log"}); }
+    void roads()
+    {
+        const TEST_CASE one = current_case();
+        ROAD road(one);
+        GOX_COMPARE_TEXT(road.run(), one["log"]);
+    }
 };
 
-namespace {
-
-const char ALL_GOOD[] = "trace trace.txt\nprocessor p\n"
-                        "action one\n reads <raw>/one.txt\n writes <working>/one.out\n"
-                        "action two\n reads <raw>/two.txt\n writes <working>/two.out\n";
-const char LONG[] = "trace trace.txt\nprocessor p\n"
-                    "action one\n reads <raw>/one.txt\n takes 60000\n"
-                    "action two\n reads <raw>/two.txt\n";
-
-// A session that has started up over two raw files, and the cycle over it.
-struct CYCLE_SCENE : STEP_SCENE
-{
-    explicit CYCLE_SCENE(const char* script)
-    {
-        tree.write("raw_data/one.txt", "1");
-        tree.write("raw_data/two.txt", "2");
-        session->processors = scripted_processors(SCRIPT::parse(script, "script.txt"), tree.path("tool"));
-        is_started = start_up();
-    }
-
-    std::optional<int> run()
-    {
-        return RUN_CYCLE(*session, configuration, p4, splash, metrics, watch, true).run();
-    }
-
-    // The actions that were executed, in their order.
-    QStringList executed() const
-    {
-        QStringList names;
-        for (const QString& line : QString::fromUtf8(tree.read("tool/trace.txt")).split('\n'))
-            if (line.contains(" execute "))
-                names.append(line.section(' ', -1));
-        return names;
-    }
-
-    bool is_started;
-    PROGRESS_WIDGET splash{nullptr, Qt::WindowFlags()};
-    Tallyline::StopWatch watch;
-    DIALOG_ANSWERS answers;
-};
-
-bool is_checked(QTreeView* tree, int row)
-{
-    return tree->model()->index(row, 0).data(Qt::CheckStateRole).toInt() == Qt::Checked;
-}
-
-void tick(QTreeView* tree, int row)
-{
-    tree->setCurrentIndex(tree->model()->index(row, 0));
-    QTest::keyClick(tree, Qt::Key_Space);
-}
-
-template <typename WINDOW>
-WINDOW* as(QDialog* dialog)
-{
-    WINDOW* const window = qobject_cast<WINDOW*>(dialog);
-    if (!window)
-        qFatal("another window came up: %s", qPrintable(dialog->windowTitle()));
-    return window;
-}
-
-// Ticks the raw file of that row and starts the build.
-std::function<void(QDialog*)> choose(int row)
-{
-    return [row](QDialog* dialog) {
-        auto* const window = as<DATA_SELECTION_DIALOG>(dialog);
-        tick(window->ui.raw_data_files, row);
-        QTest::mouseClick(window->ui.start_button, Qt::LeftButton);
-    };
-}
-
-void wait_for_end(BUILD_PROGRESS_DIALOG* window)
-{
-    QTRY_COMPARE_WITH_TIMEOUT(window->windowTitle(), QStringLiteral("GOX - Done - "), 20000);
-}
-
-std::function<void(QDialog*)> press_at_end(const char* button)
-{
-    return [button](QDialog* dialog) {
-        wait_for_end(as<BUILD_PROGRESS_DIALOG>(dialog));
-        QTest::mouseClick(dialog->findChild<QPushButton*>(button), Qt::LeftButton);
-    };
-}
-
-void wait_until_runs(BUILD_SESSION* session)
-{
-    QTRY_VERIFY_WITH_TIMEOUT(session->selected_actions.first()->state == ACTION_RUNNING, 20000);
-}
-
-} // namespace
-
-void tst_run_cycle::choose_build_choose_again()
-{
-    CYCLE_SCENE scene(ALL_GOOD);
-    scene.answers.answer_with(choose(0));
-    scene.answers.answer_with(press_at_end("more_button"));
-    QStringList kept;
-    scene.answers.answer_with([&](QDialog* dialog) {
-        QTreeView* const raw = as<DATA_SELECTION_DIALOG>(dialog)->ui.raw_data_files;
-        kept << QString::number(is_checked(raw, 0)) << QString::number(is_checked(raw, 1));
-        choose(1)(dialog);
-    });
-    scene.answers.answer_with(press_at_end("exit_button"));
-    QVERIFY(scene.is_started);
-    QCOMPARE(scene.run(), std::optional<int>(0));
-    QCOMPARE(kept, QStringList({"1", "0"}));
-    QCOMPARE(scene.executed(), QStringList({"one", "one", "two"}));
-    QCOMPARE(scene.answers.waiting(), 0);
-    QCOMPARE(scene.answers.unexpected, 0);
-    QVERIFY(scene.tree.exists("working_data/two.out"));
-}
-
-void tst_run_cycle::nothing_chosen()
-{
-    CYCLE_SCENE scene(ALL_GOOD);
-    scene.answers.answer_with([](QDialog* dialog) { dialog->close(); });
-    QCOMPARE(scene.run(), std::optional<int>(0));
-    QCOMPARE(scene.answers.texts, QStringList("GOX - Select Data Files To Build"));
-}
-
-void tst_run_cycle::cancelled_after_a_build()
-{
-    // The plan of the build is still there, and none of it has run since.
-    CYCLE_SCENE scene(ALL_GOOD);
-    scene.answers.answer_with(choose(0));
-    scene.answers.answer_with(press_at_end("more_button"));
-    scene.answers.answer_with([](QDialog* dialog) { dialog->close(); });
-    QCOMPARE(scene.run(), std::optional<int>(1));
-    QCOMPARE(scene.executed(), QStringList("one"));
-}
-
-void tst_run_cycle::aborted()
-{
-    CYCLE_SCENE scene(LONG);
-    scene.answers.answer_with(choose(0));
-    scene.answers.answer_with([&](QDialog* dialog) {
-        wait_until_runs(scene.session);
-        scene.answers.press_default();
-        QTest::mouseClick(as<BUILD_PROGRESS_DIALOG>(dialog)->findChild<QPushButton*>("abort_button"),
-                          Qt::LeftButton);
-        QTest::mouseClick(dialog->findChild<QPushButton*>("exit_button"), Qt::LeftButton);
-    });
-    QCOMPARE(scene.run(), std::optional<int>(1));
-    QVERIFY(scene.session->isFinished());
-    QCOMPARE(scene.executed(), QStringList("one"));
-    QCOMPARE(scene.answers.texts.last(), QStringLiteral("Aborted."));
-}
-
-void tst_run_cycle::window_closed_during_the_build()
-{
-    CYCLE_SCENE scene(LONG);
-    scene.answers.answer_with(choose(0));
-    scene.answers.answer_with([&](QDialog* dialog) {
-        wait_until_runs(scene.session);
-        dialog->close();
-    });
-    QCOMPARE(scene.run(), std::optional<int>(1));
-    QVERIFY(scene.session->isFinished());
-    QCOMPARE(scene.executed(), QStringList("one"));
-}
-
-void tst_run_cycle::interrupted_from_outside()
-{
-    CYCLE_SCENE scene(LONG);
-    scene.configuration.silent = true;
-    scene.answers.answer_with([&](QDialog*) {
-        wait_until_runs(scene.session);
-        scene.session->abort_flag = true;
-        QTRY_VERIFY(!QApplication::activeModalWidget());
-    });
-    QCOMPARE(scene.run(), std::optional<int>(1));
-    QCOMPARE(scene.executed(), QStringList("one"));
-}
-
-void tst_run_cycle::without_a_progress_window()
-{
-    CYCLE_SCENE scene(ALL_GOOD);
-    scene.configuration.no_progress_dialog = true;
-    scene.answers.answer_with(choose(1));
-    QCOMPARE(scene.run(), std::optional<int>(0));
-    QCOMPARE(scene.answers.texts, QStringList("GOX - Select Data Files To Build"));
-    QCOMPARE(scene.executed(), QStringList("two"));
-}
-
-void tst_run_cycle::silent_with_the_window()
-{
-    CYCLE_SCENE scene(ALL_GOOD);
-    scene.configuration.silent = true;
-    bool closed_itself = false;
-    scene.answers.answer_with([&](QDialog* dialog) {
-        as<BUILD_PROGRESS_DIALOG>(dialog);
-        QTRY_VERIFY_WITH_TIMEOUT(!dialog->isVisible(), 20000);
-        closed_itself = true;
-    });
-    QCOMPARE(scene.run(), std::optional<int>(0));
-    QVERIFY(closed_itself);
-    QCOMPARE(scene.executed(), QStringList({"one", "two"}));
-}
-
-void tst_run_cycle::silent_failure_waits()
-{
-    CYCLE_SCENE scene("processor p\naction one\n ends 4\n");
-    scene.configuration.silent = true;
-    bool offers_more = true;
-    scene.answers.answer_with([&](QDialog* dialog) {
-        wait_for_end(as<BUILD_PROGRESS_DIALOG>(dialog));
-        offers_more = dialog->findChild<QPushButton*>("more_button")->isVisible();
-        QTest::mouseClick(dialog->findChild<QPushButton*>("exit_button"), Qt::LeftButton);
-    });
-    QCOMPARE(scene.run(), std::optional<int>(1));
-    QVERIFY(!offers_more);
-}
-
-QTEST_MAIN(tst_run_cycle)
+QTEST_MAIN(TST_RUN_CYCLE)
 #include "tst_run_cycle.moc"

@@ -20,11 +20,6 @@ class STEP_ACTION : public ACTION_INTERFACE
 {
 public:
     explicit STEP_ACTION(const QString& name) : name(name) {}
-    ~STEP_ACTION() override
-    {
-        if (deleted)
-            deleted->append(name);
-    }
 
     /// A target at the physical place of its logical path.
     void writes(const QString& logical, bool intermediate = false, bool secondary = false)
@@ -35,28 +30,23 @@ public:
 
     void abort() override { aborts.ref(); }
     QString display_text(bool) override { return name; }
-    void collect_files(QVector<LOGICAL_PATH>& in, QVector<ACTION_TARGET>& out, QDateTime& since,
+    void collect_files(QVector<LOGICAL_PATH>& in, QVector<ACTION_TARGET>& out, QDateTime&,
                        LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override
     {
         for (const QString& path : qAsConst(reads))
             in.append(LOGICAL_PATH(path));
         out = targets;
-        since = stamp;
     }
     int execute(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override
     {
-        ++runs;
         return body ? body(*this) : ACTION_SUCCEEDED;
     }
 
     QString name;
     QStringList reads;
     QVector<ACTION_TARGET> targets;
-    QDateTime stamp;
     std::function<int(STEP_ACTION&)> body;
     QAtomicInt aborts;
-    int runs = 0;
-    QStringList* deleted = nullptr;
 };
 
 class STEP_PROCESSOR : public PROCESSOR_INTERFACE
@@ -66,11 +56,6 @@ public:
 
     QString name() override { return text; }
     int order_number() override { return 0; }
-    QVector<VIRTUAL_FILE> collect_virtual_files(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&,
-                                                RULE_CACHE&) override
-    {
-        return virtual_files;
-    }
     QVector<ACTION_INTERFACE*> collect_actions(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files,
                                                RULE_CACHE&) override
     {
@@ -90,7 +75,6 @@ public:
     }
 
     QString text;
-    QVector<VIRTUAL_FILE> virtual_files;
     QVector<ACTION_INTERFACE*> actions;
     int files_seen = 0;
 };
@@ -116,7 +100,10 @@ public:
     }
 
     /// Everything from the scan to the dependencies.
-    bool start_up()
+    bool start_up() { return find_files() && link_files(); }
+
+    /// The first half: up to the virtual files.
+    bool find_files()
     {
         QTextStream log(&log_text);
         if (session->directories.isEmpty())
@@ -125,6 +112,12 @@ public:
             return false;
         session->load_rule_files();
         session->collect_virtual_files();
+        return true;
+    }
+
+    /// The second: actions, and what ties them to files and to each other.
+    bool link_files()
+    {
         PROGRESS_WIDGET splash(nullptr, Qt::WindowFlags());
         Tallyline::StopWatch watch;
         session->collect_actions(splash, watch, watch);

@@ -1,0 +1,65 @@
+#include <QtTest/QtTest>
+
+#include "tests/support/cases.h"
+#include "tests/support/scripted_scene.h"
+#include "tests/support/virtual_display.h"
+#include "tests/support/watched_test.h"
+
+/// What a person at a display sees of a run.
+class TST_PROGRAM_WATCHED : public WATCHED_TEST
+{
+    Q_OBJECT
+
+private slots:
+    void runs_data()
+    {
+        add_cases("app/program_watched.cases",
+                  {"options", "set", "without", "files", "script", "choice", "plugins", "seen"});
+    }
+    void runs()
+    {
+        if (m_display.name().isEmpty())
+            GOX_SKIP("no Xvfb");
+        const TEST_CASE one = current_case();
+        SCRIPTED_SCENE scene;
+        scene.configuration.silent = one["set"].contains("silent");
+        scene.configuration.load_asset_graph = one["set"].contains("load_asset_graph");
+        scene.configuration.clean_asset_graph = one["set"].contains("clean_asset_graph");
+        write_configuration(scene.tree, "ci", scene.configuration);
+        for (const QString& file : one.lines("without"))
+            scene.tree.remove(QString(file).replace("TAG", GOX_BUILD_TAG));
+        for (const QString& file : one.lines("files"))
+            scene.tree.write(file, "x");
+        for (const QString& plugin : one.lines("plugins"))
+            scene.tree.add_plugin(plugin);
+        scene.tree.write_script(one.bytes("script"));
+        const std::pair<const char*, QString> variables[] = {{"DISPLAY", m_display.name()},
+                                                             {"QT_PLUGIN_PATH", GOX_QT_PLUGINS},
+                                                             {"QT_QPA_GENERIC_PLUGINS", "gox_watcher"},
+                                                             {"GOX_TEST_SEEN", scene.tree.path("seen.txt")},
+                                                             {"GOX_TEST_CHOICE", one["choice"]}};
+        for (const auto& [name, value] : variables)
+            scene.gox.extra.insert(name, value);
+        const int status = scene.gox.run(one["options"].split(' '));
+        QStringList found;
+        const auto note = [&](const char* source, const QByteArray& text) {
+            for (QString line : QString::fromUtf8(text).split('\n', Qt::SkipEmptyParts))
+                if (!line.startsWith("qt.qpa.xcb: ")) // its quarrels with a display without window manager
+                    found.append(
+                        source +
+                        line.replace(scene.tree.path(), "TREE").replace("." GOX_BUILD_TAG ".", ".TAG."));
+        };
+        note("", scene.tree.read("seen.txt"));
+        note("out: ", scene.gox.out);
+        note("err: ", scene.gox.err);
+        note("log: ", scene.tree.read("tool/gox_startup_error.log"));
+        found.append(QString("status %1").arg(status));
+        GOX_COMPARE_TEXT(found.join('\n'), one["seen"]);
+    }
+
+private:
+    VIRTUAL_DISPLAY m_display;
+};
+
+QTEST_GUILESS_MAIN(TST_PROGRAM_WATCHED)
+#include "tst_program_watched.moc"
