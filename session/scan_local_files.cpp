@@ -46,7 +46,6 @@ void append_rule_files_above(const QSet<PHYSICAL_PATH>& folders, QVector<DIRECTO
         in_root.sort();
         paths += in_root;
     }
-    paths.removeDuplicates();
     for (const QString& path : qAsConst(paths)) {
         const QFileInfo rule_file(path);
         if (rule_file.exists())

@@ -13,8 +13,8 @@ class TST_PROGRAM_WATCHED : public WATCHED_TEST
 private slots:
     void runs_data()
     {
-        add_cases("app/program_watched.cases",
-                  {"options", "set", "without", "files", "script", "choice", "plugins", "seen"});
+        add_cases("app/program_watched.cases", {"options", "set", "processors", "without", "files", "script",
+                                                "choice", "plugins", "seen"});
     }
     void runs()
     {
@@ -25,6 +25,7 @@ private slots:
         scene.configuration.silent = one["set"].contains("silent");
         scene.configuration.load_asset_graph = one["set"].contains("load_asset_graph");
         scene.configuration.clean_asset_graph = one["set"].contains("clean_asset_graph");
+        scene.configuration.processors = one.lines("processors").toVector();
         write_configuration(scene.tree, "ci", scene.configuration);
         for (const QString& file : one.lines("without"))
             scene.tree.remove(QString(file).replace("TAG", GOX_BUILD_TAG));
@@ -53,6 +54,7 @@ private slots:
         note("out: ", scene.gox.out);
         note("err: ", scene.gox.err);
         note("log: ", scene.tree.read("tool/gox_startup_error.log"));
+        note("plugin log: ", scene.tree.read("tool/gox_plugin_error.log"));
         found.append(QString("status %1").arg(status));
         GOX_COMPARE_TEXT(found.join('\n'), one["seen"]);
     }

@@ -65,9 +65,12 @@ public:
         } else if (kind == 1) { // a rule file
             spellings.file_left(known.value()->physical);
             files.erase(known);
-        } else if (kind == 2) { // a target that is made in another root
+        } else if (kind == 2) { // a target that is made in the root, or the companion
             const PHYSICAL_PATH former = known.value()->physical;
-            known.value()->physical = spellings.normalised(path);
+            QString place = former;
+            const bool is_old = place.contains("/old_raw_data/");
+            place.replace(is_old ? "/old_raw_data/" : "/raw_data/", is_old ? "/raw_data/" : "/old_raw_data/");
+            known.value()->physical = spellings.normalised(PHYSICAL_PATH(place));
             spellings.file_moved(former, known.value()->physical);
         } else { // its key is not the logical path of its place
             put(PATHS::logical_path(random_path()), path, true);
