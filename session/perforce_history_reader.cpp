@@ -41,30 +41,31 @@ PERFORCE_HISTORY_READER::PERFORCE_HISTORY_READER(const PERFORCE_ROOTS& roots,
 {
 }
 
-bool PERFORCE_HISTORY_READER::add_line(const QByteArray& line)
+QString PERFORCE_HISTORY_READER::add_line(const QByteArray& line)
 {
-    if (!may_read())
-        return false;
+    const QString error = refusal();
+    if (!error.isEmpty())
+        return error;
     if (line.startsWith('#'))
         return take_revision(line);
     if (!line.startsWith("//"))
-        return true;
+        return QString();
     const PHYSICAL_PATH path = m_roots.physical_path(QFile::decodeName(line));
     m_file = static_cast<const QString&>(path).isEmpty() ? nullptr : m_file_at(path);
     m_has_file = true;
-    return true;
+    return QString();
 }
 
-bool PERFORCE_HISTORY_READER::take_revision(const QByteArray& line)
+QString PERFORCE_HISTORY_READER::take_revision(const QByteArray& line)
 {
     if (!m_has_file)
         return fail(QStringLiteral("Perforce's history has a revision and no file ahead of it: %1")
                         .arg(QString::fromLocal8Bit(line.left(200))));
     if (!m_file)
-        return true;
+        return QString();
     if (m_file->p4_state == FILE_STATE_NO_CHANGE) {
         m_file->have_time = m_file->head_time;
-        return true;
+        return QString();
     }
     const int at = line.indexOf(" on ");
     const QDateTime time = at < 0 ? QDateTime() : time_at(line, at + 4);
@@ -72,5 +73,5 @@ bool PERFORCE_HISTORY_READER::take_revision(const QByteArray& line)
         return fail(QStringLiteral("Perforce's history has a revision without \" on \" and a time: %1")
                         .arg(QString::fromLocal8Bit(line.left(200))));
     m_file->have_time = time.addSecs(-m_time_offset);
-    return true;
+    return QString();
 }

@@ -12,9 +12,9 @@
 
 struct FILE_ENTRY;
 
-/// What the two readers of Perforce's answers share. What they have delivered
-/// before a failure stays delivered; whoever reads gives up the whole result.
-/// GUI thread.
+/// What the two readers of Perforce's answers share: their calls give an error,
+/// empty on success. What they have delivered before a failure stays delivered;
+/// whoever reads gives up the whole result. GUI thread.
 class PERFORCE_READING
 {
 public:
@@ -22,14 +22,9 @@ public:
     /// no reader of the process reads on.
     static bool s_failed;
 
-    const QString& error() const { return m_error; } ///< empty while all was well
-
 protected:
-    bool fail(const QString& cause); // false
-    bool may_read();
-
-private:
-    QString m_error;
+    static QString fail(const QString& cause); // `cause`
+    static QString refusal();                  // empty while reading may go on
 };
 
 /// One file of the depot that counts in the workspace.
@@ -50,15 +45,15 @@ public:
     /// `take_file` is called for each file, in the order of the output.
     PERFORCE_STATUS_READER(const PERFORCE_ROOTS& roots, std::function<void(const PERFORCE_FILE&)> take_file);
 
-    /// The next line, without its line end. False once reading has failed.
-    bool add_line(const QByteArray& line);
+    /// The next line, without its line end.
+    QString add_line(const QByteArray& line);
 
     /// To be called behind the last line: the last record needs no empty line.
-    bool finish();
+    QString finish();
 
 private:
-    bool take(P4_TAGGED_OUTPUT::STEP step);
-    bool take_record(const P4_TAGGED_OUTPUT::RECORD& record);
+    QString take(P4_TAGGED_OUTPUT::STEP step);
+    QString take_record(const P4_TAGGED_OUTPUT::RECORD& record);
 
     PERFORCE_ROOTS m_roots;
     std::function<void(const PERFORCE_FILE&)> m_take_file;
@@ -78,11 +73,11 @@ public:
     PERFORCE_HISTORY_READER(const PERFORCE_ROOTS& roots,
                             std::function<FILE_ENTRY*(const PHYSICAL_PATH&)> file_at, int time_offset);
 
-    /// The next line, without its line end. False once reading has failed.
-    bool add_line(const QByteArray& line);
+    /// The next line, without its line end.
+    QString add_line(const QByteArray& line);
 
 private:
-    bool take_revision(const QByteArray& line);
+    QString take_revision(const QByteArray& line);
 
     PERFORCE_ROOTS m_roots;
     std::function<FILE_ENTRY*(const PHYSICAL_PATH&)> m_file_at;

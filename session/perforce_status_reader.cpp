@@ -44,7 +44,6 @@ int action_of(const QByteArray& word)
 
 bool read_revision(const QByteArray& word, int& revision)
 {
-    revision = 0;
     if (word.isEmpty() || word == "none")
         return true;
     bool is_number = false;
@@ -54,7 +53,6 @@ bool read_revision(const QByteArray& word, int& revision)
 
 bool read_time(const QByteArray& word, qint64& seconds)
 {
-    seconds = -1;
     if (word.isEmpty())
         return true;
     bool is_number = false;
@@ -129,18 +127,17 @@ QString text_of(const P4_TAGGED_OUTPUT::RECORD& record)
 
 bool PERFORCE_READING::s_failed = false;
 
-bool PERFORCE_READING::fail(const QString& cause)
+QString PERFORCE_READING::fail(const QString& cause)
 {
     s_failed = true;
-    m_error = cause;
-    return false;
+    return cause;
 }
 
-bool PERFORCE_READING::may_read()
+QString PERFORCE_READING::refusal()
 {
-    if (s_failed && m_error.isEmpty())
-        m_error = QStringLiteral("An answer of Perforce made no sense before, so no more of them are read.");
-    return !s_failed;
+    return s_failed
+               ? QStringLiteral("An answer of Perforce made no sense before, so no more of them are read.")
+               : QString();
 }
 
 PERFORCE_STATUS_READER::PERFORCE_STATUS_READER(const PERFORCE_ROOTS& roots,
@@ -149,21 +146,23 @@ PERFORCE_STATUS_READER::PERFORCE_STATUS_READER(const PERFORCE_ROOTS& roots,
 {
 }
 
-bool PERFORCE_STATUS_READER::add_line(const QByteArray& line)
+QString PERFORCE_STATUS_READER::add_line(const QByteArray& line)
 {
-    return may_read() && take(m_output.add_line(line));
+    const QString error = refusal();
+    return error.isEmpty() ? take(m_output.add_line(line)) : error;
 }
 
-bool PERFORCE_STATUS_READER::finish()
+QString PERFORCE_STATUS_READER::finish()
 {
-    return may_read() && take(m_output.finish());
+    const QString error = refusal();
+    return error.isEmpty() ? take(m_output.finish()) : error;
 }
 
-bool PERFORCE_STATUS_READER::take(P4_TAGGED_OUTPUT::STEP step)
+QString PERFORCE_STATUS_READER::take(P4_TAGGED_OUTPUT::STEP step)
 {
     switch (step) {
     case P4_TAGGED_OUTPUT::IN_RECORD:
-        return true;
+        return QString();
     case P4_TAGGED_OUTPUT::RECORD_END:
         return take_record(m_output.record());
     default:
@@ -171,14 +170,14 @@ bool PERFORCE_STATUS_READER::take(P4_TAGGED_OUTPUT::STEP step)
     }
 }
 
-bool PERFORCE_STATUS_READER::take_record(const P4_TAGGED_OUTPUT::RECORD& record)
+QString PERFORCE_STATUS_READER::take_record(const P4_TAGGED_OUTPUT::RECORD& record)
 {
     STATUS status;
     PERFORCE_FILE file;
     if (!read_status(record, status))
         return fail(QStringLiteral("Perforce's status of a file can't be read: %1").arg(text_of(record)));
     if (is_dropped(status))
-        return true;
+        return QString();
     file.path = m_roots.physical_path(status.depot_file);
     if (static_cast<const QString&>(file.path).isEmpty())
         return fail(QStringLiteral("Perforce's status speaks of a file outside %1: %2")
@@ -188,5 +187,5 @@ bool PERFORCE_STATUS_READER::take_record(const P4_TAGGED_OUTPUT::RECORD& record)
     if (status.head_time >= 0)
         file.head_time = QDateTime::fromSecsSinceEpoch(status.head_time, Qt::UTC);
     m_take_file(file);
-    return true;
+    return QString();
 }

@@ -18,11 +18,10 @@ QString BUILD_SESSION::read_perforce_files(P4_CONNECTION& p4, const PERFORCE_ROO
     SCANNED_FOLDER folder(file_map);
     PERFORCE_STATUS_READER states(roots,
                                   [&](const PERFORCE_FILE& file) { enter_perforce_file(file, folder); });
-    QString error = p4.read_file_states(specifications, [&](const QByteArray& line) {
-        return states.add_line(line) ? QString() : states.error();
-    });
-    if (error.isEmpty() && !states.finish())
-        error = states.error();
+    QString error =
+        p4.read_file_states(specifications, [&](const QByteArray& line) { return states.add_line(line); });
+    if (error.isEmpty())
+        error = states.finish();
     return error.isEmpty() ? read_perforce_history(p4, roots, specifications) : error;
 }
 
@@ -38,9 +37,7 @@ QString BUILD_SESSION::read_perforce_history(P4_CONNECTION& p4, const PERFORCE_R
         return file && file->physical == path ? file : nullptr;
     };
     PERFORCE_HISTORY_READER history(roots, file_at, time_offset);
-    return p4.read_history(specifications, [&](const QByteArray& line) {
-        return history.add_line(line) ? QString() : history.error();
-    });
+    return p4.read_history(specifications, [&](const QByteArray& line) { return history.add_line(line); });
 }
 
 void BUILD_SESSION::enter_perforce_file(const PERFORCE_FILE& file, SCANNED_FOLDER& folder)

@@ -55,6 +55,7 @@ private slots:
         note("err: ", scene.gox.err);
         note("log: ", scene.tree.read("tool/gox_startup_error.log"));
         note("plugin log: ", scene.tree.read("tool/gox_plugin_error.log"));
+        note("graph log: ", scene.tree.read("tool/gox_asset_graph_error.log").replace('\r', " CR"));
         found.append(QString("status %1").arg(status));
         GOX_COMPARE_TEXT(found.join('\n'), one["seen"]);
     }

@@ -1,5 +1,4 @@
-// Pieces that stand alone: the lockable map, scan roots, the order of
-// processors, paths, selection counts, watches, names that are near.
+// Pieces that stand alone: the lockable map, paths, selection counts, watches.
 
 #include <QtTest/QtTest>
 
@@ -7,12 +6,10 @@
 #include <memory>
 #include <random>
 
-#include "contracts/paths/dir_iterator.h"
 #include "contracts/paths/paths.h"
 #include "contracts/services/fw_memory.h"
 #include "contracts/services/stop_watch.h"
 #include "session/lockable_map.h"
-#include "session/processor_order.h"
 #include "session/start_up_hooks.h"
 #include "tests/support/cases.h"
 #include "tests/support/idle_action.h"
@@ -73,14 +70,6 @@ private slots:
         FW::STANDARD_ALLOCATOR<LOGICAL_PATH> allocator;
         QVERIFY_EXCEPTION_THROWN(allocator.deallocate(allocator.allocate(std::size_t(-1) / 64), 0),
                                  std::bad_alloc);
-    }
-
-    void exchange_sort_of_equal_numbers()
-    {
-        QVector<QByteArray> elements{"2a", "2b", "1c", "2d", "1e"};
-        exchange_sort(elements, [](const QByteArray& element) { return element[0]; });
-        QCOMPARE(elements.toList().join(),
-                 QByteArray("1c1e2a2d2b")); // what the swaps give, not what came first
     }
 
     void paths_below_a_folder_lie_together()
@@ -222,20 +211,6 @@ private slots:
         QVERIFY(first > 0 && watch.Stop().AsMSec() == first); // stands still
         watch.Start();
         QVERIFY(run_on() > first);
-    }
-
-    void iterator_looks_one_ahead()
-    {
-        TEMPORARY_TREE tree;
-        tree.write("raw_data/a.txt", "1");
-        QStringList sorted;
-        for (DIR_ITERATOR entries(tree.path("raw_data")); entries.has_next;) {
-            const QString name = entries.next();
-            sorted.append(name + (entries.current.is_directory ? "/" : ""));
-        }
-        sorted.sort();
-        QCOMPARE(sorted, QStringList({"../", "./", "a.txt", "db/"}));
-        QCOMPARE(DIR_ITERATOR(tree.path("nowhere")).next(), QString());
     }
 };
 
