@@ -121,7 +121,6 @@ public:
         PROGRESS_WIDGET splash(nullptr, Qt::WindowFlags());
         Tallyline::StopWatch watch;
         session->collect_actions(splash, watch, watch);
-        splash_text = splash.progress();
         session->file_map.lock(true);
         session->analyse_dependencies();
         return true;
@@ -144,5 +143,4 @@ public:
     P4_CONNECTION p4{true, true, false};
     BUILD_SESSION* session;
     QString log_text;
-    QString splash_text;
 };
