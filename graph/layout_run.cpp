@@ -5,11 +5,10 @@
 
 namespace {
 
-const int SECONDS_FOR_LAYERS = 10;
-
 const int LONGEST_ERROR = 500;
 
 QString s_program;
+int s_seconds_for_layers = LAYOUT_RUN::SECONDS_FOR_LAYERS;
 
 QString program()
 {
@@ -27,7 +26,6 @@ LAYOUT_RUN::LAYOUT_RUN(QObject* parent) : QObject(parent)
     connect(&m_process, SIGNAL(errorOccurred(QProcess::ProcessError)), this,
             SLOT(process_failed(QProcess::ProcessError)));
     connect(&m_time_for_layers, SIGNAL(timeout()), this, SLOT(give_up_layers()));
-    m_time_for_layers.setSingleShot(true);
 }
 
 LAYOUT_RUN::~LAYOUT_RUN()
@@ -39,9 +37,10 @@ LAYOUT_RUN::~LAYOUT_RUN()
     }
 }
 
-void LAYOUT_RUN::set_program(const QString& path)
+void LAYOUT_RUN::set_program(const QString& path, int seconds_for_layers)
 {
     s_program = path;
+    s_seconds_for_layers = seconds_for_layers;
 }
 
 void LAYOUT_RUN::start(const GRAPH_PICTURE& picture)
@@ -58,14 +57,14 @@ void LAYOUT_RUN::begin()
         return; // process_failed has heard of it
     m_process.write(layout_request(m_picture, m_choice.engine));
     if (m_choice.engine == LAYOUT_ENGINE::LAYERED)
-        m_time_for_layers.start(SECONDS_FOR_LAYERS * 1000);
+        m_time_for_layers.start(s_seconds_for_layers * 1000);
 }
 
 QString LAYOUT_RUN::activity() const
 {
     if (m_choice.engine == LAYOUT_ENGINE::LAYERED)
         return tr("Laying out the graph in layers.\nIf that takes longer than %1 s, springs take over.")
-            .arg(SECONDS_FOR_LAYERS);
+            .arg(s_seconds_for_layers);
     return tr("Laying out the graph by springs, since %1.\n"
               "A large graph can take minutes; closing the window ends it.")
         .arg(m_choice.reason);
@@ -87,11 +86,11 @@ void LAYOUT_RUN::process_ended(int exit_code, QProcess::ExitStatus status)
 {
     m_time_for_layers.stop();
     if (status == QProcess::NormalExit && exit_code == 0)
-        finish(read_layout(m_process.readAllStandardOutput(), m_picture));
+        emit finished(read_layout(m_process.readAllStandardOutput(), m_picture));
     else if (m_choice.engine == LAYOUT_ENGINE::SPRING)
-        finish(fault());
+        emit finished(fault());
     else if (m_is_late)
-        go_on_with_springs(tr("layers took longer than %1 s").arg(SECONDS_FOR_LAYERS));
+        go_on_with_springs(tr("layers took longer than %1 s").arg(s_seconds_for_layers));
     else
         go_on_with_springs(tr("layers failed: %1").arg(fault()));
 }
@@ -113,14 +112,6 @@ void LAYOUT_RUN::process_failed(QProcess::ProcessError error)
     if (error != QProcess::FailedToStart)
         return;
     m_time_for_layers.stop();
-    finish(tr("%1 could not be started: %2\nIt belongs beside the program; install GOX again.")
-               .arg(QDir::toNativeSeparators(program()), m_process.errorString()));
-}
-
-void LAYOUT_RUN::finish(const QString& error)
-{
-    if (m_is_finished)
-        return;
-    m_is_finished = true;
-    emit finished(error);
+    emit finished(tr("%1 could not be started: %2\nIt belongs beside the program; install GOX again.")
+                      .arg(QDir::toNativeSeparators(program()), m_process.errorString()));
 }

@@ -37,8 +37,11 @@ public:
     /// Why the layout is not one in layers, for people; empty when it is.
     QString reason() const { return m_choice.reason; }
 
-    /// Where the layout program is, in place of the program's folder.
-    static void set_program(const QString& path);
+    static const int SECONDS_FOR_LAYERS = 10;
+
+    /// Where the layout program is, in place of the program's folder, and how long
+    /// a layered layout may take.
+    static void set_program(const QString& path, int seconds_for_layers = SECONDS_FOR_LAYERS);
 
 signals:
     /// Empty on success, else what went wrong, for people.
@@ -53,12 +56,10 @@ private:
     void begin();
     void go_on_with_springs(const QString& reason);
     QString fault();
-    void finish(const QString& error);
 
     GRAPH_PICTURE m_picture;
     QProcess m_process;
     QTimer m_time_for_layers;
     LAYOUT_CHOICE m_choice;
     bool m_is_late = false; ///< layers have been given up
-    bool m_is_finished = false;
 };
