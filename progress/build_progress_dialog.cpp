@@ -135,17 +135,16 @@ void BUILD_PROGRESS_DIALOG::connect_widgets()
     installEventFilter(new ESCAPE_QUESTION(this));
 }
 
-// The colours of the rows. Brushes without a style, which only lend their
+// A row for each state, in order, up to the first of those that failed, in the
+// colours of the tree. Brushes without a style, which only lend their
 // colour, are not taken by the item's own setters.
 void BUILD_PROGRESS_DIALOG::colour_legend()
 {
-    const QColor colours[] = {Qt::blue, Qt::green, QColor(255, 128, 0), Qt::red};
-    const int first = 1; // what waits has the default colour
-    const int finished = 2;
-    for (int row = first; row < ui.listWidget->count(); ++row)
-        ui.listWidget->item(row)->setData(Qt::ForegroundRole, QBrush(colours[row - first], Qt::NoBrush));
-    ui.listWidget->item(first)->setBackground(PROGRESS_ROWS::ground_of_blue(palette()));
-    ui.listWidget->item(finished)->setData(Qt::BackgroundRole, QBrush(Qt::black, Qt::NoBrush));
+    for (int state = ACTION_RUNNING; state <= ACTION_FAILED; ++state) // what waits has the default colour
+        ui.listWidget->item(state)->setData(Qt::ForegroundRole,
+                                            QBrush(PROGRESS_ROWS::colour_of(state), Qt::NoBrush));
+    ui.listWidget->item(ACTION_RUNNING)->setBackground(PROGRESS_ROWS::ground_of_blue(palette()));
+    ui.listWidget->item(ACTION_SUCCEEDED)->setData(Qt::BackgroundRole, QBrush(Qt::black, Qt::NoBrush));
 }
 
 // The legend lies on the window like a label. Its room is fixed, so it takes the

@@ -13,43 +13,7 @@
 
 namespace {
 
-enum COLOUR : quint8
-{
-    DEFAULT_COLOUR,
-    BLUE,
-    GREEN,
-    ORANGE,
-    RED
-};
-
-const quint8 COLOUR_BITS = 7;
-const quint8 HIDDEN = 8;
-
-QVariant brush_of(quint8 colour)
-{
-    switch (colour) {
-    case BLUE:
-        return QBrush(Qt::blue);
-    case GREEN:
-        return QBrush(Qt::green);
-    case ORANGE:
-        return QBrush(QColor(255, 128, 0, 255));
-    case RED:
-        return QBrush(Qt::red);
-    default:
-        return {};
-    }
-}
-
-const int STATES = ACTION_FAILED_ALONE + 1;
-const int UNKNOWN_STATE = STATES; // stands for all others
-
-int kind_of(int state)
-{
-    return state >= 0 && state < STATES ? state : UNKNOWN_STATE;
-}
-
-// What an action adds to what is known of its group.
+// What an action adds to what is known of its group and of all.
 enum : unsigned
 {
     HAS_UNFINISHED = 1,
@@ -57,8 +21,47 @@ enum : unsigned
     HAS_FAILED = 4
 };
 
-const unsigned ADDS[STATES + 1] = {HAS_UNFINISHED, HAS_UNFINISHED, 0,          HAS_WARNED,
-                                   HAS_FAILED,     HAS_FAILED,     HAS_FAILED, HAS_UNFINISHED};
+struct STATE
+{
+    QColor colour; // none: the row keeps the one that it has
+    int shown_by;  // bits of a filter
+    unsigned adds;
+};
+
+// By ACTION_STATE; the last one stands for all others.
+const STATE STATES[] = {
+    {QColor(), PROGRESS_ROWS::UNFINISHED, HAS_UNFINISHED},
+    {Qt::blue, PROGRESS_ROWS::UNFINISHED, HAS_UNFINISHED},
+    {Qt::green, PROGRESS_ROWS::COMPLETED, 0},
+    {QColor(255, 128, 0), PROGRESS_ROWS::WARNINGS, HAS_WARNED},
+    {Qt::red, PROGRESS_ROWS::ERRORS, HAS_FAILED},
+    {Qt::red, PROGRESS_ROWS::ERRORS, HAS_FAILED},
+    {Qt::red, PROGRESS_ROWS::ERRORS, HAS_FAILED},
+    {QColor(), 0, HAS_UNFINISHED},
+};
+const int UNKNOWN_STATE = ACTION_FAILED_ALONE + 1;
+
+int known_state(int state)
+{
+    return state >= 0 && state < UNKNOWN_STATE ? state : UNKNOWN_STATE;
+}
+
+int state_of_group(unsigned has)
+{
+    return has & HAS_FAILED   ? ACTION_FAILED
+           : has & HAS_WARNED ? ACTION_SUCCEEDED_WITH_WARNINGS
+                              : ACTION_SUCCEEDED;
+}
+
+// What a row shows: the state whose colour it has, and whether it is hidden.
+const quint8 COLOUR_BITS = 7;
+const quint8 HIDDEN = 8;
+
+quint8 look_of(quint8 shown, int state, int filter)
+{
+    const int coloured_by = STATES[state].colour.isValid() ? state : shown & COLOUR_BITS;
+    return quint8(coloured_by | (filter & STATES[state].shown_by ? 0 : HIDDEN));
+}
 
 // The actions lie far apart, and a look at one that is not in the cache takes
 // longer than all else that a poll does with it.
@@ -86,39 +89,20 @@ public:
     QVariant data(int column, int role) const override
     {
         if (role == Qt::ForegroundRole)
-            return brush_of(colour);
-        if (role == Qt::BackgroundRole && colour == BLUE && treeWidget())
+            return STATES[state].colour.isValid() ? QVariant(QBrush(STATES[state].colour)) : QVariant();
+        if (role == Qt::BackgroundRole && state == ACTION_RUNNING && treeWidget())
             return ground_of_blue(treeWidget()->palette());
         return QTreeWidgetItem::data(column, role);
     }
 
-    quint8 colour = DEFAULT_COLOUR;
-};
-
-struct PROGRESS_ROWS::LOOKS
-{
-    explicit LOOKS(int filter)
-    {
-        const COLOUR colours[] = {DEFAULT_COLOUR, BLUE, GREEN, ORANGE, RED, RED, RED, DEFAULT_COLOUR};
-        const int shown_by[] = {UNFINISHED, UNFINISHED, COMPLETED, WARNINGS, ERRORS, ERRORS, ERRORS, 0};
-        for (int kind = 0; kind <= STATES; ++kind) {
-            kept[kind] = colours[kind] == DEFAULT_COLOUR ? COLOUR_BITS : 0;
-            set[kind] = quint8(colours[kind] | (filter & shown_by[kind] ? 0 : HIDDEN));
-        }
-    }
-
-    LOOK of(LOOK shown, int kind) const { return LOOK((shown & kept[kind]) | set[kind]); }
-
-    LOOK kept[STATES + 1]; // bits of the former look that stay
-    LOOK set[STATES + 1];
+    int state = ACTION_NOT_RUN; // whose colour the row has
 };
 
 struct PROGRESS_ROWS::SUMS
 {
     qint64 total = 0;
     qint64 done = 0;
-    unsigned group_has = 0;
-    unsigned all_have = 0;
+    unsigned has = 0; // of all groups
     ACTION_INTERFACE* running = nullptr;
 };
 
@@ -150,29 +134,23 @@ void PROGRESS_ROWS::build(QTreeWidget* tree, const QVector<ACTION_INTERFACE*>& a
         }
         item->addChildren(rows);
         group_items.append(item);
-        m_groups.append({item, DEFAULT_COLOUR, m_actions.size(), m_actions.size() + group.size()});
+        m_groups.append({item, ACTION_NOT_RUN, m_actions.size(), m_actions.size() + group.size()});
         m_actions += group;
     }
-    m_shown.fill(DEFAULT_COLOUR, m_actions.size());
+    m_shown.fill(ACTION_NOT_RUN, m_actions.size());
     tree->addTopLevelItems(group_items);
 }
 
 PROGRESS_ROWS::SUMMARY PROGRESS_ROWS::refresh(int filter)
 {
-    const LOOKS looks(filter);
     SUMS sums;
     for (int number = 0; number < m_groups.size(); ++number) {
         GROUP& group = m_groups[number];
-        sums.group_has = 0;
-        refresh_actions(number, looks, sums);
-        sums.all_have |= sums.group_has;
-        LOOK wanted = group.shown & COLOUR_BITS;
-        if (!(sums.group_has & HAS_UNFINISHED))
-            wanted = looks.of(group.shown, sums.group_has & HAS_FAILED   ? ACTION_FAILED
-                                           : sums.group_has & HAS_WARNED ? ACTION_SUCCEEDED_WITH_WARNINGS
-                                                                         : ACTION_SUCCEEDED);
-        if (group.shown != wanted)
-            write(*group.item, number, QModelIndex(), group.shown, wanted);
+        const unsigned has = refresh_actions(number, filter, sums);
+        sums.has |= has;
+        write(*group.item, number, QModelIndex(), group.shown,
+              has & HAS_UNFINISHED ? group.shown & COLOUR_BITS
+                                   : look_of(group.shown, state_of_group(has), filter));
     }
 
     for (sums.done = std::min(sums.done, sums.total); sums.total > std::numeric_limits<int>::max();) {
@@ -182,45 +160,49 @@ PROGRESS_ROWS::SUMMARY PROGRESS_ROWS::refresh(int filter)
     SUMMARY summary;
     summary.total = int(sums.total);
     summary.done = int(sums.done);
-    summary.finished = !(sums.all_have & HAS_UNFINISHED);
-    summary.failed = sums.all_have & HAS_FAILED;
+    summary.finished = !(sums.has & HAS_UNFINISHED);
+    summary.failed = sums.has & HAS_FAILED;
     summary.running = sums.running;
     return summary;
 }
 
-void PROGRESS_ROWS::refresh_actions(int number, const LOOKS& looks, SUMS& sums)
+// Gives what the actions of the group add.
+unsigned PROGRESS_ROWS::refresh_actions(int number, int filter, SUMS& sums)
 {
     const GROUP& group = m_groups.at(number);
     const QModelIndex parent = m_tree->model()->index(number, 0);
-    ACTION_INTERFACE* const* const actions = m_actions.constData();
-    LOOK* const shown = m_shown.data();
+    unsigned has = 0;
     for (int row = group.begin; row < group.end; ++row) {
         if (row + FETCHED_AHEAD < group.end)
-            fetch(actions[row + FETCHED_AHEAD]);
-        ACTION_INTERFACE& action = *actions[row];
+            fetch(m_actions.at(row + FETCHED_AHEAD));
+        ACTION_INTERFACE& action = *m_actions.at(row);
         const int total = action.progress_total;
         sums.total += total;
         sums.done += std::min(total, action.progress_current);
-        const int kind = kind_of(action.state);
-        sums.group_has |= ADDS[kind];
-        if (kind == ACTION_RUNNING)
+        const int state = known_state(action.state);
+        has |= STATES[state].adds;
+        if (state == ACTION_RUNNING)
             sums.running = &action;
-        const LOOK wanted = looks.of(shown[row], kind);
-        if (shown[row] != wanted)
-            write(*m_items.at(row), row - group.begin, parent, shown[row], wanted);
+        write(*m_items.at(row), row - group.begin, parent, m_shown[row],
+              look_of(m_shown.at(row), state, filter));
     }
+    return has;
 }
 
 void PROGRESS_ROWS::write(ROW_ITEM& item, int row, const QModelIndex& parent, LOOK& shown, LOOK wanted)
 {
-    const LOOK changed = shown ^ wanted;
-    if (changed & COLOUR_BITS) {
-        item.colour = wanted & COLOUR_BITS;
-        m_tree->viewport()->update();
-    }
-    if (changed & HIDDEN)
+    if (shown == wanted)
+        return;
+    item.state = wanted & COLOUR_BITS;
+    m_tree->viewport()->update();
+    if ((shown ^ wanted) & HIDDEN)
         m_tree->setRowHidden(row, parent, wanted & HIDDEN);
     shown = wanted;
+}
+
+QColor PROGRESS_ROWS::colour_of(int state)
+{
+    return STATES[known_state(state)].colour;
 }
 
 QBrush PROGRESS_ROWS::ground_of_blue(const QPalette& palette)

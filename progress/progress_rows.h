@@ -4,6 +4,7 @@
 
 class ACTION_INTERFACE;
 class QBrush;
+class QColor;
 class QModelIndex;
 class QPalette;
 class QTreeWidget;
@@ -50,6 +51,10 @@ public:
     /// always visible and keeps its colour, too.
     SUMMARY refresh(int filter);
 
+    /// The colour of an action's row once it is in that ACTION_STATE; invalid where
+    /// the row keeps the one that it has.
+    static QColor colour_of(int state);
+
     /// What the pure blue of a running action stands on: a light band where the
     /// palette is dark, because nobody can read it there, else nothing.
     static QBrush ground_of_blue(const QPalette& palette);
@@ -58,8 +63,7 @@ public:
     ACTION_INTERFACE* running() const;
 
 private:
-    // What a row shows: a colour, and whether it is hidden.
-    using LOOK = quint8;
+    using LOOK = quint8; // the state whose colour a row has, and whether it is hidden
 
     class ROW_ITEM;
 
@@ -71,11 +75,9 @@ private:
         int end;
     };
 
-    // What a filter makes of each state.
-    struct LOOKS;
     struct SUMS;
 
-    void refresh_actions(int group, const LOOKS& looks, SUMS& sums);
+    unsigned refresh_actions(int group, int filter, SUMS& sums);
     void write(ROW_ITEM& item, int row, const QModelIndex& parent, LOOK& shown, LOOK wanted);
 
     // By number of the row, group by group. Apart from each other, so that a
