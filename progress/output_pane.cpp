@@ -97,7 +97,8 @@ QString OUTPUT_PANE::next_slice(int longest)
         m_filled = m_text.size();
         return m_text.mid(begin);
     }
-    int end = begin + 1 + int(QStringView(m_text).mid(begin, longest).lastIndexOf(QLatin1Char('\n')));
+    // The end of a line that is as long as can be stands behind the slice.
+    int end = begin + 1 + int(QStringView(m_text).mid(begin, longest + 1).lastIndexOf(QLatin1Char('\n')));
     const bool is_cut = end == begin;
     if (is_cut) {
         end = begin + longest;
