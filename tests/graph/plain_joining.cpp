@@ -43,19 +43,14 @@ void join(ACTION_GRAPH& graph, ACTION_GRAPH_NODE* kept, ACTION_GRAPH_NODE* dropp
     delete dropped;
 }
 
-ACTION_GRAPH_NODE* namesake(const ACTION_GRAPH& graph, const ACTION_GRAPH_NODE* node)
-{
-    for (ACTION_GRAPH_NODE* other : graph.nodes)
-        if (other != node && other->text == node->text)
-            return other;
-    return nullptr;
-}
-
 } // namespace
 
 void plain_join_identical_nodes(ACTION_GRAPH& graph)
 {
     for (int i = 0; i < graph.nodes.size(); ++i)
-        while (ACTION_GRAPH_NODE* const other = namesake(graph, graph.nodes.at(i)))
-            join(graph, graph.nodes.at(i), other);
+        for (int other = i + 1; other < graph.nodes.size();)
+            if (graph.nodes[other]->text == graph.nodes[i]->text)
+                join(graph, graph.nodes[i], graph.nodes[other]);
+            else
+                ++other;
 }

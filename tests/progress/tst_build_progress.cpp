@@ -2,95 +2,224 @@
 
 #include <QtTest/QtTest>
 
+#include <QtCore/QRegularExpression>
 #include <QtCore/QSemaphore>
 #include <QtCore/QSettings>
 #include <QtWidgets/QScrollBar>
+#include <QtWidgets/QStyledItemDelegate>
 
+#include "contracts/services/user_settings.h"
 #include "progress/build_progress_dialog.h"
 #include "progress/output_pane.h"
 #include "progress/remaining_time.h"
 #include "tests/session/step_scene.h"
-#include "tests/support/dialog_answers.h"
+#include "tests/support/cases.h"
+#include "tests/support/transcript.h"
 #include "tests/support/watched_test.h"
+#include "tests/support/window_text.h"
 
 namespace {
 
-const QColor ORANGE(255, 128, 0, 255);
-
-QSettings settings()
+QString colours_of(const QVariant& foreground, const QVariant& ground)
 {
-    return QSettings("The Ferrule Works", "GOX");
+    const QString text = foreground.isValid() ? foreground.value<QBrush>().color().name() : QString("plain");
+    const QBrush brush = ground.value<QBrush>();
+    return brush.style() == Qt::NoBrush ? text : text + " on " + brush.color().name();
 }
 
-/// A session with actions of two processors, and the window over it.
-struct SCENE : STEP_SCENE
+/// The delegate shows the text of an item, which is not always the item's own.
+QString shown_text(const QAbstractItemView& view, const QVariant& text)
 {
-    STEP_ACTION* add(const QString& name, int state = ACTION_NOT_RUN, int of_processor = 0)
-    {
-        while (session->processors.size() <= of_processor)
-            add_processor(QString("processor %1").arg(session->processors.size()));
-        STEP_ACTION* const action = new STEP_ACTION(name);
-        action->processor = session->processors[of_processor];
-        action->state = state;
-        action->selection_count = 1;
-        action->progress_total = 10;
-        session->actions.append(action);
-        session->selected_actions.append(action);
-        return action;
-    }
+    return static_cast<QStyledItemDelegate*>(view.itemDelegate())->displayText(text, QLocale::c());
+}
 
-    /// An action that ends once `gate` is open or, if it obeys, when it is told to.
-    STEP_ACTION* add_slow(const QString& name, bool obeys = true)
-    {
-        STEP_ACTION* const action = add(name);
-        action->body = [this, obeys](STEP_ACTION& self) {
-            while (!gate.tryAcquire(1, 1))
-                if (obeys && self.aborts.loadAcquire() > 0) {
-                    text_during_wait = window->ui.current_action->text(); // its thread waits for this one
-                    return int(ACTION_FAILED);
-                }
-            return int(ACTION_SUCCEEDED);
-        };
-        return action;
-    }
+bool has_room(const QListWidget& legend, const QFont& font)
+{
+    int width = 0;
+    for (int row = 0; row < legend.count(); ++row)
+        width += QFontMetrics(font).horizontalAdvance(legend.item(row)->text().trimmed() + "   ");
+    return width <= legend.minimumWidth() && QFontMetrics(font).height() <= legend.minimumHeight();
+}
 
-    BUILD_PROGRESS_DIALOG& open()
-    {
-        window.reset(new BUILD_PROGRESS_DIALOG(*session, configuration, QString(), options, nullptr, {}));
-        window->show();
-        return *window;
+QStringList legend_lines(const QListWidget& legend)
+{
+    QFont larger = legend.font();
+    larger.setPointSizeF(larger.pointSizeF() + 0.25);
+    const bool is_largest = larger.pointSizeF() > legend.window()->font().pointSizeF();
+    const bool is_best = has_room(legend, legend.font()) && (is_largest || !has_room(legend, larger));
+    const bool is_bare = !legend.viewport()->autoFillBackground();
+    QStringList lines{QString("legend %1 %2")
+                          .arg(is_best ? "well readable" : "of a bad size", is_bare ? "on bare ground" : "")};
+    int end = 0;
+    for (int row = 0; row < legend.count(); ++row) {
+        const QListWidgetItem* const item = legend.item(row);
+        const QRect place = legend.visualItemRect(item);
+        const bool is_whole =
+            place.left() >= end && legend.viewport()->rect().contains(place) &&
+            QFontMetrics(legend.font()).horizontalAdvance(item->text().trimmed()) < place.width();
+        end = place.right();
+        lines += QString("legend \"%1\" %2%3")
+                     .arg(shown_text(legend, item->text()),
+                          colours_of(item->data(Qt::ForegroundRole), item->data(Qt::BackgroundRole)),
+                          is_whole ? "" : " cut off");
     }
-    BUILD_PROGRESS_DIALOG& build()
-    {
-        session->prepare_build(false);
-        return open();
+    return lines;
+}
+
+/// What is to be seen of a long text.
+QString cut(QString text)
+{
+    QString shown;
+    int length = 0; // of the line
+    for (const QChar letter : qAsConst(text.remove('\r'))) {
+        if (letter != '\n' && length >= OUTPUT_PANE::LONGEST_LINE - letter.isHighSurrogate()) {
+            shown += '\n';
+            length = 0;
+        }
+        length = letter == '\n' ? 0 : length + 1;
+        shown += letter;
     }
+    return shown;
+}
+
+/// A session with the actions of a case, and the window over it.
+class SCENE : public STEP_SCENE
+{
+public:
+    explicit SCENE(const TEST_CASE& one);
     ~SCENE()
     {
-        gate.release(10); // whatever still waits after a check that failed
+        m_gate.release(10); // whatever still waits after a check that failed
         session->finish_build(true);
     }
 
-    QTreeWidgetItem* row(int group, int number) const
-    {
-        return window->ui.actions->topLevelItem(group)->child(number);
-    }
+    QString run(const QString& expected) const { return m_steps.run(expected); }
 
-    QSemaphore gate;
-    QString text_during_wait;
+private:
+    void add(const QStringList& fields);
+    void open(const QStringList& how);
+    void click_row(const QString& name);
+    QStringList seen() const;
+    QStringList rows() const;
+
+    TRANSCRIPT m_steps;
+    QMap<QString, STEP_ACTION*> m_actions;
+    QSemaphore m_gate;
+    QString m_text_during_wait;
     QScopedPointer<BUILD_PROGRESS_DIALOG> window;
 };
 
-void click(QWidget* widget)
+SCENE::SCENE(const TEST_CASE& one)
 {
-    QTest::mouseClick(widget, Qt::LeftButton, {}, QPoint(8, widget->height() / 2));
+    for (const QString& line : one.lines("actions"))
+        add(line.split(" | "));
+    using WORDS = const QStringList&;
+    m_steps.seen = [this] { return seen(); };
+    m_steps.steps["open"] = [this](WORDS with) { open(with); };
+    m_steps.steps["row"] = [this](WORDS with) { click_row(with.join(' ')); };
+    m_steps.steps["answer_by_closing"] = [this](WORDS) {
+        m_steps.answers.answer_with([this](QDialog*) { window->close(); });
+    };
+    m_steps.steps["state"] = [this](WORDS with) { m_actions[with[0]]->state = with[1].toInt(); };
+    m_steps.steps["output"] = [this](WORDS with) { m_actions[with[0]]->output = with.mid(1).join(' '); };
+    m_steps.steps["gate"] = [this](WORDS) { m_gate.release(); };
+    m_steps.steps["await"] = [this](WORDS with) {
+        QTRY_COMPARE(m_actions[with[0]]->state, int(ACTION_RUNNING));
+        window->tick();
+    };
+    m_steps.steps["polls"] = [this](WORDS) {
+        QSignalSpy polls(&window->timer, SIGNAL(timeout()));
+        QTRY_VERIFY(polls.size() > 2);
+    };
+    m_steps.steps["estimate"] = [this](WORDS with) {
+        window->timer.stop();
+        window->start_time = QDateTime::currentDateTime().addSecs(-with[0].toInt());
+        window->last_estimate_time = QDateTime::currentDateTime().addSecs(-with[1].toInt());
+        window->tick();
+    };
+    m_steps.steps["slider"] = [this](WORDS with) {
+        window->ui.output->verticalScrollBar()->setSliderDown(with[0] == "down");
+    };
+    m_steps.steps["show_waiting"] = [this](WORDS) { window->show_waiting(); };
+    m_steps.steps["finish"] = [this](WORDS) { session->finish_build(true); };
 }
 
-void click(QTreeWidgetItem* row)
+// An action ends once the gate lets it or, unless it is deaf, when it is told to.
+void SCENE::add(const QStringList& fields)
 {
-    QTreeWidget* const tree = row->treeWidget();
+    const int number = fields.value(2).toInt();
+    while (session->processors.size() <= number)
+        add_processor(QString("processor %1").arg(session->processors.size()));
+    STEP_ACTION* const action = new STEP_ACTION(QString(fields[0]).replace("\\n", "\n"));
+    action->processor = session->processors[number];
+    action->state = fields.value(1).toInt();
+    action->progress_current = fields.value(3).toInt();
+    action->progress_total = fields.value(4, "10").toInt();
+    action->selection_count = 1;
+    action->body = [this, is_deaf = fields[0] == "deaf"](STEP_ACTION& self) {
+        while (!m_gate.tryAcquire(1, 1))
+            if (!is_deaf && self.aborts.loadAcquire() > 0) {
+                m_text_during_wait = WINDOW_TEXT::form(*window); // its thread waits for this one
+                return int(ACTION_FAILED);
+            }
+        return int(ACTION_SUCCEEDED);
+    };
+    m_actions[fields[0]] = action;
+    session->actions.append(action);
+    session->selected_actions.append(action);
+}
+
+void SCENE::open(const QStringList& how)
+{
+    char program[] = "gox", option[] = "--dont_stop_on_error";
+    char* arguments[] = {program, option};
+    QStringList errors;
+    options.initialise(how.contains("dont_stop_on_error") ? 2 : 1, arguments, errors);
+    configuration.silent = how.contains("silent");
+    if (how.contains("build"))
+        session->prepare_build(false);
+    window.reset(new BUILD_PROGRESS_DIALOG(*session, configuration, QString(), options, nullptr, {}));
+    m_steps.window = window.data();
+    window->ui.progress2->resize(100, 22);
+    window->show();
+    QVERIFY(QTest::qWaitFor([this] { return window->isActiveWindow() || !window->isVisible(); }));
+}
+
+void SCENE::click_row(const QString& name)
+{
+    QTreeWidget* const tree = window->ui.actions;
     tree->expandAll();
+    const QTreeWidgetItem* const row = tree->findItems(name, Qt::MatchExactly | Qt::MatchRecursive).value(0);
     QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualItemRect(row).center());
+}
+
+QStringList SCENE::rows() const
+{
+    QStringList lines;
+    for (QTreeWidgetItemIterator row(window->ui.actions); *row; ++row)
+        lines +=
+            QString("%1 %2: %3%4")
+                .arg((*row)->parent() ? "row" : "group", shown_text(*window->ui.actions, (*row)->text(0)),
+                     colours_of((*row)->data(0, Qt::ForegroundRole), (*row)->data(0, Qt::BackgroundRole)),
+                     (*row)->isHidden() ? ", hidden" : "");
+    return lines;
+}
+
+QStringList SCENE::seen() const
+{
+    const QWidget* const marker = window->ui.progress2drag;
+    const QProgressBar* const bar = window->ui.progress;
+    const bool is_kept = user_settings().value("BuildProgressGeometry").toByteArray().size() > 20;
+    QStringList lines{QString("bar %1 of %2").arg(bar->value()).arg(bar->maximum())};
+    lines += QString("marker at %1, %2").arg(marker->x()).arg(marker->y());
+    lines += window->timer.isActive() ? "polling" : "not polling";
+    lines += window->isVisible() ? "open" : window->result() ? "closed: back" : "closed: end";
+    lines += window->paused_msecs > 0 ? "clock held" : "clock not held";
+    lines += session->isRunning() ? "building" : "not building";
+    lines += is_kept ? "geometry kept" : "no geometry";
+    if (!m_text_during_wait.isEmpty())
+        lines += "while aborting " + m_text_during_wait.section("current_action ", 1).section('\n', 0, 0);
+    return lines + rows() + legend_lines(*window->ui.listWidget);
 }
 
 } // namespace
@@ -100,291 +229,76 @@ class TST_BUILD_PROGRESS : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
+    void init() { user_settings().remove("BuildProgressGeometry"); }
+    void remaining_time_data() { add_cases("progress/remaining_time.cases", {"texts"}); }
     void remaining_time();
-    void rows_show_states();
-    void run_with_a_pause();
-    void abort_stays_open();
-    void closing_during_a_build();
-    void finish_data();
-    void finish();
-    void output_of_the_current_row();
-    void long_output();
-    void progress_data();
-    void progress();
+    void window_data() { add_cases("progress/window.cases", {"actions", "steps"}); }
+    void window();
+    void output_pane();
+    void splash();
 };
 
 void TST_BUILD_PROGRESS::remaining_time()
 {
-    const QMap<int, QString> texts{{0, ""},
-                                   {1, "1 seSc "},
-                                   {10, "10 secs "},
-                                   {14, "10 secs "},
-                                   {39, "30 secs "},
-                                   {119, "1 min "},
-                                   {29 * 60, "25 mins "},
-                                   {39 * 60, "30 mins "},
-                                   {3600 + 14 * 60 + 59, "1 hr "},
-                                   {3 * 3600 + 59 * 60, "3 hrs 45 mins "},
-                                   {4 * 3600 + 59 * 60, "4 hrs "}};
-    for (auto text = texts.cbegin(); text != texts.cend(); ++text)
-        QCOMPARE(remaining_time_text(text.key()), text.value());
+    QStringList lines;
+    for (const QString& line : current_case().lines("texts")) {
+        const int seconds = line.section(' ', 0, 0).toInt();
+        lines += QString("%1 \"%2\"").arg(QString::number(seconds), remaining_time_text(seconds));
+    }
+    GOX_COMPARE_TEXT(lines.join('\n'), current_case()["texts"]);
     QCOMPARE(remaining_seconds(100000, 7, INT_MAX), Q_INT64_C(100000) * INT_MAX / 7 - 100000);
 }
 
-void TST_BUILD_PROGRESS::rows_show_states()
+void TST_BUILD_PROGRESS::window()
 {
-    SCENE scene;
-    // In the order of the states, then unknown ones; the second group has ended.
-    for (const int state : {0, 1, 2, 3, 4, 5, 6, 7, -1})
-        scene.add(QString::number(state), state);
-    scene.add("done", ACTION_SUCCEEDED, 1);
-    STEP_ACTION* const late = scene.add("warned", ACTION_SUCCEEDED_WITH_WARNINGS, 1);
-    BUILD_PROGRESS_DIALOG& window = scene.open();
-    QTreeWidgetItem* const second = window.ui.actions->topLevelItem(1);
-    const QVector<QBrush> colours{{}, Qt::blue, Qt::green, ORANGE, Qt::red, Qt::red, Qt::red, {}, {}};
-    const QVector<int> shown_by{1, 1, 8, 4, 2, 2, 2, 0, 0};
-    for (const int filter : {15, 1, 2, 4, 8, 0, 15}) {
-        for (const auto& box : {qMakePair(window.ui.cbUnfinished, 1), qMakePair(window.ui.cbError, 2),
-                                qMakePair(window.ui.cbWarning, 4), qMakePair(window.ui.cbCompleted, 8)})
-            if (box.first->isChecked() != bool(filter & box.second))
-                click(box.first);
-        QTRY_COMPARE(second->isHidden(), !(filter & 4));
-        for (int row = 0; row < colours.size(); ++row) {
-            QTRY_COMPARE(scene.row(0, row)->isHidden(), !(filter & shown_by[row]));
-            QCOMPARE(scene.row(0, row)->foreground(0), colours[row]);
-        }
-        QVERIFY(!window.ui.actions->topLevelItem(0)->isHidden());
-        QCOMPARE(window.ui.actions->topLevelItem(0)->foreground(0), QBrush());
+    SCENE scene(current_case());
+    GOX_COMPARE_TEXT(scene.run(current_case()["steps"]), current_case()["steps"]);
+}
+
+void TST_BUILD_PROGRESS::output_pane()
+{
+    const int whole = OUTPUT_PANE::WHOLE_TEXT, longest = OUTPUT_PANE::LONGEST_LINE;
+    QTextBrowser browser;
+    browser.show();
+    const QFont font("Monospace", 7);
+    browser.document()->setDefaultFont(font);
+    OUTPUT_PANE pane(&browser);
+    QScrollBar* const bar = browser.verticalScrollBar();
+    const QString lines = QString("line\n").repeated(5000), smile = QString::fromUtf8("😀");
+    for (const QString& text :
+         {lines, QString("a line\r\n").repeated(whole / 4) + QString(3 * longest, 'x'), lines + lines,
+          QString(whole, 'y'), QString(whole + 1, 'y'),
+          'z' + smile.repeated(longest) + '\n' + QString(longest, 'z') + '\n' + lines.repeated(4), lines}) {
+        const bool is_long = text.size() > whole;
+        bar->setValue(20000);
+        const int value = bar->value();
+        pane.show_text(text);
+        QCOMPARE(browser.document()->characterCount() > longest + 2, !is_long);
+        const QString shown = is_long ? cut(text) : text;
+        QTRY_COMPARE(browser.document()->characterCount(), shown.size() + 1);
+        GOX_COMPARE_TEXT(browser.toPlainText(), shown);
+        QTRY_COMPARE(pane.findChildren<QTextDocument*>().size(), 0); // the former one has gone
+        QCOMPARE(bar->value(), std::min(value, bar->maximum()));
+        QCOMPARE(browser.lineWrapMode() == QTextEdit::NoWrap, is_long);
+        QCOMPARE(browser.document()->defaultFont(), font);
     }
-    for (int entry = 1; entry < window.ui.listWidget->count(); ++entry)
-        QCOMPARE(window.ui.listWidget->item(entry)->foreground().color(), colours[entry].color());
-    QCOMPARE(second->text(0), QString("processor 1"));
-    QCOMPARE(second->foreground(0), QBrush(ORANGE));
-    late->state = ACTION_DEPENDENCY_FAILED;
-    QTRY_COMPARE(second->foreground(0), QBrush(Qt::red));
-    late->state = ACTION_NOT_RUN; // what is unknown of a row keeps what was known
-    QTest::qWait(50);
-    QCOMPARE(scene.row(1, 1)->foreground(0), QBrush(Qt::red));
-    QVERIFY(window.timer.isActive());
 }
 
-void TST_BUILD_PROGRESS::run_with_a_pause()
+void TST_BUILD_PROGRESS::splash()
 {
-    settings().remove("BuildProgressGeometry");
-    SCENE scene;
-    scene.add_slow("<b>first</b>\n&");
-    scene.add_slow("second");
-    BUILD_PROGRESS_DIALOG& window = scene.build();
-    QCOMPARE(window.windowTitle(), QString("GOX - Processing... - "));
-    QCOMPARE(window.ui.score->text(), QString("0"));
-    QTRY_COMPARE(window.ui.current_action->text(), QString("<b>first</b>\n&"));
-    QCOMPARE(window.ui.current_action->textFormat(), Qt::PlainText);
-    click(window.ui.pause_button);
-    QCOMPARE(window.windowTitle(), QString("GOX - Paused - "));
-    QCOMPARE(window.ui.pause_button->text(), QString("Resume"));
-    QCOMPARE(window.ui.current_action->text(), QString("(PAUSED) "));
-    QCOMPARE(scene.row(0, 0)->foreground(0), QBrush(Qt::blue)); // what runs goes on
-    scene.gate.release();
-    QTRY_COMPARE(scene.row(0, 0)->foreground(0), QBrush(Qt::green));
-    QTest::qWait(50);
-    QCOMPARE(scene.session->selected_actions[1]->state, 0);
-    QVERIFY(window.paused_msecs > 0);
-    click(window.ui.pause_button);
-    QCOMPARE(window.windowTitle(), QString("GOX - "));
-    scene.gate.release();
-    QTRY_COMPARE(window.windowTitle(), QString("GOX - Done - "));
-    QVERIFY(!window.timer.isActive() && !window.ui.pause_button->isVisible());
-    QCOMPARE(window.ui.progress->value(), 20);
-    QCOMPARE(window.ui.current_action->text(), QString());
-    QTRY_COMPARE(window.focusWidget(), window.ui.more_button);
-    QTest::keyClick(window.focusWidget(), Qt::Key_Return);
-    QCOMPARE(window.result(), int(QDialog::Accepted));
-    QVERIFY(!settings().contains("BuildProgressGeometry"));
-}
-
-void TST_BUILD_PROGRESS::abort_stays_open()
-{
-    SCENE scene;
-    scene.add_slow("slow");
-    scene.add("never");
-    BUILD_PROGRESS_DIALOG& window = scene.build();
-    QTRY_COMPARE(window.ui.current_action->text(), QString("slow"));
-    click(window.ui.pause_button);
-    DIALOG_ANSWERS answers;
-    answers.press_default();
-    click(window.ui.abort_button);
-    QCOMPARE(answers.texts, QStringList{"Aborted."});
-    QCOMPARE(scene.text_during_wait, QString("Waiting until this has stopped: slow"));
-    QTest::qWait(50);
-    QVERIFY(window.aborted && window.timer.isActive() && scene.session->isFinished());
-    QCOMPARE(window.windowTitle(), QString("GOX - Aborted - "));
-    QCOMPARE(window.ui.current_action->text(), QString(" (ABORTED)"));
-    QVERIFY(window.ui.more_button->isVisible() && window.ui.more_button->isEnabled());
-    QCOMPARE(window.focusWidget(), window.ui.more_button);
-    QVERIFY(!window.ui.pause_button->isVisible() && !window.ui.abort_button->isVisible());
-    click(window.ui.exit_button);
-    QCOMPARE(window.result(), int(QDialog::Rejected));
-    QVERIFY(settings().contains("BuildProgressGeometry"));
-}
-
-void TST_BUILD_PROGRESS::closing_during_a_build()
-{
-    settings().setValue("BuildProgressGeometry", "garbage");
-    SCENE scene;
-    scene.add_slow("deaf", false);
-    BUILD_PROGRESS_DIALOG& window = scene.build();
-    QTRY_COMPARE(window.ui.current_action->text(), QString("deaf"));
-    DIALOG_ANSWERS answers;
-    answers.press_default();
-    QTest::keyClick(window.ui.output, Qt::Key_Escape);
-    QVERIFY(window.isVisible() && answers.texts.size() == 1);
-    answers.answer_with([&](QDialog*) { window.close(); }); // the question goes with its window
-    QTest::keyClick(&window, Qt::Key_Escape);
-    QVERIFY(!window.isVisible() && !QApplication::activeModalWidget());
-    window.show();
-    answers.press_yes();
-    QTest::keyClick(&window, Qt::Key_Escape);
-    QCOMPARE(answers.texts.size(), 3);
-    QVERIFY(!window.isVisible() && scene.session->isRunning());
-    QVERIFY(settings().value("BuildProgressGeometry").toByteArray().size() > 20);
-    window.show_waiting();
-    QVERIFY(window.isVisible() && !window.ui.abort_button->isEnabled());
-    QCOMPARE(window.ui.current_action->text(), QString("Waiting until this has stopped: deaf"));
-    scene.gate.release();
-    scene.session->finish_build(true);
-    window.hide();
-    window.show_waiting();
-    QVERIFY(!window.isVisible());
-}
-
-void TST_BUILD_PROGRESS::finish_data()
-{
-    QTest::addColumn<bool>("silent");
-    QTest::addColumn<int>("state");
-    QTest::addColumn<bool>("dont_stop");
-    QTest::addColumn<bool>("closes");
-    QTest::newRow("person") << false << int(ACTION_SUCCEEDED) << true << false;
-    QTest::newRow("silent") << true << int(ACTION_SUCCEEDED_WITH_WARNINGS) << false << true;
-    QTest::newRow("silent, failed") << true << int(ACTION_FAILED_ALONE) << false << false;
-    QTest::newRow("silent, failed, not to stop") << true << int(ACTION_FAILED) << true << true;
-}
-
-void TST_BUILD_PROGRESS::finish()
-{
-    QFETCH(bool, silent);
-    QFETCH(int, state);
-    QFETCH(bool, dont_stop);
-    QFETCH(bool, closes);
-    SCENE scene;
-    scene.configuration.silent = silent;
-    char program[] = "gox", option[] = "--dont_stop_on_error";
-    char* arguments[] = {program, option};
-    QStringList errors;
-    scene.options.initialise(dont_stop ? 2 : 1, arguments, errors);
-    scene.add("one", state);
-    BUILD_PROGRESS_DIALOG& window = scene.open();
-    QTRY_COMPARE(window.isVisible(), !closes);
-    QCOMPARE(window.timer.isActive(), closes);
-    QCOMPARE(window.windowTitle(), QString(closes ? "GOX - Processing... - " : "GOX - Done - "));
-    QCOMPARE(window.ui.exit_button->isVisible(), !closes);
-    QCOMPARE(window.ui.more_button->isVisible(), !silent);
-    if (closes)
-        return;
-    QVERIFY(silent || window.focusWidget() == window.ui.more_button);
-    window.ui.cbCompleted->setFocus();
-    for (const bool hidden : {state == ACTION_SUCCEEDED, false}) { // no poll is left to notice
-        QTest::keyClick(window.focusWidget(), Qt::Key_Space);
-        QVERIFY(window.isVisible());
-        QCOMPARE(scene.row(0, 0)->isHidden(), hidden);
-    }
-    const DIALOG_ANSWERS nothing_is_asked;
-    QTest::keyClick(&window, Qt::Key_Escape);
-    QVERIFY(!window.isVisible());
-}
-
-void TST_BUILD_PROGRESS::output_of_the_current_row()
-{
-    SCENE scene;
-    STEP_ACTION* const done = scene.add("done", ACTION_SUCCEEDED);
-    done->output = QString::fromUtf8("<i>no markup</i>\n\xD7\x90\n").repeated(200);
-    scene.add("running", ACTION_RUNNING)->output = "growing";
-    BUILD_PROGRESS_DIALOG& window = scene.open();
-    const auto shown = [&] { return window.ui.output->toPlainText(); };
-    click(scene.row(0, 0));
-    QCOMPARE(shown(), done->output);
-    QScrollBar* const bar = window.ui.output->verticalScrollBar();
-    bar->setValue(100);
-    bar->setSliderDown(true);
-    const QString former = done->output;
-    done->output += "more";
-    QTest::qWait(50);
-    QCOMPARE(shown(), former); // while the bar is held
-    bar->setSliderDown(false);
-    QTRY_COMPARE(shown(), done->output);
-    QCOMPARE(bar->value(), 100);
-    click(scene.row(0, 1));
-    QCOMPARE(shown(), QString());
-    click(scene.row(0, 0));
-    QCOMPARE(shown(), done->output);
-    click(window.ui.actions->topLevelItem(0));
-    QCOMPARE(shown(), QString());
-}
-
-void TST_BUILD_PROGRESS::long_output()
-{
-    SCENE scene;
-    const QString lines = QString("a line\r\n").repeated(OUTPUT_PANE::WHOLE_TEXT / 4);
-    const QString one_line(OUTPUT_PANE::LONGEST_LINE * 3, 'x');
-    scene.add("long", ACTION_SUCCEEDED)->output = lines + one_line;
-    scene.add("short", ACTION_SUCCEEDED)->output = QString("line\n").repeated(5000);
-    scene.add("waiting");
-    BUILD_PROGRESS_DIALOG& window = scene.open();
-    click(scene.row(0, 1));
-    QScrollBar* const bar = window.ui.output->verticalScrollBar();
-    QTRY_VERIFY(bar->maximum() > 20000);
-    bar->setValue(20000);
-    click(scene.row(0, 0));
-    QVERIFY(window.ui.output->document()->characterCount() < OUTPUT_PANE::WHOLE_TEXT);
-    const QString expected = QString(lines).remove('\r') +
-                             QString(one_line).replace(QRegularExpression("(x{10000})(?=x)"), "\\1\n");
-    QTRY_COMPARE(window.ui.output->toPlainText(), expected);
-    QCOMPARE(bar->value(), 20000);
-    click(scene.row(0, 1));
-    QCOMPARE(window.ui.output->toPlainText(), QString("line\n").repeated(5000));
-}
-
-void TST_BUILD_PROGRESS::progress_data()
-{
-    QTest::addColumn<QVector<int>>("totals");
-    QTest::addColumn<QVector<int>>("current");
-    QTest::addColumn<QVector<int>>("shown"); // total, done and place of the marker
-    using NUMBERS = QVector<int>;
-    QTest::newRow("beyond its total") << NUMBERS{10, 30} << NUMBERS{20, 0} << NUMBERS{40, 10, 17};
-    QTest::newRow("nothing to count") << NUMBERS{0, 0} << NUMBERS{5, 0} << NUMBERS{0, 0, 2};
-    QTest::newRow("many units") << NUMBERS{INT_MAX, INT_MAX} << NUMBERS{INT_MAX, 0}
-                                << NUMBERS{INT_MAX, INT_MAX / 2, 31};
-}
-
-void TST_BUILD_PROGRESS::progress()
-{
-    QFETCH(QVector<int>, totals);
-    QFETCH(QVector<int>, current);
-    QFETCH(QVector<int>, shown);
-    SCENE scene;
-    for (int i = 0; i < totals.size(); ++i) {
-        STEP_ACTION* const action = scene.add("one");
-        action->progress_total = totals[i];
-        action->progress_current = current[i];
-    }
-    BUILD_PROGRESS_DIALOG& window = scene.open();
-    window.start_time = QDateTime::currentDateTime().addSecs(-100);
-    window.ui.progress2->resize(100, 22);
-    window.tick();
-    QCOMPARE(window.ui.progress->maximum(), shown[0]);
-    QCOMPARE(window.ui.progress->value(), shown[1]);
-    QCOMPARE(window.ui.progress2drag->x(), shown[2]);
-    QCOMPARE(window.ui.estimated_time->text(), QString());
-    QVERIFY(window.last_estimate_time.isNull());
+    PROGRESS_WIDGET splash(nullptr, Qt::WindowFlags());
+    splash.set_progress("<b>one</b>");
+    splash.show();
+    const QSize size = splash.size();
+    GOX_COMPARE_TEXT(WINDOW_TEXT::form(splash).section('\n', 1),
+                     "progress_label \"<b>one</b>\"\nbulletin_label \"\" hidden\nQLabel \"GOX\"");
+    splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
+    QVERIFY(WINDOW_TEXT::form(splash).contains("in gox_startup_error.log beside the program.\""));
+    splash.set_progress(QString("many words ").repeated(40));
+    const int height = splash.height();
+    splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_NONE);
+    splash.set_progress("few");
+    QVERIFY(height > size.height() && splash.size() == QSize(size.width(), height)); // does not jump
 }
 
 QTEST_MAIN(TST_BUILD_PROGRESS)

@@ -29,7 +29,7 @@ public:
     }
 
     void abort() override { aborts.ref(); }
-    QString display_text(bool) override { return name; }
+    QString display_text(bool long_form) override { return long_form ? name + more_of_name : name; }
     void collect_files(QVector<LOGICAL_PATH>& in, QVector<ACTION_TARGET>& out, QDateTime&,
                        LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override
     {
@@ -43,6 +43,7 @@ public:
     }
 
     QString name;
+    QString more_of_name; ///< in the long form
     QStringList reads;
     QVector<ACTION_TARGET> targets;
     std::function<int(STEP_ACTION&)> body;
