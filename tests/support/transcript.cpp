@@ -34,6 +34,7 @@ QPoint place_of(const QStringList& with)
 
 TRANSCRIPT::TRANSCRIPT()
 {
+    steps["look"] = [](const QStringList&) {};
     steps["press"] = [this](const QStringList& with) {
         window->activateWindow(); // a dialog may have been there
         if (!QTest::qWaitFor([this] { return window->isActiveWindow() || !window->isVisible(); }))

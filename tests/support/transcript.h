@@ -21,6 +21,7 @@
 ///
 /// Steps that are there from the beginning:
 ///
+///     look
 ///     press KEYS, type LETTERS    where the focus is
 ///     click WIDGET
 ///     hold X Y, hold_right X Y, move X Y, release X Y, double X Y

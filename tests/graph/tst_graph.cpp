@@ -1,12 +1,12 @@
-// From the actions of a session to the graph that is drawn and saved.
+// From the actions of a session to the graph that is laid out, shown and saved.
 
+#include <QtCore/QProcess>
 #include <QtCore/QTextCodec>
 #include <QtTest/QtTest>
-#include <QtWidgets/QCheckBox>
-#include <QtWidgets/QComboBox>
-#include <QtWidgets/QPushButton>
+#include <QtWidgets/QtWidgets>
 
 #include <cgraph.h>
+#include <memory>
 #include <random>
 
 #include "graph/action_graph.h"
@@ -18,13 +18,17 @@
 #include "tests/graph/plain_joining.h"
 #include "tests/session/step_scene.h"
 #include "tests/support/cases.h"
-#include "tests/support/dialog_answers.h"
 #include "tests/support/full_disk.h"
-#include "tests/support/rows.h"
+#include "tests/support/tool_tip.h"
+#include "tests/support/transcript.h"
 #include "tests/support/watched_test.h"
 #include "tests/support/window_text.h"
 
 namespace {
+
+using VIEWER = GRAPHVIZ_VIEWER_WIDGET;
+
+const QString LAYOUT_PROGRAM = QStringLiteral(GOX_TOOL_DIR "/gox_layout." GOX_BUILD_TAG ".bin");
 
 /// "a" and "b" make textures, "pack" packs a's, "lone" has nothing to do with
 /// them. "pack" and "a" pull each other, "b" pulls "pack".
@@ -53,18 +57,25 @@ public:
 };
 
 /// Nodes are lines "action | text | weight" or "file | text | weight", edges
-/// "0 | 1 | both | weight" with the numbers of their nodes.
+/// "0 | 1 | both | weight" with the numbers of their nodes, behind which may stand
+/// how often. "row | 9" is nine nodes, each of which leads to the one before it.
 void fill(ACTION_GRAPH& graph, const QStringList& lines)
 {
     for (const QString& line : lines) {
         const QStringList fields = line.split(" | ");
-        const auto node = [&](int field) { return graph.nodes[fields[field].toInt()]; };
+        const QString text = fields.value(1).replace(QChar(0xb6), '\n');
         if (fields[0] == "action" || fields[0] == "file")
-            graph.add_node(QString(fields[1]).replace(QChar(0xb6), '\n'), fields[0] == "file")->weight =
-                fields.value(2, "1").toInt();
-        else
-            graph.add_edge(node(0), node(1), fields.value(2) == "both")->weight =
-                fields.value(3, "1").toInt();
+            graph.add_node(text, fields[0] == "file")->weight = fields.value(2, "1").toInt();
+        for (int i = 0; fields[0] == "row" && i < text.toInt(); ++i) {
+            graph.add_node(QString(), 0);
+            graph.add_edge(graph.nodes[i], graph.nodes[std::max(0, i - 1)], 0);
+        }
+        for (int i = 0; fields[0][0].isDigit() && i < fields.value(4, "1").toInt(); ++i) {
+            ACTION_GRAPH_NODE* const from = graph.nodes[fields[0].toInt()];
+            ACTION_GRAPH_EDGE* const edge =
+                graph.add_edge(from, graph.nodes[text.toInt()], fields.value(2) == "both");
+            edge->weight = fields.value(3, "1").toInt();
+        }
     }
 }
 
@@ -78,11 +89,8 @@ QString text_of(const ACTION_GRAPH& graph)
             lines.last() += ' ' + QString::number(graph.edges.indexOf(edge));
     }
     for (const ACTION_GRAPH_EDGE* edge : graph.edges)
-        lines += QString("%1 x %2 %3 %4")
-                     .arg(edge->weight)
-                     .arg(graph.nodes.indexOf(edge->from))
-                     .arg(edge->both_ways ? "<->" : "->")
-                     .arg(graph.nodes.indexOf(edge->to));
+        lines += QString::number(edge->weight) + " x " + QString::number(graph.nodes.indexOf(edge->from)) +
+                 (edge->both_ways ? " <-> " : " -> ") + QString::number(graph.nodes.indexOf(edge->to));
     return lines.join('\n');
 }
 
@@ -98,8 +106,7 @@ QString text_of(const GRAPH_PICTURE& picture)
     return lines.join('\n');
 }
 
-/// What the library itself writes, but for its defaults, with numbers of nodes in
-/// place of addresses.
+/// What the library itself writes, with numbers of nodes in place of addresses.
 QString text_of(Agraph_s* made, const ACTION_GRAPH& graph)
 {
     std::FILE* const stream = std::tmpfile();
@@ -107,11 +114,7 @@ QString text_of(Agraph_s* made, const ACTION_GRAPH& graph)
     std::rewind(stream);
     QFile file;
     file.open(stream, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
-    QString text = QString::fromUtf8(file.readAll())
-                       .replace(QRegularExpression(",\n\t+"), ", ")
-                       .remove(QRegularExpression("\tnode \\[.*\n"))
-                       .replace('\t', ' ')
-                       .trimmed();
+    QString text = QString::fromUtf8(file.readAll()).simplified().replace("; ", ";\n");
     for (int i = 0; i < graph.nodes.size(); ++i)
         text.replace(QString::number(quintptr(graph.nodes[i])), "node " + QString::number(i));
     return text;
@@ -179,69 +182,127 @@ QString saved(const PICTURE_PAINTER& painter, const QString& name, bool is_disk_
         .trimmed();
 }
 
-/// The layout of a row of nodes with some edges more: their number, tail and head.
-QString layout_of(const QStringList& numbers)
+/// A viewer whose Graphviz graph is closed already. Each node follows the one of
+/// half its number; every third edge goes both ways.
+std::unique_ptr<VIEWER> open_viewer(const QStringList& labels)
 {
-    GRAPH_PICTURE picture;
-    const auto add = [&](int from, int to) {
-        picture.edges.append(PICTURE_EDGE());
-        picture.edges.last().from = from;
-        picture.edges.last().to = to;
+    ACTION_GRAPH graph;
+    for (int i = 0; i < labels.size(); ++i) {
+        graph.add_node(labels[i], i % 2);
+        if (i > 0)
+            graph.add_edge(graph.nodes[i / 2], graph.nodes[i], i % 3 == 0);
+    }
+    Agraph_s* const made = to_graphviz(graph);
+    auto viewer = std::make_unique<VIEWER>(nullptr, made, nullptr);
+    agclose(made);
+    viewer->resize(800, 600);
+    viewer->show();
+    viewer->activateWindow();
+    return viewer;
+}
+
+/// A script in place of the layout program, unless the case has none.
+void set_program(const TEST_CASE& one, const QString& folder)
+{
+    const QString path = folder + "/layout.sh";
+    if (one.has("program"))
+        LAYOUT_RUN::set_program(path, one.has("seconds") ? 0 : 10);
+    if (one["program"].isEmpty())
+        return;
+    const QString script =
+        QString("#!/bin/sh\ncd '%1'\nREAL='%2'\n%3\n").arg(folder, LAYOUT_PROGRAM, one["program"]);
+    FILES::write(path, script.toUtf8());
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner);
+}
+
+QPoint pixel_of(const VIEWER& viewer, const QPointF& point)
+{
+    return (viewer.view().transform().map(point) + viewer.canvas().topLeft()).toPoint();
+}
+
+/// Rounded to what doesn't go by the fonts of the machine.
+QStringList picture_lines(VIEWER& viewer)
+{
+    const QRectF canvas(QPointF(), viewer.canvas().size());
+    const QPointF middle = viewer.view().to_picture(canvas.center()) / 10;
+    const QRectF all = viewer.view().transform().mapRect(viewer.picture()->bounds);
+    const QRectF box = viewer.picture()->nodes[0].box;
+    const QImage image = viewer.grab().toImage();
+    const auto is_bright = [&](const QPoint& place) {
+        return image.valid(place) && image.pixelColor(place) == viewer.palette().color(QPalette::Highlight);
     };
-    picture.nodes.resize(numbers[0].toInt());
-    for (int i = picture.nodes.size() - 1; i > 0; --i)
-        add(i - 1, i);
-    for (int i = 0; i < numbers[1].toInt(); ++i)
-        add(numbers[2].toInt(), numbers[3].toInt());
-    const LAYOUT_CHOICE choice = choose_layout(picture);
-    return choice.engine == LAYOUT_ENGINE::LAYERED ? "layers" + choice.reason : "springs: " + choice.reason;
+    const QPoint corner = viewer.canvas().topLeft(), left = pixel_of(viewer, {box.left(), box.center().y()});
+    QStringList lines{QString("view %1 %, %2,%3 in the middle")
+                          .arg(qRound(viewer.view().zoom() * 100))
+                          .arg(qRound(middle.x()) * 10)
+                          .arg(qRound(middle.y()) * 10)};
+    lines.last() += canvas.adjusted(-1, -1, 1, 1).contains(all) ? ", all of it" : "";
+    lines += is_bright(corner - QPoint(1, 1)) ? "frame bright" : "frame dull";
+    lines += is_bright(left - QPoint(3, 0)) ? "first node framed" : "first node bare";
+    return lines;
+}
+
+QStringList lines_of(VIEWER& viewer)
+{
+    const QImage screen = viewer.screen()->grabWindow(viewer.winId()).toImage().copy(viewer.canvas());
+    QStringList lines = viewer.picture() ? picture_lines(viewer) : QStringList("canvas " + viewer.message());
+    if (screen != viewer.grab(viewer.canvas()).toImage())
+        lines += "screen behind";
+    lines += QString("found node %1").arg(viewer.found_node());
+    lines += QString("pointer %1").arg(viewer.cursor().shape());
+    return lines;
 }
 
 } // namespace
 
-class TST_ACTION_GRAPH : public WATCHED_TEST
+class TST_GRAPH : public WATCHED_TEST
 {
     Q_OBJECT
 
 private slots:
-    void init() { LAYOUT_RUN::set_program(GOX_TOOL_DIR "/gox_layout." GOX_BUILD_TAG ".bin"); }
-    void cleanup() { QTextCodec::setCodecForLocale(nullptr); }
-    void of_a_session_data();
+    void init() { LAYOUT_RUN::set_program(LAYOUT_PROGRAM); }
+    void of_a_session_data()
+    {
+        add_cases("graph/session.cases", {"selected", "type", "coverage", "long_action_names", "filenames",
+                                          "join_identical", "cancel", "shown"});
+    }
     void of_a_session();
-    void graphs_data();
+    void graphs_data()
+    {
+        add_cases("graph/graphs.cases",
+                  {"graph",  "join",     "locale",  "answer",  "bounds",  "full",  "zoom",
+                   "joined", "graphviz", "picture", "request", "fault",   "g.svg", "g.SVG",
+                   "g.png",  "g.dot",    "g.gv",    "g.txt",   "painted", "layout"});
+    }
     void graphs();
     void joining_is_that_of_pairs();
+    void viewer_data() { add_cases("graph/viewer.cases", {"nodes", "program", "seconds", "steps"}); }
+    void viewer();
+    void layouts_data() { add_cases("graph/layouts.cases", {"shell", "request", "said"}); }
+    void layouts();
+    void places();
 };
 
-void TST_ACTION_GRAPH::of_a_session_data()
-{
-    add_cases("graph/session.cases", {"selected", "type", "coverage", "long_action_names", "filenames",
-                                      "join_identical", "form", "shown"});
-}
-
-void TST_ACTION_GRAPH::of_a_session()
+void TST_GRAPH::of_a_session()
 {
     const TEST_CASE one = current_case();
     GRAPH_SCENE scene;
     for (const QString& name : one["selected"].split(' ', Qt::SkipEmptyParts))
         scene.actions[name]->selection_count = 1;
     GRAPH_SETTINGS_DIALOG dialog(scene.session, nullptr, Qt::WindowFlags());
-    const QString form = WINDOW_TEXT::form(dialog);
-    if (one.has("form"))
-        GOX_COMPARE_TEXT(form, one["form"]);
-    QString shown = "nothing";
+    QString shown = WINDOW_TEXT::form(dialog);
     DIALOG_ANSWERS answers;
     answers.answer_with([&](QDialog* settings) {
         for (QComboBox* const box : settings->findChildren<QComboBox*>())
             box->setCurrentText(one[qPrintable(box->objectName())]);
         for (QCheckBox* const box : settings->findChildren<QCheckBox*>())
             box->setChecked(one.has(qPrintable(box->objectName())));
-        const char* const button = one["shown"] == shown ? "pushButton_2" : "pushButton";
+        const char* const button = one.has("cancel") ? "pushButton_2" : "pushButton";
         QTimer::singleShot(0, settings->findChild<QPushButton*>(button), SLOT(click()));
     });
     answers.answer_with([&](QDialog* window) {
-        auto* const viewer = window->findChild<GRAPHVIZ_VIEWER_WIDGET*>();
-        QTRY_VERIFY(viewer->state() != GRAPHVIZ_VIEWER_WIDGET::STATE::LAYING_OUT);
+        auto* const viewer = window->findChild<VIEWER*>();
+        QTRY_VERIFY(viewer->state() != VIEWER::STATE::LAYING_OUT);
         shown = window->windowTitle() + (dialog.isVisible() ? " over its settings\n" : "\n") +
                 (viewer->picture() ? text_of(*viewer->picture()) : viewer->message());
         QTest::keyClick(window, Qt::Key_Escape);
@@ -250,15 +311,7 @@ void TST_ACTION_GRAPH::of_a_session()
     GOX_COMPARE_TEXT(shown, one["shown"]);
 }
 
-void TST_ACTION_GRAPH::graphs_data()
-{
-    add_cases("graph/graphs.cases",
-              {"graph",    "join",    "locale",  "answer", "bounds", "row",     "joined",
-               "graphviz", "picture", "request", "fault",  "g.svg",  "g.SVG",   "g.png",
-               "g.dot",    "g.gv",    "g.txt",   "full",   "zoom",   "painted", "layout"});
-}
-
-void TST_ACTION_GRAPH::graphs()
+void TST_GRAPH::graphs()
 {
     const TEST_CASE one = current_case();
     const auto number = [&](const char* key, int part) { return one[key].section(' ', part, part).toInt(); };
@@ -285,14 +338,13 @@ void TST_ACTION_GRAPH::graphs()
             is[name] = saved(painter, name, one.has("full"));
     if (one.has("zoom"))
         is["painted"] = as_letters(painted(painter, number("zoom", 0) / 100.0));
-    if (one.has("row"))
-        is["layout"] = layout_of(one["row"].split(' '));
+    is["layout"] = choose_layout(picture).reason;
     for (auto key = is.cbegin(); key != is.cend(); ++key)
         if (one.has(key.key()))
             GOX_COMPARE_TEXT(*key, one[key.key()]);
 }
 
-void TST_ACTION_GRAPH::joining_is_that_of_pairs()
+void TST_GRAPH::joining_is_that_of_pairs()
 {
     for (uint seed = 0; seed < 10000; ++seed) {
         ACTION_GRAPH own, plain;
@@ -304,5 +356,66 @@ void TST_ACTION_GRAPH::joining_is_that_of_pairs()
     }
 }
 
-QTEST_MAIN(TST_ACTION_GRAPH)
-#include "tst_action_graph.moc"
+void TST_GRAPH::viewer()
+{
+    const TEST_CASE one = current_case();
+    const QTemporaryDir folder;
+    set_program(one, folder.path());
+    std::unique_ptr<VIEWER> viewer = open_viewer(one.lines("nodes"));
+    TRANSCRIPT transcript;
+    transcript.window = viewer.get();
+    transcript.folder = folder.path();
+    QString tip;
+    transcript.steps["tip"] = [&](const QStringList& with) {
+        const QPointF middle = viewer->picture()->nodes[with[0].toInt()].box.center();
+        tip = tool_tip_at(viewer.get(), pixel_of(*viewer, middle));
+    };
+    transcript.seen = [&] {
+        const QString files = (QStringList("files") + FILES::below(folder.path())).join(' ');
+        return (lines_of(*viewer) << files << "tip \"" + tip + '"')
+            .replaceInStrings(QRegularExpression("\n+"), " / ")
+            .replaceInStrings(QRegularExpression("\\d+ s$"), "* s");
+    };
+    GOX_COMPARE_TEXT(transcript.run(one["steps"]), one["steps"]);
+    viewer.reset();
+    const QByteArray process = FILES::bytes(folder.filePath("process")).trimmed();
+    QVERIFY(process.isEmpty() || !QFileInfo::exists("/proc/" + process));
+}
+
+// The program keeps at it as long as its input is open.
+void TST_GRAPH::layouts()
+{
+    QProcess layout;
+    layout.setProcessChannelMode(QProcess::MergedChannels);
+    layout.start("sh", {"-c", current_case()["shell"].replace("REAL", LAYOUT_PROGRAM)});
+    layout.write(current_case().bytes("request") + ' ');
+    QVERIFY(layout.waitForFinished());
+    const QString said = QString(layout.readAll()).replace(" \n", "\n") + "ends with %1";
+    GOX_COMPARE_TEXT(said.arg(layout.exitCode()).trimmed(), current_case()["said"]);
+}
+
+void TST_GRAPH::places()
+{
+    for (const int nodes : {60, 2500}) { // in layers, and by springs
+        QStringList labels;
+        for (int i = 0; i < nodes; ++i)
+            labels += QString("node %1").arg(i);
+        const auto viewer = open_viewer(labels);
+        QTRY_VERIFY_WITH_TIMEOUT(viewer->picture(), 60000);
+        const GRAPH_PICTURE& picture = *viewer->picture();
+        QCOMPARE(picture.edges.size(), nodes - 1);
+        for (const PICTURE_EDGE& edge : picture.edges) {
+            const QRectF head = picture.nodes[edge.to].box.adjusted(-3, -3, 3, 3);
+            const QRectF tail = picture.nodes[edge.from].box.adjusted(-3, -3, 3, 3);
+            QVERIFY(head.contains(edge.head_tip) && edge.head_tip != edge.curve.last());
+            QVERIFY(tail.contains(edge.both_ways ? edge.tail_tip : edge.curve.first()));
+            QVERIFY(picture.bounds.contains(bounds_of(edge)));
+        }
+        for (int i = 0; i < nodes; ++i)
+            for (int other = 0; other < i; ++other)
+                QVERIFY(!picture.nodes[i].box.adjusted(1, 1, -1, -1).intersects(picture.nodes[other].box));
+    }
+}
+
+QTEST_MAIN(TST_GRAPH)
+#include "tst_graph.moc"
