@@ -1,7 +1,5 @@
 // From the actions of a session to the graph that is laid out, shown and saved.
 
-#include <QtCore/QProcess>
-#include <QtCore/QTextCodec>
 #include <QtTest/QtTest>
 #include <QtWidgets/QtWidgets>
 
@@ -96,13 +94,12 @@ QString text_of(const ACTION_GRAPH& graph)
 
 QString text_of(const GRAPH_PICTURE& picture)
 {
-    const QStringList styles{"", " dashed", " dotted"};
     QStringList lines;
     for (const PICTURE_NODE& node : picture.nodes)
         lines += node.fill.name() + " \"" + node.text + '"';
     for (const PICTURE_EDGE& edge : picture.edges)
         lines += picture.nodes[edge.from].text + (edge.both_ways ? " <-> " : " -> ") +
-                 picture.nodes[edge.to].text + styles[int(edge.style)];
+                 picture.nodes[edge.to].text + QStringList{"", " dashed", " dotted"}[int(edge.style)];
     return lines.join('\n');
 }
 
@@ -226,12 +223,12 @@ QStringList picture_lines(VIEWER& viewer)
     const QRectF canvas(QPointF(), viewer.canvas().size());
     const QPointF middle = viewer.view().to_picture(canvas.center()) / 10;
     const QRectF all = viewer.view().transform().mapRect(viewer.picture()->bounds);
-    const QRectF box = viewer.picture()->nodes[0].box;
     const QImage image = viewer.grab().toImage();
     const auto is_bright = [&](const QPoint& place) {
         return image.valid(place) && image.pixelColor(place) == viewer.palette().color(QPalette::Highlight);
     };
-    const QPoint corner = viewer.canvas().topLeft(), left = pixel_of(viewer, {box.left(), box.center().y()});
+    const QPoint corner = viewer.canvas().topLeft();
+    const QPoint left = pixel_of(viewer, viewer.picture()->nodes[0].box.topLeft() + QPointF(0, 5));
     QStringList lines{QString("view %1 %, %2,%3 in the middle")
                           .arg(qRound(viewer.view().zoom() * 100))
                           .arg(qRound(middle.x()) * 10)
@@ -397,10 +394,7 @@ void TST_GRAPH::layouts()
 void TST_GRAPH::places()
 {
     for (const int nodes : {60, 2500}) { // in layers, and by springs
-        QStringList labels;
-        for (int i = 0; i < nodes; ++i)
-            labels += QString("node %1").arg(i);
-        const auto viewer = open_viewer(labels);
+        const auto viewer = open_viewer(QVector<QString>(nodes, "a node").toList());
         QTRY_VERIFY_WITH_TIMEOUT(viewer->picture(), 60000);
         const GRAPH_PICTURE& picture = *viewer->picture();
         QCOMPARE(picture.edges.size(), nodes - 1);

@@ -2,9 +2,6 @@
 
 #include <QtTest/QtTest>
 
-#include <QtCore/QRegularExpression>
-#include <QtCore/QSemaphore>
-#include <QtCore/QSettings>
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStyledItemDelegate>
 
@@ -33,36 +30,30 @@ QString shown_text(const QAbstractItemView& view, const QVariant& text)
     return static_cast<QStyledItemDelegate*>(view.itemDelegate())->displayText(text, QLocale::c());
 }
 
-bool has_room(const QListWidget& legend, const QFont& font)
-{
-    int width = 0;
-    for (int row = 0; row < legend.count(); ++row)
-        width += QFontMetrics(font).horizontalAdvance(legend.item(row)->text().trimmed() + "   ");
-    return width <= legend.minimumWidth() && QFontMetrics(font).height() <= legend.minimumHeight();
-}
-
 QStringList legend_lines(const QListWidget& legend)
 {
-    QFont larger = legend.font();
-    larger.setPointSizeF(larger.pointSizeF() + 0.25);
-    const bool is_largest = larger.pointSizeF() > legend.window()->font().pointSizeF();
-    const bool is_best = has_room(legend, legend.font()) && (is_largest || !has_room(legend, larger));
-    const bool is_bare = !legend.viewport()->autoFillBackground();
-    QStringList lines{QString("legend %1 %2")
-                          .arg(is_best ? "well readable" : "of a bad size", is_bare ? "on bare ground" : "")};
+    QStringList lines;
+    QString all;
     int end = 0;
     for (int row = 0; row < legend.count(); ++row) {
-        const QListWidgetItem* const item = legend.item(row);
-        const QRect place = legend.visualItemRect(item);
-        const bool is_whole =
-            place.left() >= end && legend.viewport()->rect().contains(place) &&
-            QFontMetrics(legend.font()).horizontalAdvance(item->text().trimmed()) < place.width();
-        end = place.right();
+        const QListWidgetItem& item = *legend.item(row);
+        const QString text = shown_text(legend, item.text());
+        const QRect place = legend.visualItemRect(&item);
+        const bool is_whole = place.left() >= end && legend.viewport()->rect().contains(place) &&
+                              legend.fontMetrics().horizontalAdvance(text) < place.width();
         lines += QString("legend \"%1\" %2%3")
-                     .arg(shown_text(legend, item->text()),
-                          colours_of(item->data(Qt::ForegroundRole), item->data(Qt::BackgroundRole)),
+                     .arg(text, colours_of(item.data(Qt::ForegroundRole), item.data(Qt::BackgroundRole)),
                           is_whole ? "" : " cut off");
+        all += text + "   ";
+        end = place.right();
     }
+    QFont larger = legend.font();
+    larger.setPointSizeF(larger.pointSizeF() + 1);
+    const QSize needed = QFontMetrics(larger).size(0, all), room = legend.minimumSize();
+    if (larger.pointSizeF() <= legend.window()->font().pointSizeF() && needed.boundedTo(room) == needed)
+        lines += "legend smaller than need be";
+    if (legend.viewport()->autoFillBackground())
+        lines += "legend on a ground of its own";
     return lines;
 }
 
@@ -100,7 +91,6 @@ private:
     void open(const QStringList& how);
     void click_row(const QString& name);
     QStringList seen() const;
-    QStringList rows() const;
 
     TRANSCRIPT m_steps;
     QMap<QString, STEP_ACTION*> m_actions;
@@ -193,18 +183,6 @@ void SCENE::click_row(const QString& name)
     QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualItemRect(row).center());
 }
 
-QStringList SCENE::rows() const
-{
-    QStringList lines;
-    for (QTreeWidgetItemIterator row(window->ui.actions); *row; ++row)
-        lines +=
-            QString("%1 %2: %3%4")
-                .arg((*row)->parent() ? "row" : "group", shown_text(*window->ui.actions, (*row)->text(0)),
-                     colours_of((*row)->data(0, Qt::ForegroundRole), (*row)->data(0, Qt::BackgroundRole)),
-                     (*row)->isHidden() ? ", hidden" : "");
-    return lines;
-}
-
 QStringList SCENE::seen() const
 {
     const QWidget* const marker = window->ui.progress2drag;
@@ -219,7 +197,13 @@ QStringList SCENE::seen() const
     lines += is_kept ? "geometry kept" : "no geometry";
     if (!m_text_during_wait.isEmpty())
         lines += "while aborting " + m_text_during_wait.section("current_action ", 1).section('\n', 0, 0);
-    return lines + rows() + legend_lines(*window->ui.listWidget);
+    for (QTreeWidgetItemIterator row(window->ui.actions); *row; ++row)
+        lines +=
+            QString("%1 %2: %3%4")
+                .arg((*row)->parent() ? "row" : "group", shown_text(*window->ui.actions, (*row)->text(0)),
+                     colours_of((*row)->data(0, Qt::ForegroundRole), (*row)->data(0, Qt::BackgroundRole)),
+                     (*row)->isHidden() ? ", hidden" : "");
+    return lines + legend_lines(*window->ui.listWidget);
 }
 
 } // namespace
