@@ -2,15 +2,13 @@
 
 #include <QtCore/QPointer>
 #include <QtWidgets/QLineEdit>
-#include <QtWidgets/QStyledItemDelegate>
 
-/// Shows and edits the texts of the rule editor's tree. Texts come from files
-/// and plugins: in cells and tool tips they are plain text, of one line and a
-/// bounded length in a cell, whatever the row holds.
-///
-/// An editor that is merely opened and closed changes nothing; the view keeps at
-/// most one open. GUI thread only.
-class RULE_VALUE_DELEGATE : public QStyledItemDelegate
+#include "contracts/services/plain_row_delegate.h"
+
+/// Edits the texts of the rule editor's tree, and shows them like other rows. An
+/// editor that is merely opened and closed changes nothing; the view keeps at most
+/// one open. GUI thread only.
+class RULE_VALUE_DELEGATE : public PLAIN_ROW_DELEGATE
 {
     Q_OBJECT
 
@@ -23,13 +21,10 @@ public:
     /// Takes over what has been typed so far.
     void commit();
 
-    QString displayText(const QVariant& value, const QLocale& locale) const override;
     QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
                           const QModelIndex& index) const override;
     void setEditorData(QWidget* editor, const QModelIndex& index) const override;
     void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
-    bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
-                   const QModelIndex& index) override;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -1,5 +1,6 @@
 #include "contracts/services/plain_row_delegate.h"
 
+#include <QtCore/QRegularExpression>
 #include <QtGui/QHelpEvent>
 #include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QToolTip>
@@ -8,33 +9,32 @@
 
 namespace {
 
-const int DARK = 128; // lightness below which a colour is dark
+const int DARK = 128;                 // lightness below which a colour is dark
+const int MOST_LETTERS_IN_ROW = 1000; // more are slow to draw, and no row is that wide
+constexpr QChar LINE_END_SIGN(0x21b5);
 
-}
+} // namespace
 
 PLAIN_ROW_DELEGATE::PLAIN_ROW_DELEGATE(QObject* parent) : QStyledItemDelegate(parent) {}
 
 QString PLAIN_ROW_DELEGATE::displayText(const QVariant& value, const QLocale& locale) const
 {
-    QString text = QStyledItemDelegate::displayText(value, locale);
-    for (QChar& letter : text)
-        if (letter == '\r' || letter == '\n' || letter == QChar::LineSeparator ||
-            letter == QChar::ParagraphSeparator)
-            letter = ' ';
-    return text;
+    static const QRegularExpression line_end(QStringLiteral("\r?[\n\u2028\u2029]|\r"));
+    QString text = QStyledItemDelegate::displayText(value, locale).left(MOST_LETTERS_IN_ROW);
+    return text.replace(line_end, LINE_END_SIGN);
 }
 
 bool PLAIN_ROW_DELEGATE::helpEvent(QHelpEvent* event, QAbstractItemView* view,
                                    const QStyleOptionViewItem& option, const QModelIndex& index)
 {
-    const auto is_cut_off = [&] {
-        const QRect visible = option.rect & view->viewport()->rect();
-        return visible.width() < sizeHint(option, index).width();
-    };
-    if (event->type() != QEvent::ToolTip || !view || !index.isValid() ||
-        index.data(Qt::ToolTipRole).isValid() || !is_cut_off())
+    const QString text = index.data(Qt::DisplayRole).toString();
+    const QString own = index.data(Qt::ToolTipRole).toString();
+    const int visible = (option.rect & view->viewport()->rect()).width();
+    const bool is_cut_off = text.size() > MOST_LETTERS_IN_ROW || visible < sizeHint(option, index).width();
+    if (event->type() != QEvent::ToolTip || (own.isEmpty() && !is_cut_off))
         return QStyledItemDelegate::helpEvent(event, view, option, index);
-    QToolTip::showText(event->globalPos(), plain_tool_tip(index.data(Qt::DisplayRole).toString()), view);
+    const QString all = !is_cut_off ? own : own.isEmpty() ? text : text + "\n\n" + own;
+    QToolTip::showText(event->globalPos(), plain_tool_tip(all), view, option.rect);
     return true;
 }
 

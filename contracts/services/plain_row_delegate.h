@@ -5,8 +5,8 @@
 #include "contracts/export.h"
 
 /// Shows the rows of lists and trees whose texts come from outside, such as file
-/// names. A row is always one line, so that rows of uniform height stay whole,
-/// and one that is cut off says all of its text in a tool tip, as plain text.
+/// names. A row is always one line of a bounded length, so that rows of uniform
+/// height stay whole, and one that is cut off says all of its text in a tool tip.
 /// What a row holds stays as it is. Check boxes can be seen on a dark background
 /// in every style. GUI thread.
 class GOX_CONTRACTS_EXPORT PLAIN_ROW_DELEGATE : public QStyledItemDelegate
@@ -16,10 +16,10 @@ class GOX_CONTRACTS_EXPORT PLAIN_ROW_DELEGATE : public QStyledItemDelegate
 public:
     explicit PLAIN_ROW_DELEGATE(QObject* parent);
 
-    /// The text with a blank for every kind of line end.
+    /// The beginning of the text, with a sign for every kind of line end.
     QString displayText(const QVariant& value, const QLocale& locale) const override;
 
-    /// A row with a tool tip of its own shows that one.
+    /// As plain text; a row's own tool tip comes behind the text that is cut off.
     bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
                    const QModelIndex& index) override;
 
