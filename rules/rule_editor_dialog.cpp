@@ -22,6 +22,17 @@ QAction* make_separator(QObject* parent)
     return separator;
 }
 
+// Every key saves: what was saved by mistake can be undone and saved again, and
+// what was not is gone with the process.
+bool wants_to_save(QWidget* parent, const QString& question)
+{
+    QMessageBox box(QMessageBox::Question, QStringLiteral("GOX"), question,
+                    QMessageBox::Yes | QMessageBox::No, parent);
+    box.setDefaultButton(QMessageBox::Yes);
+    box.setEscapeButton(QMessageBox::Yes);
+    return box.exec() == QMessageBox::Yes;
+}
+
 // Whether the row, or any below it, holds a rule.
 bool show_rows(QTreeWidgetItem* row, bool all)
 {
@@ -209,9 +220,8 @@ void RULE_EDITOR_DIALOG::reject()
 void RULE_EDITOR_DIALOG::closeEvent(QCloseEvent* event)
 {
     m_delegate->commit();
-    if (!m_undo_stack.isClean() && show_plain_box(QMessageBox::Question, this,
-                                                  tr("There are unsaved changes.\nDo you want to save now?"),
-                                                  QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes)
+    if (!m_undo_stack.isClean() &&
+        wants_to_save(this, tr("There are unsaved changes.\nDo you want to save now?")))
         save();
     if (m_cache->rules_changed && !s_restart_was_asked_for) {
         show_plain_box(
