@@ -1,6 +1,28 @@
 #include "contracts/rules/cached_rule.h"
 
+#include <atomic>
+
 #include "contracts/rules/rule_key.h"
+
+namespace {
+
+quint64 new_number()
+{
+    static std::atomic<quint64> s_last{0};
+    return ++s_last;
+}
+
+} // namespace
+
+RULE_IDENTITY::RULE_IDENTITY() : m_number(new_number()), m_line(m_number) {}
+
+RULE_IDENTITY::RULE_IDENTITY(const RULE_IDENTITY& other) : m_number(new_number()), m_line(other.m_line) {}
+
+RULE_IDENTITY& RULE_IDENTITY::operator=(const RULE_IDENTITY& other)
+{
+    m_line = other.m_line;
+    return *this;
+}
 
 QString CACHED_RULE::property(const QString& name) const
 {

@@ -43,39 +43,15 @@ QString RULE_CACHE::add_file(const PHYSICAL_PATH& file, const LOGICAL_PATH& fold
     return error;
 }
 
-void RULE_CACHE::validate_cache(const LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files)
+void RULE_CACHE::validate_cache(const LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&)
 {
     m_rule_folders.clear();
-    m_folders_without_files.clear();
-    for (auto rule = rules.cbegin(); rule != rules.cend(); ++rule) {
-        const QString name = (*rule)->name.toLower();
-        m_rule_folders.insert(rule.key().left(rule.key().size() - name.size() - 1));
-
-        const LOGICAL_PATH& folder = (*rule)->path;
-        if (folder == global_folder())
-            continue;
-        const QString start = folder + '/';
-        const auto first = files.lower_bound(LOGICAL_PATH(start));
-        if (first == files.end() || first.key().left(start.size()) != start)
-            m_folders_without_files.insert(folder);
-    }
+    for (const CACHED_RULE* const rule : qAsConst(rules))
+        m_rule_folders.insert(QString(rule->path).toLower());
     m_indexed = rules;
 }
 
-void RULE_CACHE::add_new_file_to_cache(const LOGICAL_PATH& file)
-{
-    const QString& path = file;
-    for (int end = path.lastIndexOf('/'); end > 0 && !m_folders_without_files.isEmpty();
-         end = path.lastIndexOf('/', end - 1))
-        m_folders_without_files.remove(path.left(end));
-}
-
-QStringList RULE_CACHE::folders_without_files() const
-{
-    QStringList folders = m_folders_without_files.values();
-    folders.sort();
-    return folders;
-}
+void RULE_CACHE::add_new_file_to_cache(const LOGICAL_PATH&) {}
 
 RULE RULE_CACHE::get(const LOGICAL_PATH& path, const QString& name) const
 {

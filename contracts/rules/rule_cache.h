@@ -5,7 +5,6 @@
 #include <QtCore/QScopedPointer>
 #include <QtCore/QSet>
 #include <QtCore/QString>
-#include <QtCore/QStringList>
 
 #include "contracts/export.h"
 #include "contracts/paths/logical_path.h"
@@ -48,17 +47,13 @@ public:
     /// folders. Their `path` is "<>".
     QString add_global_rules(const PHYSICAL_PATH& file);
 
-    /// To be called once all rule files have been read: notes the rules that
-    /// reach none of the run's files, and makes `get` quick.
+    /// To be called once all rule files have been read, with the files of the run:
+    /// makes `get` quick.
     void validate_cache(const LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files);
 
-    /// A file came into being after `validate_cache`: rules above it reach a
-    /// file now. `get` answers for any path, announced or not.
+    /// To be called for each file that comes into being after `validate_cache`.
+    /// Nothing depends on it as yet: `get` answers for any path, announced or not.
     void add_new_file_to_cache(const LOGICAL_PATH& file);
-
-    /// The folders whose rules reach no file of the run, as `validate_cache`
-    /// and `add_new_file_to_cache` saw it; sorted.
-    QStringList folders_without_files() const;
 
     /// What the rules of kind `name` (in any case) say about the file `path`.
     ///
@@ -116,5 +111,4 @@ private:
     QScopedPointer<RULE_FILES> m_files;         // where the rules came from
     QMultiMap<QString, CACHED_RULE*> m_indexed; // shares data with `rules` while m_rule_folders holds
     QSet<QString> m_rule_folders;               // folders that have any rule, in lower case
-    QSet<QString> m_folders_without_files;
 };

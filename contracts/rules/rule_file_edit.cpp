@@ -11,7 +11,6 @@
 namespace {
 
 constexpr int LEVELS = 2; // rules, and what they hold
-constexpr int NO_PLACE = -1;
 
 QString kind_of(const RULE_IN_FILE& entry)
 {
@@ -57,8 +56,8 @@ private:
     XML_ELEMENT m_root;
     QVector<XML_ELEMENT> m_elements; // of the rules
     RULE_FILE_STYLE m_style;
-    QVector<const CACHED_RULE*> m_staying;              // by old place; null for one that goes
-    QMap<int, QVector<const CACHED_RULE*>> m_following; // new ones by the old place in front of them
+    QVector<const CACHED_RULE*> m_staying;        // by old place; null for one that goes
+    QMap<int, QVector<RULE_IN_FILE>> m_following; // what is written anew, by the old place in front of it
 };
 
 RULE_FILE_EDITOR::RULE_FILE_EDITOR(const QByteArray& text, const QVector<CACHED_RULE>& old_rules)
@@ -91,7 +90,7 @@ void RULE_FILE_EDITOR::read_style()
 void RULE_FILE_EDITOR::arrange_kind(const RULE_IN_FILE* begin, const RULE_IN_FILE* end)
 {
     int last = NO_PLACE;
-    QVector<const CACHED_RULE*> waiting; // in front of the first that stays
+    QVector<RULE_IN_FILE> waiting; // in front of the first that stays
     for (const RULE_IN_FILE* entry = begin; entry != end; ++entry) {
         if (entry->place > last) {
             if (!waiting.isEmpty())
@@ -100,9 +99,9 @@ void RULE_FILE_EDITOR::arrange_kind(const RULE_IN_FILE* begin, const RULE_IN_FIL
             last = entry->place;
             m_staying[last] = entry->rule;
         } else if (last != NO_PLACE) {
-            m_following[last].append(entry->rule);
+            m_following[last].append(*entry);
         } else {
-            waiting.append(entry->rule);
+            waiting.append(*entry);
         }
     }
     if (!waiting.isEmpty())
@@ -128,14 +127,13 @@ QByteArray RULE_FILE_EDITOR::edit(QVector<RULE_IN_FILE>& rules)
     for (int place = NO_PLACE; place < m_elements.size(); ++place) {
         const CACHED_RULE* const staying = place == NO_PLACE ? nullptr : m_staying.at(place);
         if (staying) {
-            rules.append({staying, rules.size()});
+            rules.append({staying, place});
             if (meaning_of(m_old_rules.at(place)) != meaning_of(*staying))
                 change(m_elements.at(place), m_old_rules.at(place), *staying);
         } else if (place != NO_PLACE) {
             m_edits.remove_with_indent(m_elements.at(place).begin, m_elements.at(place).end);
         }
-        for (const CACHED_RULE* const rule : m_following.value(place))
-            rules.append({rule, rules.size()});
+        rules += m_following.value(place);
         insert_behind(place);
     }
     return m_edits.result();
@@ -143,12 +141,12 @@ QByteArray RULE_FILE_EDITOR::edit(QVector<RULE_IN_FILE>& rules)
 
 void RULE_FILE_EDITOR::insert_behind(int place)
 {
-    const QVector<const CACHED_RULE*> rules = m_following.value(place);
+    const QVector<RULE_IN_FILE> rules = m_following.value(place);
     if (rules.isEmpty())
         return;
     QVector<QByteArray> texts;
-    for (const CACHED_RULE* const rule : rules)
-        texts.append(rule_element(*rule, m_style));
+    for (const RULE_IN_FILE& entry : rules)
+        texts.append(rule_element(*entry.rule, m_style));
     insert_children(m_root, place == NO_PLACE ? m_root.content : m_elements.at(place).end, texts,
                     m_style.indent, QByteArray());
 }

@@ -5,16 +5,18 @@
 
 #include "contracts/rules/cached_rule.h"
 
+constexpr int NO_PLACE = -1;
+
 /// A rule that a file is to hold.
 struct RULE_IN_FILE
 {
     const CACHED_RULE* rule;
-    int place; ///< among the rules that stand in the file, from 0; -1 for one that it does not hold yet
+    int place; ///< among the rules that stand in the file, from 0; NO_PLACE for one that it does not hold yet
 };
 
 /// `text`, a rule file that was read as `old_rules`, changed so that it holds
 /// `rules`: those of one kind stand together in it, the oldest first. On return
-/// `rules` stands in the order of the new text, with new places.
+/// `rules` stands in the order of the new text.
 ///
 /// The text itself is changed, not written anew: a person may have laid it out,
 /// commented it, or put elements in it that a later program reads. Rules that

@@ -2,6 +2,9 @@
 
 #include <QtCore/QMap>
 #include <QtCore/QSet>
+#include <QtCore/QXmlStreamReader>
+
+#include <algorithm>
 
 #include "contracts/rules/rule_key.h"
 #include "contracts/rules/rule_schema.h"
@@ -69,6 +72,30 @@ bool read_rule(XML_FILE_READER& xml, CACHED_RULE& rule)
             xml.skip();
     }
     return !xml.failed();
+}
+
+// Not every character is, and no half of one.
+bool is_carried_by_xml(const QString& text)
+{
+    QXmlStreamReader xml("<x>" + escaped_for_rule_file(text) + "</x>");
+    return xml.readNextStartElement() && xml.readElementText() == text;
+}
+
+QString why_not_writable(const CACHED_RULE& rule)
+{
+    const QString has_bad =
+        QStringLiteral("the rule \"%1\" holds characters that can't stand in a rule file").arg(rule.name);
+    if (!is_carried_by_xml(rule.name) || !is_carried_by_xml(rule.get_file_filters()))
+        return has_bad;
+    QSet<QString> names;
+    for (auto property = rule.properties.cbegin(); property != rule.properties.cend(); ++property) {
+        if (!is_carried_by_xml(property.key()) || !is_carried_by_xml(property->toString()))
+            return has_bad + QStringLiteral(", in its property \"%1\"").arg(property.key());
+        names.insert(name_key(property.key()));
+    }
+    return names.size() == rule.properties.size()
+               ? QString()
+               : QStringLiteral("the rule \"%1\" has a property twice").arg(rule.name);
 }
 
 } // namespace
@@ -147,4 +174,24 @@ QStringList meaning_of(const CACHED_RULE& rule)
     return QStringList{name_key(rule.name), QString::number(rule.inherit_properties),
                        rule.get_file_filters()} +
            values.keys() + values.values();
+}
+
+QString why_not_readable(const QString& path, const QByteArray& text,
+                         const QVector<const CACHED_RULE*>& rules)
+{
+    XML_FILE_READER xml(path);
+    QVector<CACHED_RULE> read;
+    const bool is_read = xml.open(text, RULE_FILE_ROOT) && read_rules(xml, read);
+    const auto say_the_same = [](const CACHED_RULE* a, const CACHED_RULE& b) {
+        return meaning_of(*a) == meaning_of(b);
+    };
+    if (is_read && std::equal(rules.begin(), rules.end(), read.begin(), read.end(), say_the_same))
+        return QString();
+    for (const CACHED_RULE* const rule : rules) {
+        const QString cause = why_not_writable(*rule);
+        if (!cause.isEmpty())
+            return cause;
+    }
+    return QStringLiteral("with the changes it could not be read again: ") +
+           (is_read ? QStringLiteral("it would say something else") : xml.error());
 }

@@ -27,8 +27,8 @@ struct RULE_FILE_STYLE
     QByteArray inner_indent = "        "; ///< of what a rule holds
 };
 
-// Pieces of a file. Whether they are read again as they were meant is for the
-// caller to see: some characters can't stand in XML at all.
+// Pieces of a file. Some characters can't stand in XML at all: `why_not_readable`
+// tells.
 
 /// A file without rules.
 QByteArray empty_rule_file();
@@ -45,3 +45,9 @@ QByteArray escaped_for_rule_file(const QString& text);
 /// What a rule says, however it is spelled. Where two rules of one folder give
 /// the same, nobody would have to write one in place of the other.
 QStringList meaning_of(const CACHED_RULE& rule);
+
+/// Why `text`, which is to hold these rules, must not take the place of the file
+/// `path`: it would not be read as them, in their order. Names the rule and the
+/// property where one is at fault; empty when all is well.
+QString why_not_readable(const QString& path, const QByteArray& text,
+                         const QVector<const CACHED_RULE*>& rules);

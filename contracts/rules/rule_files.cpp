@@ -3,14 +3,12 @@
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDataStream>
 #include <QtCore/QDir>
-#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSet>
 
 #include <algorithm>
 
 #include "contracts/paths/paths.h"
-#include "contracts/rules/rule_file_check.h"
 #include "contracts/rules/rule_file_edit.h"
 #include "contracts/rules/rule_file_format.h"
 #include "contracts/rules/rule_key.h"
@@ -22,9 +20,8 @@
 namespace {
 
 constexpr int NO_FILE = -1;
-constexpr int NO_PLACE = -1;
 
-QByteArray fingerprint(const QByteArray& bytes)
+QByteArray hash_of(const QByteArray& bytes)
 {
     return QCryptographicHash::hash(bytes, QCryptographicHash::Sha1);
 }
@@ -39,13 +36,13 @@ QVector<const CACHED_RULE*> ordered_by_kind(QVector<const CACHED_RULE*> rules)
 }
 
 // What a file says, whatever its layout.
-QByteArray fingerprint(const QVector<const CACHED_RULE*>& rules)
+QByteArray digest_of_meaning(const QVector<const CACHED_RULE*>& rules)
 {
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     for (const CACHED_RULE* const rule : ordered_by_kind(rules))
         stream << meaning_of(*rule);
-    return fingerprint(bytes);
+    return hash_of(bytes);
 }
 
 // Rules that a file is to hold, with their places in what stands in it.
@@ -160,8 +157,8 @@ QString RULE_FILES::read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, 
         rules.last()->physical_path = physical_folder;
         file.standing.append(STANDING_RULE(rules.last()->identity()));
     }
-    file.disk = fingerprint(text);
-    file.rules = fingerprint(FILE_RULES(rules.cbegin(), rules.cend()));
+    file.hash = hash_of(text);
+    file.meaning = digest_of_meaning(FILE_RULES(rules.cbegin(), rules.cend()));
     const int index = enter(file);
     for (const CACHED_RULE* const rule : qAsConst(rules))
         m_origin.insert(rule->identity().number(), index);
@@ -248,11 +245,12 @@ QString RULE_FILES::save(const QMultiMap<QString, CACHED_RULE*>& rules, P4_CONNE
     QMap<int, RULE_MOVES> moves;
     for (auto place = by_file.cbegin(); place != by_file.cend(); ++place)
         moves.insert(place.key(), moves_of(place.key(), *place));
-    QVector<bool> is_written(m_files.size(), false);
+    for (RULE_FILE& file : m_files)
+        file.is_written = false;
     const auto unwritten = write_without_loss(moves, [&](int index, bool keeps_leaving) {
         const FILE_RULES file_rules = by_file.value(index);
         return index == NO_FILE ? why_homeless(*file_rules.first())
-                                : save_file(m_files[index], file_rules, keeps_leaving, p4, is_written[index]);
+                                : save_file(m_files[index], file_rules, keeps_leaving, p4);
     });
 
     QStringList errors;
@@ -263,40 +261,40 @@ QString RULE_FILES::save(const QMultiMap<QString, CACHED_RULE*>& rules, P4_CONNE
         return index == NO_FILE ? QString(by_file[NO_FILE].first()->path) : QString(m_files.at(index).path);
     };
     for (int index = 0; index < m_files.size(); ++index) {
-        m_by_path.insert(m_files.at(index).path, index); // it may have left a companion
+        RULE_FILE& file = m_files[index];
+        m_by_path.insert(file.path, index); // it may have left a companion
         const UNWRITTEN_FILE why = unwritten.value(index);
-        QString error = open_for_add(m_files[index], p4);
-        if (unwritten.contains(index) && is_changed(m_files.at(index), by_file.value(index)))
-            error = line_of_unwritten(name_of(index), name_of(why.because_of), why.cause, is_written[index]);
+        QString error = open_for_add(file, p4);
+        if (unwritten.contains(index) && is_changed(file, by_file.value(index)))
+            error = line_of_unwritten(file.path, name_of(why.because_of), why.cause, file.is_written);
         if (!error.isEmpty())
             errors.append(error);
-        else if (is_written[index])
-            saved.append(QStringLiteral("%1: saved").arg(name_of(index)));
+        else if (file.is_written)
+            saved.append(QStringLiteral("%1: saved").arg(file.path));
     }
     return errors.isEmpty() ? QString() : (errors + saved).join('\n');
 }
 
 bool RULE_FILES::is_changed(const RULE_FILE& file, const FILE_RULES& rules)
 {
-    return file.disk.isEmpty() ? !rules.isEmpty() : fingerprint(rules) != file.rules;
+    return file.hash.isEmpty() ? !rules.isEmpty() : digest_of_meaning(rules) != file.meaning;
 }
 
-QString RULE_FILES::save_file(RULE_FILE& file, const FILE_RULES& rules, bool keeps_leaving, P4_CONNECTION& p4,
-                              bool& is_written)
+QString RULE_FILES::save_file(RULE_FILE& file, const FILE_RULES& rules, bool keeps_leaving, P4_CONNECTION& p4)
 {
     if (!keeps_leaving && !is_changed(file, rules))
         return QString();
     if (rules.isEmpty() && !QFileInfo::exists(file.path)) {
-        file.disk.clear(); // it went with its folder, and its rules have gone too
+        file.hash.clear(); // it went with its folder, and its rules have gone too
         file.standing.clear();
         return QString();
     }
-    const bool is_new = file.disk.isEmpty();
+    const bool is_new = file.hash.isEmpty();
     const QString cause = write(file, rules, keeps_leaving, p4);
     if (!cause.isEmpty())
         return cause;
     file.is_new_to_perforce = file.is_new_to_perforce || is_new;
-    is_written = true;
+    file.is_written = true;
     return QString();
 }
 
@@ -321,13 +319,12 @@ QString RULE_FILES::read_again(const RULE_FILE& file, QByteArray& text, QVector<
     }
     if (!file.unreadable.isEmpty())
         return QStringLiteral("because it could not be read: ") + file.unreadable;
-    if (file.disk.isEmpty())
+    if (file.hash.isEmpty())
         return not_read;
     XML_FILE_READER xml(file.path);
     const bool is_read = xml.open(RULE_FILE_ROOT, &text) && read_rules(xml, rules);
-    return is_read && fingerprint(text) == file.disk
-               ? QString()
-               : QStringLiteral("it has changed on disk since it was read");
+    return is_read && hash_of(text) == file.hash ? QString()
+                                                 : QStringLiteral("it has changed on disk since it was read");
 }
 
 QString RULE_FILES::write(RULE_FILE& file, const FILE_RULES& rules, bool keeps_leaving, P4_CONNECTION& p4)
@@ -341,14 +338,14 @@ QString RULE_FILES::write(RULE_FILE& file, const FILE_RULES& rules, bool keeps_l
         with_places(rules, old_rules.isEmpty() ? QVector<STANDING_RULE>() : file.standing);
     if (keeps_leaving)
         add_leaving(old_rules, in_file);
-    QHash<const CACHED_RULE*, STANDING_RULE> standing;
-    for (const RULE_IN_FILE& entry : qAsConst(in_file))
-        standing.insert(entry.rule, entry.place == NO_PLACE ? STANDING_RULE(entry.rule->identity())
-                                                            : file.standing.at(entry.place));
     text = edited_rule_file(text, old_rules, in_file);
     FILE_RULES in_order;
-    for (const RULE_IN_FILE& entry : qAsConst(in_file))
+    QVector<STANDING_RULE> standing;
+    for (const RULE_IN_FILE& entry : qAsConst(in_file)) {
         in_order.append(entry.rule);
+        standing.append(entry.place == NO_PLACE ? STANDING_RULE(entry.rule->identity())
+                                                : file.standing.at(entry.place));
+    }
 
     const PHYSICAL_PATH place = place_of_saving(file.path);
     cause = why_not_readable(place, text, in_order);
@@ -363,10 +360,8 @@ QString RULE_FILES::write(RULE_FILE& file, const FILE_RULES& rules, bool keeps_l
     file.is_new_to_perforce = file.is_new_to_perforce || place != file.path;
     file.path = place;
     file.unreadable.clear();
-    file.disk = fingerprint(text);
-    file.rules = fingerprint(in_order);
-    file.standing.clear();
-    for (const CACHED_RULE* const rule : qAsConst(in_order))
-        file.standing.append(standing.value(rule));
+    file.hash = hash_of(text);
+    file.meaning = digest_of_meaning(in_order);
+    file.standing = standing;
     return QString();
 }

@@ -50,10 +50,11 @@ private:
         PHYSICAL_PATH path;
         LOGICAL_PATH folder;             // "<>" for a global file
         QString unreadable;              // why it could not be read
-        QByteArray disk;                 // fingerprint of the bytes on disk; empty for no file
-        QByteArray rules;                // fingerprint of the rules in them
+        QByteArray hash;                 // of the bytes on disk; empty for no file
+        QByteArray meaning;              // digest of what the rules in them say
         QVector<STANDING_RULE> standing; // the rules in them, in their order
         bool is_new_to_perforce = false; // written, and still to be opened for add
+        bool is_written = false;         // by the `save` that runs
     };
     using FILE_RULES = QVector<const CACHED_RULE*>; // those of a kind together, oldest first
 
@@ -62,8 +63,7 @@ private:
     QMap<int, FILE_RULES> distribute(const QMultiMap<QString, CACHED_RULE*>& rules);
     RULE_MOVES moves_of(int index, const FILE_RULES& rules) const;
     static bool is_changed(const RULE_FILE& file, const FILE_RULES& rules);
-    static QString save_file(RULE_FILE& file, const FILE_RULES& rules, bool keeps_leaving, P4_CONNECTION& p4,
-                             bool& is_written);
+    static QString save_file(RULE_FILE& file, const FILE_RULES& rules, bool keeps_leaving, P4_CONNECTION& p4);
     static QString open_for_add(RULE_FILE& file, P4_CONNECTION& p4);
     static QString read_again(const RULE_FILE& file, QByteArray& text, QVector<CACHED_RULE>& rules);
     static QString write(RULE_FILE& file, const FILE_RULES& rules, bool keeps_leaving, P4_CONNECTION& p4);
