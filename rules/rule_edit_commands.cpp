@@ -26,8 +26,6 @@ RULE_INSERT_COMMAND::RULE_INSERT_COMMAND(bool insert, CACHED_RULE* rule,
 {
 }
 
-RULE_INSERT_COMMAND::~RULE_INSERT_COMMAND() = default;
-
 void RULE_INSERT_COMMAND::undo()
 {
     if (m_insert)
@@ -107,8 +105,6 @@ RULE_VALUE_COMMAND::RULE_VALUE_COMMAND(const QString& old_value, const QString& 
 {
 }
 
-RULE_VALUE_COMMAND::~RULE_VALUE_COMMAND() = default;
-
 void RULE_VALUE_COMMAND::undo()
 {
     apply(m_old_value);
@@ -158,8 +154,6 @@ RULE_INHERIT_COMMAND::RULE_INHERIT_COMMAND(CACHED_RULE* rule, QTreeWidgetItem* r
     : m_rule(rule), m_row(row), m_tracking(tracking)
 {
 }
-
-RULE_INHERIT_COMMAND::~RULE_INHERIT_COMMAND() = default;
 
 void RULE_INHERIT_COMMAND::undo()
 {

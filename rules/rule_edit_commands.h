@@ -26,7 +26,6 @@ public:
     /// A rule that enters takes the folder that `parent_row` stands for.
     RULE_INSERT_COMMAND(bool insert, CACHED_RULE* rule, QMultiMap<QString, CACHED_RULE*>* rules, int index,
                         QTreeWidgetItem* row, QTreeWidgetItem* parent_row);
-    ~RULE_INSERT_COMMAND() override;
     void undo() override;
     void redo() override;
 
@@ -50,7 +49,6 @@ class RULE_VALUE_COMMAND : public QUndoCommand
 public:
     RULE_VALUE_COMMAND(const QString& old_value, const QString& new_value, QTreeWidgetItem* row,
                        bool* tracking);
-    ~RULE_VALUE_COMMAND() override;
     void undo() override;
     void redo() override;
     virtual void apply(const QString& value) = 0;
@@ -93,7 +91,6 @@ class RULE_INHERIT_COMMAND : public QUndoCommand
 {
 public:
     RULE_INHERIT_COMMAND(CACHED_RULE* rule, QTreeWidgetItem* row, bool* tracking);
-    ~RULE_INHERIT_COMMAND() override;
     void undo() override;
     void redo() override;
 

@@ -46,9 +46,8 @@ void RULE_LIST_DIALOG::add_rule(const RULE_SCHEMA& schema, const RULE& rule)
         const auto value = rule.values.constFind(name_key(property.name));
         if (value == rule.values.constEnd())
             continue;
-        const QString origin = value->origin ? QString(value->origin->path) : QString();
         QTreeWidgetItem* const row =
-            new QTreeWidgetItem(rule_row, {property.name, value->value.toString(), origin});
+            new QTreeWidgetItem(rule_row, {property.name, value->value.toString(), value->origin->path});
         for (int column = 0; column < COLUMN_COUNT; ++column)
             row->setToolTip(column, tr("Double-click this if you want to edit"));
         row->setData(COLUMN_ORIGIN, Qt::UserRole, quint64(quintptr(value->origin)));

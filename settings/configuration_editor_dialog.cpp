@@ -181,24 +181,18 @@ void CONFIGURATION_EDITOR_DIALOG::show_configuration(const CONFIGURATION& config
     ui.silent->setChecked(configuration.silent);
     silent_changed(configuration.silent);
     ui.scan_perforce->setChecked(configuration.scan_perforce);
-    switch (configuration.merge_db_for_checkin) {
-    case 1:
-        ui.merge_db_for_checkin_always->setChecked(true);
-        break;
-    case 2:
-        ui.merge_db_for_checkin_never->setChecked(true);
-        break;
-    case 3:
-        ui.merge_db_for_checkin_ask->setChecked(true);
-        break;
-    default:
-        break;
-    }
+    if (QRadioButton* const button = merge_buttons().value(configuration.merge_db_for_checkin - 1))
+        button->setChecked(true);
     ui.keep_output->setChecked(configuration.keep_output);
     ui.load_asset_graph->setChecked(configuration.load_asset_graph);
     ui.get_latest->setChecked(configuration.get_latest);
     show_lines(ui.selected_providers, configuration.selected_providers);
     show_lines(ui.selected_consumers, configuration.selected_consumers);
+}
+
+QVector<QRadioButton*> CONFIGURATION_EDITOR_DIALOG::merge_buttons() const
+{
+    return {ui.merge_db_for_checkin_always, ui.merge_db_for_checkin_never, ui.merge_db_for_checkin_ask};
 }
 
 void CONFIGURATION_EDITOR_DIALOG::show_processors(const QVector<QString>& names)
@@ -225,12 +219,10 @@ CONFIGURATION CONFIGURATION_EDITOR_DIALOG::shown_configuration() const
     configuration.retail = ui.retail->isChecked();
     configuration.silent = ui.silent->isChecked();
     configuration.scan_perforce = ui.scan_perforce->isChecked();
-    if (ui.merge_db_for_checkin_always->isChecked())
-        configuration.merge_db_for_checkin = 1;
-    else if (ui.merge_db_for_checkin_never->isChecked())
-        configuration.merge_db_for_checkin = 2;
-    else if (ui.merge_db_for_checkin_ask->isChecked())
-        configuration.merge_db_for_checkin = 3;
+    const QVector<QRadioButton*> buttons = merge_buttons();
+    for (QRadioButton* const button : buttons)
+        if (button->isChecked())
+            configuration.merge_db_for_checkin = buttons.indexOf(button) + 1;
     configuration.keep_output = ui.keep_output->isChecked();
     configuration.load_asset_graph = ui.load_asset_graph->isChecked();
     configuration.get_latest = ui.get_latest->isChecked();

@@ -49,6 +49,7 @@ private:
     void show_configuration(const CONFIGURATION& configuration);
     void show_processors(const QVector<QString>& names);
     CONFIGURATION shown_configuration() const;
+    QVector<QRadioButton*> merge_buttons() const; ///< in the order of their values, which begin with 1
     void write(const QString& path);
 
     Ui::CONFIGURATION_EDITOR_DIALOG ui;
