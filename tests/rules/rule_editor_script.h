@@ -1,0 +1,187 @@
+#pragma once
+
+#include <QtCore/QSharedPointer>
+#include <QtWidgets/QMenu>
+#include <QtWidgets/QTreeWidget>
+
+#include "contracts/rules/rule_schema.h"
+#include "rules/rule_editor_dialog.h"
+#include "tests/contracts/rules/rule_script.h"
+#include "tests/support/tool_tip.h"
+#include "tests/support/window_script.h"
+
+/// A person in front of a rule editor over the rule files of a temporary tree, with
+/// the kinds Sound (Rate) and Texture (Format, Max size). The commands are told in
+/// rule_editor.cases.
+class RULE_EDITOR_SCRIPT : public WINDOW_SCRIPT<RULE_SCRIPT>
+{
+public:
+    RULE_EDITOR_SCRIPT()
+    {
+        RULE_SCHEMA::register_schema("Texture", "Pictures <b>of</b> all kinds",
+                                     {{"Max size", "in pixels"}, {"Format", "of the file"}});
+        RULE_SCHEMA::register_schema("Sound", "", {{"Rate", ""}});
+        add_commands_of_windows();
+        add_commands_of_the_person();
+        add_commands_that_look();
+    }
+
+    QTreeWidget& rows() const { return *m_window->findChild<QTreeWidget*>("rules"); }
+
+    /// The entries that the context menu offers now, those of its menus included.
+    QList<QAction*> offered() const
+    {
+        QList<QAction*> entries;
+        for (QAction* const action : rows().actions())
+            if (action->isVisible())
+                entries += action->menu() ? action->menu()->actions() : QList<QAction*>{action};
+        return entries;
+    }
+
+    /// Rules and rows, without what undo need not bring back: the order of rules of
+    /// different kinds and the colour of folders.
+    QString state() const
+    {
+        QStringList lines;
+        for (int i = 0; i < rows().topLevelItemCount(); ++i)
+            print(*rows().topLevelItem(i), QString(), true, lines);
+        return listing(m_cache.cache) + '\n' + lines.join('\n');
+    }
+
+    RULE_CACHE& cache() { return m_cache.cache; }
+
+private:
+    void add_commands_of_windows()
+    {
+        m_does["files"] = [&](const QString& names) {
+            for (const QString& name : names.split(' ')) {
+                const QSharedPointer<FILE_ENTRY> entry(new FILE_ENTRY);
+                entry->physical = PHYSICAL_PATH(m_tree.path(name));
+                m_entries.append(entry);
+                m_files.insert(PATHS::logical_path(entry->physical), entry.data());
+            }
+        };
+        m_does["make"] = [&](const QString&) {
+            m_dialog = new RULE_EDITOR_DIALOG(m_cache.cache, m_files, m_connection, nullptr, {});
+            m_window.reset(m_dialog);
+            m_window->resize(1000, 600); // nothing is cut off
+            m_does["open"](QString());
+            rows().setFocus();
+        };
+        m_does["pick"] = [&](const QString& s) {
+            const QList<CACHED_RULE*> newest_first = m_cache->rules.values(s.section(' ', 0, 0) + "*texture");
+            m_dialog->select_rule(newest_first.value(s.section(' ', 1, 1).toInt()), s.section(' ', 2));
+        };
+    }
+
+    void add_commands_of_the_person()
+    {
+        m_does["select"] = [&](const QString& path) { rows().setCurrentItem(row(path), 0); };
+        m_does["value"] = [&](const QString& path) { rows().setCurrentItem(row(path), 1); };
+        m_does["hide"] = [&](const QString& path) { row(path)->setHidden(true); };
+        m_does["expand"] = [&](const QString&) { rows().expandAll(); };
+        m_tells["choose"] = [&](const QString& text) {
+            for (QAction* const entry : offered())
+                if (entry->text() == text.section('/', -1) &&
+                    (!text.contains('/') || named(entry->parentWidget()) == text.section('/', 0, 0)))
+                    return entry->trigger(), QString();
+            return QString("not offered");
+        };
+        m_does["click"] = [&](const QString& s) {
+            const QRect cell = rows().visualItemRect(row(s.section(' ', 1)));
+            const int left = rows().columnViewportPosition(1) + s.section(' ', 0, 0).toInt();
+            QTest::mouseClick(rows().viewport(), Qt::LeftButton, {}, {left, cell.center().y()});
+        };
+    }
+
+    void add_commands_that_look()
+    {
+        m_tells["tree"] = [&](const QString&) {
+            QStringList lines;
+            for (int i = 0; i < rows().topLevelItemCount(); ++i)
+                print(*rows().topLevelItem(i), QString(), false, lines);
+            return lines.join('\n');
+        };
+        m_tells["menu"] = [&](const QString&) {
+            QMenu menu;
+            menu.addActions(rows().actions());
+            return WINDOW_TEXT::menu(menu);
+        };
+        m_tells["rules"] = [&](const QString&) {
+            return listing(m_cache.cache) + (m_cache->rules_changed ? "\nchanged" : "\nas they were");
+        };
+        m_tells["folders"] = [&](const QString&) {
+            QStringList lines;
+            for (const CACHED_RULE* const rule : qAsConst(m_cache->rules))
+                lines += rule->path + " " + rule->physical_path;
+            return lines.join('\n');
+        };
+        m_tells["focus"] = [&](const QString&) {
+            QString text = m_dialog->focusWidget()->objectName();
+            for (const QLineEdit* const edit : rows().findChildren<QLineEdit*>())
+                if (edit->isVisible())
+                    text += (edit == m_dialog->focusWidget() ? "editor with \"" : ", editor with \"") +
+                            edit->text() + '"';
+            return text;
+        };
+        m_tells["tip"] = [&](const QString& path) {
+            rows().scrollToItem(row(path));
+            const QRect place = rows().visualItemRect(row(path));
+            return tool_tip_at(rows().viewport(), place.topLeft()) + " / " +
+                   tool_tip_at(rows().viewport(), place.topRight());
+        };
+    }
+
+    static QString named(const QWidget* menu) { return qobject_cast<const QMenu*>(menu)->title(); }
+
+    // By names from the top, such as "raw/unit/Texture 1/Format"; the number tells
+    // rows of a name apart.
+    QTreeWidgetItem* row(const QString& path) const
+    {
+        QTreeWidgetItem* found = rows().invisibleRootItem();
+        for (const QString& name : path.split('/')) {
+            QTreeWidgetItem* const parent = found;
+            int number = name.section(' ', -1).toInt();
+            const QString plain = number ? name.section(' ', 0, -2) : name;
+            found = nullptr;
+            for (int i = 0; i < parent->childCount() && !found; ++i)
+                if (parent->child(i)->text(0) == plain && --number <= 0)
+                    found = parent->child(i);
+            if (!found)
+                qFatal("no row %s", qPrintable(path));
+        }
+        return found;
+    }
+
+    // Gray rows stand in brackets, bold ones in stars.
+    void print(const QTreeWidgetItem& row, const QString& level, bool is_state, QStringList& lines) const
+    {
+        if (row.isHidden())
+            return;
+        const QVariant box = row.data(1, Qt::CheckStateRole);
+        const bool is_folder = row.data(0, Qt::UserRole).isNull();
+        const bool is_gray = row.foreground(0) == QBrush(Qt::gray) && !(is_state && is_folder);
+        const bool is_closed = !is_state && row.childCount() && !row.isExpanded();
+        QString line = is_gray ? '(' + row.text(0) + ')' : row.text(0);
+        line = level + (is_closed ? "+" : "") + (row.font(0).bold() ? '*' + line + '*' : line);
+        if (!row.text(1).isEmpty())
+            line += " = " + QString(box.isNull() ? "" : box.toInt() ? "[x] " : "[ ] ") + row.text(1);
+        lines += line + (!is_state && &row == rows().currentItem() ? " <" : "");
+        QVector<const QTreeWidgetItem*> children;
+        for (int i = 0; i < row.childCount() && !is_closed; ++i)
+            children += row.child(i);
+        const auto kind_of = [](const QTreeWidgetItem* child) {
+            return (child->data(0, Qt::UserRole).isNull() ? "folder " : "a rule ") + child->text(0);
+        };
+        if (is_state && is_folder)
+            std::stable_sort(children.begin(), children.end(),
+                             [&](auto a, auto b) { return kind_of(a) < kind_of(b); });
+        for (const QTreeWidgetItem* const child : qAsConst(children))
+            print(*child, level + '.', is_state, lines);
+    }
+
+    LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*> m_files;
+    QVector<QSharedPointer<FILE_ENTRY>> m_entries;
+    P4_CONNECTION m_connection{true, true, false};
+    RULE_EDITOR_DIALOG* m_dialog = nullptr; // the window
+};
