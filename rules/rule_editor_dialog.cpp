@@ -159,8 +159,7 @@ void RULE_EDITOR_DIALOG::add_rows_of_rules()
 
 void RULE_EDITOR_DIALOG::select_rule(const CACHED_RULE* rule, const QString& property)
 {
-    QTreeWidgetItem* const folder =
-        rule ? m_folder_rows.value(key_of_folder(display_path(rule->physical_path))) : nullptr;
+    QTreeWidgetItem* const folder = m_folder_rows.value(key_of_folder(display_path(rule->physical_path)));
     QTreeWidgetItem* found = nullptr;
     for (int i = 0; folder && !found && i < folder->childCount(); ++i)
         if (rule_of_row(*folder->child(i)) != rule)

@@ -174,10 +174,6 @@ void RULE_FILE_EDITOR::insert_children(const XML_ELEMENT& parent, int place,
 void RULE_FILE_EDITOR::change(const XML_ELEMENT& element, const CACHED_RULE& old_rule,
                               const CACHED_RULE& rule)
 {
-    if (kind_of({&old_rule, 0}) != kind_of({&rule, 0})) {
-        m_edits.replace(element.begin, element.end, rule_element(rule, m_style));
-        return;
-    }
     if (old_rule.inherit_properties != rule.inherit_properties)
         change_inherit(element, rule.inherit_properties);
 

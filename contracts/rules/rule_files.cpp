@@ -110,15 +110,13 @@ QString make_writable(const QString& path, P4_CONNECTION& p4)
     if (!QFileInfo::exists(path))
         return QDir().mkpath(path.section('/', 0, -2)) ? QString()
                                                        : QStringLiteral("its folder can't be made");
-    const auto is_read_only = [&] { return !why_not_writable(QFileInfo(path)).isEmpty(); };
-    if (!is_read_only())
+    if (why_not_writable(QFileInfo(path)).isEmpty())
         return QString();
     if (!p4.is_enabled())
         return QStringLiteral("it is read-only");
     const QString error = in_one_line(p4.open_for_edit({path}));
-    if (!error.isEmpty())
-        return QStringLiteral("it is read-only and could not be opened for edit: ") + error;
-    return is_read_only() ? QStringLiteral("it is read-only, though it is open for edit") : QString();
+    return error.isEmpty() ? QString()
+                           : QStringLiteral("it is read-only and could not be opened for edit: ") + error;
 }
 
 // Where a file is saved. A companion holds what was shipped and stays as it is.
@@ -192,16 +190,12 @@ int RULE_FILES::file_of(const CACHED_RULE& rule)
     if (folder_file != NO_FILE)
         return folder_file;
 
-    PHYSICAL_PATH folder = rule.physical_path;
-    if (folder == PHYSICAL_PATH())
-        folder = PATHS::target_path(rule.path);
-    if (folder == PHYSICAL_PATH())
+    if (rule.physical_path == PHYSICAL_PATH())
         return NO_FILE;
     RULE_FILE file;
-    file.path = PHYSICAL_PATH(folder + "/rules.gox");
+    file.path = PHYSICAL_PATH(rule.physical_path + "/rules.gox");
     file.folder = rule.path;
-    const int known = m_by_path.value(file.path, NO_FILE);
-    return known == NO_FILE ? enter(file) : known;
+    return enter(file);
 }
 
 QMap<int, RULE_FILES::FILE_RULES> RULE_FILES::distribute(const QMultiMap<QString, CACHED_RULE*>& rules)
@@ -214,8 +208,7 @@ QMap<int, RULE_FILES::FILE_RULES> RULE_FILES::distribute(const QMultiMap<QString
         const CACHED_RULE* const rule = *--place;
         const int index = file_of(*rule);
         by_file[index].append(rule);
-        if (index != NO_FILE)
-            m_origin.insert(rule->identity().number(), index);
+        m_origin.insert(rule->identity().number(), index);
     }
     return by_file;
 }

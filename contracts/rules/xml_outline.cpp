@@ -100,19 +100,13 @@ bool find_xml_attribute(const QByteArray& text, const XML_ELEMENT& element, cons
                         int& begin, int& end)
 {
     int place = element.begin + 1 + xml_tag_name(text, element).size();
-    while (place < element.content) {
-        const int equals = text.indexOf('=', place);
-        if (equals < 0 || equals >= element.content)
-            return false;
+    for (int equals = text.indexOf('=', place); equals >= 0 && equals < element.content;
+         equals = text.indexOf('=', place)) {
         const QByteArray name = text.mid(place, equals - place).trimmed();
         begin = equals + 1;
-        while (begin < element.content && is_space(text.at(begin)))
+        while (is_space(text.at(begin)))
             ++begin;
-        if (begin >= element.content)
-            return false;
         end = text.indexOf(text.at(begin), begin + 1);
-        if (end < 0)
-            return false;
         ++begin;
         if (name == attribute)
             return true;
