@@ -18,7 +18,6 @@ const char FOLDER[] = "GOX";
 QListWidgetItem* add_checked_row(QListWidget* list, const QString& text)
 {
     QListWidgetItem* const item = new QListWidgetItem(text);
-    item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
     item->setCheckState(Qt::Checked);
     list->addItem(item);
     return item;

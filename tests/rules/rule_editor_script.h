@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QtCore/QSharedPointer>
+#include <QtWidgets/QHeaderView>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QTreeWidget>
 
@@ -101,6 +103,14 @@ private:
             for (int i = 0; i < rows().topLevelItemCount(); ++i)
                 print(*rows().topLevelItem(i), QString(), false, lines);
             return lines.join('\n');
+        };
+        m_tells["table"] = [&](const QString&) {
+            const QPalette colours = rows().palette();
+            return QString("%1 of %2, %3 and %4 on %5")
+                .arg(QString::number(rows().columnWidth(0)),
+                     rows().header()->length() == rows().viewport()->width() ? "all" : "some",
+                     colours.color(QPalette::Text).name(), colours.color(QPalette::WindowText).name(),
+                     colours.color(QPalette::Base).name());
         };
         m_tells["menu"] = [&](const QString&) {
             QMenu menu;
