@@ -22,14 +22,13 @@ QAction* make_separator(QObject* parent)
     return separator;
 }
 
-// Every key saves: what was saved by mistake can be undone and saved again, and
-// what was not is gone with the process.
+// The key that people press without reading saves: what was saved by mistake can be
+// undone and saved again, what was not is gone with the process.
 bool wants_to_save(QWidget* parent, const QString& question)
 {
     QMessageBox box(QMessageBox::Question, QStringLiteral("GOX"), question,
                     QMessageBox::Yes | QMessageBox::No, parent);
     box.setDefaultButton(QMessageBox::Yes);
-    box.setEscapeButton(QMessageBox::Yes);
     return box.exec() == QMessageBox::Yes;
 }
 

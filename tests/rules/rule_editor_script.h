@@ -9,7 +9,6 @@
 #include "contracts/rules/rule_schema.h"
 #include "rules/rule_editor_dialog.h"
 #include "tests/contracts/rules/rule_script.h"
-#include "tests/support/tool_tip.h"
 #include "tests/support/window_script.h"
 
 /// A person in front of a rule editor over the rule files of a temporary tree, with
@@ -137,8 +136,8 @@ private:
         m_tells["tip"] = [&](const QString& path) {
             rows().scrollToItem(row(path));
             const QRect place = rows().visualItemRect(row(path));
-            return tool_tip_at(rows().viewport(), place.topLeft()) + " / " +
-                   tool_tip_at(rows().viewport(), place.topRight());
+            const QString name_tip = tip_at(rows().viewport(), place.topLeft());
+            return name_tip + " / " + tip_at(rows().viewport(), place.topRight());
         };
     }
 

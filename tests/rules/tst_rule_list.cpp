@@ -5,7 +5,6 @@
 #include "contracts/services/plain_row_delegate.h"
 #include "rules/rule_list_dialog.h"
 #include "tests/support/cases.h"
-#include "tests/support/tool_tip.h"
 #include "tests/support/watched_test.h"
 #include "tests/support/window_script.h"
 
@@ -26,7 +25,7 @@ public:
             QStringList tips{row(name)->font(0).bold() ? "bold" : "plain"};
             const int top = rows().visualItemRect(row(name)).top();
             for (int column = 0; column < 3; ++column)
-                tips += tool_tip_at(rows().viewport(), {rows().columnViewportPosition(column) + 50, top});
+                tips += tip_at(rows().viewport(), {rows().columnViewportPosition(column) + 50, top});
             return tips.join(" | ");
         };
         m_tells["chosen"] = [&](const QString&) {

@@ -7,6 +7,7 @@
 
 #include "tests/support/dialog_answers.h"
 #include "tests/support/script.h"
+#include "tests/support/tool_tip.h"
 #include "tests/support/window_text.h"
 
 /// What a person does with any window, as commands of a script `BASE`:
@@ -83,6 +84,14 @@ protected:
         if (!found)
             qFatal("no widget: %s", qPrintable(name));
         return found;
+    }
+
+    /// The tool tip at a place of the widget; "none" when it has none, whatever the
+    /// last one was.
+    static QString tip_at(QWidget* widget, const QPoint& place)
+    {
+        QToolTip::showText(QPoint(), QStringLiteral("none"));
+        return tool_tip_at(widget, place);
     }
 
     QScopedPointer<QDialog> m_window;
