@@ -41,13 +41,7 @@ public:
 
     /// Rules and rows, without what undo need not bring back: the order of rules of
     /// different kinds and the colour of folders.
-    QString state() const
-    {
-        QStringList lines;
-        for (int i = 0; i < rows().topLevelItemCount(); ++i)
-            print(*rows().topLevelItem(i), QString(), true, lines);
-        return listing(m_cache.cache) + '\n' + lines.join('\n');
-    }
+    QString state() const { return listing(m_cache.cache) + '\n' + shown(true); }
 
     RULE_CACHE& cache() { return m_cache.cache; }
 
@@ -97,12 +91,7 @@ private:
 
     void add_commands_that_look()
     {
-        m_tells["tree"] = [&](const QString&) {
-            QStringList lines;
-            for (int i = 0; i < rows().topLevelItemCount(); ++i)
-                print(*rows().topLevelItem(i), QString(), false, lines);
-            return lines.join('\n');
-        };
+        m_tells["tree"] = [&](const QString&) { return shown(false); };
         m_tells["table"] = [&](const QString&) {
             const QPalette colours = rows().palette();
             return QString("%1 of %2, %3 and %4 on %5")
@@ -160,6 +149,14 @@ private:
                 qFatal("no row %s", qPrintable(path));
         }
         return found;
+    }
+
+    QString shown(bool is_state) const
+    {
+        QStringList lines;
+        for (int i = 0; i < rows().topLevelItemCount(); ++i)
+            print(*rows().topLevelItem(i), QString(), is_state, lines);
+        return lines.join('\n');
     }
 
     // Gray rows stand in brackets, bold ones in stars.

@@ -16,7 +16,8 @@ static bool plain_match(const QString& pattern, const QString& path)
     const QVector<uint> letters = path.toLower().toUcs4();
     QVector<bool> met(letters.size() + 1, false);
     met[0] = true;
-    QRegularExpressionMatchIterator tokens = QRegularExpression("[.]{3}|.").globalMatch(pattern.toLower());
+    static const QRegularExpression token_of_pattern("[.]{3}|.");
+    QRegularExpressionMatchIterator tokens = token_of_pattern.globalMatch(pattern.toLower());
     while (tokens.hasNext()) {
         const QString token = tokens.next().captured();
         QVector<bool> next(met.size(), false);
@@ -69,7 +70,7 @@ private slots:
         QRandomGenerator random(7);
         const auto any_of = [&](const QStringList& texts) { return texts.at(random.bounded(texts.size())); };
         int yes = 0;
-        for (int i = 0; i < 60000; ++i) {
+        for (int i = 0; i < 20000; ++i) {
             QString pattern;
             QStringList path;
             for (int length = random.bounded(i % 50 ? 8 : 200); length >= 0; --length) {
@@ -87,7 +88,7 @@ private slots:
             QVERIFY2(FILE_FILTER_LIST(QStringList(pattern)).matching(text) == expected,
                      qPrintable(pattern + " and " + text));
         }
-        QVERIFY2(yes > 10000 && yes < 50000, qPrintable(QString::number(yes)));
+        QVERIFY2(yes > 4000 && yes < 16000, qPrintable(QString::number(yes)));
     }
 
     void endures_hard_patterns()
