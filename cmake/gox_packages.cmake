@@ -17,7 +17,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${GOX_TOOL_DIR}")
 
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME gox)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION devel)
-set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "libqt5svg5, libqt5sql5-sqlite")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "libqt5svg5, libsqlite3-0")
 set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
   "Front end of a game-data build pipeline
  Copy the folder gox/tool into a data tree to use it.")

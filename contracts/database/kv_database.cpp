@@ -3,11 +3,9 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
-#include <atomic>
-
-#include "contracts/database/kv_schema_changes.h"
 #include "contracts/database/kv_schema_reader.h"
 #include "contracts/database/kv_schema_rules.h"
+#include "contracts/database/kv_schemas.h"
 #include "contracts/database/kv_table_reader.h"
 #include "contracts/database/progress_callback.h"
 
@@ -44,14 +42,6 @@ QString read_folder(const QString& path, const QString& schema_file, KV_DATABASE
 
 } // namespace
 
-void KV_LOADED_TABLE::forget()
-{
-    KV_LOADED_TABLE unread;
-    unread.data.schema = data.schema;
-    unread.stamp = stamp;
-    *this = unread;
-}
-
 QString KV_DATABASE::connect(const QString& path, bool load_all, bool may_write)
 {
     disconnect();
@@ -62,16 +52,20 @@ QString KV_DATABASE::connect(const QString& path, bool load_all, bool may_write)
     // What hinders it does not hinder reading, and the next save tells it.
     if (error.isEmpty() && may_write)
         kv_finish_save(path);
-    m_schema_stamp = KV_FILE_STAMP::of(schema_file());
+    m_stamps.insert(schema_file(), KV_FILE_STAMP::of(schema_file()));
     if (error.isEmpty())
         error = read_folder(path, schema_file(), m_written_schema);
-    m_is_connected = error.isEmpty();
     set_schema(m_written_schema);
-    if (m_is_connected && load_all)
-        error = this->load_all();
-    if (!error.isEmpty())
+    m_is_connected = error.isEmpty();
+    QStringList errors{error};
+    for (int i = 0; i < m_schema.tables.size() && load_all; ++i) {
+        load(m_schema.tables.at(i)->name, error, i, m_schema.tables.size());
+        errors.append(error);
+    }
+    errors.removeAll(QString());
+    if (!errors.isEmpty())
         disconnect();
-    return error;
+    return errors.join('\n');
 }
 
 void KV_DATABASE::disconnect()
@@ -80,6 +74,7 @@ void KV_DATABASE::disconnect()
     m_is_connected = false;
     m_path.clear();
     m_tables.clear();
+    m_stamps.clear();
     m_written_schema = KV_DATABASE_SCHEMA();
     set_schema(m_written_schema);
 }
@@ -98,7 +93,7 @@ QString KV_DATABASE::no_table(const QString& name) const
                           .arg(schema_file(), name.left(KV_MAX_NAME_LENGTH));
 }
 
-KV_LOADED_TABLE* KV_DATABASE::load(const QString& name, QString& error)
+KV_LOADED_TABLE* KV_DATABASE::load(const QString& name, QString& error, int step, int steps)
 {
     QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(name);
     if (!loaded || loaded->revision == 0) {
@@ -110,7 +105,7 @@ KV_LOADED_TABLE* KV_DATABASE::load(const QString& name, QString& error)
         if (!loaded)
             loaded = *m_tables.insert(name, QSharedPointer<KV_LOADED_TABLE>::create());
         if (m_progress)
-            m_progress->progress(QStringLiteral("Reading table %1").arg(name), 0, 1);
+            m_progress->progress(QStringLiteral("Reading table %1").arg(name), step, steps);
         read(m_schema.tables.at(index), *loaded);
     }
     error = loaded->error;
@@ -119,35 +114,12 @@ KV_LOADED_TABLE* KV_DATABASE::load(const QString& name, QString& error)
 
 void KV_DATABASE::read(const QSharedPointer<const KV_TABLE_SCHEMA>& table, KV_LOADED_TABLE& loaded)
 {
-    loaded = KV_LOADED_TABLE();
-    loaded.data.schema = table;
-    loaded.revision = next_revision();
-    loaded.stamp = KV_FILE_STAMP::of(table_file(table->name));
-    loaded.error = read_database_table(kv_file_to_read(table_file(table->name)), table, m_skip_unknown_fields,
-                                       loaded.data, loaded.has_left_out);
-}
-
-qint64 KV_DATABASE::next_revision()
-{
-    static std::atomic<qint64> s_last{0};
-    return ++s_last;
-}
-
-QString KV_DATABASE::load_all()
-{
-    QStringList errors;
-    for (int i = 0; i < m_schema.tables.size(); ++i) {
-        const QSharedPointer<const KV_TABLE_SCHEMA>& table = m_schema.tables.at(i);
-        if (m_progress)
-            m_progress->progress(QStringLiteral("Reading table %1").arg(table->name), i,
-                                 m_schema.tables.size());
-        const auto loaded = QSharedPointer<KV_LOADED_TABLE>::create();
-        read(table, *loaded);
-        m_tables.insert(table->name, loaded);
-        errors.append(loaded->error);
-    }
-    errors.removeAll(QString());
-    return errors.join('\n');
+    const QString file = table_file(table->name);
+    loaded = KV_LOADED_TABLE{{table, {}, {}}};
+    loaded.revision = ++m_last_revision;
+    m_stamps.insert(file, KV_FILE_STAMP::of(file));
+    loaded.error =
+        read_database_table(kv_file_to_read(file), m_skip_unknown_fields, loaded.data, loaded.has_left_out);
 }
 
 QString KV_DATABASE::forget(const QString& table)
@@ -161,26 +133,6 @@ QString KV_DATABASE::forget(const QString& table)
     if (const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table))
         loaded->forget();
     return QString();
-}
-
-const KV_DATABASE_SCHEMA& KV_DATABASE::current_schema() const
-{
-    return m_transaction ? m_transaction->schema : m_schema;
-}
-
-KV_TABLE_VIEW KV_DATABASE::view(const QString& table, QString& error)
-{
-    if (m_transaction) {
-        const auto place = m_transaction->tables.constFind(table);
-        if (place != m_transaction->tables.constEnd())
-            return {&place->data, place->removed_rows()};
-        if (m_transaction->schema.table_index(table) < 0) {
-            error = no_table(table);
-            return {};
-        }
-    }
-    const KV_LOADED_TABLE* const loaded = load(table, error);
-    return {loaded ? &loaded->data : nullptr};
 }
 
 QStringList KV_DATABASE::edited_tables() const

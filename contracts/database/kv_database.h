@@ -9,39 +9,39 @@
 
 #include "contracts/database/kv_folder_save.h"
 #include "contracts/database/kv_records.h"
-#include "contracts/database/kv_references.h"
-#include "contracts/database/kv_working_table.h"
+#include "contracts/database/kv_table_change.h"
 
 class PROGRESS_CALLBACK;
+
+constexpr char KV_NO_TRANSACTION[] = "no transaction has begun";
 
 /// A table as it is kept between the calls. It stays at its place in memory
 /// until the connection ends, whatever happens to the table.
 struct KV_LOADED_TABLE
 {
-    KV_TABLE_DATA data;
-    QString error;             ///< empty when the table could be read
-    KV_FILE_STAMP stamp;       ///< of its file, when it was read or written last or the table was made
+    KV_TABLE_DATA data = {};
+    QString error = {};        ///< empty when the table could be read
+    qint64 revision = 0;       ///< another one after each change; 0 while it is not read
     bool has_left_out = false; ///< its file holds values that would be lost if it were written
     bool is_edited = false;    ///< since it was read or written last
-    qint64 revision = 0;       ///< another one after each change; 0 while it is not read
 
-    void forget(); ///< all but the fields and the stamp: it is read when it is asked for
+    /// Drops all but the fields: it is read when it is asked for.
+    void forget() { *this = KV_LOADED_TABLE{{data.schema, {}, {}}}; }
 };
 
 /// What a transaction has changed so far. Nobody else sees it before the end.
 struct KV_TRANSACTION
 {
-    bool saves = false;                      ///< the end writes what was changed
-    KV_DATABASE_SCHEMA schema;               ///< as it is to become
-    QHash<QString, KV_WORKING_TABLE> tables; ///< by name: those that a change was tried on
-
-    QStringList changed_tables() const;
+    bool saves = false;                          ///< the end writes what was changed
+    KV_DATABASE_SCHEMA schema = {};              ///< as it is to become
+    QHash<QString, KV_TABLE_CHANGE> tables = {}; ///< by name: those that a change was tried on
 };
 
 /// The database behind KV_XML_QUERY_INTERFACE: the folder, what was read of it,
-/// what was changed and not yet written, and the transaction that is open.
-/// Errors are texts that are empty on success; an operation that gives one has
-/// changed nothing unless it says otherwise. One thread at a time.
+/// what was changed and not yet written, and the transaction that is open. A
+/// change by itself is a transaction that ends at once. Errors are texts that are
+/// empty on success; an operation that gives one has changed nothing unless it
+/// says otherwise. One thread at a time.
 class KV_DATABASE
 {
 public:
@@ -62,8 +62,9 @@ public:
     QString schema_file() const { return m_path + "/schema.xml"; }
     QString no_table(const QString& name) const; ///< the error that says so
 
-    /// Null with an error when there is no such table or it can't be read.
-    KV_LOADED_TABLE* load(const QString& table, QString& error);
+    /// Null with an error when there is no such table or it can't be read. The step
+    /// is for who is told of the progress.
+    KV_LOADED_TABLE* load(const QString& table, QString& error, int step = 0, int steps = 1);
 
     /// Why the table can't be changed, as far as its file tells; empty when it
     /// can, or when it is not read.
@@ -79,19 +80,22 @@ public:
     QString end_transaction();
     QString terminate_transaction();
 
-    /// Lets `change` work on the records of a table: within the open
-    /// transaction, or on its own with lookups checked at once.
-    QString change_records(const QString& table, const std::function<QString(KV_WORKING_TABLE&)>& change);
-
-    /// Lets `change` take several steps, all or none of them.
-    QString change_at_once(const std::function<QString()>& change);
+    /// Changes records: within the open transaction, or by itself. All commands or
+    /// none; with `is_counted`, the error tells which one it is about.
+    QString change_records(const QVector<KV_EDIT_COMMAND>& commands, bool is_counted);
 
     /// The schema as the open transaction has it, and a new one in its place.
-    const KV_DATABASE_SCHEMA& current_schema() const;
+    const KV_DATABASE_SCHEMA& current_schema() const
+    {
+        return m_transaction ? m_transaction->schema : m_schema;
+    }
     QString change_schema(const KV_DATABASE_SCHEMA& schema);
 
-    /// The table as the open transaction has it; without data on an error.
-    KV_TABLE_VIEW view(const QString& table, QString& error);
+    /// The table as the open transaction has it; null with an error.
+    std::optional<KV_TABLE_CHANGE> current_table(const QString& table, QString& error);
+
+    /// One of its records; not changed on an error.
+    QString current_record(const QString& table, const QString& key, KV_RECORD_DATA& record);
 
     QStringList edited_tables() const; ///< with records or fields that are not written yet
     QStringList reshaped_tables() const;
@@ -111,7 +115,8 @@ public:
     /// that is empty or does not exist.
     QString copy_to(const QString& folder);
 
-    /// Back to what was read or written last; tables are read again.
+    /// Back to what was read or written last: everything, or one table. Tables are
+    /// read again.
     QString revert();
     QString revert(const QString& table);
 
@@ -122,19 +127,15 @@ private:
         bool schema;        // and files of removed tables go
     };
 
-    static qint64 next_revision();
-    QString load_all();
     void read(const QSharedPointer<const KV_TABLE_SCHEMA>& table, KV_LOADED_TABLE& loaded);
-    KV_WORKING_TABLE* working(const QString& table, QString& error);
-    QString change_alone(KV_LOADED_TABLE& loaded, const std::function<QString(KV_WORKING_TABLE&)>& change);
+    KV_TABLE_CHANGE* change_of(const QString& table, QString& error);
+    QString apply(const QVector<KV_EDIT_COMMAND>& commands, bool is_counted);
     QString apply_schema(const KV_DATABASE_SCHEMA& schema);
     QString apply_table(const QSharedPointer<const KV_TABLE_SCHEMA>& table);
-    QString check_references();
     QString check_reference(const RELATIONSHIP_DATA& relationship);
-    void take_over_tables();
-    void take_over_schema();
+    QString check_references();
+    void take_over();
     void set_schema(const KV_DATABASE_SCHEMA& schema);
-    KV_FILE_STAMP stamp_of(const QString& table) const;
     bool is_own_file(const QString& path) const;
     SAVE save_of(const QStringList& tables, bool with_schema) const;
     QString write(const SAVE& save);
@@ -144,10 +145,11 @@ private:
     bool m_skip_unknown_fields;
     bool m_is_connected = false;
     QString m_path;
+    qint64 m_last_revision = 0;
     KV_DATABASE_SCHEMA m_schema;
     QVector<RELATIONSHIP_DATA> m_relationships; // of m_schema
     KV_DATABASE_SCHEMA m_written_schema;        // as it was read or written last
-    KV_FILE_STAMP m_schema_stamp;
+    QHash<QString, KV_FILE_STAMP> m_stamps;     // by path: of files when they were read or written last
     QHash<QString, QSharedPointer<KV_LOADED_TABLE>> m_tables; // that were asked for, removed ones too
     std::optional<KV_TRANSACTION> m_transaction;
 };

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "contracts/database/kv_database.h"
-#include "contracts/database/kv_schema_changes.h"
+#include "contracts/database/kv_schemas.h"
 #include "contracts/services/file_replacement.h"
 
 QStringList KV_DATABASE::files_to_save() const
@@ -12,8 +12,7 @@ QStringList KV_DATABASE::files_to_save() const
     QStringList files;
     if (!kv_is_same_schema(m_schema, m_written_schema))
         files.append(schema_file());
-    const QStringList tables = edited_tables();
-    for (const QString& table : tables)
+    for (const QString& table : edited_tables())
         files.append(table_file(table));
     return files;
 }
@@ -37,12 +36,6 @@ QString KV_DATABASE::save(const QStringList& tables, bool with_schema)
     return error;
 }
 
-KV_FILE_STAMP KV_DATABASE::stamp_of(const QString& table) const
-{
-    const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table);
-    return loaded ? loaded->stamp : KV_FILE_STAMP::of(table_file(table));
-}
-
 KV_DATABASE::SAVE KV_DATABASE::save_of(const QStringList& tables, bool with_schema) const
 {
     SAVE save{tables, with_schema};
@@ -60,19 +53,27 @@ QString KV_DATABASE::write(const SAVE& save)
 {
     QString error;
     QVector<KV_FILE_TO_WRITE> files;
+    const auto add = [&](const QString& path, const KV_FILE_CONTENT& content) {
+        files.append(
+            {path, m_stamps.contains(path) ? m_stamps.value(path) : KV_FILE_STAMP::of(path), content});
+    };
     for (const QString& table : save.tables) {
-        const KV_TABLE_VIEW records = view(table, error);
-        if (!records.data)
+        std::optional<KV_TABLE_CHANGE> records = current_table(table, error);
+        if (!records)
             return error;
-        files.append({table_file(table), stamp_of(table), {nullptr, *records.data}});
+        add(table_file(table), {nullptr, std::move(*records).take()});
     }
     if (save.schema) {
-        files.append({schema_file(), m_schema_stamp, {&current_schema(), {}}});
-        const QStringList removed = kv_removed_tables(m_written_schema, current_schema());
-        for (const QString& table : removed)
-            files.append({table_file(table), stamp_of(table), {}});
+        add(schema_file(), {&current_schema()});
+        for (const QString& table : kv_removed_tables(m_written_schema, current_schema()))
+            add(table_file(table), {});
     }
-    return files.isEmpty() ? error : kv_save_files(m_path, files, m_progress);
+    if (!files.isEmpty())
+        error = kv_save_files(m_path, files, m_progress);
+    for (const KV_FILE_TO_WRITE& file : qAsConst(files))
+        if (error.isEmpty())
+            m_stamps.insert(file.path, KV_FILE_STAMP::of(file.path));
+    return error;
 }
 
 void KV_DATABASE::mark_written(const SAVE& save)
@@ -80,17 +81,10 @@ void KV_DATABASE::mark_written(const SAVE& save)
     for (const QString& table : save.tables) {
         KV_LOADED_TABLE& loaded = *m_tables.value(table);
         loaded.is_edited = false;
-        loaded.stamp = KV_FILE_STAMP::of(table_file(table));
         number_written_lines(loaded.data);
     }
-    if (!save.schema)
-        return;
-    const QStringList removed = removed_tables();
-    for (const QString& table : removed)
-        if (const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table))
-            loaded->stamp = KV_FILE_STAMP::of(table_file(table));
-    m_schema_stamp = KV_FILE_STAMP::of(schema_file());
-    m_written_schema = m_schema;
+    if (save.schema)
+        m_written_schema = m_schema;
 }
 
 // Names in another letter case too: on some systems they are the same files.
@@ -115,7 +109,7 @@ QString KV_DATABASE::save_schema_to(const QString& path) const
     QString cause =
         is_own_file(path) ? QStringLiteral("it is a file of this database") : why_not_replaceable(place);
     if (cause.isEmpty())
-        cause = kv_write_file(place, {&m_schema, {}}, place);
+        cause = kv_write_file(place, {&m_schema}, place);
     return cause.isEmpty() ? cause : QStringLiteral("%1: can't be written: %2").arg(path, cause);
 }
 

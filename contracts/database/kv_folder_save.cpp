@@ -14,7 +14,6 @@ namespace {
 constexpr int PROBE_BYTES = 4096; // more than a lock takes
 constexpr char WAITING[] = "/unfinished_save";
 constexpr char PART[] = "/unfinished_save.part";
-constexpr char OLD[] = "/unfinished_save.old";
 constexpr char LOCK[] = "/unfinished_save.lock";
 constexpr char CHANGED[] = "somebody else changed it since it was read";
 constexpr char TO_REMOVE[] = ".removed"; // behind the name of a file that is to go
@@ -24,22 +23,20 @@ QString cannot_write(const QString& path, const QString& cause)
     return QStringLiteral("%1: can't be written: %2").arg(path, cause);
 }
 
-// A file that is to go may be gone already.
-bool is_as_it_was(const KV_FILE_TO_WRITE& file)
+// Of the file that one which waits is to replace or to remove.
+QString name_of(QString waiting)
+{
+    if (waiting.endsWith(QLatin1String(TO_REMOVE)))
+        waiting.chop(int(qstrlen(TO_REMOVE)));
+    return waiting;
+}
+
+// Why the file can't be replaced now. One that is to go may be gone already.
+QString hindrance_of(const KV_FILE_TO_WRITE& file)
 {
     const KV_FILE_STAMP stamp = KV_FILE_STAMP::of(file.path);
-    return stamp == file.stamp || (file.content.is_nothing() && stamp.size < 0);
-}
-
-QString move(const QString& from, const QString& to)
-{
-    QFile file(from);
-    return file.rename(to) ? QString() : cannot_write(to, file.errorString());
-}
-
-bool remove_folder(const QString& path)
-{
-    return !QFileInfo::exists(path) || QDir(path).removeRecursively();
+    const bool is_gone = file.content.is_nothing() && stamp.size < 0;
+    return stamp == file.stamp || is_gone ? why_not_replaceable(behind_links(file.path)) : QString(CHANGED);
 }
 
 // One save of a folder, of which there is one at a time.
@@ -56,7 +53,7 @@ public:
     ~FOLDER_SAVE()
     {
         if (m_lock.isLocked())
-            clear_up();
+            QDir(m_folder + PART).removeRecursively();
     }
 
     // Gets the folder for this save and goes on with one that was cut off.
@@ -67,37 +64,35 @@ public:
             error = kv_unfinished_save_problem(m_folder);
         if (error.isEmpty())
             error = put_in_place();
-        return error.isEmpty() ? clear_up() : error;
+        return error.isEmpty() && !QDir(m_folder + PART).removeRecursively()
+                   ? cannot_write(m_folder + PART, QStringLiteral("what is left there can't be removed"))
+                   : error;
     }
 
-    QString prepare(const QVector<KV_FILE_TO_WRITE>& files)
+    // Until the new files are whole and wait, nothing has happened to the old ones;
+    // from then on they are saved, even if one still can't take its place.
+    QString write(const QVector<KV_FILE_TO_WRITE>& files)
     {
         if (!QDir().mkdir(m_folder + PART))
             return cannot_write(m_folder, QStringLiteral("a folder can't be made in it"));
-        for (int i = 0; i < files.size(); ++i) {
-            report("Writing %1", files.at(i).path, i, files.size());
-            const QString cause = prepare(files.at(i));
+        for (int i = 0; i < 2 * files.size(); ++i) {
+            const KV_FILE_TO_WRITE& file = files.at(i % files.size());
+            const bool is_prepared = i >= files.size(); // which took its time: looked at once more
+            if (!is_prepared)
+                report("Writing %1", file.path, i, files.size());
+            QString cause = hindrance_of(file);
+            if (cause.isEmpty() && !is_prepared)
+                cause = prepare(file);
             if (!cause.isEmpty())
-                return cannot_write(files.at(i).path, cause);
+                return cannot_write(file.path, cause);
         }
-        return QString();
-    }
-
-    // After an error everything is as it was. What was prepared took its time.
-    QString replace(const QVector<KV_FILE_TO_WRITE>& files)
-    {
-        for (const KV_FILE_TO_WRITE& file : files)
-            if (!is_as_it_was(file))
-                return cannot_write(file.path, CHANGED);
-        QString error = move(m_folder + PART, m_folder + WAITING);
+        QFile part(m_folder + PART);
+        if (!part.rename(m_folder + WAITING))
+            return cannot_write(m_folder + WAITING, part.errorString());
+        const QString error = put_in_place();
         if (!error.isEmpty())
-            return error;
-        error = put_in_place();
-        const QString hindrance = error.isEmpty() ? QString() : put_back();
-        if (hindrance.isEmpty())
-            return error;
-        qWarning("%s\n%s\nThe files are saved in %s and take their places with the next save.",
-                 qUtf8Printable(error), qUtf8Printable(hindrance), qUtf8Printable(m_folder + WAITING));
+            qWarning("%s\nThe files are saved in %s and take their places with the next save.",
+                     qUtf8Printable(error), qUtf8Printable(m_folder + WAITING));
         return QString();
     }
 
@@ -119,106 +114,44 @@ private:
         }
         // The lock does not say why it can't be had; a file does.
         QFile file(path);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered))
-            return cannot_write(path, file.errorString());
-        write_all(file, QByteArray(PROBE_BYTES, ' ').constData(), PROBE_BYTES);
+        if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered))
+            write_all(file, QByteArray(PROBE_BYTES, ' ').constData(), PROBE_BYTES);
         const QString error = cannot_write(path, file.errorString());
-        file.remove();
+        if (file.isOpen())
+            file.remove();
         return error;
     }
 
     QString prepare(const KV_FILE_TO_WRITE& file) const
     {
-        const QString place = behind_links(file.path);
         const QString part = m_folder + PART + '/' + QFileInfo(file.path).fileName();
-        const QString cause = is_as_it_was(file) ? why_not_replaceable(place) : QString(CHANGED);
-        if (!cause.isEmpty() || !file.content.is_nothing())
-            return cause.isEmpty() ? kv_write_file(part, file.content, place) : cause;
+        if (!file.content.is_nothing())
+            return kv_write_file(part, file.content, behind_links(file.path));
         QFile mark(part + TO_REMOVE);
         return mark.open(QIODevice::WriteOnly) ? QString() : mark.errorString();
     }
 
     // Files go first: the new name of one may differ in letter case only.
-    QString put_in_place()
+    QString put_in_place() const
     {
-        m_placed.clear();
-        m_aside.clear();
-        QDir().mkdir(m_folder + OLD);
         QStringList names = QDir(m_folder + WAITING).entryList(QDir::Files | QDir::Hidden, QDir::Name);
         std::stable_partition(names.begin(), names.end(),
                               [](const QString& name) { return name.endsWith(QLatin1String(TO_REMOVE)); });
         for (int i = 0; i < names.size(); ++i) {
-            QString name = names.at(i);
-            const bool is_to_go = name.endsWith(QLatin1String(TO_REMOVE));
-            if (is_to_go)
-                name.chop(int(qstrlen(TO_REMOVE)));
+            const QString name = name_of(names.at(i));
             report("Saving %1", m_folder + '/' + name, i, names.size());
-            const QString error = is_to_go ? take_away(name) : put_in_place(name);
-            if (!error.isEmpty())
-                return error;
+            QFile next(m_folder + WAITING + '/' + names.at(i)), old(behind_links(m_folder + '/' + name));
+            QString cause = why_not_replaceable(old.fileName());
+            if (cause.isEmpty() && old.exists() && !old.remove())
+                cause = old.errorString();
+            else if (cause.isEmpty() && !(name == names.at(i) ? next.rename(old.fileName()) : next.remove()))
+                cause = next.errorString();
+            if (!cause.isEmpty())
+                return cannot_write(m_folder + '/' + name, cause);
         }
         QDir().rmdir(m_folder + WAITING);
         return QString();
     }
-
-    QString put_in_place(const QString& name)
-    {
-        QString error = put_aside(name);
-        if (error.isEmpty())
-            error = move(m_folder + WAITING + '/' + name, place(name));
-        if (error.isEmpty())
-            m_placed.append(name);
-        return error;
-    }
-
-    QString take_away(const QString& name)
-    {
-        const QString error = put_aside(name);
-        if (error.isEmpty())
-            QFile::remove(m_folder + WAITING + '/' + name + TO_REMOVE);
-        return error;
-    }
-
-    QString put_aside(const QString& name)
-    {
-        const QString cause = why_not_replaceable(place(name));
-        if (!cause.isEmpty())
-            return cannot_write(m_folder + '/' + name, cause);
-        if (!QFileInfo::exists(place(name)))
-            return QString();
-        const QString old = m_folder + OLD + '/' + name;
-        QFile::remove(old);
-        const QString error = move(place(name), old);
-        if (error.isEmpty())
-            m_aside.append(name);
-        return error;
-    }
-
-    // The new files wait again, until all old ones are back: so it counts as saved
-    // as long as any is missing.
-    QString put_back()
-    {
-        QString error;
-        while (!m_placed.isEmpty() && error.isEmpty()) {
-            const QString name = m_placed.takeLast();
-            error = move(place(name), m_folder + WAITING + '/' + name);
-        }
-        while (!m_aside.isEmpty() && error.isEmpty()) {
-            const QString name = m_aside.takeLast();
-            error = move(m_folder + OLD + '/' + name, place(name));
-        }
-        return error.isEmpty() ? move(m_folder + WAITING, m_folder + PART) : error;
-    }
-
-    QString clear_up() const
-    {
-        const bool is_waiting = QFileInfo::exists(m_folder + WAITING); // and may need the old files
-        return remove_folder(m_folder + PART) && (is_waiting || remove_folder(m_folder + OLD))
-                   ? QString()
-                   : cannot_write(m_folder + PART, QStringLiteral("what is left there can't be removed"));
-    }
-
-    QString place(const QString& name) const { return behind_links(m_folder + '/' + name); }
 
     void report(const char* step, const QString& path, int done, int total) const
     {
@@ -229,8 +162,6 @@ private:
     const QString m_folder;
     PROGRESS_CALLBACK* const m_progress;
     QLockFile m_lock;
-    QStringList m_aside;  // names of files that left their places
-    QStringList m_placed; // and of those that took them
 };
 
 } // namespace
@@ -246,7 +177,7 @@ KV_FILE_STAMP KV_FILE_STAMP::of(const QString& path)
     return stamp;
 }
 
-// A save that begins meanwhile takes the old file away only when the new one waits.
+// A file that waits may take its place between the two questions.
 QString kv_file_to_read(const QString& path)
 {
     const QFileInfo info(path);
@@ -258,9 +189,7 @@ QString kv_unfinished_save_problem(const QString& folder)
 {
     const QDir waiting(folder + WAITING);
     for (const QFileInfo& file : waiting.entryInfoList(QDir::Files | QDir::Hidden, QDir::Name)) {
-        QString name = file.fileName();
-        if (name.endsWith(QLatin1String(TO_REMOVE)))
-            name.chop(int(qstrlen(TO_REMOVE)));
+        const QString name = name_of(file.fileName());
         const QFileInfo place(behind_links(folder + '/' + name));
         if (place.exists() && file.lastModified() < place.lastModified())
             return QStringLiteral(
@@ -273,7 +202,7 @@ QString kv_unfinished_save_problem(const QString& folder)
 
 QString kv_finish_save(const QString& folder)
 {
-    for (const char* const part : {WAITING, PART, OLD})
+    for (const char* const part : {WAITING, PART})
         if (QFileInfo::exists(folder + part))
             return FOLDER_SAVE(folder, nullptr).begin();
     return QString();
@@ -285,9 +214,7 @@ QString kv_save_files(const QString& folder, const QVector<KV_FILE_TO_WRITE>& fi
     FOLDER_SAVE save(folder, progress);
     QString error = save.begin();
     if (error.isEmpty())
-        error = save.prepare(files);
-    if (error.isEmpty())
-        error = save.replace(files);
+        error = save.write(files);
     if (error.isEmpty() || files.size() < 2)
         return error;
     QStringList names;

@@ -12,9 +12,8 @@ class PROGRESS_CALLBACK;
 //
 // The new files are written into the folder "unfinished_save.part". When all are
 // whole it is renamed to "unfinished_save": from here on the new files count, and
-// kv_file_to_read finds each there until it has taken its place. The old ones lie
-// in "unfinished_save.old" meanwhile. Whoever comes after a process that was
-// ended in between only has to go on, or to read.
+// kv_file_to_read finds each there until it has taken its place. Whoever comes
+// after a process that was ended in between only has to go on, or to read.
 //
 // "unfinished_save.lock" keeps other processes from saving at the same time.
 // Errors are texts that are empty on success. One thread at a time.

@@ -2,54 +2,52 @@
 
 #include <algorithm>
 
+namespace {
+
+// The place of the first one that `matches`, or -1.
+template <typename LIST, typename MATCHES>
+int first_place(const LIST& list, MATCHES matches)
+{
+    const auto place = std::find_if(list.begin(), list.end(), matches);
+    return place == list.end() ? -1 : int(place - list.begin());
+}
+
+} // namespace
+
 int KV_TABLE_SCHEMA::field_index(const QString& field) const
 {
-    const auto is_called = [&](const KV_FIELD_SCHEMA& known) { return known.name == field; };
-    const auto place = std::find_if(fields.begin(), fields.end(), is_called);
-    return place == fields.end() ? -1 : int(place - fields.begin());
+    return first_place(fields, [&](const KV_FIELD_SCHEMA& known) { return known.name == field; });
 }
 
 int KV_TABLE_SCHEMA::key_index() const
 {
-    const auto is_key = [](const KV_FIELD_SCHEMA& field) { return field.key; };
-    const auto place = std::find_if(fields.begin(), fields.end(), is_key);
-    return place == fields.end() ? -1 : int(place - fields.begin());
+    return first_place(fields, [](const KV_FIELD_SCHEMA& field) { return field.key; });
 }
 
 const KV_TABLE_SCHEMA* KV_DATABASE_SCHEMA::table(const QString& name) const
 {
-    const int index = table_index(name);
-    return index < 0 ? nullptr : tables.at(index).data();
+    return tables.value(table_index(name)).data();
 }
 
 int KV_DATABASE_SCHEMA::table_index(const QString& name) const
 {
-    const auto is_called = [&](const auto& known) { return known->name == name; };
-    const auto place = std::find_if(tables.begin(), tables.end(), is_called);
-    return place == tables.end() ? -1 : int(place - tables.begin());
+    return first_place(tables, [&](const auto& known) { return known->name == name; });
 }
 
 int KV_QUERY_RESULTS::column_index(const QString& column) const
 {
-    const auto is_called = [&](const KV_FIELD_SCHEMA& known) { return known.name == column; };
-    const auto place = std::find_if(columns.begin(), columns.end(), is_called);
-    return place == columns.end() ? -1 : int(place - columns.begin());
+    return first_place(columns, [&](const KV_FIELD_SCHEMA& known) { return known.name == column; });
 }
 
+// QVector::value is empty for a place that there is not, -1 among them.
 QString KV_QUERY_RESULTS::value(int row, const QString& column) const
 {
-    const int index = column_index(column);
-    return index < 0 || row < 0 || row >= records.size() ? QString()
-                                                         : records.at(row).fields.value(index).value;
+    return records.value(row).fields.value(column_index(column)).value;
 }
 
 QString KV_TABLE_DATA::value(int row, const QString& field) const
 {
-    const int index = schema ? schema->field_index(field) : -1;
-    if (index < 0 || row < 0 || row >= records.size())
-        return QString();
-    const KV_RECORD_DATA& record = records.at(row);
-    return index < record.fields.size() ? record.fields.at(index).value : QString();
+    return schema ? records.value(row).fields.value(schema->field_index(field)).value : QString();
 }
 
 const KV_RECORD_DATA* KV_TABLE_DATA::record_with_key(const QString& key) const

@@ -8,9 +8,6 @@
 
 namespace {
 
-constexpr KV_FIELD_SCHEMA::TYPE TYPES[] = {KV_FIELD_SCHEMA::TEXT, KV_FIELD_SCHEMA::INTEGER,
-                                           KV_FIELD_SCHEMA::REAL, KV_FIELD_SCHEMA::BOOLEAN};
-
 // The element <query> that the walk has entered.
 bool read_definition(XML_FILE_READER& xml, KV_QUERY_SCHEMA& query)
 {
@@ -114,7 +111,7 @@ private:
     bool read_type(KV_FIELD_SCHEMA& field)
     {
         const QString name = m_xml.has_attribute("type") ? m_xml.attribute("type") : QStringLiteral("text");
-        for (const KV_FIELD_SCHEMA::TYPE type : TYPES) {
+        for (const KV_FIELD_SCHEMA::TYPE type : KV_TYPES) {
             if (kv_type_name(type) != name)
                 continue;
             field.type = type;

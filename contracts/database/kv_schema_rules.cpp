@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "contracts/database/kv_sql_text.h"
-
 namespace {
 
 // Names become names of files and of XML attributes.
@@ -110,8 +108,14 @@ QString kv_query_problem(const QSet<QString>& before, const KV_QUERY_SCHEMA& que
         return QStringLiteral("there are two queries called \"%1\"").arg(query.name);
     if (before.size() == KV_MAX_QUERIES)
         return QStringLiteral("more than %1 queries").arg(KV_MAX_QUERIES);
-    QSet<QString> words;
-    return first_of({name_problem("query", query.name), kv_query_text_problem(query.sql, words)});
+    return first_of({name_problem("query", query.name), kv_query_text_problem(query.sql)});
+}
+
+QString kv_query_text_problem(const QString& sql)
+{
+    return sql.size() > KV_MAX_QUERY_LENGTH
+               ? QStringLiteral("it is longer than %1 characters").arg(KV_MAX_QUERY_LENGTH)
+               : QString();
 }
 
 QString kv_lookup_form_problem(const QString& target)
@@ -219,4 +223,29 @@ QString kv_type_name(KV_FIELD_SCHEMA::TYPE type)
     default:
         return QStringLiteral("text");
     }
+}
+
+QString kv_field_text(const QString& table, const QString& field)
+{
+    return '"' + table + '.' + field + '"';
+}
+
+QString kv_record_text(const KV_TABLE_DATA& table, const KV_RECORD_DATA& record)
+{
+    const int key = table.schema->key_index();
+    if (key >= 0)
+        return QStringLiteral("the record with the key \"%1\"")
+            .arg(record.fields.at(key).value.left(KV_QUOTED_LENGTH));
+    return record.line > 0 ? QStringLiteral("the record in line %1").arg(record.line)
+                           : QStringLiteral("a new record");
+}
+
+QString kv_no_field_text(const QString& table, const QString& field)
+{
+    return QStringLiteral("table \"%1\" has no field \"%2\"").arg(table, field.left(KV_QUOTED_LENGTH));
+}
+
+QString kv_no_key_text(const QString& table)
+{
+    return QStringLiteral("table \"%1\" has no key field, so none of its records can be named").arg(table);
 }

@@ -25,6 +25,9 @@ QString kv_table_name_problem(const QSet<QString>& before, const QString& name);
 /// Name, key and default of a field that is to follow those of `table`.
 QString kv_field_problem(const KV_TABLE_SCHEMA& table, const KV_FIELD_SCHEMA& field);
 
+/// The text of a query, as far as it can be judged without the tables.
+QString kv_query_text_problem(const QString& sql);
+
 /// `before` are the names of the queries known so far.
 QString kv_query_problem(const QSet<QString>& before, const KV_QUERY_SCHEMA& query);
 
@@ -49,5 +52,16 @@ QString kv_type_problem(const KV_FIELD_SCHEMA& field, const QStringRef& value);
 /// One more record in a table of that many records and fields.
 QString kv_count_problem(qint64 records, int fields);
 
+constexpr KV_FIELD_SCHEMA::TYPE KV_TYPES[] = {KV_FIELD_SCHEMA::TEXT, KV_FIELD_SCHEMA::INTEGER,
+                                              KV_FIELD_SCHEMA::REAL, KV_FIELD_SCHEMA::BOOLEAN};
+
 /// "text", "integer", "real" or "boolean".
 QString kv_type_name(KV_FIELD_SCHEMA::TYPE type);
+
+/// "table.field" as errors name it, "the record with the key ..." for a record,
+/// and the errors of who names a field that there is not, or a record of a table
+/// without key.
+QString kv_field_text(const QString& table, const QString& field);
+QString kv_record_text(const KV_TABLE_DATA& table, const KV_RECORD_DATA& record);
+QString kv_no_field_text(const QString& table, const QString& field);
+QString kv_no_key_text(const QString& table);

@@ -179,21 +179,14 @@ QString misspelt_file(const QString& path)
 
 } // namespace
 
-QString read_database_table(const QString& path, const QSharedPointer<const KV_TABLE_SCHEMA>& schema,
-                            bool skip_unknown_fields, KV_TABLE_DATA& table, bool& has_left_out)
+QString read_database_table(const QString& path, bool skip_unknown_fields, KV_TABLE_DATA& table,
+                            bool& has_left_out)
 {
     const QFileInfo info(path);
-    has_left_out = false;
-    if (info.exists() || info.isSymLink()) {
-        TABLE_READER reader(path, schema, skip_unknown_fields);
-        const QString error = reader.read(table);
-        has_left_out = reader.has_left_out();
-        return error;
-    }
-    const QString error = misspelt_file(path);
-    if (error.isEmpty()) {
-        table = KV_TABLE_DATA();
-        table.schema = schema;
-    }
+    if (!info.exists() && !info.isSymLink())
+        return misspelt_file(path);
+    TABLE_READER reader(path, table.schema, skip_unknown_fields);
+    const QString error = reader.read(table);
+    has_left_out = reader.has_left_out();
     return error;
 }

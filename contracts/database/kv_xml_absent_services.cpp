@@ -17,6 +17,12 @@ constexpr char DIALOGS[] = "dialogs";
 
 } // namespace
 
+QString KV_XML_QUERY_INTERFACE::STATE::absent(const char* operation, const char* service)
+{
+    return report(QStringLiteral("%1 is not available: this program has no %2 for the database")
+                      .arg(QLatin1String(operation), QLatin1String(service)));
+}
+
 // One operation that returns `type`: an empty or false one.
 #define GOX_ABSENT(type, operation, arguments, constness, service)                                           \
     type KV_XML_QUERY_INTERFACE::operation arguments constness                                               \

@@ -12,28 +12,80 @@
 
 namespace {
 
-// The records with `value` in the field at `index`.
-KV_TABLE_DATA records_with(const KV_TABLE_DATA& table, int index, const QString& value)
+constexpr int QUOTED_QUERY_LENGTH = 200;
+
+QString quoted(const QString& query)
 {
-    KV_TABLE_DATA result;
-    result.schema = table.schema;
-    if (table.schema->fields.at(index).key) {
-        if (const KV_RECORD_DATA* const record = table.record_with_key(value))
-            result.records.append(*record);
-    } else {
-        for (const KV_RECORD_DATA& record : table.records)
-            if (record.fields.at(index).value == value)
-                result.records.append(record);
-    }
-    result.index_keys();
-    return result;
+    const QString line = query.simplified();
+    return '"' + line.left(QUOTED_QUERY_LENGTH) + (line.size() > QUOTED_QUERY_LENGTH ? "...\"" : "\"");
 }
 
 } // namespace
 
-KV_XML_QUERY_INTERFACE::KV_XML_QUERY_INTERFACE(PROGRESS_CALLBACK* progress, const QString& workspace,
+bool KV_XML_QUERY_INTERFACE::STATE::report(QString& error, const QString& text)
+{
+    error = text;
+    if (!text.isEmpty())
+        last_error = text;
+    return text.isEmpty();
+}
+
+QString KV_XML_QUERY_INTERFACE::STATE::report(const QString& text)
+{
+    QString error;
+    report(error, text);
+    return error;
+}
+
+bool KV_XML_QUERY_INTERFACE::STATE::can_read(QString& error)
+{
+    return report(error, is_connected() ? QString() : QStringLiteral("no database is connected"));
+}
+
+bool KV_XML_QUERY_INTERFACE::STATE::can_read(QString& error, const QString& table)
+{
+    return can_read(error) && (schema().table(table) || report(error, no_table(table)));
+}
+
+const KV_FIELD_SCHEMA* KV_XML_QUERY_INTERFACE::STATE::field(QString& error, const QString& table,
+                                                            const QString& field)
+{
+    if (!can_read(error, table))
+        return nullptr;
+    const KV_TABLE_SCHEMA& known = *schema().table(table);
+    const int index = known.field_index(field);
+    report(error, index < 0 ? kv_no_field_text(table, field) : QString());
+    return index < 0 ? nullptr : &known.fields.at(index);
+}
+
+const KV_TABLE_DATA* KV_XML_QUERY_INTERFACE::STATE::records(QString& error, const QString& table)
+{
+    const KV_LOADED_TABLE* const loaded = can_read(error) ? load(table, error) : nullptr;
+    report(error, error);
+    return loaded ? &loaded->data : nullptr;
+}
+
+bool KV_XML_QUERY_INTERFACE::STATE::can_change(QString& error, const char* operation)
+{
+    return is_read_only ? report(error, QStringLiteral("the database is open for reading only: %1 is refused")
+                                            .arg(QLatin1String(operation)))
+                        : can_read(error);
+}
+
+void KV_XML_QUERY_INTERFACE::STATE::run_query(QString& error, KV_QUERY_RESULTS& results, const QString& sql,
+                                              const QVariantList& values)
+{
+    results = KV_QUERY_RESULTS();
+    if (!can_read(error))
+        return;
+    const QString cause = queries.run(sql, values, results);
+    report(error, cause.isEmpty() ? cause : QStringLiteral("query %1: %2").arg(quoted(sql), cause));
+}
+
+// Without version control for the tables a workspace says nothing.
+KV_XML_QUERY_INTERFACE::KV_XML_QUERY_INTERFACE(PROGRESS_CALLBACK* progress, const QString&,
                                                bool skip_unknown_fields, bool read_only)
-    : m_state(new STATE(progress, workspace, skip_unknown_fields, read_only))
+    : m_state(new STATE(progress, skip_unknown_fields, read_only))
 {
 }
 
@@ -41,13 +93,12 @@ KV_XML_QUERY_INTERFACE::~KV_XML_QUERY_INTERFACE() = default;
 
 int KV_XML_QUERY_INTERFACE::version() const
 {
-    return m_state->database.schema().version;
+    return m_state->schema().version;
 }
 
-QString KV_XML_QUERY_INTERFACE::connect(const QString& path, const QString& workspace,
+QString KV_XML_QUERY_INTERFACE::connect(const QString& path, const QString&,
                                         KV_QUERY_INTERFACE::GET_LATEST_MODE mode, bool load_all)
 {
-    m_state->workspace = workspace;
     if (mode == KV_QUERY_INTERFACE::GET_LATEST_NEVER)
         return connect_without_merge(path, load_all);
     disconnect();
@@ -58,48 +109,45 @@ QString KV_XML_QUERY_INTERFACE::connect(const QString& path, const QString& work
 
 QString KV_XML_QUERY_INTERFACE::connect_without_merge(const QString& path, bool load_all)
 {
-    disconnect();
-    return m_state->report(m_state->database.connect(path, load_all, !m_state->is_read_only));
+    return m_state->report(m_state->connect(path, load_all, !m_state->is_read_only));
 }
 
 void KV_XML_QUERY_INTERFACE::disconnect()
 {
-    m_state->queries.reset();
-    m_state->database.disconnect();
+    m_state->disconnect();
 }
 
 bool KV_XML_QUERY_INTERFACE::is_connected() const
 {
-    return m_state->database.is_connected();
+    return m_state->is_connected();
 }
 
 QDateTime KV_XML_QUERY_INTERFACE::latest_mod_date() const
 {
-    const KV_DATABASE& database = m_state->database;
     QDateTime latest;
     const auto look_at = [&](const QString& path) {
         const QDateTime time = QFileInfo(kv_file_to_read(path)).lastModified().toUTC();
         if (time.isValid() && (!latest.isValid() || latest < time))
             latest = time;
     };
-    if (!database.is_connected())
+    if (!m_state->is_connected())
         return latest;
-    look_at(database.schema_file());
-    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : database.schema().tables)
-        look_at(database.table_file(table->name));
+    look_at(m_state->schema_file());
+    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_state->schema().tables)
+        look_at(m_state->table_file(table->name));
     return latest;
 }
 
 QString KV_XML_QUERY_INTERFACE::connect_string() const
 {
-    return m_state->database.path();
+    return m_state->path();
 }
 
 QStringList KV_XML_QUERY_INTERFACE::get_table_names(QString& error) const
 {
     QStringList names;
     if (m_state->can_read(error))
-        for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_state->database.schema().tables)
+        for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_state->schema().tables)
             names.append(table->name);
     return names;
 }
@@ -114,12 +162,12 @@ QStringList KV_XML_QUERY_INTERFACE::get_table_names_disconnected(QString& error,
 
 const KV_DATABASE_SCHEMA* KV_XML_QUERY_INTERFACE::get_database_schema(QString& error) const
 {
-    return m_state->can_read(error) ? &m_state->database.schema() : nullptr;
+    return m_state->can_read(error) ? &m_state->schema() : nullptr;
 }
 
 const KV_TABLE_SCHEMA* KV_XML_QUERY_INTERFACE::get_table_schema(QString& error, const QString& table) const
 {
-    return m_state->can_read(error, table) ? m_state->database.schema().table(table) : nullptr;
+    return m_state->can_read(error, table) ? m_state->schema().table(table) : nullptr;
 }
 
 KV_DATABASE_DATA KV_XML_QUERY_INTERFACE::get_database_data(QString& error) const
@@ -127,7 +175,7 @@ KV_DATABASE_DATA KV_XML_QUERY_INTERFACE::get_database_data(QString& error) const
     KV_DATABASE_DATA data;
     if (!m_state->can_read(error))
         return data;
-    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_state->database.schema().tables) {
+    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_state->schema().tables) {
         const KV_TABLE_DATA* const records = get_table_data(error, table->name);
         if (!records)
             return KV_DATABASE_DATA();
@@ -139,50 +187,52 @@ KV_DATABASE_DATA KV_XML_QUERY_INTERFACE::get_database_data(QString& error) const
 KV_TABLE_DATA KV_XML_QUERY_INTERFACE::get_table_data(QString& error, const QString& table,
                                                      const QString& filter) const
 {
-    const KV_TABLE_DATA* const data = get_table_data(error, table);
-    if (!data)
-        return KV_TABLE_DATA();
-    if (filter.isEmpty())
-        return *data;
+    const KV_TABLE_DATA* const data = m_state->records(error, table);
+    if (!data || filter.isEmpty())
+        return data ? *data : KV_TABLE_DATA();
     const int end = filter.indexOf('=');
-    if (end < 0) {
+    if (end < 0)
         m_state->report(
             error, QStringLiteral("filter \"%1\" of table \"%2\" must be field=value").arg(filter, table));
+    const KV_FIELD_SCHEMA* const field = end < 0 ? nullptr : m_state->field(error, table, filter.left(end));
+    if (!field)
         return KV_TABLE_DATA();
-    }
-    if (!m_state->can_read(error, table, filter.left(end)))
-        return KV_TABLE_DATA();
-    return records_with(*data, data->schema->field_index(filter.left(end)), filter.mid(end + 1));
+    KV_TABLE_DATA found{data->schema, {}, {}};
+    const int index = data->schema->field_index(field->name);
+    const KV_RECORD_DATA* const named = field->key ? data->record_with_key(filter.mid(end + 1)) : nullptr;
+    for (int row = 0; row < data->records.size() && !field->key; ++row)
+        if (data->records.at(row).fields.at(index).value == filter.midRef(end + 1))
+            found.records.append(data->records.at(row));
+    if (named)
+        found.records.append(*named);
+    found.index_keys();
+    return found;
 }
 
 const KV_TABLE_DATA* KV_XML_QUERY_INTERFACE::get_table_data(QString& error, const QString& table) const
 {
-    if (!m_state->can_read(error))
-        return nullptr;
-    const KV_LOADED_TABLE* const loaded = m_state->database.load(table, error);
-    m_state->report(error, error);
-    return loaded ? &loaded->data : nullptr;
+    return m_state->records(error, table);
 }
 
 bool KV_XML_QUERY_INTERFACE::clear_table_data(QString& error, const QString& table)
 {
-    return m_state->can_read(error) && m_state->report(error, m_state->database.forget(table));
+    return m_state->can_read(error) && m_state->report(error, m_state->forget(table));
 }
 
 QVector<KV_QUERY_SCHEMA> KV_XML_QUERY_INTERFACE::get_query_schemas(QString& error) const
 {
-    return m_state->can_read(error) ? m_state->database.schema().queries : QVector<KV_QUERY_SCHEMA>();
+    return m_state->can_read(error) ? m_state->schema().queries : QVector<KV_QUERY_SCHEMA>();
 }
 
 const KV_QUERY_SCHEMA* KV_XML_QUERY_INTERFACE::get_query_schema(QString& error, const QString& query) const
 {
     if (!m_state->can_read(error))
         return nullptr;
-    for (const KV_QUERY_SCHEMA& known : m_state->database.schema().queries)
+    for (const KV_QUERY_SCHEMA& known : m_state->schema().queries)
         if (known.name == query)
             return &known;
     m_state->report(error, QStringLiteral("%1: there is no query \"%2\"")
-                               .arg(m_state->database.schema_file(), query.left(KV_QUOTED_LENGTH)));
+                               .arg(m_state->schema_file(), query.left(KV_QUOTED_LENGTH)));
     return nullptr;
 }
 
@@ -200,10 +250,8 @@ void KV_XML_QUERY_INTERFACE::get_query_data_from_string(QString& error, KV_QUERY
     KV_QUERY_SCHEMA query;
     results = KV_QUERY_RESULTS();
     const QString problem = read_query_definition(definition, query);
-    if (m_state->report(error,
-                        problem.isEmpty()
-                            ? problem
-                            : QStringLiteral("\"%1\": %2").arg(definition.simplified().left(200), problem)))
+    if (m_state->report(error, problem.isEmpty() ? problem
+                                                 : QStringLiteral("%1: %2").arg(quoted(definition), problem)))
         m_state->run_query(error, results, query.sql, {});
 }
 
@@ -212,6 +260,12 @@ void KV_XML_QUERY_INTERFACE::get_query_data_from_simple_sql(QString& error, KV_Q
                                                             const QVariantList& values) const
 {
     m_state->run_query(error, results, sql, values);
+}
+
+void KV_XML_QUERY_INTERFACE::bound_queries(const std::function<bool()>& is_stopped, qint64 max_msecs)
+{
+    m_state->queries.is_stopped = is_stopped;
+    m_state->queries.max_msecs = max_msecs;
 }
 
 bool KV_XML_QUERY_INTERFACE::is_read_only() const

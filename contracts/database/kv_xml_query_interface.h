@@ -8,6 +8,8 @@
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
 
+#include <functional>
+
 #include "contracts/database/kv_query_interface.h"
 #include "contracts/database/kv_records.h"
 #include "contracts/export.h"
@@ -21,8 +23,7 @@ class QWidget;
 /// **Reading.** The schema is read when the database is connected, a table when
 /// it is asked for the first time; it is kept from then on. A table that can't
 /// be read fails those who ask for it, with the same text each time, and nobody
-/// else. Queries run on copies of the tables in an SQLite database in memory,
-/// made when a query names a table first and again after it was changed.
+/// else. Queries are answered by SQLite from the same records.
 ///
 /// **Changing.** A change is made in memory and reaches the disk by save_table,
 /// save_schema or a transaction that saves. Each operation changes all that it
@@ -32,8 +33,8 @@ class QWidget;
 /// end of the transaction that it is part of: a value that is new must be found
 /// in the field that it refers to, and one that somebody refers to must stay.
 /// What a transaction has changed shows in key_exists_within_transaction only,
-/// until it has ended well. Many changes belong in one transaction: the first
-/// change of a table in it copies the table.
+/// until it has ended well. A change costs the same in a small and in a large
+/// table, but for the removal of a record: many of those belong in one transaction.
 ///
 /// **Errors.** Operations that can fail take a QString that they fill with the
 /// error, or empty on success, or they return the error, empty on success. The
@@ -178,10 +179,9 @@ public:
     /// changes is an error.
     virtual bool clear_table_data(QString& error, const QString& table);
 
-    // Queries. Each is one SELECT of SQLite over the tables, whose columns are
-    // their fields; a field without value is NULL, a boolean 1 or 0. WITH, and
-    // everything that could write or reach another file, is refused. A query
-    // runs to its end, so one that multiplies large tables takes its time.
+    // Queries. Each is one SELECT (or VALUES, or WITH and a SELECT) of SQLite over
+    // the tables, whose columns are their fields; a field without value is NULL, a
+    // boolean 1 or 0. Everything that could write or reach another file is refused.
     // `results` is without columns on an error, and the error quotes the query.
 
     /// The query that the schema keeps under this name.
@@ -329,6 +329,11 @@ public:
     // The depot and another format: not here, always an error.
     virtual bool revert(QString& error, const QStringList& files);
     virtual bool save_kvad_tables_xml(QString& error, const QString& folder);
+
+    /// What ends a query before it has found everything, which is an error then:
+    /// `is_stopped`, which may be empty and is asked often on the thread of the query,
+    /// or `max_msecs` of time, -1 for any. Without this a query runs to its end.
+    void bound_queries(const std::function<bool()>& is_stopped, qint64 max_msecs);
 
 private:
     struct STATE;

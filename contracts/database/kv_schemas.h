@@ -1,13 +1,12 @@
 #pragma once
 
 #include <QtCore/QSet>
-#include <QtCore/QString>
 #include <QtCore/QStringList>
-#include <QtCore/QVector>
 
 #include "contracts/database/kv_records.h"
 
-// How tables refer to each other by lookups. Plain data; any thread.
+// What the tables of a schema have to do with each other, and how one schema
+// differs from another. Plain data; any thread.
 
 /// All lookups of a schema, in its order.
 QVector<RELATIONSHIP_DATA> kv_relationships(const KV_DATABASE_SCHEMA& schema);
@@ -31,15 +30,16 @@ void kv_add_related_tables(const QVector<RELATIONSHIP_DATA>& relationships, QSet
 /// the field itself when it looks up nothing. A chain that bites its tail ends
 /// before the field that it has met already. Without table when there is no
 /// such field.
-METAFIELD_AND_SCHEMA kv_main_dependency(const KV_DATABASE_SCHEMA& schema, const QString& table,
-                                        const QString& field);
+METAFIELD_AND_SCHEMA kv_main_dependency(const KV_DATABASE_SCHEMA& schema, QString table, QString field);
 
-/// A table with those of its rows left out that are removed already.
-struct KV_TABLE_VIEW
-{
-    const KV_TABLE_DATA* data = nullptr; ///< null for a table that can't be read
-    QSet<int> removed_rows = {};
-};
+/// Whether the records of one can stand under the other as they are.
+bool kv_has_same_shape(const KV_TABLE_SCHEMA& a, const KV_TABLE_SCHEMA& b);
 
-/// The `values` that stand in the field of some record.
-QSet<QString> kv_values_in_use(const KV_TABLE_VIEW& table, const QString& field, const QSet<QString>& values);
+/// Whether a schema file would say the same.
+bool kv_is_same_schema(const KV_DATABASE_SCHEMA& a, const KV_DATABASE_SCHEMA& b);
+
+/// The tables of `after` that are new or of another shape, in its order.
+QStringList kv_reshaped_tables(const KV_DATABASE_SCHEMA& before, const KV_DATABASE_SCHEMA& after);
+
+/// The tables of `before` that `after` has no more, sorted.
+QStringList kv_removed_tables(const KV_DATABASE_SCHEMA& before, const KV_DATABASE_SCHEMA& after);

@@ -1,0 +1,432 @@
+#include "contracts/database/kv_sql.h"
+
+#include <QtCore/QDeadlineTimer>
+#include <QtCore/QLocale>
+
+#include <sqlite3.h>
+
+#include <algorithm>
+
+#include "contracts/database/kv_database.h"
+#include "contracts/database/kv_schema_rules.h"
+
+namespace {
+
+constexpr int STEPS = 10000;                   // of SQLite's machine between two questions whether to go on
+constexpr int MAX_PATTERN = 1000;              // of LIKE, whose cost grows with the square
+constexpr int MAX_BYTES = 64 << 20;            // of one value
+constexpr qint64 MAX_MEMORY = qint64(4) << 30; // bytes that SQLite may need
+constexpr quint64 ROWS = 0xffffffff;           // where the row stands in an entry of an index
+
+using STATEMENT = std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)>;
+
+// The rows of a field by value: a hash in the upper 32 bits and the row in the
+// lower ones, sorted.
+struct INDEX
+{
+    qint64 revision = 0; // of the table
+    QVector<quint64> entries;
+};
+
+struct TABLE : sqlite3_vtab
+{
+    KV_DATABASE& database;
+    const QString name;
+    const KV_LOADED_TABLE* loaded; // null before a statement uses it
+    QHash<int, INDEX> indexes;     // by field
+
+    const KV_FIELD_SCHEMA& field(int column) const { return loaded->data.schema->fields.at(column); }
+};
+
+// Walks over the rows from `place` to `end`, or over those of an index there.
+struct CURSOR : sqlite3_vtab_cursor
+{
+    QVector<quint64> entries;
+    int place;
+    int end;
+
+    TABLE& table() const { return *static_cast<TABLE*>(pVtab); }
+    int row() const { return entries.isEmpty() ? place : int(entries.at(place) & ROWS); }
+};
+
+char* sqlite_text(const QString& text)
+{
+    return sqlite3_mprintf("%s", text.toUtf8().constData());
+}
+
+quint64 hash_of(const QString& value)
+{
+    return quint64(qHash(value)) << 32;
+}
+
+// As SQLite writes the value: it knows one way to write a number and no booleans.
+QString plain(const QString& value, KV_FIELD_SCHEMA::TYPE type)
+{
+    if (type == KV_FIELD_SCHEMA::INTEGER)
+        return QString::number(value.toLongLong());
+    return type == KV_FIELD_SCHEMA::BOOLEAN ? QString(value == QLatin1String("true") ? '1' : '0') : value;
+}
+
+int connect_table(sqlite3* handle, void* database, int, const char* const* words, sqlite3_vtab** table,
+                  char** error)
+{
+    const QString name = QString::fromUtf8(words[0]);
+    auto& all = *static_cast<KV_DATABASE*>(database);
+    QStringList columns;
+    for (const KV_FIELD_SCHEMA& field : all.schema().table(name)->fields)
+        columns.append('"' + field.name + "\" " + kv_type_name(field.type));
+    const QString declaration = QStringLiteral("CREATE TABLE x (%1)").arg(columns.join(','));
+    const int code = sqlite3_declare_vtab(handle, declaration.toUtf8().constData());
+    if (code == SQLITE_OK)
+        *table = new TABLE{{}, all, name, nullptr, {}};
+    else
+        *error = sqlite_text(QStringLiteral("table \"%1\" can't be queried: %2")
+                                 .arg(name, QString::fromUtf8(sqlite3_errmsg(handle))));
+    return code;
+}
+
+int disconnect_table(sqlite3_vtab* table)
+{
+    delete static_cast<TABLE*>(table);
+    return SQLITE_OK;
+}
+
+// The value that records are best asked for by, or -1: the key, or any other but a
+// real. Letter case must count.
+int best_constraint(const TABLE& table, sqlite3_index_info* info)
+{
+    int best = -1;
+    for (int i = 0; i < info->nConstraint; ++i) {
+        const auto& [column, op, is_usable, unused] = info->aConstraint[i];
+        if (op == SQLITE_INDEX_CONSTRAINT_EQ && is_usable && column >= 0 &&
+            table.field(column).type != KV_FIELD_SCHEMA::REAL &&
+            !qstrcmp(sqlite3_vtab_collation(info, i), "BINARY") && (best < 0 || table.field(column).key))
+            best = i;
+    }
+    return best;
+}
+
+// Called when a statement that uses the table is prepared: so it is loaded here.
+int plan(sqlite3_vtab* vtab, sqlite3_index_info* info)
+{
+    TABLE& table = *static_cast<TABLE*>(vtab);
+    QString error;
+    table.loaded = table.database.load(table.name, error);
+    if (!table.loaded) {
+        table.zErrMsg = sqlite_text(error);
+        return SQLITE_ERROR;
+    }
+    info->estimatedRows = table.loaded->data.records.size();
+    const int best = best_constraint(table, info);
+    if (best >= 0) {
+        const int column = info->aConstraint[best].iColumn;
+        info->aConstraintUsage[best].argvIndex = 1; // SQLite compares once more
+        info->idxNum = column + 1;
+        info->estimatedRows = table.field(column).key ? 1 : info->estimatedRows / 10 + 1;
+    }
+    info->estimatedCost = double(info->estimatedRows);
+    return SQLITE_OK;
+}
+
+int open_cursor(sqlite3_vtab*, sqlite3_vtab_cursor** cursor)
+{
+    *cursor = new CURSOR{};
+    return SQLITE_OK;
+}
+
+int close_cursor(sqlite3_vtab_cursor* cursor)
+{
+    delete static_cast<CURSOR*>(cursor);
+    return SQLITE_OK;
+}
+
+// Empty the first time after a change: looking at all records once costs less than
+// sorting them.
+const QVector<quint64>& index_of(TABLE& table, int column)
+{
+    INDEX& index = table.indexes[column];
+    if (index.revision != table.loaded->revision) {
+        index.revision = table.loaded->revision;
+        index.entries.clear();
+        return index.entries;
+    }
+    const QVector<KV_RECORD_DATA>& records = table.loaded->data.records;
+    if (index.entries.isEmpty()) {
+        for (int row = 0; row < records.size(); ++row) {
+            const QString& value = records.at(row).fields.at(column).value;
+            index.entries.append(hash_of(plain(value, table.field(column).type)) | quint64(row));
+        }
+        std::sort(index.entries.begin(), index.entries.end());
+    }
+    return index.entries;
+}
+
+// Leaves only rows that may have the value in the column. One of another type is
+// compared in ways of its own, with any row.
+void narrow(CURSOR& cursor, int column, sqlite3_value* value)
+{
+    const KV_FIELD_SCHEMA& field = cursor.table().field(column);
+    const bool is_text = field.type == KV_FIELD_SCHEMA::TEXT;
+    if (sqlite3_value_type(value) != (is_text ? SQLITE_TEXT : SQLITE_INTEGER))
+        return;
+    const QString text = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(value)));
+    if (field.key && is_text) {
+        const int row = cursor.table().loaded->data.rows_by_key.value(text, -1);
+        cursor.place = qMax(row, 0);
+        cursor.end = row + 1;
+        return;
+    }
+    cursor.entries = index_of(cursor.table(), column);
+    if (cursor.entries.isEmpty())
+        return;
+    const auto begin = cursor.entries.cbegin(), end = cursor.entries.cend();
+    cursor.place = int(std::lower_bound(begin, end, hash_of(text)) - begin);
+    cursor.end = int(std::upper_bound(begin, end, hash_of(text) | ROWS) - begin);
+}
+
+int filter(sqlite3_vtab_cursor* base, int column_and_1, const char*, int, sqlite3_value** values)
+{
+    CURSOR& cursor = *static_cast<CURSOR*>(base);
+    cursor.entries.clear();
+    cursor.place = 0;
+    cursor.end = cursor.table().loaded->data.records.size();
+    if (column_and_1 > 0)
+        narrow(cursor, column_and_1 - 1, values[0]);
+    return SQLITE_OK;
+}
+
+int next(sqlite3_vtab_cursor* cursor)
+{
+    ++static_cast<CURSOR*>(cursor)->place;
+    return SQLITE_OK;
+}
+
+int is_at_end(sqlite3_vtab_cursor* cursor)
+{
+    return static_cast<CURSOR*>(cursor)->place >= static_cast<CURSOR*>(cursor)->end;
+}
+
+int column(sqlite3_vtab_cursor* base, sqlite3_context* result, int place)
+{
+    const CURSOR& cursor = *static_cast<CURSOR*>(base);
+    const KV_FIELD_DATA& data = cursor.table().loaded->data.records.at(cursor.row()).fields.at(place);
+    const KV_FIELD_SCHEMA::TYPE type = cursor.table().field(place).type;
+    if (data.value.isEmpty())
+        sqlite3_result_null(result);
+    else if (type == KV_FIELD_SCHEMA::TEXT)
+        sqlite3_result_text16(result, data.value.utf16(), data.value.size() * 2, SQLITE_STATIC);
+    else if (type == KV_FIELD_SCHEMA::REAL)
+        sqlite3_result_double(result, data.to_real());
+    else
+        sqlite3_result_int64(result,
+                             type == KV_FIELD_SCHEMA::BOOLEAN ? data.to_boolean() : data.to_integer());
+    return SQLITE_OK;
+}
+
+int row_number(sqlite3_vtab_cursor* cursor, sqlite3_int64* number)
+{
+    *number = static_cast<CURSOR*>(cursor)->row() + 1;
+    return SQLITE_OK;
+}
+
+sqlite3_module module_of_tables()
+{
+    sqlite3_module module = {};
+    module.xConnect = connect_table; // without xCreate a table is there under the name of its module
+    module.xDisconnect = disconnect_table;
+    module.xBestIndex = plan;
+    module.xOpen = open_cursor;
+    module.xClose = close_cursor;
+    module.xFilter = filter;
+    module.xNext = next;
+    module.xEof = is_at_end;
+    module.xColumn = column;
+    module.xRowid = row_number;
+    return module;
+}
+
+// What a statement may do; `refusal` tells why not.
+int authorize(void* refusal, int action, const char* name, const char*, const char*, const char*)
+{
+    const QString text = QString::fromUtf8(name);
+    const bool is_own = text.startsWith(QLatin1String("sqlite_"), Qt::CaseInsensitive);
+    if (action == SQLITE_SELECT || action == SQLITE_FUNCTION || action == SQLITE_RECURSIVE ||
+        (action == SQLITE_READ && !is_own))
+        return SQLITE_OK;
+    *static_cast<QString*>(refusal) =
+        is_own ? QStringLiteral("it can't use \"%1\"").arg(text.left(KV_QUOTED_LENGTH))
+               : QStringLiteral("it can only read the tables of the database");
+    return SQLITE_DENY;
+}
+
+int bind(sqlite3_stmt* statement, int place, const QVariant& value)
+{
+    const QByteArray text = value.toString().toUtf8();
+    switch (value.isNull() ? QMetaType::UnknownType : value.userType()) {
+    case QMetaType::UnknownType:
+        return sqlite3_bind_null(statement, place);
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        return sqlite3_bind_int64(statement, place, value.toLongLong());
+    case QMetaType::Float:
+    case QMetaType::Double:
+        return sqlite3_bind_double(statement, place, value.toDouble());
+    default:
+        return sqlite3_bind_text(statement, place, text.constData(), text.size(), SQLITE_TRANSIENT);
+    }
+}
+
+// Its type is what a table declares, else that of the value at hand.
+KV_FIELD_SCHEMA column_of(sqlite3_stmt* statement, int place)
+{
+    KV_FIELD_SCHEMA column;
+    column.name = QString::fromUtf8(sqlite3_column_name(statement, place));
+    if (sqlite3_column_type(statement, place) == SQLITE_INTEGER)
+        column.type = KV_FIELD_SCHEMA::INTEGER;
+    if (sqlite3_column_type(statement, place) == SQLITE_FLOAT)
+        column.type = KV_FIELD_SCHEMA::REAL;
+    for (const KV_FIELD_SCHEMA::TYPE type : KV_TYPES)
+        if (kv_type_name(type) == QLatin1String(sqlite3_column_decltype(statement, place)))
+            column.type = type;
+    return column;
+}
+
+QString value_of(sqlite3_stmt* statement, int place, KV_FIELD_SCHEMA::TYPE type)
+{
+    if (sqlite3_column_type(statement, place) == SQLITE_FLOAT)
+        return QString::number(sqlite3_column_double(statement, place), 'g', QLocale::FloatingPointShortest);
+    const QString text =
+        QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(statement, place)),
+                          sqlite3_column_bytes(statement, place));
+    if (type != KV_FIELD_SCHEMA::BOOLEAN || text.isEmpty())
+        return text;
+    return text == QLatin1String("0") ? QStringLiteral("false") : QStringLiteral("true");
+}
+
+} // namespace
+
+struct KV_SQL::CONNECTION
+{
+    ~CONNECTION() { sqlite3_close(handle); }
+
+    QString open();
+    bool is_to_end();
+    QString cause() const { return refusal.isEmpty() ? QString::fromUtf8(sqlite3_errmsg(handle)) : refusal; }
+    STATEMENT prepare(const QString& sql, QString& error);
+    QString bind_all(sqlite3_stmt* statement, const QVariantList& values) const;
+    QString step_all(sqlite3_stmt* statement, KV_QUERY_RESULTS& results) const;
+
+    const KV_SQL& owner;
+    const QVector<QSharedPointer<const KV_TABLE_SCHEMA>> tables; // that it knows
+    sqlite3* handle = nullptr;
+    QString refusal = {}; // why the statement at hand may not be run, or not go on
+    QDeadlineTimer deadline = {};
+};
+
+QString KV_SQL::CONNECTION::open()
+{
+    static const sqlite3_module s_module = module_of_tables();
+    const auto ask = [](void* connection) { return int(static_cast<CONNECTION*>(connection)->is_to_end()); };
+    if (sqlite3_open_v2(":memory:", &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) !=
+            SQLITE_OK ||
+        sqlite3_exec(handle, "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr) != SQLITE_OK)
+        return cause();
+    for (const auto& table : tables)
+        if (sqlite3_create_module(handle, table->name.toUtf8(), &s_module, &owner.m_database) != SQLITE_OK)
+            return cause();
+    sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(handle, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+    sqlite3_limit(handle, SQLITE_LIMIT_ATTACHED, 0);
+    sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, MAX_BYTES);
+    sqlite3_limit(handle, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, MAX_PATTERN);
+    sqlite3_set_authorizer(handle, authorize, &refusal);
+    sqlite3_progress_handler(handle, STEPS, ask, this);
+    return QString();
+}
+
+bool KV_SQL::CONNECTION::is_to_end()
+{
+    if (owner.is_stopped && owner.is_stopped())
+        refusal = QStringLiteral("it was ended on the way, as the build is to stop");
+    else if (deadline.hasExpired())
+        refusal = QStringLiteral("it takes longer than %1 second(s)").arg(owner.max_msecs / 1000);
+    else if (sqlite3_memory_used() > MAX_MEMORY)
+        refusal = QStringLiteral("it needs more than %1 bytes of memory").arg(MAX_MEMORY);
+    return !refusal.isEmpty();
+}
+
+STATEMENT KV_SQL::CONNECTION::prepare(const QString& sql, QString& error)
+{
+    sqlite3_stmt *statement = nullptr, *more = nullptr;
+    const char* rest = nullptr;
+    const QByteArray text = sql.toUtf8();
+    refusal.clear();
+    deadline = QDeadlineTimer(owner.max_msecs);
+    if (sqlite3_prepare_v2(handle, text, -1, &statement, &rest) != SQLITE_OK)
+        error = cause();
+    else if (!statement || !sqlite3_stmt_readonly(statement) || sqlite3_column_count(statement) == 0)
+        error = QStringLiteral("it must be a SELECT");
+    else if (sql.contains(QChar::Null) || sqlite3_prepare_v2(handle, rest, -1, &more, nullptr) != SQLITE_OK ||
+             more)
+        error = QStringLiteral("it must be one statement only");
+    sqlite3_finalize(more);
+    return STATEMENT(statement, sqlite3_finalize);
+}
+
+QString KV_SQL::CONNECTION::bind_all(sqlite3_stmt* statement, const QVariantList& values) const
+{
+    const int count = sqlite3_bind_parameter_count(statement);
+    if (count != values.size())
+        return QStringLiteral("it has %1 place(s) for values, not %2").arg(count).arg(values.size());
+    for (int i = 0; i < count; ++i)
+        if (bind(statement, i + 1, values.at(i)) != SQLITE_OK)
+            return cause();
+    return QString();
+}
+
+QString KV_SQL::CONNECTION::step_all(sqlite3_stmt* statement, KV_QUERY_RESULTS& results) const
+{
+    int code = sqlite3_step(statement);
+    for (int i = 0; i < sqlite3_column_count(statement); ++i)
+        results.columns.append(column_of(statement, i));
+    for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
+        const QString problem = kv_count_problem(results.records.size(), results.columns.size());
+        if (!problem.isEmpty())
+            return problem;
+        KV_RECORD_DATA record;
+        record.fields.reserve(results.columns.size());
+        for (int i = 0; i < results.columns.size(); ++i)
+            record.fields.append({value_of(statement, i, results.columns.at(i).type)});
+        results.records.append(record);
+    }
+    return code == SQLITE_DONE ? QString() : cause();
+}
+
+KV_SQL::KV_SQL(KV_DATABASE& database) : m_database(database) {}
+
+KV_SQL::~KV_SQL() = default;
+
+QString KV_SQL::run(const QString& sql, const QVariantList& values, KV_QUERY_RESULTS& results)
+{
+    QString error = kv_query_text_problem(sql);
+    // A connection serves one schema: in the next one tables have other columns.
+    if (error.isEmpty() &&
+        (!m_connection || !m_connection->tables.isSharedWith(m_database.schema().tables))) {
+        m_connection.reset(new CONNECTION{*this, m_database.schema().tables});
+        error = m_connection->open();
+    }
+    if (!error.isEmpty())
+        return error;
+    KV_QUERY_RESULTS found;
+    const STATEMENT statement = m_connection->prepare(sql, error);
+    if (error.isEmpty())
+        error = m_connection->bind_all(statement.get(), values);
+    if (error.isEmpty())
+        error = m_connection->step_all(statement.get(), found);
+    if (error.isEmpty())
+        results = found;
+    return error;
+}
