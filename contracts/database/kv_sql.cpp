@@ -28,6 +28,14 @@ struct INDEX
     QVector<quint64> entries;
 };
 
+// What the calls of SQLite get at.
+struct QUERIED
+{
+    KV_DATABASE& database;
+    QString refusal = {};      // why the statement at hand may not be run, or not go on
+    bool is_declaring = false; // a table, which SQLite enters into tables of its own
+};
+
 struct TABLE : sqlite3_vtab
 {
     KV_DATABASE& database;
@@ -67,18 +75,20 @@ QString plain(const QString& value, KV_FIELD_SCHEMA::TYPE type)
     return type == KV_FIELD_SCHEMA::BOOLEAN ? QString(value == QLatin1String("true") ? '1' : '0') : value;
 }
 
-int connect_table(sqlite3* handle, void* database, int, const char* const* words, sqlite3_vtab** table,
+int connect_table(sqlite3* handle, void* data, int, const char* const* words, sqlite3_vtab** table,
                   char** error)
 {
+    auto& queried = *static_cast<QUERIED*>(data);
     const QString name = QString::fromUtf8(words[0]);
-    auto& all = *static_cast<KV_DATABASE*>(database);
     QStringList columns;
-    for (const KV_FIELD_SCHEMA& field : all.schema().table(name)->fields)
+    for (const KV_FIELD_SCHEMA& field : queried.database.schema().table(name)->fields)
         columns.append('"' + field.name + "\" " + kv_type_name(field.type));
-    const QString declaration = QStringLiteral("CREATE TABLE x (%1)").arg(columns.join(','));
-    const int code = sqlite3_declare_vtab(handle, declaration.toUtf8().constData());
+    queried.is_declaring = true;
+    const int code =
+        sqlite3_declare_vtab(handle, QString("CREATE TABLE x (" + columns.join(',') + ')').toUtf8());
+    queried.is_declaring = false;
     if (code == SQLITE_OK)
-        *table = new TABLE{{}, all, name, nullptr, {}};
+        *table = new TABLE{{}, queried.database, name, nullptr, {}};
     else
         *error = sqlite_text(QStringLiteral("table \"%1\" can't be queried: %2")
                                  .arg(name, QString::fromUtf8(sqlite3_errmsg(handle))));
@@ -245,18 +255,19 @@ sqlite3_module module_of_tables()
     return module;
 }
 
-// What a statement may do; `refusal` tells why not.
-int authorize(void* refusal, int action, const char* name, const char*, const char*, const char*)
+// What a statement may do.
+int authorize(void* data, int action, const char* name, const char*, const char*, const char*)
 {
-    const QString text = QString::fromUtf8(name);
-    const bool is_own = text.startsWith(QLatin1String("sqlite_"), Qt::CaseInsensitive);
-    if (action == SQLITE_SELECT || action == SQLITE_FUNCTION || action == SQLITE_RECURSIVE ||
-        (action == SQLITE_READ && !is_own))
-        return SQLITE_OK;
-    *static_cast<QString*>(refusal) =
-        is_own ? QStringLiteral("it can't use \"%1\"").arg(text.left(KV_QUOTED_LENGTH))
-               : QStringLiteral("it can only read the tables of the database");
-    return SQLITE_DENY;
+    auto& queried = *static_cast<QUERIED*>(data);
+    const bool is_foreign = action == SQLITE_READ && !qstrnicmp(name, "sqlite_", 7);
+    if (is_foreign)
+        queried.refusal = QStringLiteral("it can't use \"%1\"").arg(QString::fromUtf8(name));
+    else if (action != SQLITE_SELECT && action != SQLITE_READ && action != SQLITE_FUNCTION &&
+             action != SQLITE_RECURSIVE)
+        queried.refusal = QStringLiteral("it can only read the tables of the database");
+    if (queried.is_declaring)
+        queried.refusal.clear();
+    return queried.refusal.isEmpty() ? SQLITE_OK : SQLITE_DENY;
 }
 
 int bind(sqlite3_stmt* statement, int place, const QVariant& value)
@@ -289,7 +300,7 @@ KV_FIELD_SCHEMA column_of(sqlite3_stmt* statement, int place)
     if (sqlite3_column_type(statement, place) == SQLITE_FLOAT)
         column.type = KV_FIELD_SCHEMA::REAL;
     for (const KV_FIELD_SCHEMA::TYPE type : KV_TYPES)
-        if (kv_type_name(type) == QLatin1String(sqlite3_column_decltype(statement, place)))
+        if (!qstricmp(kv_type_name(type).toLatin1(), sqlite3_column_decltype(statement, place)))
             column.type = type;
     return column;
 }
@@ -308,8 +319,9 @@ QString value_of(sqlite3_stmt* statement, int place, KV_FIELD_SCHEMA::TYPE type)
 
 } // namespace
 
-struct KV_SQL::CONNECTION
+struct KV_SQL::CONNECTION : QUERIED
 {
+    CONNECTION(const KV_SQL& sql) : QUERIED{sql.m_database}, owner(sql), tables(database.schema().tables) {}
     ~CONNECTION() { sqlite3_close(handle); }
 
     QString open();
@@ -322,8 +334,7 @@ struct KV_SQL::CONNECTION
     const KV_SQL& owner;
     const QVector<QSharedPointer<const KV_TABLE_SCHEMA>> tables; // that it knows
     sqlite3* handle = nullptr;
-    QString refusal = {}; // why the statement at hand may not be run, or not go on
-    QDeadlineTimer deadline = {};
+    QDeadlineTimer deadline;
 };
 
 QString KV_SQL::CONNECTION::open()
@@ -335,14 +346,15 @@ QString KV_SQL::CONNECTION::open()
         sqlite3_exec(handle, "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr) != SQLITE_OK)
         return cause();
     for (const auto& table : tables)
-        if (sqlite3_create_module(handle, table->name.toUtf8(), &s_module, &owner.m_database) != SQLITE_OK)
+        if (sqlite3_create_module(handle, table->name.toUtf8(), &s_module, static_cast<QUERIED*>(this)) !=
+            SQLITE_OK)
             return cause();
     sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(handle, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
     sqlite3_limit(handle, SQLITE_LIMIT_ATTACHED, 0);
     sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, MAX_BYTES);
     sqlite3_limit(handle, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, MAX_PATTERN);
-    sqlite3_set_authorizer(handle, authorize, &refusal);
+    sqlite3_set_authorizer(handle, authorize, static_cast<QUERIED*>(this));
     sqlite3_progress_handler(handle, STEPS, ask, this);
     return QString();
 }
@@ -390,6 +402,8 @@ QString KV_SQL::CONNECTION::bind_all(sqlite3_stmt* statement, const QVariantList
 QString KV_SQL::CONNECTION::step_all(sqlite3_stmt* statement, KV_QUERY_RESULTS& results) const
 {
     int code = sqlite3_step(statement);
+    if (code != SQLITE_ROW && code != SQLITE_DONE)
+        return cause();
     for (int i = 0; i < sqlite3_column_count(statement); ++i)
         results.columns.append(column_of(statement, i));
     for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
@@ -415,7 +429,7 @@ QString KV_SQL::run(const QString& sql, const QVariantList& values, KV_QUERY_RES
     // A connection serves one schema: in the next one tables have other columns.
     if (error.isEmpty() &&
         (!m_connection || !m_connection->tables.isSharedWith(m_database.schema().tables))) {
-        m_connection.reset(new CONNECTION{*this, m_database.schema().tables});
+        m_connection.reset(new CONNECTION(*this));
         error = m_connection->open();
     }
     if (!error.isEmpty())
