@@ -10,10 +10,15 @@
 #include "session/error_box.h"
 #include "session/gox_query_interface.h"
 
+// A query that multiplies large tables would hold an unattended run for ever.
+constexpr qint64 LONGEST_QUERY = 10 * 60 * 1000; // ms
+
 bool BUILD_SESSION::connect_database(const QString& workspace, QTextStream& log, bool no_progress_dialog)
 {
     const bool read_only = options->exists(QStringLiteral("build_server")) || no_progress_dialog;
     database = new GOX_QUERY_INTERFACE(nullptr, workspace, false, read_only);
+    // The flag of a build that has ended stays: only one that runs can be stopped.
+    database->bound_queries([this] { return abort_flag && isRunning(); }, read_only ? LONGEST_QUERY : -1);
     const QString error = database->connect_without_merge(database_path(), false);
     if (error.isEmpty()) {
         PROCESSOR_INTERFACE::s_database = database;

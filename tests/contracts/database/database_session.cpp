@@ -169,10 +169,8 @@ bool DATABASE_SESSION::set_fields(QString& error, const QString& table, const QS
         const QStringList types{"text", "integer", "real", "boolean"};
         if (!part.captured(3).isEmpty())
             field.type = KV_FIELD_SCHEMA::TYPE(types.indexOf(part.captured(3)));
-        if (!part.captured(5).isEmpty()) {
-            field.lookup_table = part.captured(5);
-            field.lookup_field = part.captured(6);
-        }
+        field.lookup_table = text.contains('>') ? part.captured(5) : field.lookup_table;
+        field.lookup_field = text.contains('>') ? part.captured(6) : field.lookup_field;
         schema.fields.append(field);
     }
     return old ? edit_table(error, table, schema) : add_table(error, schema);
@@ -181,20 +179,18 @@ bool DATABASE_SESSION::set_fields(QString& error, const QString& table, const QS
 bool DATABASE_SESSION::keep_tables(QString& error, const QStringList& names)
 {
     KV_DATABASE_SCHEMA schema = *get_database_schema(error);
-    const KV_DATABASE_SCHEMA before = schema;
-    schema.tables.clear();
+    const auto tables = std::exchange(schema.tables, {});
     for (const QString& name : names)
-        schema.tables.append(before.tables.value(before.table_index(name)));
+        schema.tables.append(tables.value(get_database_schema(error)->table_index(name)));
     return change_schema(error, schema);
 }
 
 QString DATABASE_SESSION::changes(QString& error)
 {
-    return "tables: " + get_changed_tables(error).join(' ') +
-           "\nfields: " + get_changed_schemas(error).join(' ') +
-           "\nfiles: " + get_changed_files(error).join(' ') +
-           "\nnew files: " + get_added_files(error).join(' ') +
-           "\nremoved: " + get_deleted_tables(error).join(' ');
+    const auto line = [](const char* name, const QStringList& names) { return name + names.join(' '); };
+    return line("tables: ", get_changed_tables(error)) + line("\nfields: ", get_changed_schemas(error)) +
+           line("\nfiles: ", get_changed_files(error)) + line("\nnew files: ", get_added_files(error)) +
+           line("\nremoved: ", get_deleted_tables(error));
 }
 
 QString DATABASE_SESSION::ask(QString& error, const QStringList& words, const QString& rest)
@@ -204,9 +200,7 @@ QString DATABASE_SESSION::ask(QString& error, const QStringList& words, const QS
     QVariantList values;
     for (const QString& value : rest.section(" <- ", 1).split('|', Qt::SkipEmptyParts)) {
         const QVariant number = value.contains('.') ? QVariant(value.toDouble()) : QVariant(value.toInt());
-        values.append(value == "null"                     ? QVariant()
-                      : value.contains(QRegExp("[a-z<]")) ? QVariant(value)
-                                                          : number);
+        values.append(value == "null" ? QVariant() : value.contains(QRegExp("[a-z<]")) ? value : number);
     }
     if (words[0] == "query")
         get_query_data(error, results, rest);
@@ -229,7 +223,6 @@ QString DATABASE_SESSION::answer(QString& e, const QStringList& words, const QSt
     const auto did = [&](bool is_done) { return is_done == e.isEmpty() ? "" : is_done ? "done" : "false"; };
     const auto tells = [&](bool is_so) { return is_so ? "true" : e.isEmpty() ? "false" : ""; };
     QSet<QString> set{a};
-    const auto reached = [&](bool is_done) { return is_done ? QStringList(set.values()) : QStringList(); };
     const QHash<QString, std::function<QString()>> calls{
         {"write", [&] { return write(a, with_signs(rest.section(' ', 1)).toUtf8()), ""; }},
         {"touch", [&] { return FILES::set_time(path(a), FILES::hour(b.toInt())), ""; }},
@@ -282,9 +275,9 @@ QString DATABASE_SESSION::answer(QString& e, const QStringList& words, const QSt
         {"fields", [&] { return did(set_fields(e, a, b)); }},
         {"tables", [&] { return did(keep_tables(e, words.mid(1))); }},
         {"remove_table", [&] { return did(remove_table(e, a)); }},
-        {"set_field_description", [&] { return did(set_field_description(e, a, b, c)); }},
-        {"remove_record_within_transaction", [&] { return did(remove_record_within_transaction(e, a, b)); }},
-        {"key_exists_within_transaction", [&] { return tells(key_exists_within_transaction(e, a, b)); }},
+        {"describe", [&] { return did(set_field_description(e, a, b, c)); }},
+        {"remove_within", [&] { return did(remove_record_within_transaction(e, a, b)); }},
+        {"key_exists", [&] { return tells(key_exists_within_transaction(e, a, b)); }},
         {"begin_transaction", [&] { return did(begin_transaction(e, a == "true")); }},
         {"end_transaction", [&] { return did(end_transaction(e)); }},
         {"terminate_transaction", [&] { return did(terminate_transaction(e)); }},
@@ -294,23 +287,22 @@ QString DATABASE_SESSION::answer(QString& e, const QStringList& words, const QSt
         {"revert_changes", [&] { return did(revert_changes(e)); }},
         {"revert_single_table", [&] { return did(revert_single_table(e, a)); }},
         {"clear_table_data", [&] { return did(clear_table_data(e, a)); }},
-        {"create_db_copy_for_diff", [&] { return e = create_db_copy_for_diff(path(a)), ""; }},
-        {"can_add_table_records", [&] { return tells(can_add_table_records(e, a)); }},
-        {"can_edit_table_records", [&] { return tells(can_edit_table_records(e, a)); }},
-        {"can_remove_table_records", [&] { return tells(can_remove_table_records(e, a)); }},
+        {"copy_db", [&] { return e = create_db_copy_for_diff(path(a)), ""; }},
+        {"can_add", [&] { return tells(can_add_table_records(e, a)); }},
+        {"can_edit", [&] { return tells(can_edit_table_records(e, a)); }},
+        {"can_remove", [&] { return tells(can_remove_table_records(e, a)); }},
         {"table_restricted", [&] { return tells(table_restricted(e, a)); }},
-        {"add_dependent_tables_to_set", [&] { return sorted(reached(add_dependent_tables_to_set(e, set))); }},
-        {"add_dependency_tables_to_set",
-         [&] { return sorted(reached(add_dependency_tables_to_set(e, set))); }},
-        {"collect_dependant_tables", [&] { return collect_dependant_tables(e, a).join(' '); }},
-        {"collect_dependency_tables", [&] { return collect_dependency_tables(e, a).join(' '); }},
+        {"add_dependents", [&] { return add_dependent_tables_to_set(e, set), sorted(set.values()); }},
+        {"add_dependencies", [&] { return add_dependency_tables_to_set(e, set), sorted(set.values()); }},
+        {"collect_dependants", [&] { return collect_dependant_tables(e, a).join(' '); }},
+        {"collect_dependencies", [&] { return collect_dependency_tables(e, a).join(' '); }},
         {"relationship_data", [&] { return list_of(relationship_data(e, a)); }},
         {"any_dependents", [&] { return tells(any_dependents_using_existing_value(e, a, b, c)); }},
         {"dependents", [&] { return list_of(dependents_of_field_using_value(e, a, b, c)); }},
-        {"dependency_value_exists", [&] { return tells(dependency_value_exists(e, a, b, c)); }},
-        {"get_field_lookup_value", [&] { return get_field_lookup_value(e, a, b, c, d); }},
-        {"get_field_lookup_values", [&] { return get_field_lookup_values(e, a, b).join(' '); }},
-        {"get_main_dependency_field_data",
+        {"value_exists", [&] { return tells(dependency_value_exists(e, a, b, c)); }},
+        {"lookup_value", [&] { return get_field_lookup_value(e, a, b, c, d); }},
+        {"lookup_values", [&] { return get_field_lookup_values(e, a, b).join(' '); }},
+        {"main_dependency",
          [&] {
              return get_main_dependency_field_data(e, a, b).table + '.' +
                     get_main_dependency_field_data(e, a, b).field.name;

@@ -105,7 +105,7 @@ private slots:
         bool in_transaction = false;
         db.write("schema.xml", SCHEMA);
         db.run("connect");
-        for (int step = 0; step < 1500; ++step) {
+        for (int step = 0; step < 800; ++step) {
             const int kind = random.bounded(40);
             QStringList commands;
             for (int i = kind == 39 ? random.bounded(6) : 1; i > 0; --i)
