@@ -180,8 +180,6 @@ QString KV_DATABASE::apply_table(const QSharedPointer<const KV_TABLE_SCHEMA>& ta
         QString error;
         KV_TABLE_CHANGE* const change = change_of(name, error);
         return change ? change->reshape(table) : error;
-    } else if (m_transaction->tables.contains(name)) {
-        m_transaction->tables[name].set_schema(table);
     }
     return QString();
 }

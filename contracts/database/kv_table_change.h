@@ -37,9 +37,6 @@ public:
     /// nothing, empty on success.
     QString reshape(const QSharedPointer<const KV_TABLE_SCHEMA>& schema);
 
-    /// Fields that differ in nothing that a record would show.
-    void set_schema(const QSharedPointer<const KV_TABLE_SCHEMA>& schema) { m_base.schema = schema; }
-
     /// The table with all changes. Nothing is copied when nobody else shares the
     /// records.
     KV_TABLE_DATA take() &&;
