@@ -52,7 +52,7 @@ public:
     void validate_cache(const LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files);
 
     /// To be called for each file that comes into being after `validate_cache`.
-    /// Nothing depends on it as yet: `get` answers for any path, announced or not.
+    /// `get` answers for any path, announced or not, so this keeps nothing.
     void add_new_file_to_cache(const LOGICAL_PATH& file);
 
     /// What the rules of kind `name` (in any case) say about the file `path`.

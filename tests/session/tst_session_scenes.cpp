@@ -159,8 +159,6 @@ QStringList state(STEP_SCENE& scene)
     for (const QString& line : QString::fromUtf8(scene.tree.read("tool/trace.txt")).split('\n'))
         if (line.contains(" delete "))
             lines.append("deleted " + line.section(' ', -1));
-    for (const QString& folder : session.rule_cache.folders_without_files())
-        lines.append("rules without files: " + folder);
     return lines;
 }
 

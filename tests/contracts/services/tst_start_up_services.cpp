@@ -65,8 +65,10 @@ private slots:
         QCOMPARE(splash.progress(), QString("Loading asset graph... 0%"));
         // Of one name the last file counts.
         QCOMPARE(scene.session->asset_graph->assets(), QStringList({"gone", "working"}));
+        const LOGICAL_PATH kept("<raw>/a.agf");
+        FILE_ENTRY* const file = scene.session->file_map.value(kept);
         scene.session->file_map = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>();
-        scene.session->file_map.insert(LOGICAL_PATH("<raw>/a.agf"), nullptr);
+        scene.session->file_map.insert(kept, file);
         scene.session->clean_asset_graph(splash);
         QCOMPARE(splash.progress(), QString("Cleaning asset graph... 0%"));
         QCOMPARE(scene.session->asset_graph->get_all_agf_filenames(), QStringList("a.agf"));
