@@ -49,7 +49,6 @@ QString KV_DATABASE::connect(const QString& path, bool load_all, bool may_write)
     QString error = check_folder(path);
     if (error.isEmpty())
         error = kv_unfinished_save_problem(path);
-    // What hinders it does not hinder reading, and the next save tells it.
     if (error.isEmpty() && may_write)
         kv_finish_save(path);
     m_stamps.insert(schema_file(), KV_FILE_STAMP::of(schema_file()));
@@ -120,6 +119,7 @@ void KV_DATABASE::read(const QSharedPointer<const KV_TABLE_SCHEMA>& table, KV_LO
     m_stamps.insert(file, KV_FILE_STAMP::of(file));
     loaded.error =
         read_database_table(kv_file_to_read(file), m_skip_unknown_fields, loaded.data, loaded.has_left_out);
+    loaded.has_plain_keys = kv_are_plain_keys(loaded.data.rows_by_key);
 }
 
 QString KV_DATABASE::forget(const QString& table)

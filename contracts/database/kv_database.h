@@ -20,10 +20,11 @@ constexpr char KV_NO_TRANSACTION[] = "no transaction has begun";
 struct KV_LOADED_TABLE
 {
     KV_TABLE_DATA data = {};
-    QString error = {};        ///< empty when the table could be read
-    qint64 revision = 0;       ///< another one after each change; 0 while it is not read
-    bool has_left_out = false; ///< its file holds values that would be lost if it were written
-    bool is_edited = false;    ///< since it was read or written last
+    QString error = {};          ///< empty when the table could be read
+    qint64 revision = 0;         ///< another one after each change; 0 while it is not read
+    bool has_plain_keys = false; ///< kv_are_plain_keys: what a query asks for is what `rows_by_key` has
+    bool has_left_out = false;   ///< its file holds values that would be lost if it were written
+    bool is_edited = false;      ///< since it was read or written last
 
     /// Drops all but the fields: it is read when it is asked for.
     void forget() { *this = KV_LOADED_TABLE{{data.schema, {}, {}}}; }

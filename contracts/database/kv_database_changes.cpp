@@ -237,6 +237,7 @@ void KV_DATABASE::take_over()
         KV_LOADED_TABLE next;
         next.is_edited = true;
         next.revision = ++m_last_revision;
+        next.has_plain_keys = change->has_plain_keys(loaded->has_plain_keys);
         *loaded = KV_LOADED_TABLE(); // so that the change owns the records alone, and copies none
         next.data = std::move(*change).take();
         *loaded = next;

@@ -203,6 +203,12 @@ QString kv_type_problem(const KV_FIELD_SCHEMA& field, const QStringRef& value)
                      .arg(value.left(KV_QUOTED_LENGTH).toString(), field.name, kv_type_name(field.type));
 }
 
+bool kv_are_plain_keys(const QHash<QString, int>& rows_by_key)
+{
+    return std::all_of(rows_by_key.keyBegin(), rows_by_key.keyEnd(),
+                       [](const QString& key) { return QString::number(key.toLongLong()) == key; });
+}
+
 QString kv_count_problem(qint64 records, int fields)
 {
     if (records >= KV_MAX_RECORDS)

@@ -49,6 +49,9 @@ QString kv_value_problem(const KV_FIELD_SCHEMA& field, const QString& value);
 bool kv_value_has_type(const QStringRef& value, KV_FIELD_SCHEMA::TYPE type);
 QString kv_type_problem(const KV_FIELD_SCHEMA& field, const QStringRef& value);
 
+/// Whether all are integers in the one spelling that a number is written in.
+bool kv_are_plain_keys(const QHash<QString, int>& rows_by_key);
+
 /// One more record in a table of that many records and fields.
 QString kv_count_problem(qint64 records, int fields);
 

@@ -180,7 +180,7 @@ void narrow(CURSOR& cursor, int column, sqlite3_value* value)
     if (sqlite3_value_type(value) != (is_text ? SQLITE_TEXT : SQLITE_INTEGER))
         return;
     const QString text = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(value)));
-    if (field.key && is_text) {
+    if (field.key && (is_text || cursor.table().loaded->has_plain_keys)) {
         const int row = cursor.table().loaded->data.rows_by_key.value(text, -1);
         cursor.place = qMax(row, 0);
         cursor.end = row + 1;

@@ -13,8 +13,9 @@ class KV_DATABASE;
 /// Queries over the tables of a database, answered by SQLite. No record is
 /// copied: each table is a virtual one, which reads the records where they are.
 /// So a query sees every change, and only the tables that it names are loaded. A
-/// record is found by its key at once when that is a text; by another text, integer
-/// or boolean from the second search on, until the table changes. Any thread, one
+/// record is found by its key at once, unless an integer key is spelt in an odd way, as
+/// "007"; by another text, integer or boolean from the second search on, until the table
+/// changes. Any thread, one
 /// at a time; nothing may change while a query runs.
 class KV_SQL
 {

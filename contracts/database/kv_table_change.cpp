@@ -37,6 +37,12 @@ KV_TABLE_CHANGE KV_TABLE_CHANGE::made(const QSharedPointer<const KV_TABLE_SCHEMA
     return change;
 }
 
+bool KV_TABLE_CHANGE::has_plain_keys(bool before) const
+{
+    return (m_is_reshaped ? kv_are_plain_keys(m_base.rows_by_key) : before) &&
+           kv_are_plain_keys(m_rows_by_key);
+}
+
 int KV_TABLE_CHANGE::row_of(const QString& key) const
 {
     const auto changed = m_rows_by_key.constFind(key);

@@ -21,6 +21,9 @@ public:
 
     bool is_changed() const { return m_is_reshaped || !m_changed.isEmpty(); }
 
+    /// kv_are_plain_keys, for a table that had them before or not.
+    bool has_plain_keys(bool before) const;
+
     int row_of(const QString& key) const;        ///< -1 when no record has this key
     KV_RECORD_DATA record(int row) const;        ///< without fields where there is none
     QString no_record(const QString& key) const; ///< the error that says so
