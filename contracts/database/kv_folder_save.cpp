@@ -39,6 +39,15 @@ QString hindrance_of(const KV_FILE_TO_WRITE& file)
     return stamp == file.stamp || is_gone ? why_not_replaceable(behind_links(file.path)) : QString(CHANGED);
 }
 
+// Nobody loses by it, so it is no error; but somebody has to see to it.
+void warn_of_waiting(const QString& folder, const QString& hindrance)
+{
+    if (!hindrance.isEmpty())
+        qWarning("%s\nThe new files are saved in %s, and the database is read from there. Once nothing "
+                 "hinders them, the next save or the next start that may write puts them in their places.",
+                 qUtf8Printable(hindrance), qUtf8Printable(folder + WAITING));
+}
+
 // One save of a folder, of which there is one at a time.
 class FOLDER_SAVE
 {
@@ -89,10 +98,7 @@ public:
         QFile part(m_folder + PART);
         if (!part.rename(m_folder + WAITING))
             return cannot_write(m_folder + WAITING, part.errorString());
-        const QString error = put_in_place();
-        if (!error.isEmpty())
-            qWarning("%s\nThe files are saved in %s and take their places with the next save.",
-                     qUtf8Printable(error), qUtf8Printable(m_folder + WAITING));
+        warn_of_waiting(m_folder, put_in_place());
         return QString();
     }
 
@@ -200,12 +206,12 @@ QString kv_unfinished_save_problem(const QString& folder)
     return QString();
 }
 
-QString kv_finish_save(const QString& folder)
+void kv_finish_save(const QString& folder)
 {
-    for (const char* const part : {WAITING, PART})
-        if (QFileInfo::exists(folder + part))
-            return FOLDER_SAVE(folder, nullptr).begin();
-    return QString();
+    if (QFileInfo::exists(folder + WAITING))
+        warn_of_waiting(folder, FOLDER_SAVE(folder, nullptr).begin());
+    else if (QFileInfo::exists(folder + PART))
+        FOLDER_SAVE(folder, nullptr).begin();
 }
 
 QString kv_save_files(const QString& folder, const QVector<KV_FILE_TO_WRITE>& files,

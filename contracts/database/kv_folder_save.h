@@ -46,8 +46,9 @@ QString kv_file_to_read(const QString& path);
 /// a file since. Writes nothing.
 QString kv_unfinished_save_problem(const QString& folder);
 
-/// Goes on with a save that was cut off, if there is one, and clears up.
-QString kv_finish_save(const QString& folder);
+/// Goes on with a save that was cut off, if there is one, and clears up. What hinders
+/// it does not hinder reading: it is a warning.
+void kv_finish_save(const QString& folder);
 
 /// Replaces and removes `files`, which lie in `folder`: all of them, or none after
 /// an error. It reads "file: cause", and when there are several files a second

@@ -127,7 +127,7 @@ private slots:
             db.step.clear(); // the next save comes to this step too
             QVERIFY(QFile::remove(db.path(file)) && QDir().mkpath(db.path(file + "/x")));
         };
-        allow_warning("it is a folder\nThe files are saved in ");
+        allow_warning("it is a folder\nThe new files are saved in ");
         const QString answer = db.run({"save_schema", "save_table packs"});
         QVERIFY2(file == "packs.xml" ? answer.isEmpty() : answer.startsWith("error: " + file),
                  qPrintable(answer));
