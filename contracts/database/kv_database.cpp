@@ -3,10 +3,9 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
-#include "contracts/database/kv_schema_reader.h"
+#include "contracts/database/kv_files.h"
 #include "contracts/database/kv_schema_rules.h"
 #include "contracts/database/kv_schemas.h"
-#include "contracts/database/kv_table_reader.h"
 #include "contracts/database/progress_callback.h"
 
 namespace {

@@ -38,11 +38,10 @@ struct KV_TRANSACTION
     QHash<QString, KV_TABLE_CHANGE> tables = {}; ///< by name: those that a change was tried on
 };
 
-/// The database behind KV_XML_QUERY_INTERFACE: the folder, what was read of it,
-/// what was changed and not yet written, and the transaction that is open. A
-/// change by itself is a transaction that ends at once. Errors are texts that are
-/// empty on success; an operation that gives one has changed nothing unless it
-/// says otherwise. One thread at a time.
+/// The database behind KV_XML_QUERY_INTERFACE, whose comments tell what each operation
+/// promises: the folder, what was read of it, what was changed and not yet written, and
+/// the transaction that is open. A change by itself is a transaction that ends at once.
+/// Errors are texts that are empty on success. One thread at a time.
 class KV_DATABASE
 {
 public:
@@ -51,7 +50,6 @@ public:
     {
     }
 
-    /// A save that was cut off is gone on with, if this one `may_write`.
     QString connect(const QString& path, bool load_all, bool may_write);
     void disconnect();
     bool is_connected() const { return m_is_connected; }
@@ -71,19 +69,17 @@ public:
     /// can, or when it is not read.
     QString change_problem(const QString& table) const;
 
-    /// Drops what was read of a table, which is read again when it is asked for.
     QString forget(const QString& table);
 
     bool in_transaction() const { return m_transaction.has_value(); }
     QString begin_transaction(bool saves);
-
-    /// Makes the changes real. After an error the transaction is still open.
     QString end_transaction();
     QString terminate_transaction();
 
     /// Changes records: within the open transaction, or by itself. All commands or
     /// none; with `is_counted`, the error tells which one it is about.
     QString change_records(const QVector<KV_EDIT_COMMAND>& commands, bool is_counted);
+    QString change_record(const KV_EDIT_COMMAND& command) { return change_records({command}, false); }
 
     /// The schema as the open transaction has it, and a new one in its place.
     const KV_DATABASE_SCHEMA& current_schema() const
@@ -91,6 +87,9 @@ public:
         return m_transaction ? m_transaction->schema : m_schema;
     }
     QString change_schema(const KV_DATABASE_SCHEMA& schema);
+
+    /// The same with `next`, one table or none, in the place of `table`.
+    QString replace_table(const QString& table, const QVector<QSharedPointer<const KV_TABLE_SCHEMA>>& next);
 
     /// The table as the open transaction has it; null with an error.
     std::optional<KV_TABLE_CHANGE> current_table(const QString& table, QString& error);
@@ -103,21 +102,9 @@ public:
     QStringList removed_tables() const; ///< whose files still have to go
     QStringList files_to_save() const;
 
-    /// Writes those of `tables` that are edited, and the schema if `with_schema`
-    /// or if the fields of one of them are changed; all tables with changed
-    /// fields go with the schema, and so do the files of removed tables. All
-    /// or none.
     QString save(const QStringList& tables, bool with_schema);
-
-    /// Writes the schema to a file that is none of the database's own.
     QString save_schema_to(const QString& path) const;
-
-    /// Writes everything but what an open transaction has changed into a folder
-    /// that is empty or does not exist.
     QString copy_to(const QString& folder);
-
-    /// Back to what was read or written last: everything, or one table. Tables are
-    /// read again.
     QString revert();
     QString revert(const QString& table);
 

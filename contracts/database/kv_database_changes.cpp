@@ -1,7 +1,7 @@
 #include <QtCore/QFileInfo>
 
 #include "contracts/database/kv_database.h"
-#include "contracts/database/kv_schema_reader.h"
+#include "contracts/database/kv_files.h"
 #include "contracts/database/kv_schema_rules.h"
 #include "contracts/database/kv_schemas.h"
 
@@ -138,9 +138,21 @@ QString KV_DATABASE::apply(const QVector<KV_EDIT_COMMAND>& commands, bool is_cou
     return error;
 }
 
+QString KV_DATABASE::replace_table(const QString& table,
+                                   const QVector<QSharedPointer<const KV_TABLE_SCHEMA>>& next)
+{
+    KV_DATABASE_SCHEMA schema = current_schema();
+    const int index = schema.table_index(table);
+    if (index < 0)
+        return no_table(table);
+    schema.tables = schema.tables.mid(0, index) + next + schema.tables.mid(index + 1);
+    return change_schema(schema);
+}
+
 QString KV_DATABASE::change_schema(const KV_DATABASE_SCHEMA& schema)
 {
-    QString error = kv_schema_problem(schema);
+    int part = 0;
+    QString error = kv_schema_problem(schema, part);
     if (!error.isEmpty())
         return error;
     const std::optional<KV_TRANSACTION> before = m_transaction;

@@ -1,12 +1,11 @@
-#include "contracts/database/kv_file_writer.h"
+#include "contracts/database/kv_files.h"
 
+#include <QtCore/QBuffer>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSaveFile>
 #include <QtCore/QXmlStreamWriter>
 
-#include "contracts/database/kv_schema_reader.h"
 #include "contracts/database/kv_schema_rules.h"
-#include "contracts/database/kv_table_reader.h"
 #include "contracts/services/file_replacement.h"
 
 namespace {
@@ -100,9 +99,7 @@ private:
     bool m_is_good = true;
 };
 
-} // namespace
-
-void write_database_schema(QIODevice& device, const KV_DATABASE_SCHEMA& schema)
+void write_schema(QIODevice& device, const KV_DATABASE_SCHEMA& schema)
 {
     QXmlStreamWriter xml(&device);
     xml.setAutoFormatting(true);
@@ -128,7 +125,7 @@ void write_database_schema(QIODevice& device, const KV_DATABASE_SCHEMA& schema)
     xml.writeEndDocument();
 }
 
-void write_database_table(QIODevice& device, const KV_TABLE_DATA& table)
+void write_table(QIODevice& device, const KV_TABLE_DATA& table)
 {
     QXmlStreamWriter xml(&device);
     xml.writeStartDocument();
@@ -140,6 +137,16 @@ void write_database_table(QIODevice& device, const KV_TABLE_DATA& table)
     xml.writeCharacters(QStringLiteral("\n"));
     xml.writeEndElement();
     xml.writeEndDocument();
+}
+
+} // namespace
+
+QByteArray kv_schema_text(const KV_DATABASE_SCHEMA& schema)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    write_schema(buffer, schema);
+    return buffer.data();
 }
 
 void number_written_lines(KV_TABLE_DATA& table)
@@ -162,9 +169,9 @@ QString kv_write_file(const QString& path, const KV_FILE_CONTENT& content, const
         return file.errorString();
     PIECES pieces(file);
     if (content.schema)
-        write_database_schema(pieces, *content.schema);
+        write_schema(pieces, *content.schema);
     else
-        write_database_table(pieces, content.table);
+        write_table(pieces, content.table);
     if (!pieces.finish())
         return file.errorString();
     const qint64 max_bytes = content.schema ? KV_MAX_SCHEMA_BYTES : KV_MAX_TABLE_BYTES;

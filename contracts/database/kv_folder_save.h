@@ -4,7 +4,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-#include "contracts/database/kv_file_writer.h"
+#include "contracts/database/kv_files.h"
 
 class PROGRESS_CALLBACK;
 

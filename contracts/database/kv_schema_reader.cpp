@@ -1,7 +1,6 @@
-#include "contracts/database/kv_schema_reader.h"
+#include "contracts/database/kv_files.h"
 
-#include <QtCore/QHash>
-#include <QtCore/QSet>
+#include <QtCore/QStringList>
 
 #include "contracts/database/kv_schema_rules.h"
 #include "contracts/services/xml_file_reader.h"
@@ -30,20 +29,18 @@ public:
             m_xml.allow_attributes({"version"}))
             while (m_xml.next_child())
                 read_child();
-        if (m_xml.finish() && check_lookups()) {
-            m_schema.version = KV_FORMAT_VERSION;
-            schema = m_schema;
-        }
-        return m_xml.failed() ? m_xml.error() : m_lookup_error;
+        if (!m_xml.finish())
+            return m_xml.error();
+        int part = 0;
+        const QString problem = kv_schema_problem(m_schema, part);
+        if (!problem.isEmpty())
+            return (m_table_places + m_query_places).at(part) + ": " + problem;
+        m_schema.version = KV_FORMAT_VERSION;
+        schema = m_schema;
+        return QString();
     }
 
 private:
-    struct PENDING_LOOKUP
-    {
-        QString table, field;
-        QString place;
-    };
-
     void read_child()
     {
         if (m_xml.name() == QLatin1String("table"))
@@ -61,13 +58,9 @@ private:
         const auto table = QSharedPointer<KV_TABLE_SCHEMA>::create();
         table->name = m_xml.attribute("name");
         table->description = m_xml.attribute("description");
-        if (!accept(kv_table_name_problem(m_table_names, table->name)))
-            return;
-        m_table_names.insert(table->name.toLower());
+        m_table_places.append(m_xml.place());
         while (m_xml.next_child())
             read_field(*table);
-        if (!m_xml.failed() && table->fields.isEmpty())
-            m_xml.fail(QStringLiteral("table \"%1\" has no field").arg(table->name));
         m_schema.tables.append(table);
     }
 
@@ -76,17 +69,9 @@ private:
         KV_QUERY_SCHEMA query;
         if (!read_definition(m_xml, query))
             return;
-        const QString problem = kv_query_problem(m_query_names, query);
-        if (!accept(problem.isEmpty() || query.name.isEmpty()
-                        ? problem
-                        : QStringLiteral("query \"%1\": %2").arg(query.name.left(KV_QUOTED_LENGTH), problem)))
-            return;
-        m_query_names.insert(query.name);
+        m_query_places.append(m_xml.place());
         m_schema.queries.append(query);
     }
-
-    // An empty text is no problem.
-    bool accept(const QString& problem) { return problem.isEmpty() || m_xml.fail(problem); }
 
     void read_field(KV_TABLE_SCHEMA& table)
     {
@@ -101,9 +86,10 @@ private:
         field.name = m_xml.attribute("name");
         field.default_value = m_xml.attribute("default");
         field.description = m_xml.attribute("description");
-        if (!accept(kv_field_problem(table, field)) || !read_lookup(field))
+        if (!read_lookup(field))
             return;
         table.fields.append(field);
+        m_table_places.append(m_xml.place());
         if (m_xml.next_child())
             m_xml.fail(QStringLiteral("<field> can't hold <%1>").arg(m_xml.name().toString()));
     }
@@ -139,37 +125,18 @@ private:
         if (!m_xml.has_attribute("lookup"))
             return true;
         const QString target = m_xml.attribute("lookup");
-        if (!accept(kv_lookup_form_problem(target)))
-            return false;
+        const QString problem = kv_lookup_form_problem(target);
+        if (!problem.isEmpty())
+            return m_xml.fail(problem);
         field.lookup_table = target.section('.', 0, 0);
         field.lookup_field = target.section('.', 1);
-        m_lookups.append({field.lookup_table, field.lookup_field, m_xml.place()});
-        return true;
-    }
-
-    // A lookup may name a table that follows later.
-    bool check_lookups()
-    {
-        QHash<QString, const KV_TABLE_SCHEMA*> tables;
-        for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : qAsConst(m_schema.tables))
-            tables.insert(table->name, table.data());
-        for (const PENDING_LOOKUP& lookup : qAsConst(m_lookups)) {
-            const KV_TABLE_SCHEMA* const table = tables.value(lookup.table);
-            if (table && table->field_index(lookup.field) >= 0)
-                continue;
-            m_lookup_error = QStringLiteral("%1: there is no field \"%2.%3\" to look up")
-                                 .arg(lookup.place, lookup.table, lookup.field);
-            return false;
-        }
         return true;
     }
 
     XML_FILE_READER m_xml;
     KV_DATABASE_SCHEMA m_schema;
-    QSet<QString> m_table_names; // in lower case
-    QSet<QString> m_query_names;
-    QVector<PENDING_LOOKUP> m_lookups;
-    QString m_lookup_error;
+    QStringList m_table_places; // of each table, in front of those of its fields
+    QStringList m_query_places;
 };
 
 } // namespace

@@ -36,23 +36,6 @@ QString first_of(std::initializer_list<QString> problems)
     return QString();
 }
 
-QString table_problem(const KV_DATABASE_SCHEMA& schema, const KV_TABLE_SCHEMA& table)
-{
-    if (table.fields.isEmpty())
-        return QStringLiteral("table \"%1\" has no field").arg(table.name);
-    KV_TABLE_SCHEMA before;
-    before.name = table.name;
-    for (const KV_FIELD_SCHEMA& field : table.fields) {
-        const QString problem =
-            first_of({kv_field_problem(before, field), kv_lookup_problem(schema, field),
-                      kv_text_problem(field.default_value), kv_text_problem(field.description)});
-        if (!problem.isEmpty())
-            return problem;
-        before.fields.append(field);
-    }
-    return kv_text_problem(table.description);
-}
-
 bool is_storable(const QString& text, int place)
 {
     const QChar c = text.at(place);
@@ -63,9 +46,7 @@ bool is_storable(const QString& text, int place)
     return c.unicode() >= 0x20 ? c.unicode() < 0xfffe : c == '\t' || c == '\n' || c == '\r';
 }
 
-} // namespace
-
-QString kv_table_name_problem(const QSet<QString>& before, const QString& name)
+QString table_name_problem(const QSet<QString>& before, const QString& name)
 {
     const QString problem = name_problem("table", name);
     if (!problem.isEmpty())
@@ -80,7 +61,7 @@ QString kv_table_name_problem(const QSet<QString>& before, const QString& name)
                                           : QString();
 }
 
-QString kv_field_problem(const KV_TABLE_SCHEMA& table, const KV_FIELD_SCHEMA& field)
+QString field_problem(const KV_TABLE_SCHEMA& table, const KV_FIELD_SCHEMA& field)
 {
     const QString problem = name_problem("field", field.name);
     if (!problem.isEmpty())
@@ -102,14 +83,82 @@ QString kv_field_problem(const KV_TABLE_SCHEMA& table, const KV_FIELD_SCHEMA& fi
     return QString();
 }
 
-QString kv_query_problem(const QSet<QString>& before, const KV_QUERY_SCHEMA& query)
+using TABLES = QHash<QString, const KV_TABLE_SCHEMA*>; // by name
+
+QString lookup_problem(const TABLES& tables, const KV_FIELD_SCHEMA& field)
+{
+    if (field.lookup_table.isEmpty() && field.lookup_field.isEmpty())
+        return QString();
+    const KV_TABLE_SCHEMA* const table = tables.value(field.lookup_table);
+    return table && table->field_index(field.lookup_field) >= 0
+               ? QString()
+               : QStringLiteral("there is no field \"%1.%2\" to look up")
+                     .arg(field.lookup_table, field.lookup_field);
+}
+
+QString fields_problem(const TABLES& tables, const KV_TABLE_SCHEMA& table, int& part)
+{
+    KV_TABLE_SCHEMA before;
+    before.name = table.name;
+    for (const KV_FIELD_SCHEMA& field : table.fields) {
+        ++part;
+        const QString problem =
+            first_of({field_problem(before, field), lookup_problem(tables, field),
+                      kv_text_problem(field.default_value), kv_text_problem(field.description)});
+        if (!problem.isEmpty())
+            return problem;
+        before.fields.append(field);
+    }
+    return table.fields.isEmpty() ? QStringLiteral("table \"%1\" has no field").arg(table.name) : QString();
+}
+
+QString tables_problem(const KV_DATABASE_SCHEMA& schema, int& part)
+{
+    QSet<QString> names; // in lower case
+    TABLES tables;
+    if (schema.tables.contains(nullptr))
+        return QStringLiteral("a table of the schema is null");
+    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables)
+        tables.insert(table->name, table.data());
+    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables) {
+        ++part;
+        QString problem =
+            first_of({table_name_problem(names, table->name), kv_text_problem(table->description)});
+        if (problem.isEmpty())
+            problem = fields_problem(tables, *table, part);
+        if (!problem.isEmpty())
+            return problem;
+        names.insert(table->name.toLower());
+    }
+    return QString();
+}
+
+QString query_problem(const QSet<QString>& before, const KV_QUERY_SCHEMA& query)
 {
     if (before.contains(query.name))
         return QStringLiteral("there are two queries called \"%1\"").arg(query.name);
     if (before.size() == KV_MAX_QUERIES)
         return QStringLiteral("more than %1 queries").arg(KV_MAX_QUERIES);
-    return first_of({name_problem("query", query.name), kv_query_text_problem(query.sql)});
+    return first_of({name_problem("query", query.name), kv_query_text_problem(query.sql),
+                     kv_text_problem(query.description), kv_text_problem(query.sql)});
 }
+
+QString queries_problem(const KV_DATABASE_SCHEMA& schema, int& part)
+{
+    QSet<QString> names;
+    for (const KV_QUERY_SCHEMA& query : schema.queries) {
+        ++part;
+        const QString problem = query_problem(names, query);
+        if (!problem.isEmpty())
+            return query.name.isEmpty()
+                       ? problem
+                       : QStringLiteral("query \"%1\": %2").arg(query.name.left(KV_QUOTED_LENGTH), problem);
+        names.insert(query.name);
+    }
+    return QString();
+}
+
+} // namespace
 
 QString kv_query_text_problem(const QString& sql)
 {
@@ -126,37 +175,11 @@ QString kv_lookup_form_problem(const QString& target)
                          .arg(target.left(KV_QUOTED_LENGTH));
 }
 
-QString kv_lookup_problem(const KV_DATABASE_SCHEMA& schema, const KV_FIELD_SCHEMA& field)
+QString kv_schema_problem(const KV_DATABASE_SCHEMA& schema, int& part)
 {
-    if (field.lookup_table.isEmpty() && field.lookup_field.isEmpty())
-        return QString();
-    const KV_TABLE_SCHEMA* const table = schema.table(field.lookup_table);
-    return table && table->field_index(field.lookup_field) >= 0
-               ? QString()
-               : QStringLiteral("there is no field \"%1.%2\" to look up")
-                     .arg(field.lookup_table, field.lookup_field);
-}
-
-QString kv_schema_problem(const KV_DATABASE_SCHEMA& schema)
-{
-    QSet<QString> tables, queries;
-    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables) {
-        if (!table)
-            return QStringLiteral("a table of the schema is null");
-        const QString problem =
-            first_of({kv_table_name_problem(tables, table->name), table_problem(schema, *table)});
-        if (!problem.isEmpty())
-            return problem;
-        tables.insert(table->name.toLower());
-    }
-    for (const KV_QUERY_SCHEMA& query : schema.queries) {
-        const QString problem = first_of({kv_query_problem(queries, query),
-                                          kv_text_problem(query.description), kv_text_problem(query.sql)});
-        if (!problem.isEmpty())
-            return problem;
-        queries.insert(query.name);
-    }
-    return QString();
+    part = -1;
+    const QString problem = tables_problem(schema, part);
+    return problem.isEmpty() ? queries_problem(schema, part) : problem;
 }
 
 QString kv_text_problem(const QString& text)

@@ -19,24 +19,15 @@ constexpr int KV_MAX_RECORDS = 10000000;     ///< in a table, and of the results
 constexpr int KV_MAX_VALUES = 200000000;     ///< in a table: records times fields
 constexpr int KV_QUOTED_LENGTH = 60;         ///< of a foreign text in an error
 
-/// `before` are the names of tables known so far, in lower case.
-QString kv_table_name_problem(const QSet<QString>& before, const QString& name);
-
-/// Name, key and default of a field that is to follow those of `table`.
-QString kv_field_problem(const KV_TABLE_SCHEMA& table, const KV_FIELD_SCHEMA& field);
+/// A schema as a whole. `part` becomes the number of the part that is wrong, from 0:
+/// the tables, each in front of its fields, then the queries.
+QString kv_schema_problem(const KV_DATABASE_SCHEMA& schema, int& part);
 
 /// The text of a query, as far as it can be judged without the tables.
 QString kv_query_text_problem(const QString& sql);
 
-/// `before` are the names of the queries known so far.
-QString kv_query_problem(const QSet<QString>& before, const KV_QUERY_SCHEMA& query);
-
-/// Whether the parts of a lookup can be names, and whether the schema has them.
+/// Whether the parts of a lookup, "table.field", can be names.
 QString kv_lookup_form_problem(const QString& target);
-QString kv_lookup_problem(const KV_DATABASE_SCHEMA& schema, const KV_FIELD_SCHEMA& field);
-
-/// All of the above for a schema that no file vouches for, and its texts.
-QString kv_schema_problem(const KV_DATABASE_SCHEMA& schema);
 
 /// A text that a table or schema file can't hold.
 QString kv_text_problem(const QString& text);

@@ -1,22 +1,12 @@
 #include "contracts/database/kv_schemas.h"
 
-#include <QtCore/QBuffer>
-
 #include <algorithm>
 
-#include "contracts/database/kv_file_writer.h"
+#include "contracts/database/kv_files.h"
 
 namespace {
 
 using TABLE = QSharedPointer<const KV_TABLE_SCHEMA>;
-
-QByteArray text_of(const KV_DATABASE_SCHEMA& schema)
-{
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    write_database_schema(buffer, schema);
-    return buffer.data();
-}
 
 QHash<QString, TABLE> by_name(const KV_DATABASE_SCHEMA& schema)
 {
@@ -93,7 +83,7 @@ bool kv_has_same_shape(const KV_TABLE_SCHEMA& a, const KV_TABLE_SCHEMA& b)
 bool kv_is_same_schema(const KV_DATABASE_SCHEMA& a, const KV_DATABASE_SCHEMA& b)
 {
     const bool is_shared = a.tables.isSharedWith(b.tables) && a.queries.isSharedWith(b.queries);
-    return a.version == b.version && (is_shared || text_of(a) == text_of(b));
+    return a.version == b.version && (is_shared || kv_schema_text(a) == kv_schema_text(b));
 }
 
 QStringList kv_reshaped_tables(const KV_DATABASE_SCHEMA& before, const KV_DATABASE_SCHEMA& after)

@@ -1,4 +1,4 @@
-#include "contracts/database/kv_table_reader.h"
+#include "contracts/database/kv_files.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>

@@ -6,8 +6,8 @@
 
 #include <atomic>
 
+#include "contracts/database/kv_files.h"
 #include "contracts/database/kv_query_state.h"
-#include "contracts/database/kv_schema_reader.h"
 #include "contracts/database/kv_schema_rules.h"
 
 namespace {
