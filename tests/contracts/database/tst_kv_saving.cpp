@@ -4,6 +4,7 @@
 
 #include "tests/contracts/database/database_session.h"
 #include "tests/support/full_disk.h"
+#include "tests/support/idle_action.h"
 #include "tests/support/rows.h"
 #include "tests/support/watched_test.h"
 
@@ -109,34 +110,34 @@ private slots:
         }
     }
 
-    // Something hinders a file that is saved from taking its place.
-    void waits_data()
-    {
-        const ROWS<QString> row;
-        for (const char* const file : {"log.xml", "packs.xml", "schema.xml"})
-            row(file, file);
-    }
+    // Something hinders a file that is saved from taking its place: the action that
+    // saves tells it, and so does whoever connects next.
     void waits()
     {
-        const QString file = QTest::currentDataTag();
-        DATABASE_SESSION db;
-        db.run("stock");
-        change_four_files(db);
-        db.step = "Saving " + db.path(file);
-        db.action = [&] {
-            db.step.clear(); // the next save comes to this step too
-            QVERIFY(QFile::remove(db.path(file)) && QDir().mkpath(db.path(file + "/x")));
-        };
-        allow_warning("it is a folder\nThe new files are saved in ");
-        const QString answer = db.run({"save_schema", "save_table packs"});
-        QVERIFY2(file == "packs.xml" ? answer.isEmpty() : answer.startsWith("error: " + file),
-                 qPrintable(answer));
-        QDir(db.path(file)).removeRecursively();
-        QVERIFY(content_on_disk(db.path()).contains("regions(code,scale,more)"));
-        QCOMPARE(unfinished(db), QStringList("unfinished_save"));
-        QCOMPARE(db.run({"add packs e|||", "save_table packs"}), QString());
-        QCOMPARE(content_on_disk(db.path()), content_of(db));
-        QCOMPARE(unfinished(db), QStringList());
+        for (const QString file : {"log.xml", "packs.xml", "schema.xml"}) {
+            DATABASE_SESSION db;
+            IDLE_ACTION action;
+            db.run("stock");
+            change_four_files(db);
+            const QFile::Permissions permissions = QFile::permissions(db.path(file));
+            db.step = "Saving " + db.path(file);
+            db.action = [&] { QFile::setPermissions(db.path(file), QFile::ReadOwner); };
+            const QString hindrance = file + ": can't be written: it is read-only";
+            action.redirect_messages();
+            QCOMPARE(db.run({"save_schema", "save_table packs"}),
+                     file == "packs.xml" ? QString() : "error: " + hindrance);
+            QCOMPARE(db.run("connect"), QString());
+            action.clear_redirections();
+            action.output.remove(db.path() + '/');
+            QCOMPARE(action.output.count(hindrance + "\nThe new files are saved in unfinished_save, and"), 2);
+            db.step.clear();
+            QFile::setPermissions(db.path(file), permissions);
+            QVERIFY(content_on_disk(db.path()).contains("regions(code,scale,more)"));
+            QCOMPARE(unfinished(db), QStringList("unfinished_save"));
+            QCOMPARE(db.run({"add packs e|||", "save_table packs"}), QString());
+            QCOMPARE(content_on_disk(db.path()), content_of(db));
+            QCOMPARE(unfinished(db), QStringList());
+        }
     }
 
 #ifdef Q_OS_UNIX
