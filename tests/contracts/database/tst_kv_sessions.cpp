@@ -1,5 +1,5 @@
+#include <QtCore/QRandomGenerator>
 #include <QtCore/QRegularExpression>
-#include <QtCore/QThread>
 #include <QtTest/QTest>
 
 #include "tests/contracts/database/database_session.h"
@@ -7,6 +7,86 @@
 #include "tests/support/watched_test.h"
 
 namespace {
+
+using TABLES = QMap<QString, QStringList>; // a record as "show" has it
+
+const char SCHEMA[] =
+    R"(<database><table name="a"><field name="id" key="true"/><field name="n" type="integer"/></table>
+<table name="b"><field name="id" key="true"/><field name="a" lookup="a.id"/><field name="b" lookup="b.id"/></table>
+<table name="c"><field name="n" lookup="a.n"/></table></database>)";
+
+QMap<QString, int> counts(const QStringList& records, int field)
+{
+    QMap<QString, int> result;
+    for (const QString& record : records)
+        ++result[record.section('|', field, field)];
+    result.remove(QString());
+    return result;
+}
+
+// A value that more records give now, or fewer have, and that leads nowhere.
+bool leads_nowhere(const TABLES& before, const TABLES& after, const QString& table, int field,
+                   const QString& target, int target_field)
+{
+    const auto given = counts(before[table], field), gives = counts(after[table], field);
+    const auto had = counts(before[target], target_field), has = counts(after[target], target_field);
+    for (const QString& value : gives.keys())
+        if (!has.contains(value) && (gives[value] > given[value] || had.contains(value)))
+            return true;
+    return false;
+}
+
+bool is_good(const TABLES& before, const TABLES& after)
+{
+    return !leads_nowhere(before, after, "b", 1, "a", 0) && !leads_nowhere(before, after, "b", 2, "b", 0) &&
+           !leads_nowhere(before, after, "c", 0, "a", 1);
+}
+
+// One command on tables that are as plain as can be.
+bool change(TABLES& tables, const QStringList& words)
+{
+    QStringList& records = tables[words[1]];
+    const bool is_add = words[0] == "add", has_key = words[1] != "c";
+    const auto row_of = [&](const QString& record) { // with the same key
+        const QRegularExpression same(record.section('|', 0, 0) + "\\|.*");
+        return has_key ? records.indexOf(same) : -1;
+    };
+    const int row = is_add ? -1 : row_of(words[2]), owner = row_of(words.last());
+    const bool has_bad_key = has_key && (words.last().startsWith('|') || (owner >= 0 && owner != row));
+    if ((!is_add && row < 0) || (words[0] != "remove" && has_bad_key))
+        return false;
+    if (is_add)
+        records.append(words.last());
+    else if (words[0] == "edit")
+        records[row] = words.last();
+    else
+        records.removeAt(row);
+    return true;
+}
+
+QString text_of(const TABLES& tables)
+{
+    return (QStringList("a(id,n)") + tables["a"] + QStringList("b(id,a,b)") + tables["b"] +
+            QStringList("c(n)") + tables["c"])
+        .join('\n');
+}
+
+// Few different values, so that they meet.
+QString random_command(QRandomGenerator& random)
+{
+    const auto value = [&](const QString& letters) {
+        return letters.mid(random.bounded(letters.size() + 1), 1);
+    };
+    const QString table = QString("aabbc").mid(random.bounded(5), 1);
+    const QString record = table == "a"   ? value("uvwxyz") + '|' + value("123")
+                           : table == "b" ? value("pqrs") + '|' + value("uvwxyz") + '|' + value("pqrs")
+                                          : value("123");
+    const int kind = random.bounded(table == "c" ? 2 : 5);
+    const QString key = value(table == "a" ? "uvwxyz" : "pqrs");
+    return kind < 2    ? "add " + table + ' ' + record
+           : kind == 2 ? "remove " + table + ' ' + key
+                       : "edit " + table + ' ' + key + ' ' + record;
+}
 
 const char ENDLESS[] =
     "ask WITH RECURSIVE c(x) AS (VALUES (1) UNION ALL SELECT x + 1 FROM c) SELECT count(*) FROM c";
@@ -42,6 +122,62 @@ private slots:
 
     void saving_data() { add_cases("contracts/database/saving.cases", KEYS); }
     void saving() { check_session(); }
+
+    // Random changes, by themselves, several at once and in transactions, with queries
+    // and saves between, against a plain model.
+    void random_changes()
+    {
+        QRandomGenerator random(20);
+        DATABASE_SESSION db;
+        TABLES real, pending;
+        bool in_transaction = false;
+        db.write("schema.xml", SCHEMA);
+        db.run("connect");
+        for (int step = 0; step < 800; ++step) {
+            const int kind = random.bounded(40);
+            QStringList commands;
+            for (int i = kind == 39 ? random.bounded(6) : 1; i > 0; --i)
+                commands.append(random_command(random));
+            QString command = kind == 39 ? "all " + commands.join(" & ") : commands.first();
+            TABLES after = in_transaction ? pending : real;
+            bool is_done = true;
+            if (kind < 2) {
+                command = "begin_transaction";
+                is_done = !in_transaction;
+                in_transaction = true;
+            } else if (kind < 4) {
+                command = "end_transaction";
+                is_done = in_transaction && is_good(real, pending);
+                in_transaction = in_transaction && !is_done;
+                real = is_done ? pending : real;
+            } else if (kind == 4) {
+                command = "terminate_transaction";
+                is_done = std::exchange(in_transaction, false);
+                after = real;
+            } else if (kind == 5) {
+                command = "save_table a b c";
+                is_done = !in_transaction;
+            } else {
+                for (const QString& one : commands)
+                    is_done = is_done && change(after, one.split(' '));
+                is_done = is_done && (in_transaction || is_good(real, after));
+                if (is_done)
+                    (in_transaction ? pending : real) = after;
+            }
+            if (command == "begin_transaction" && is_done)
+                pending = real;
+            const QString answer = db.run(command);
+            QVERIFY2(is_done == answer.isEmpty(),
+                     qPrintable(QString("%1: %2: %3").arg(step).arg(command, answer)));
+            QCOMPARE(content_of(db).remove(QRegExp("\\b\\d+: ")), text_of(real));
+            const QString number = QString::number(counts(real["a"], 1)["2"]),
+                          key = in_transaction && counts(pending["a"], 0).contains("v") ? "true" : "false";
+            QCOMPARE(db.run("ask SELECT count(*) AS n FROM a WHERE n = 2"), "n:integer\n" + number);
+            QVERIFY(!in_transaction || db.run("key_exists a v") == key);
+            if (command.startsWith("save") && is_done)
+                QCOMPARE(content_on_disk(db.path()), content_of(db));
+        }
+    }
 
     void broken_files_data() { add_cases("contracts/database/broken.cases", {"schema", "packs", "error"}); }
     void broken_files()
@@ -112,36 +248,21 @@ private slots:
         QVERIFY(std::all_of(ids.begin(), ids.end(), [](quint64 id) { return qint64(id) > 0; }));
     }
 
-    // The processors ask on the thread of the windows, the actions on that of the
-    // build, in turn.
-    void serves_two_threads()
-    {
-        DATABASE_SESSION db;
-        QString found = db.run({"stock", "ask SELECT count(*) AS n FROM packs"});
-        const QScopedPointer<QThread> thread(QThread::create([&] {
-            found += db.run({"add packs t|||", "ask SELECT count(*) AS n FROM packs"});
-        }));
-        thread->start();
-        QVERIFY(thread->wait());
-        QCOMPARE(found + db.run("ask SELECT max(name) AS m FROM packs"),
-                 QString("n:integer\n3n:integer\n4m\nt"));
-    }
-
     void ends_queries_that_would_not_end()
     {
         DATABASE_SESSION db;
         db.run("stock");
-        bool is_stopped = true;
-        db.bound_queries([&] { return is_stopped; }, -1);
-        QVERIFY(db.run(ENDLESS).endsWith("it was ended on the way, as the build is to stop"));
-        QCOMPARE(db.run("ask SELECT code FROM regions"), QString("code\nn\ns")); // before anybody asks
-        is_stopped = false;
-        db.bound_queries([&] { return is_stopped; }, 0);
-        QVERIFY(db.run(ENDLESS).endsWith("it takes longer than 0 second(s)"));
-        QCOMPARE(db.run("ask SELECT code FROM regions"), QString("code\nn\ns"));
+        const auto ends_only_that = [&](const QString& cause) {
+            return db.run(ENDLESS).endsWith(cause) &&
+                   db.run("ask SELECT code FROM regions") == "code\nn\ns"; // before anybody asks
+        };
+        db.bound_queries([] { return true; }, -1);
+        QVERIFY(ends_only_that("it was ended on the way, as the build is to stop"));
+        db.bound_queries([] { return false; }, 0);
+        QVERIFY(ends_only_that("it takes longer than 0 second(s)"));
         int questions = 0;
         db.bound_queries([&] { return ++questions == 3; }, -1);
-        QVERIFY(db.run(ENDLESS).endsWith("it was ended on the way, as the build is to stop"));
+        QVERIFY(ends_only_that("it was ended on the way, as the build is to stop"));
         QCOMPARE(questions, 3);
     }
 
