@@ -242,16 +242,8 @@ QString kv_count_problem(qint64 records, int fields)
 
 QString kv_type_name(KV_FIELD_SCHEMA::TYPE type)
 {
-    switch (type) {
-    case KV_FIELD_SCHEMA::INTEGER:
-        return QStringLiteral("integer");
-    case KV_FIELD_SCHEMA::REAL:
-        return QStringLiteral("real");
-    case KV_FIELD_SCHEMA::BOOLEAN:
-        return QStringLiteral("boolean");
-    default:
-        return QStringLiteral("text");
-    }
+    static const QStringList s_names{"text", "integer", "real", "boolean"};
+    return s_names.value(type, s_names.first());
 }
 
 QString kv_field_text(const QString& table, const QString& field)

@@ -139,9 +139,8 @@ private:
         if (m_key < 0)
             return true;
         const QString& key = record.fields.at(m_key).value;
-        const QString& field = m_schema.fields.at(m_key).name;
         if (key.isEmpty())
-            return m_xml.fail(QStringLiteral("the record has no value in the key field \"%1\"").arg(field));
+            return m_xml.fail(kv_value_problem(m_schema.fields.at(m_key), key));
         int& row = m_table.rows_by_key[key];
         // New places hold 0, and so does the place of the first record.
         if (!m_table.records.isEmpty() && m_table.records.at(row).fields.at(m_key).value == key)

@@ -109,11 +109,6 @@ bool KV_XML_QUERY_INTERFACE::set_field_description(QString& error, const QString
     return edit_table(error, table, changed);
 }
 
-bool KV_XML_QUERY_INTERFACE::in_transaction() const
-{
-    return m_state->in_transaction();
-}
-
 bool KV_XML_QUERY_INTERFACE::key_exists_within_transaction(QString& error, const QString& table,
                                                            const QString& key)
 {

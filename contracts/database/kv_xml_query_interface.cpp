@@ -91,10 +91,18 @@ KV_XML_QUERY_INTERFACE::KV_XML_QUERY_INTERFACE(PROGRESS_CALLBACK* progress, cons
 
 KV_XML_QUERY_INTERFACE::~KV_XML_QUERY_INTERFACE() = default;
 
-int KV_XML_QUERY_INTERFACE::version() const
-{
-    return m_state->schema().version;
-}
+#define GOX_STATE(type, operation, value)                                                                    \
+    type KV_XML_QUERY_INTERFACE::operation() const                                                           \
+    {                                                                                                        \
+        return m_state->value;                                                                               \
+    }
+
+GOX_STATE(int, version, schema().version)
+GOX_STATE(bool, is_connected, is_connected())
+GOX_STATE(QString, connect_string, path())
+GOX_STATE(bool, is_read_only, is_read_only)
+GOX_STATE(bool, in_transaction, in_transaction())
+GOX_STATE(const QString&, get_last_error, last_error)
 
 QString KV_XML_QUERY_INTERFACE::connect(const QString& path, const QString&,
                                         KV_QUERY_INTERFACE::GET_LATEST_MODE mode, bool load_all)
@@ -117,11 +125,6 @@ void KV_XML_QUERY_INTERFACE::disconnect()
     m_state->disconnect();
 }
 
-bool KV_XML_QUERY_INTERFACE::is_connected() const
-{
-    return m_state->is_connected();
-}
-
 QDateTime KV_XML_QUERY_INTERFACE::latest_mod_date() const
 {
     QDateTime latest;
@@ -136,11 +139,6 @@ QDateTime KV_XML_QUERY_INTERFACE::latest_mod_date() const
     for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_state->schema().tables)
         look_at(m_state->table_file(table->name));
     return latest;
-}
-
-QString KV_XML_QUERY_INTERFACE::connect_string() const
-{
-    return m_state->path();
 }
 
 QStringList KV_XML_QUERY_INTERFACE::get_table_names(QString& error) const
@@ -268,11 +266,6 @@ void KV_XML_QUERY_INTERFACE::bound_queries(const std::function<bool()>& is_stopp
     m_state->queries.max_msecs = max_msecs;
 }
 
-bool KV_XML_QUERY_INTERFACE::is_read_only() const
-{
-    return m_state->is_read_only;
-}
-
 void KV_XML_QUERY_INTERFACE::make_read_only()
 {
     m_state->is_read_only = true;
@@ -288,9 +281,4 @@ quint64 KV_XML_QUERY_INTERFACE::new_unique_global_id()
     while (id == 0)
         id = s_next.fetch_add(STEP) & (~quint64(0) >> 1);
     return id;
-}
-
-const QString& KV_XML_QUERY_INTERFACE::get_last_error() const
-{
-    return m_state->last_error;
 }
