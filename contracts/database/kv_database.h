@@ -50,6 +50,7 @@ public:
     {
     }
 
+    /// With `may_write` a save that was cut off is gone on with.
     QString connect(const QString& path, bool load_all, bool may_write);
     void disconnect();
     bool is_connected() const { return m_is_connected; }
@@ -102,6 +103,8 @@ public:
     QStringList removed_tables() const; ///< whose files still have to go
     QStringList files_to_save() const;
 
+    /// Writes those of `tables` that are edited, the schema if `with_schema` or if they
+    /// need it, and what goes with that.
     QString save(const QStringList& tables, bool with_schema);
     QString save_schema_to(const QString& path) const;
     QString copy_to(const QString& folder);
