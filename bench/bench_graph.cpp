@@ -131,7 +131,7 @@ COST lay_out(int nodes)
     GRAPH_PICTURE picture;
     picture.nodes.resize(nodes);
     for (int i = 0; i < nodes; ++i) {
-        picture.nodes[i].box.setSize({60 + i % 7 * 20, 26});
+        picture.nodes[i].box.setSize(QSizeF(60 + i % 7 * 20, 26));
         picture.edges.append(PICTURE_EDGE());
         picture.edges.last().from = i / 2;
         picture.edges.last().to = i;

@@ -251,7 +251,7 @@ void TST_BUILD_PROGRESS::output_pane()
     const QString lines = QString("line\n").repeated(5000), smile = QString::fromUtf8("😀");
     for (const QString& text :
          {lines, QString("a line\r\n").repeated(whole / 4) + QString(3 * longest, 'x'), lines + lines,
-          QString(whole, 'y'), QString(whole + 1, 'y'),
+          QString("line\n").repeated(whole / 5), QString(whole + 1, 'y'),
           'z' + smile.repeated(longest) + '\n' + QString(longest, 'z') + '\n' + lines.repeated(4), lines}) {
         const bool is_long = text.size() > whole;
         bar->setValue(20000);

@@ -114,7 +114,7 @@ private slots:
         TEMPORARY_TREE tree;
         tree.make_folder("old_raw_data");
         QVERIFY(PATHS::initialise(tree.path("tool")));
-        for (unsigned seed = 1; seed <= 700; ++seed) {
+        for (unsigned seed = 1; seed <= 400; ++seed) {
             RANDOM_TREE random(seed, tree.path());
             for (int step = 0; step < 120; ++step) {
                 if (step == 100)
