@@ -168,9 +168,9 @@ QString saved(const PICTURE_PAINTER& painter, const QString& name, bool is_disk_
     const FULL_DISK disk(is_disk_full);
     const QString error = save_picture(painter, file);
     const QSize size = QImageReader(file).size();
-    if (size.width() + size.height() > 500)
+    if (name.endsWith(".png") && size.width() + size.height() > 500)
         return QString("%1 x %2").arg(size.width()).arg(size.height());
-    if (size.isValid())
+    if (name.endsWith(".png") && error.isEmpty())
         return as_letters(QImage(file));
     return QString(error + '\n' + QString::fromUtf8(FILES::bytes(file)))
         .replace(folder.path(), "*")
