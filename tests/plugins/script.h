@@ -20,6 +20,7 @@
 ///       virtual [TIME] PATH     a virtual file; TIME is ISO 8601, now without
 ///       collecting_raises TEXT  a message box while actions are collected
 ///       collecting_warns TEXT   a Qt warning then
+///       collecting_says TEXT    a line of standard output, as C's library holds it back
 ///       collecting_asks TEXT    a dialog with this text then, that is no message box
 ///     action NAME               of the processor above; names are unique
 ///       long TEXT               the long display text; NAME without

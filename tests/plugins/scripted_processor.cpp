@@ -129,9 +129,9 @@ public:
         stamp = QDateTime::fromString(m_script.text("stamp"), Qt::ISODate);
     }
 
-    void resolve_dependencies(FILE_MAP&, RULE_CACHE&) override
+    void resolve_dependencies(FILE_MAP& files, RULE_CACHE&) override
     {
-        trace("resolve_dependencies");
+        trace(files.locked ? "resolve_dependencies" : "resolve_dependencies of an open map");
         for (const auto& [word, other] : m_script.lines)
             if (word == "depends" || word == "pulls")
                 if (m_run->actions.contains(other)) // its processor may have been left out
@@ -287,6 +287,8 @@ public:
         m_run->trace("collect_actions", m_script.name);
         for (const QString& text : m_script.all("collecting_warns"))
             qWarning("%s", qUtf8Printable(text));
+        for (const QString& text : m_script.all("collecting_says"))
+            std::puts(qPrintable(text)); // stays in the memory of the process
         for (const QString& text : m_script.all("collecting_raises"))
             FW::raise_message_box(text);
         for (const QString& text : m_script.all("collecting_asks")) {

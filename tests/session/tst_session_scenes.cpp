@@ -6,6 +6,7 @@
 #include <QtWidgets/QDialog>
 #include <QtWidgets/QListWidget>
 
+#include "contracts/services/satellite.h"
 #include "session/perforce_reading.h"
 #include "settings/preferences_editor_dialog.h"
 #include "tests/plugins/scripted_processor.h"
@@ -205,6 +206,8 @@ private slots:
                 dialog->findChild<QListWidget*>()->item(0)->setCheckState(Qt::Unchecked);
                 QTest::mouseClick(dialog->findChild<QWidget*>(one["answer"]), Qt::LeftButton);
             });
+        const QString root = scene.tree.path("working_data");
+        SATELLITE::instance().add_path(root); // once more than it is fetched
         const bool has_files = scene.find_files();
         if (has_files) {
             if (one.has("fstat")) {
@@ -232,6 +235,11 @@ private slots:
         QCOMPARE(answers.unexpected, 0);
         if (one.has("left"))
             GOX_COMPARE_TEXT(FILES::below(scene.tree.path()).join('\n'), one["left"]);
+        // A good scan has ended all walks; one that failed leaves what it announced.
+        scene.tree.write("working_data/late", "x");
+        QVector<DIRECTORY_SCANNER::FILE_INFO> files;
+        QVERIFY(SATELLITE::instance().get_files(root, files));
+        QCOMPARE(files.isEmpty(), !has_files);
     }
 
     // Plain texts are compared, so an input counts that no file stands for. Whoever
