@@ -93,7 +93,10 @@ private:
         } else if (word == "interrupt") {
             session->abort_flag = true;
         } else if (word == "agree") {
-            m_answers.press_default();
+            m_answers.answer_with([](QDialog* box) {
+                auto* const button = qobject_cast<QPushButton*>(box->focusWidget());
+                button ? button->click() : box->reject();
+            });
         } else {
             dialog.close();
         }

@@ -82,7 +82,8 @@ private slots:
             scene.tree.write("raw_data/notes/First.txt", note,
                              note.size() == 50 ? FILES::hour(1) : QDateTime());
             GOX_COMPARE_STATUS(scene.run(QByteArray()), 0, scene.gox);
-            said.append(scene.log().body("<raw>/notes/first.txt").section('\n', 0, 0));
+            const QString log = scene.tree.read("tool/gox.log");
+            said.append(log.section("/ <raw>/notes/first.txt ===\n", 1).section('\n', 0, 0));
             said.append(scene.tree.read("working_data/notes/first.txt").left(3));
         }
         QCOMPARE(said.join(' '), QString("50 characters. AAA Up to date. AAA 200 characters. BBB"));

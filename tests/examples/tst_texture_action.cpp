@@ -7,10 +7,8 @@
 #include "examples/plugins/textures/textures_processor.h"
 #include "session/file_entry.h"
 #include "tests/session/step_scene.h"
-#include "tests/support/rows.h"
+#include "tests/support/cases.h"
 #include "tests/support/watched_test.h"
-
-using RULES = ROWS<QByteArray, QString, QString>; // properties, what the action says, and why it can't
 
 /// The textures of a small tree, taken through the steps of a run.
 class TST_TEXTURE_ACTION : public WATCHED_TEST
@@ -33,24 +31,14 @@ private slots:
         tree.make_folder("working_data/Wood");
     }
 
-    void rules_data()
-    {
-        const RULES row;
-        row("none", "", "64 x 16 pixels became 64 x 16 in 7 level(s) of rgba8.\n", "");
-        row("all", "Format: GREY8 ,mip maps:no,Maximum size:32",
-            "64 x 16 pixels became 32 x 8 in 1 level(s) of grey8.\n", "");
-        row("size", "Maximum size:0", "", "\"0\" for \"Maximum size\"; a number from 1 to 16384");
-        row("large size", "Maximum size:16385", "",
-            "\"16385\" for \"Maximum size\"; a number from 1 to 16384");
-        row("format", "Format:jpeg", "", "\"jpeg\" for \"Format\"; rgba8, rgb565 or grey8");
-        row("mip maps", "Mip maps:maybe", "", "\"maybe\" for \"Mip maps\"; yes or no");
-    }
+    void rules_data() { add_cases("examples/texture_rules.cases", {"properties", "said", "fault"}); }
     void rules()
     {
-        const auto [properties, said, fault] = RULES::values();
+        const TEST_CASE one = current_case();
+        const QString fault = one["fault"];
         QCOMPARE(RULE_SCHEMA::s_schemas.value("texture")->properties.size(), 3);
         QByteArray rule = "<rules><rule name='Texture'>";
-        for (const QByteArray& property : properties.split(','))
+        for (const QByteArray& property : one.bytes("properties").split(','))
             if (!property.isEmpty())
                 rule += "<property name='" + QByteArray(property).replace(":", "'>") + "</property>";
         m_scene->tree.write("raw_data/textures/rules.gox", rule + "</rule></rules>");
@@ -60,7 +48,7 @@ private slots:
         QCOMPARE(action->preset_errors, fault.isEmpty() ? QStringList() : QStringList(wrong));
         if (!fault.isEmpty())
             return;
-        QCOMPARE(run(action), said);
+        QCOMPARE(run(action), one["said"] + '\n');
         QCOMPARE(action->progress_current, action->progress_total);
         QVERIFY(m_scene->tree.read("working_data/Wood/Oak.tex").startsWith("GTEX"));
     }

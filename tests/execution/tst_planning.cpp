@@ -9,7 +9,6 @@
 #include "execution/sequence.h"
 #include "tests/execution/plain_plan.h"
 #include "tests/session/step_scene.h"
-#include "tests/support/idle_action.h"
 #include "tests/support/rows.h"
 
 namespace {
@@ -22,11 +21,6 @@ int below(RANDOM& random, int end)
 }
 
 int s_next_group = 1; // the program never takes a number back
-
-struct GROUP_MAKER : STEP_PROCESSOR
-{
-    using STEP_PROCESSOR::new_action_group;
-};
 
 struct SHAPE // of random actions
 {
@@ -49,7 +43,7 @@ public:
         if (shape.knot > 0)
             std::shuffle(order.begin(), order.end(), random);
         for (int i = 0; i < shape.size; ++i) {
-            all.append(new IDLE_ACTION);
+            all.append(new STEP_ACTION);
             all[i]->processor = &m_processor;
             all[i]->group_id =
                 below(random, 2) * below(random, shape.groups + 2); // one number is out of range
@@ -110,7 +104,7 @@ private:
 
     RANDOM& m_random;
     const SHAPE m_shape;
-    STEP_PROCESSOR m_processor{QStringLiteral("p")};
+    STEP_PROCESSOR m_processor;
 };
 
 // The actions for the plain procedure, with the levels from before; with the closures
@@ -180,7 +174,7 @@ private slots:
     {
         const auto [rounds, shape] = RANDOM_PLANS::values();
         while (s_next_group <= shape.groups)
-            s_next_group = GROUP_MAKER::new_action_group() + 1;
+            s_next_group = STEP_PROCESSOR::new_action_group() + 1;
         STEP_SCENE scene;
         RANDOM random(20);
         int compared = 0;
@@ -243,16 +237,11 @@ private slots:
 
     void durations()
     {
-        const std::pair<int, const char*> rows[] = {{0, "0 msec(s)"},
-                                                    {999, "999 msec(s)"},
-                                                    {1000, "1 sec(s)"},
-                                                    {59999, "59 sec(s)"},
-                                                    {60000, "1 min(s)"},
-                                                    {3599999, "59 min(s)"},
-                                                    {3600000, "1 hr(s) %2 min(s)"},
-                                                    {39780000, " 11 hr(s) %2 min(s)"}};
-        for (const auto& [milliseconds, text] : rows)
-            QCOMPARE(duration_text(milliseconds), QString(text));
+        QStringList texts;
+        for (const int milliseconds : {0, 999, 1000, 59999, 60000, 3599999, 3600000, 39780000})
+            texts.append(duration_text(milliseconds));
+        QCOMPARE(texts.join('|'), QString("0 msec(s)|999 msec(s)|1 sec(s)|59 sec(s)|1 min(s)|59 min(s)|"
+                                          "1 hr(s) %2 min(s)| 11 hr(s) %2 min(s)"));
         QCOMPARE(duration_text(5400000), QString(29, ' ') + "1 hr(s) %2 min(s)");
     }
 };

@@ -18,9 +18,9 @@
 #include "tests/support/cases.h"
 #include "tests/support/full_disk.h"
 #include "tests/support/tool_tip.h"
-#include "tests/support/transcript.h"
 #include "tests/support/watched_test.h"
 #include "tests/support/window_text.h"
+#include "tests/support/window_transcript.h"
 
 namespace {
 
@@ -361,21 +361,29 @@ void TST_GRAPH::viewer()
     const QTemporaryDir folder;
     set_program(one, folder.path());
     std::unique_ptr<VIEWER> viewer = open_viewer(one.lines("nodes"));
-    TRANSCRIPT transcript;
+    WINDOW_TRANSCRIPT transcript;
     transcript.window = viewer.get();
     transcript.folder = folder.path();
     QString tip;
-    transcript.steps["tip"] = [&](const QStringList& with) {
-        const QPointF middle = viewer->picture()->nodes[with[0].toInt()].box.center();
+    transcript.add("tip", [&](const QString& node) {
+        const QPointF middle = viewer->picture()->nodes[node.toInt()].box.center();
         tip = tool_tip_at(viewer.get(), pixel_of(*viewer, middle));
-    };
-    transcript.seen = [&] {
+    });
+    transcript.add("answer_file", [&](const QString& with) {
+        transcript.answers.answer_with([&transcript, with](QDialog* dialog) {
+            QLineEdit* const name = dialog->findChild<QLineEdit*>("fileNameEdit");
+            press_keys(dialog->findChild<QComboBox*>("fileTypeCombo"), with.section(' ', 1));
+            name->setText(transcript.folder + '/' + with.section(' ', 0, 0));
+            QTest::keyClick(name, Qt::Key_Return);
+        });
+    });
+    transcript.watch = [&] {
         const QString files = (QStringList("files") + FILES::below(folder.path())).join(' ');
         return (lines_of(*viewer) << files << "tip \"" + tip + '"')
             .replaceInStrings(QRegularExpression("\n+"), " / ")
             .replaceInStrings(QRegularExpression("\\d+ s$"), "* s");
     };
-    GOX_COMPARE_TEXT(transcript.run(one["steps"]), one["steps"]);
+    GOX_COMPARE_TEXT(transcript.play(one["steps"]), one["steps"]);
     viewer.reset();
     const QByteArray process = FILES::bytes(folder.filePath("process")).trimmed();
     QVERIFY(process.isEmpty() || !QFileInfo::exists("/proc/" + process));

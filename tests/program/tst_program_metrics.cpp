@@ -1,7 +1,7 @@
 #include <QtNetwork/QUdpSocket>
 #include <QtTest/QtTest>
 
-#include "tests/support/rows.h"
+#include "tests/support/cases.h"
 #include "tests/support/scripted_scene.h"
 #include "tests/support/watched_test.h"
 
@@ -38,36 +38,24 @@ const bool IS_ALONE = enter_own_network();
 
 } // namespace
 
-using PACKETS = ROWS<QByteArray, bool, QStringList>; // script, has a database, beginnings of packets
-
 /// The packets that a run sends, on each road out of the process.
 class TST_PROGRAM_METRICS : public WATCHED_TEST
 {
     Q_OBJECT
 
 private slots:
-    void packets_data()
-    {
-        const QString started = "GoX,number=0 ToolStarted=1i";
-        const QString start_up = "GOX,number=44 StartUpTotalSecs=";
-        const QString build = "GOX,number=44 BuildStarted=1i";
-        const PACKETS row;
-        row("a build", "processor p\naction a\n", true, {started, start_up, build});
-        row("a failing build", "processor p\naction a\nends 4\n", true, {started, start_up, build});
-        row("an empty plan", "", true, {started, start_up});
-        // The one road on which the end is told.
-        row("a start that fails", "", false, {started, "GoX,number=0 ToolFinished=1i"});
-    }
+    void packets_data() { add_cases("program/metrics.cases", {"script", "without", "packets"}); }
     void packets()
     {
-        const auto [script, has_database, packets] = PACKETS::values();
+        const TEST_CASE one = current_case();
+        const QStringList packets = one.lines("packets");
         QUdpSocket server;
         if (!server.bind(QHostAddress::LocalHost, 12345))
             GOX_SKIP("the metrics port is taken");
         SCRIPTED_SCENE scene;
-        if (!has_database)
-            scene.tree.remove("raw_data/db");
-        QVERIFY2(scene.run(script) >= 0, scene.gox.report());
+        if (one.has("without"))
+            scene.tree.remove(one["without"]);
+        QVERIFY2(scene.run(one.bytes("script")) >= 0, scene.gox.report());
         // Among the packets of others these come in their order, alone they are all.
         QByteArrayList received;
         int found = 0;

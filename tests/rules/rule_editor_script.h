@@ -9,12 +9,12 @@
 #include "contracts/rules/rule_schema.h"
 #include "rules/rule_editor_dialog.h"
 #include "tests/contracts/rules/rule_script.h"
-#include "tests/support/window_script.h"
+#include "tests/support/window_transcript.h"
 
 /// A person in front of a rule editor over the rule files of a temporary tree, with
 /// the kinds Sound (Rate) and Texture (Format, Max size). The commands are told in
 /// rule_editor.cases.
-class RULE_EDITOR_SCRIPT : public WINDOW_SCRIPT<RULE_SCRIPT>
+class RULE_EDITOR_SCRIPT : public RULE_SCRIPT, public WINDOW_TRANSCRIPT
 {
 public:
     RULE_EDITOR_SCRIPT()
@@ -27,7 +27,7 @@ public:
         add_commands_that_look();
     }
 
-    QTreeWidget& rows() const { return *m_window->findChild<QTreeWidget*>("rules"); }
+    QTreeWidget& rows() const { return *m_dialog->findChild<QTreeWidget*>("rules"); }
 
     /// The entries that the context menu offers now, those of its menus included.
     QList<QAction*> offered() const
@@ -41,93 +41,96 @@ public:
 
     /// Rules and rows, without what undo need not bring back: the order of rules of
     /// different kinds and the colour of folders.
-    QString state() const { return listing(m_cache.cache) + '\n' + shown(true); }
+    QString state() const { return listing(m_cache) + '\n' + shown(true); }
 
-    RULE_CACHE& cache() { return m_cache.cache; }
+    RULE_CACHE& cache() { return m_cache; }
 
 private:
+    QString told(QString said) override { return RULE_SCRIPT::told(WINDOW_TRANSCRIPT::told(said)); }
+
     void add_commands_of_windows()
     {
-        m_does["files"] = [&](const QString& names) {
+        add("files", [&](const QString& names) {
             for (const QString& name : names.split(' ')) {
                 const QSharedPointer<FILE_ENTRY> entry(new FILE_ENTRY);
                 entry->physical = PHYSICAL_PATH(m_tree.path(name));
                 m_entries.append(entry);
                 m_files.insert(PATHS::logical_path(entry->physical), entry.data());
             }
-        };
-        m_does["make"] = [&](const QString&) {
-            m_dialog = new RULE_EDITOR_DIALOG(m_cache.cache, m_files, m_connection, nullptr, {});
-            m_window.reset(m_dialog);
-            m_window->resize(1000, 600); // nothing is cut off
-            m_does["open"](QString());
+        });
+        add("make", [&](const QString&) {
+            m_dialog.reset(new RULE_EDITOR_DIALOG(m_cache, m_files, m_connection, nullptr, {}));
+            window = m_dialog.data();
+            window->resize(1000, 600); // nothing is cut off
+            const QString said = carry_out("open");
             rows().setFocus();
-        };
-        m_does["pick"] = [&](const QString& s) {
-            const QList<CACHED_RULE*> newest_first = m_cache->rules.values(s.section(' ', 0, 0) + "*texture");
+            return said;
+        });
+        add("pick", [&](const QString& s) {
+            const QList<CACHED_RULE*> newest_first = m_cache.rules.values(s.section(' ', 0, 0) + "*texture");
             m_dialog->select_rule(newest_first.value(s.section(' ', 1, 1).toInt()), s.section(' ', 2));
-        };
+        });
     }
 
     void add_commands_of_the_person()
     {
-        m_does["select"] = [&](const QString& path) { rows().setCurrentItem(row(path), 0); };
-        m_does["value"] = [&](const QString& path) { rows().setCurrentItem(row(path), 1); };
-        m_does["hide"] = [&](const QString& path) { row(path)->setHidden(true); };
-        m_does["expand"] = [&](const QString&) { rows().expandAll(); };
-        m_tells["choose"] = [&](const QString& text) {
+        add("select", [&](const QString& path) { rows().setCurrentItem(row(path), 0); });
+        add("value", [&](const QString& path) { rows().setCurrentItem(row(path), 1); });
+        add("hide", [&](const QString& path) { row(path)->setHidden(true); });
+        add("expand", [&](const QString&) { rows().expandAll(); });
+        add("choose", [&](const QString& text) {
             for (QAction* const entry : offered())
                 if (entry->text() == text.section('/', -1) &&
                     (!text.contains('/') || named(entry->parentWidget()) == text.section('/', 0, 0)))
                     return entry->trigger(), QString();
             return QString("not offered");
-        };
-        m_does["click"] = [&](const QString& s) {
+        });
+        add("cell", [&](const QString& s) {
             const QRect cell = rows().visualItemRect(row(s.section(' ', 1)));
             const int left = rows().columnViewportPosition(1) + s.section(' ', 0, 0).toInt();
             QTest::mouseClick(rows().viewport(), Qt::LeftButton, {}, {left, cell.center().y()});
-        };
+        });
     }
 
     void add_commands_that_look()
     {
-        m_tells["tree"] = [&](const QString&) { return shown(false); };
-        m_tells["table"] = [&](const QString&) {
+        add("tree", [&](const QString&) { return shown(false); });
+        add("table", [&](const QString&) {
             const QPalette colours = rows().palette();
             return QString("%1 of %2, %3 and %4 on %5")
                 .arg(QString::number(rows().columnWidth(0)),
                      rows().header()->length() == rows().viewport()->width() ? "all" : "some",
                      colours.color(QPalette::Text).name(), colours.color(QPalette::WindowText).name(),
                      colours.color(QPalette::Base).name());
-        };
-        m_tells["menu"] = [&](const QString&) {
+        });
+        add("menu", [&](const QString&) {
             QMenu menu;
             menu.addActions(rows().actions());
             return WINDOW_TEXT::menu(menu);
-        };
-        m_tells["rules"] = [&](const QString&) {
-            return listing(m_cache.cache) + (m_cache->rules_changed ? "\nchanged" : "\nas they were");
-        };
-        m_tells["folders"] = [&](const QString&) {
+        });
+        add("rules", [&](const QString&) {
+            return listing(m_cache) + (m_cache.rules_changed ? "\nchanged" : "\nas they were");
+        });
+        add("folders", [&](const QString&) {
             QStringList lines;
-            for (const CACHED_RULE* const rule : qAsConst(m_cache->rules))
+            for (const CACHED_RULE* const rule : qAsConst(m_cache.rules))
                 lines += rule->path + " " + rule->physical_path;
             return lines.join('\n');
-        };
-        m_tells["focus"] = [&](const QString&) {
+        });
+        add("focus", [&](const QString&) {
             QString text = m_dialog->focusWidget()->objectName();
             for (const QLineEdit* const edit : rows().findChildren<QLineEdit*>())
                 if (edit->isVisible())
                     text += (edit == m_dialog->focusWidget() ? "editor with \"" : ", editor with \"") +
                             edit->text() + '"';
             return text;
-        };
-        m_tells["tip"] = [&](const QString& path) {
+        });
+        add("tip", [&](const QString& path) {
             rows().scrollToItem(row(path));
             const QRect place = rows().visualItemRect(row(path));
             const QString name_tip = tip_at(rows().viewport(), place.topLeft());
             return name_tip + " / " + tip_at(rows().viewport(), place.topRight());
-        };
+        });
     }
 
     static QString named(const QWidget* menu) { return qobject_cast<const QMenu*>(menu)->title(); }
@@ -189,5 +192,5 @@ private:
     LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*> m_files;
     QVector<QSharedPointer<FILE_ENTRY>> m_entries;
     P4_CONNECTION m_connection{true, true, false};
-    RULE_EDITOR_DIALOG* m_dialog = nullptr; // the window
+    QScopedPointer<RULE_EDITOR_DIALOG> m_dialog; // the window
 };

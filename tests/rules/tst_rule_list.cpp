@@ -6,35 +6,36 @@
 #include "rules/rule_list_dialog.h"
 #include "tests/support/cases.h"
 #include "tests/support/watched_test.h"
-#include "tests/support/window_script.h"
+#include "tests/support/window_text.h"
+#include "tests/support/window_transcript.h"
 
-class RULE_LIST_SCRIPT : public WINDOW_SCRIPT<>
+class RULE_LIST_SCRIPT : public WINDOW_TRANSCRIPT
 {
 public:
     RULE_LIST_SCRIPT()
     {
-        m_does["make"] = [&](const QString& size) { make(size.toInt()); };
-        m_tells["rows"] = [&](const QString&) { return WINDOW_TEXT::rows(rows()); };
-        m_does["select"] = [&](const QString& name) { rows().setCurrentItem(row(name)); };
-        m_does["double-click"] = [&](const QString& name) {
+        add("make", [&](const QString& size) { make(size.toInt()); });
+        add("rows", [&](const QString&) { return WINDOW_TEXT::rows(rows()); });
+        add("select", [&](const QString& name) { rows().setCurrentItem(row(name)); });
+        add("double-click", [&](const QString& name) {
             const QPoint place = rows().visualItemRect(row(name)).center();
             QTest::mouseClick(rows().viewport(), Qt::LeftButton, {}, place);
             QTest::mouseDClick(rows().viewport(), Qt::LeftButton, {}, place);
-        };
-        m_tells["tips"] = [&](const QString& name) {
+        });
+        add("tips", [&](const QString& name) {
             QStringList tips{row(name)->font(0).bold() ? "bold" : "plain"};
             const int top = rows().visualItemRect(row(name)).top();
             for (int column = 0; column < 3; ++column)
                 tips += tip_at(rows().viewport(), {rows().columnViewportPosition(column) + 50, top});
             return tips.join(" | ");
-        };
-        m_tells["chosen"] = [&](const QString&) {
-            const RULE_LIST_DIALOG& dialog = *qobject_cast<RULE_LIST_DIALOG*>(m_window.data());
+        });
+        add("chosen", [&](const QString&) {
+            const RULE_LIST_DIALOG& dialog = *m_dialog;
             const QString result = dialog.isVisible() ? "open" : dialog.result() ? "accepted" : "rejected";
             return result + (dialog.chosen_rule
                                  ? ", " + dialog.chosen_property + " of " + dialog.chosen_rule->path
                                  : QString());
-        };
+        });
     }
 
 private:
@@ -46,17 +47,19 @@ private:
         RULE_SCHEMA* const texture = RULE_SCHEMA::register_schema(
             "Texture", "", {{"Max size", ""}, {"Format", ""}, {"Left open", ""}});
         const RULE rule{this, {{"max size", {"512", &m_near}}, {"format", {QString(letters, 'w'), &m_far}}}};
-        m_window.reset(new RULE_LIST_DIALOG(
+        m_dialog.reset(new RULE_LIST_DIALOG(
             letters ? QMap<RULE_SCHEMA*, RULE>{{texture, rule}} : QMap<RULE_SCHEMA*, RULE>(), nullptr, {}));
+        window = m_dialog.data();
     }
 
-    QTreeWidget& rows() const { return *m_window->findChild<QTreeWidget*>(); }
+    QTreeWidget& rows() const { return *m_dialog->findChild<QTreeWidget*>(); }
     QTreeWidgetItem* row(const QString& name) const
     {
         return rows().findItems(name, Qt::MatchExactly | Qt::MatchRecursive).value(0);
     }
 
     CACHED_RULE m_near, m_far;
+    QScopedPointer<RULE_LIST_DIALOG> m_dialog;
 };
 
 class TST_RULE_LIST : public WATCHED_TEST

@@ -9,16 +9,7 @@
 #include "session/file_entry.h"
 #include "settings/preferences_editor_dialog.h"
 #include "tests/session/step_scene.h"
-#include "tests/support/idle_action.h"
 #include "tests/support/window_text.h"
-
-/// Named like "a1": its short text is the letter.
-class LETTER_ACTION : public IDLE_ACTION
-{
-public:
-    QString display_text(bool long_form) override { return long_form ? name : name.left(1); }
-    QString name;
-};
 
 /// A file map from a text, a line each:
 ///
@@ -76,10 +67,11 @@ struct FILE_SCENE
         }
     }
 
-    LETTER_ACTION* action(const QString& name)
+    STEP_ACTION* action(const QString& name)
     {
-        LETTER_ACTION& known = actions[name];
-        known.name = name;
+        STEP_ACTION& known = actions[name];
+        known.name = name.left(1); // its short text
+        known.more_of_name = name.mid(1);
         known.processor = &processor;
         return &known;
     }
@@ -97,7 +89,7 @@ struct FILE_SCENE
     STEP_PROCESSOR processor{QStringLiteral("P")};
     LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*> map;
     std::deque<FILE_ENTRY> files;
-    std::map<QString, LETTER_ACTION> actions;
+    std::map<QString, STEP_ACTION> actions;
 };
 
 /// A session over such files, in the circumstances that `with` names: popup (the

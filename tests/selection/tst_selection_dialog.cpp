@@ -10,64 +10,9 @@
 #include "graph/graphviz_viewer_widget.h"
 #include "selection/chosen_files.h"
 #include "tests/selection/gestures.h"
-#include "tests/selection/window_script.h"
+#include "tests/selection/selection_transcript.h"
 #include "tests/support/cases.h"
 #include "tests/support/watched_test.h"
-
-namespace {
-
-/// Plays the steps of the selection dialog's tests in one.
-class SELECTION_SCRIPT : public WINDOW_SCRIPT
-{
-public:
-    SELECTION_SCRIPT(SELECTION_SCENE& scene, DATA_SELECTION_DIALOG& window)
-        : WINDOW_SCRIPT(window, [&] {
-              return "selected:" + scene.files.selected() +
-                     (window.ui.start_button->isEnabled() ? " | Start" : "") +
-                     (window.isVisible() ? QString() : QString(" | closed with %1").arg(window.result()));
-          })
-    {
-        for (const QAbstractProxyModel* proxy :
-             {window.raw_data_proxy, window.working_data_proxy, window.retail_build_proxy})
-            QObject::connect(proxy->sourceModel(), &QAbstractItemModel::dataChanged, proxy,
-                             [this, proxy, &window](const QModelIndex& row) {
-                                 if (!row.parent().isValid())
-                                     note(proxy->headerData(0, Qt::Horizontal).toString() +
-                                          (window.selection_changing ? " while changing" : ""));
-                             });
-        add("close", [&](const QString&) { window.close(); });
-        add("again", [&](const QString&) { window.show(); });
-        add("opened", [&](const QString& path) { window.select_opened_files({path}); });
-        add("edited", [&](const QString& yes) { scene.session->rule_cache.rules_changed = !yes.isEmpty(); });
-        add("rule", [&](const QString& line) {
-            const QString file = line.section(' ', 0, 0).mid(1).replace(">", "_data") + "/rules.gox";
-            scene.tree.write(file, "<rules>" + line.section(' ', 1).toUtf8() + "</rules>");
-            scene.session->rule_cache.add_rules(PHYSICAL_PATH(scene.tree.path(file)));
-            scene.session->rule_cache.validate_cache(scene.session->file_map);
-        });
-        add("editor", [&](const QString&) { window.set_perforce(&scene.p4); });
-        add("folder", [this](const QString&) {
-            tell(QDir(QCoreApplication::applicationDirPath()).relativeFilePath(QDir::currentPath()));
-        });
-        add("files", [&](const QString&) {
-            QStringList paths = selected_files(scene.session->actions).values();
-            paths.sort();
-            tell(paths.join(", ").remove(scene.tree.path() + '/'));
-        });
-        add("names", [this, &window](const QString& tree) {
-            const QAbstractItemModel& rows = *window.findChild<QTreeView*>(tree)->model();
-            const auto any = Qt::MatchWildcard | Qt::MatchRecursive;
-            QStringList names;
-            for (const QModelIndex& row : rows.match(rows.index(0, 0), Qt::DisplayRole, "*", -1, any)) {
-                const QVariant colour = row.data(Qt::ForegroundRole);
-                names.append(row.data().toString() + (colour.isValid() ? colour.value<QColor>().name() : ""));
-            }
-            tell(names.join(' '));
-        });
-    }
-};
-
-} // namespace
 
 class TST_SELECTION_DIALOG : public WATCHED_TEST
 {
@@ -92,9 +37,8 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(&window));
         for (QTreeView* tree : window.findChildren<QTreeView*>())
             tree->expandAll();
-        SELECTION_SCRIPT script(scene, window);
-        const QString actual = script.play(one["transcript"]).replace(scene.tree.path(), "TREE");
-        GOX_COMPARE_TEXT(actual, one["transcript"]);
+        SELECTION_TRANSCRIPT script(scene, window);
+        GOX_COMPARE_TEXT(script.play(one["transcript"]), one["transcript"]);
         QTRY_VERIFY(!window.findChild<QWidget*>("ACTION_LIST_DIALOG")); // popups are gone
     }
 

@@ -15,11 +15,16 @@
 #include "session/build_session.h"
 #include "tests/support/temporary_tree.h"
 
-/// An action whose every answer a test sets.
+/// An action whose every answer a test sets, with what only its own code may call
+/// made public.
 class STEP_ACTION : public ACTION_INTERFACE
 {
 public:
-    explicit STEP_ACTION(const QString& name) : name(name) {}
+    using ACTION_INTERFACE::add_output_line;
+    using ACTION_INTERFACE::clear_redirections;
+    using ACTION_INTERFACE::redirect_messages;
+
+    explicit STEP_ACTION(const QString& name = QString()) : name(name) {}
 
     /// A target at the physical place of its logical path.
     void writes(const QString& logical, bool intermediate = false, bool secondary = false)
@@ -53,7 +58,9 @@ public:
 class STEP_PROCESSOR : public PROCESSOR_INTERFACE
 {
 public:
-    explicit STEP_PROCESSOR(const QString& text) : text(text) {}
+    using PROCESSOR_INTERFACE::new_action_group;
+
+    explicit STEP_PROCESSOR(const QString& text = QStringLiteral("p")) : text(text) {}
 
     QString name() override { return text; }
     int order_number() override { return 0; }

@@ -1,9 +1,7 @@
-// Pieces that stand alone: the lockable map, paths, selection counts, watches.
+// Pieces that stand alone: the lockable map, paths, the hook for boxes, watches.
 
 #include <QtTest/QtTest>
 
-#include <array>
-#include <memory>
 #include <random>
 
 #include "contracts/paths/paths.h"
@@ -12,7 +10,6 @@
 #include "session/lockable_map.h"
 #include "session/start_up_hooks.h"
 #include "tests/support/cases.h"
-#include "tests/support/idle_action.h"
 #include "tests/support/temporary_tree.h"
 #include "tests/support/watched_test.h"
 
@@ -133,45 +130,6 @@ private slots:
         }
     }
 
-    void selection_is_a_count()
-    {
-        IDLE_ACTION pack, texture, palette;
-        pack.add_dependency(texture, true);
-        texture.add_dependency(palette, true);
-        palette.add_dependency(pack, true); // carries in a circle: each counts once
-        QSet<ACTION_INTERFACE*> touched;
-        pack.select(touched);
-        QCOMPARE(touched, (QSet<ACTION_INTERFACE*>{&pack, &texture, &palette}));
-        texture.select(touched);
-        QCOMPARE(pack.selection_count, 2);
-        touched.clear();
-        pack.deselect(touched);
-        QCOMPARE(touched.size(), 3);
-        QCOMPARE(texture.selection_count, 1); // something else still holds it
-        palette.deselect(touched);
-        touched.clear();
-        palette.deselect(touched);
-        QVERIFY(touched.isEmpty());
-        QCOMPARE(palette.selection_count, 0);
-        QCOMPARE(texture.pulled_by, QVector<ACTION_INTERFACE*>{&pack});
-    }
-
-    void dependencies_are_free_of_repeats()
-    {
-        auto others = std::make_unique<std::array<IDLE_ACTION, 200>>();
-        IDLE_ACTION action;
-        for (const bool pulls : {false, true, false})
-            for (IDLE_ACTION& other : *others) {
-                action.add_dependency(other, pulls);
-                action.add_dependency(action, true);
-            }
-        QCOMPARE(action.dependencies.size(), 200);
-        QCOMPARE(action.pulls.size(), 200); // a pull that comes later counts, once
-        QCOMPARE(others->front().pulled_by.size(), 1);
-        others.reset();
-        QVERIFY(action.pulls.isEmpty()); // whoever is dropped is pulled no more
-    }
-
     void hook_and_thread_numbers()
     {
         bool show_box = true;
@@ -180,15 +138,8 @@ private slots:
         QVERIFY(startup_message_hook(true, FW::UniString("text"), show_box, break_in_debugger));
         QVERIFY(!show_box && break_in_debugger);
         silent_mode = true;
-        IDLE_ACTION action;
-        current_action = &action;
-        for (int time = 0; time < 2; ++time)
-            QVERIFY(!startup_message_hook(true, FW::UniString(QStringLiteral("tëxt")), show_box,
-                                          break_in_debugger));
-        current_action = nullptr;
+        QVERIFY(!startup_message_hook(true, FW::UniString(""), show_box, break_in_debugger));
         silent_mode = false;
-        QCOMPARE(action.output, QStringLiteral("tëxt\n")); // once
-        QVERIFY(action.review_needed);
 
         for (const unsigned number : {0u, 1u, 2u}) {
             QCOMPARE(thread_number_of_current_thread(), number);

@@ -307,31 +307,6 @@ private slots:
                  QString("<raw>/unit/.hidden: raw_data/unit/.hidden, day 3\n"
                          "<raw>/unit/deep/er/a.txt: raw_data/unit/deep/er/a.txt, day 2"));
     }
-
-    void checks_that_no_run_asks_for()
-    {
-        STEP_SCENE scene;
-        STEP_ACTION action("a");
-        FILE_ENTRY edited, unknown;
-        edited.physical = PHYSICAL_PATH("/x/edited");
-        edited.local_state = edited.p4_state = FILE_STATE_MODIFIED;
-        unknown.local_state = FILE_STATE_NO_PERFORCE;
-        action.input_files = {&unknown, &edited};
-        DIALOG_ANSWERS answers;
-        QVERIFY(scene.session->check_edited_locally({&action}));
-        QTextStream log(&scene.log_text);
-        QVERIFY(scene.session->check_data_set(log));
-        TEMPORARY_TREE other(QStringLiteral("OSTRAND and corvane"));
-        QVERIFY(PATHS::initialise(other.path("tool")) && !scene.session->check_data_set(log));
-        log.flush();
-        const QString text = "It seems you are trying to run GOX with Ostrand data (%1)\n"
-                             "We are sorry but Ostrand data is not supported.";
-        QCOMPARE(scene.log_text, text.arg(other.path("working_data")));
-        QCOMPARE(answers.texts.join('|'),
-                 "The following files cannot be updated because of being edited locally:\n"
-                 "        /x/edited|" +
-                     scene.log_text);
-    }
 };
 
 QTEST_MAIN(TST_SESSION_SCENES)

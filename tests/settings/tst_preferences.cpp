@@ -3,30 +3,32 @@
 #include "settings/preferences_editor_dialog.h"
 #include "tests/support/cases.h"
 #include "tests/support/watched_test.h"
-#include "tests/support/window_script.h"
+#include "tests/support/window_transcript.h"
 
-class PREFERENCES_SCRIPT : public WINDOW_SCRIPT<>
+class PREFERENCES_SCRIPT : public WINDOW_TRANSCRIPT
 {
 public:
     PREFERENCES_SCRIPT()
     {
-        m_does["make"] = [&](const QString&) { m_window.reset(new PREFERENCES_EDITOR_DIALOG(nullptr, {})); };
-        m_does["store"] = [](const QString& s) {
+        add("make", [&](const QString&) {
+            m_dialog.reset(new PREFERENCES_EDITOR_DIALOG(nullptr, {}));
+            window = m_dialog.data();
+        });
+        add("store", [](const QString& s) {
             QSettings("The Ferrule Works", "GOX").setValue(s.section(' ', 0, 0), s.section(' ', 1));
-        };
-        m_tells["stored"] = [](const QString&) {
+        });
+        add("stored", [](const QString&) {
             const QSettings store("The Ferrule Works", "GOX");
             QStringList lines;
             for (const QString& key : store.allKeys())
                 lines += key + ' ' + store.value(key).toString();
             return lines.join('\n');
-        };
-        m_tells["popup"] = [&](const QString&) {
-            return qobject_cast<PREFERENCES_EDITOR_DIALOG*>(m_window.data())->show_action_selection_popup()
-                       ? "yes"
-                       : "no";
-        };
+        });
+        add("popup", [&](const QString&) { return m_dialog->show_action_selection_popup() ? "yes" : "no"; });
     }
+
+private:
+    QScopedPointer<PREFERENCES_EDITOR_DIALOG> m_dialog;
 };
 
 class TST_PREFERENCES : public WATCHED_TEST

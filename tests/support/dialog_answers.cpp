@@ -1,7 +1,5 @@
 #include "tests/support/dialog_answers.h"
 
-#include <QtTest/QTest>
-#include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QDialog>
 #include <QtWidgets/QMessageBox>
@@ -10,38 +8,6 @@ DIALOG_ANSWERS::DIALOG_ANSWERS()
 {
     connect(&m_timer, SIGNAL(timeout()), this, SLOT(look()));
     m_timer.start(2);
-}
-
-void DIALOG_ANSWERS::press(const std::function<QWidget*(QMessageBox*)>& button_of)
-{
-    answer_with([button_of](QDialog* dialog) {
-        QMessageBox* const box = qobject_cast<QMessageBox*>(dialog);
-        QWidget* const button = box ? button_of(box) : nullptr;
-        if (qobject_cast<QAbstractButton*>(button))
-            QTest::mouseClick(button, Qt::LeftButton);
-        else
-            dialog->reject();
-    });
-}
-
-void DIALOG_ANSWERS::press_default()
-{
-    press(&QMessageBox::focusWidget);
-}
-
-void DIALOG_ANSWERS::press_yes()
-{
-    press([](QMessageBox* box) { return box->button(QMessageBox::Yes); });
-}
-
-void DIALOG_ANSWERS::answer_with(const std::function<void(QDialog*)>& answer)
-{
-    m_answers.append(answer);
-}
-
-int DIALOG_ANSWERS::waiting() const
-{
-    return m_answers.size();
 }
 
 void DIALOG_ANSWERS::look()

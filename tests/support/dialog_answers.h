@@ -8,8 +8,6 @@
 #include <functional>
 
 class QDialog;
-class QMessageBox;
-class QWidget;
 
 /// Answers the modal dialogs that come up while it lives, from a check that
 /// runs in their event loops. A dialog that nothing is queued for is rejected,
@@ -21,25 +19,17 @@ class DIALOG_ANSWERS : public QObject
 public:
     DIALOG_ANSWERS();
 
-    /// The next message box is answered with the button that has the focus.
-    void press_default();
-
-    /// The next message box is answered with Yes.
-    void press_yes();
-
     /// The next dialog is handed to `answer`, which must end it.
-    void answer_with(const std::function<void(QDialog*)>& answer);
+    void answer_with(const std::function<void(QDialog*)>& answer) { m_answers.append(answer); }
 
-    QStringList texts;   ///< of every dialog so far: a message box's text, else the window title
-    int unexpected = 0;  ///< dialogs that nothing was queued for
-    int waiting() const; ///< answers that no dialog has asked for
+    QStringList texts;  ///< of every dialog so far: a message box's text, else the window title
+    int unexpected = 0; ///< dialogs that nothing was queued for
+    int waiting() const { return m_answers.size(); } ///< answers that no dialog has asked for
 
 private slots:
     void look();
 
 private:
-    void press(const std::function<QWidget*(QMessageBox*)>& button_of);
-
     QTimer m_timer;
     QVector<QDialog*> m_in_hand; // whose answers still run: one may wait, and bring up the next
     QVector<std::function<void(QDialog*)>> m_answers;

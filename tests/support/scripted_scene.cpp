@@ -1,13 +1,5 @@
 #include "tests/support/scripted_scene.h"
 
-CONFIGURATION unattended_configuration()
-{
-    CONFIGURATION configuration;
-    configuration.silent = true;
-    configuration.no_progress_dialog = true;
-    return configuration;
-}
-
 void write_configuration(const TEMPORARY_TREE& tree, const QString& name, const CONFIGURATION& configuration)
 {
     tree.make_folder("tool/GOX");
@@ -15,9 +7,10 @@ void write_configuration(const TEMPORARY_TREE& tree, const QString& name, const 
         qFatal("a configuration could not be saved");
 }
 
-SCRIPTED_SCENE::SCRIPTED_SCENE(const QString& tree_name)
-    : tree(tree_name), gox(tree), configuration(unattended_configuration())
+SCRIPTED_SCENE::SCRIPTED_SCENE(const QString& tree_name) : tree(tree_name), gox(tree)
 {
+    configuration.silent = true;
+    configuration.no_progress_dialog = true;
     tree.lay_out_program();
     tree.add_plugin("scripted");
 }

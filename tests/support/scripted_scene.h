@@ -4,14 +4,10 @@
 #include <QtCore/QStringList>
 
 #include "contracts/configuration/configuration.h"
-#include "tests/support/build_log.h"
 #include "tests/support/program_run.h"
 #include "tests/support/temporary_tree.h"
 
-/// A configuration of an unattended run: `silent`, no progress window.
-CONFIGURATION unattended_configuration();
-
-/// Saves it as tool/GOX/<name>_configuration.xml of the tree.
+/// Saves the configuration as tool/GOX/<name>_configuration.xml of the tree.
 void write_configuration(const TEMPORARY_TREE& tree, const QString& name, const CONFIGURATION& configuration);
 
 /// A tree with the program and the scripted plugin, and an unattended run of it:
@@ -23,7 +19,7 @@ public:
 
     TEMPORARY_TREE tree;
     PROGRAM_RUN gox;
-    CONFIGURATION configuration; ///< unattended; saved as "ci" by `run` and `start`
+    CONFIGURATION configuration; ///< `silent`, no progress window; saved as "ci" by `run` and `start`
 
     /// Writes the script and the configuration and runs
     /// `--configuration=ci --dont_stop_on_error` with `more` behind it. Gives
@@ -32,9 +28,4 @@ public:
 
     /// The same without waiting for the end.
     bool start(const QByteArray& script, const QStringList& more = QStringList());
-
-    BUILD_LOG log(const char* name = "gox.log") const
-    {
-        return BUILD_LOG(tree.read(QStringLiteral("tool/") + QLatin1String(name)));
-    }
 };

@@ -46,14 +46,6 @@ void give_folders(const QString& top, uint mode)
     }
 }
 
-#ifdef Q_OS_WIN
-#define PROGRAM_SUFFIX ".exe"
-#define CONTRACTS_FILE "gox_contracts.dll"
-#else
-#define PROGRAM_SUFFIX ".bin"
-#define CONTRACTS_FILE "libgox_contracts.so"
-#endif
-
 } // namespace
 
 TEMPORARY_TREE::TEMPORARY_TREE(const QString& name)
@@ -108,7 +100,7 @@ void TEMPORARY_TREE::open_to_everybody() const
 void TEMPORARY_TREE::lay_out_program() const
 {
     for (const char* file :
-         {"gox." GOX_BUILD_TAG PROGRAM_SUFFIX, "gox_layout." GOX_BUILD_TAG PROGRAM_SUFFIX, CONTRACTS_FILE})
+         {"gox." GOX_BUILD_TAG ".bin", "gox_layout." GOX_BUILD_TAG ".bin", "libgox_contracts.so"})
         link_or_copy(QStringLiteral(GOX_TOOL_DIR "/") + file, path(QStringLiteral("tool/") + file));
 }
 
@@ -121,5 +113,5 @@ void TEMPORARY_TREE::add_plugin(const QString& name, const QString& file_name) c
 
 QString TEMPORARY_TREE::program() const
 {
-    return path(QStringLiteral("tool/gox." GOX_BUILD_TAG PROGRAM_SUFFIX));
+    return path(QStringLiteral("tool/gox." GOX_BUILD_TAG ".bin"));
 }

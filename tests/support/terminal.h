@@ -4,7 +4,6 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-#ifdef Q_OS_UNIX
 #include <fcntl.h>
 #include <pty.h>
 #include <unistd.h>
@@ -47,4 +46,3 @@ private:
     int m_slave;
     QByteArray m_bytes;
 };
-#endif

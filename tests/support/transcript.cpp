@@ -1,16 +1,8 @@
 #include "tests/support/transcript.h"
 
-#include <QtGui/QKeySequence>
-#include <QtGui/QWheelEvent>
 #include <QtTest/QTest>
-#include <QtWidgets/QApplication>
-#include <QtWidgets/QComboBox>
-#include <QtWidgets/QDialog>
-#include <QtWidgets/QLineEdit>
 
 #include <algorithm>
-
-#include "tests/support/window_text.h"
 
 namespace {
 
@@ -25,108 +17,80 @@ QStringList without(QStringList lines, const QStringList& others)
     return lines;
 }
 
-QPoint place_of(const QStringList& with)
-{
-    return {with[0].toInt(), with[1].toInt()};
-}
-
 } // namespace
 
-TRANSCRIPT::TRANSCRIPT()
+QString TRANSCRIPT::carry_out(const QString& command)
 {
-    steps["look"] = [](const QStringList&) {};
-    steps["press"] = [this](const QStringList& with) {
-        window->activateWindow(); // a dialog may have been there
-        if (!QTest::qWaitFor([this] { return window->isActiveWindow() || !window->isVisible(); }))
-            qFatal("the window does not become active");
-        press_keys(focus(), with.first());
-    };
-    steps["type"] = [this](const QStringList& with) { QTest::keyClicks(focus(), with.join(' ')); };
-    steps["click"] = [this](const QStringList& with) {
-        QWidget* const widget = window->findChild<QWidget*>(with.first());
-        QTest::mouseClick(widget, Qt::LeftButton, {}, {8, widget->height() / 2}); // on a check box too
-    };
-    add_mouse("hold", QEvent::MouseButtonPress, Qt::LeftButton);
-    add_mouse("hold_right", QEvent::MouseButtonPress, Qt::RightButton);
-    add_mouse("move", QEvent::MouseMove, Qt::LeftButton);
-    add_mouse("release", QEvent::MouseButtonRelease, Qt::LeftButton);
-    add_mouse("double", QEvent::MouseButtonDblClick, Qt::LeftButton);
-    steps["wheel"] = [this](const QStringList& with) {
-        QWheelEvent event(place_of(with), window->mapToGlobal(place_of(with)), {}, {0, with[2].toInt() * 120},
-                          Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(window, &event);
-    };
-    steps["call"] = [this](const QStringList& with) {
-        QMetaObject::invokeMethod(window, qPrintable(with.first()));
-    };
-    steps["answer"] = [this](const QStringList& with) {
-        with.first() == "yes" ? answers.press_yes() : answers.press_default();
-    };
-    steps["answer_file"] = [this](const QStringList& with) { answer_file(with); };
-    steps["resize"] = [this](const QStringList& with) { window->resize(with[0].toInt(), with[1].toInt()); };
+    const auto word = m_words.constFind(command.section(' ', 0, 0));
+    if (word == m_words.constEnd())
+        qFatal("no command: %s", qPrintable(command));
+    return told((*word)(command.section(' ', 1)));
 }
 
-void TRANSCRIPT::answer_file(const QStringList& with)
+QString TRANSCRIPT::play(const QString& wanted)
 {
-    answers.answer_with([this, with](QDialog* dialog) {
-        QLineEdit* const name = dialog->findChild<QLineEdit*>("fileNameEdit");
-        press_keys(dialog->findChild<QComboBox*>("fileTypeCombo"), with[1]);
-        name->setText(folder + '/' + with[0]);
-        QTest::keyClick(name, Qt::Key_Return);
-    });
+    for (QStringList* lines : {&m_played, &m_told, &m_expected})
+        lines->clear();
+    for (const QString& part : ('\n' + wanted).split(QStringLiteral("\n> ")).mid(1))
+        m_steps += QStringList("> " + part) + steps_of(part.section('\n', 0, 0));
+    play_on([] { return true; });
+    finish_line();
+    return m_played.join('\n');
 }
 
-void TRANSCRIPT::add_mouse(const char* step, QEvent::Type type, Qt::MouseButton button)
+void TRANSCRIPT::play_on(const std::function<bool()>& may)
 {
-    steps[step] = [this, type, button](const QStringList& with) {
-        QMouseEvent event(type, place_of(with), window->mapToGlobal(place_of(with)), button, button, {});
-        QApplication::sendEvent(window, &event);
-    };
-}
-
-QWidget* TRANSCRIPT::focus() const
-{
-    return window->focusWidget() ? window->focusWidget() : window.data();
-}
-
-QStringList TRANSCRIPT::all_seen() const
-{
-    QStringList lines = WINDOW_TEXT::form(*window).split('\n');
-    lines += "focus " + focus()->objectName();
-    for (int i = 0; i < answers.texts.size(); ++i)
-        lines += QString("box %1: ").arg(i + 1) + QString(answers.texts[i]).replace('\n', " / ");
-    return (lines + seen()).replaceInStrings(folder.isEmpty() ? QString("*") : folder, "*");
-}
-
-QString TRANSCRIPT::run(const QString& expected) const
-{
-    QStringList taken, before, after, fresh;
-    const QStringList parts = ('\n' + expected).split(QStringLiteral("\n> ")).mid(1);
-    for (const QString& part : parts) {
-        const QStringList wanted = part.split('\n').mid(1);
-        const QStringList step = part.section('\n', 0, 0).split(' ');
-        if (!steps.contains(step.first()))
-            qFatal("\"%s\" is no step", qPrintable(step.first()));
-        (*steps.find(step.first()))(step.mid(1));
-        const auto is_as_expected = [&] {
-            after = all_seen();
-            fresh = without(after, before);
-            if (!wanted.isEmpty() && wanted.last() == REST && without(wanted, fresh) == QStringList{REST})
-                fresh = wanted;
-            return fresh == wanted;
-        };
-        const bool is_right = QTest::qWaitFor(is_as_expected, PATIENCE);
-        taken << "> " + step.join(' ') << fresh;
-        if (!is_right)
-            break;
-        before = after;
+    while (!m_steps.isEmpty() && may()) {
+        const QString step = m_steps.takeFirst();
+        if (!step.startsWith(QStringLiteral("> "))) {
+            tell(carry_out(step));
+        } else if (finish_line()) {
+            m_expected = step.split('\n');
+            m_played += m_expected.takeFirst();
+        }
     }
-    return taken.join('\n');
 }
 
-void press_keys(QWidget* widget, const QString& keys)
+void TRANSCRIPT::tell(const QString& text)
 {
-    const int key = QKeySequence(keys)[0];
-    QTest::keyClick(widget, Qt::Key(key & ~Qt::KeyboardModifierMask),
-                    Qt::KeyboardModifiers(key & int(Qt::KeyboardModifierMask)));
+    if (!text.isEmpty())
+        m_told += told(text).split('\n');
+}
+
+QStringList TRANSCRIPT::news(const QStringList& now) const
+{
+    const QStringList events = m_events.isEmpty() ? QStringList() : QStringList("~ " + m_events.join(", "));
+    return events + without(now, m_seen);
+}
+
+void TRANSCRIPT::look()
+{
+    const QStringList now = seen();
+    m_told += news(now);
+    m_seen = now;
+    m_events.clear();
+}
+
+// With an answer that is another one, the conversation is over.
+bool TRANSCRIPT::finish_line()
+{
+    if (m_played.isEmpty())
+        return true;
+    QStringList answer, now = seen();
+    const int patience = now.isEmpty() ? 0 : PATIENCE;
+    const auto is_as_expected = [&] {
+        now = seen();
+        answer = m_told + news(now);
+        if (m_expected.endsWith(REST) && without(m_expected, answer) == QStringList(REST))
+            answer = m_expected;
+        return answer == m_expected;
+    };
+    const bool is_right = QTest::qWaitFor(is_as_expected, patience);
+    m_played += answer;
+    m_seen = now;
+    for (QStringList* lines : {&m_told, &m_events, &m_expected})
+        lines->clear();
+    if (!is_right)
+        m_steps.clear();
+    return is_right;
 }

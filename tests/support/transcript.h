@@ -1,67 +1,73 @@
 #pragma once
 
-#include <QtCore/QEvent>
 #include <QtCore/QMap>
-#include <QtCore/QPointer>
 #include <QtCore/QStringList>
-#include <QtWidgets/QWidget>
 
 #include <functional>
+#include <type_traits>
 
-#include "tests/support/dialog_answers.h"
-
-/// What a person does with a window and sees of it: a line that begins with "> "
-/// is a step, and the lines below it are those that are seen anew then.
+/// A conversation with what is tested, as a case file has it: a line with "> " in
+/// front is a command, and the lines behind it are what comes of it.
 ///
-///     > press Ctrl+F
-///     focus find_text
-///     > type node 1
-///     find_text "node 1"
-///     found "11 found"
+///     > save
+///     raw_data/rules.gox: not saved, it is read-only
+///     > ask <raw>/a.png
+///     none
 ///
-/// Steps that are there from the beginning:
-///
-///     look
-///     press KEYS, type LETTERS    where the focus is
-///     click WIDGET
-///     hold X Y, hold_right X Y, move X Y, release X Y, double X Y
-///     wheel X Y NOTCHES
-///     call SLOT                   of the window
-///     resize WIDTH HEIGHT
-///     answer yes|default          to the next message box
-///     answer_file NAME KEYS       to the next dialog for files: a file in `folder`,
-///                                 and keys for the list of formats
+/// A last line "..." stands for whatever else is seen.
 class TRANSCRIPT
 {
 public:
-    TRANSCRIPT();
+    TRANSCRIPT() = default;
+    virtual ~TRANSCRIPT() = default;
 
-    using STEP = std::function<void(const QStringList& with)>;
+    /// A word that commands begin with, and what it does with the rest of the
+    /// command; what that gives, if anything, is told.
+    template <typename DOES>
+    void add(const char* word, const DOES& does)
+    {
+        m_words[word] = [does](const QString& rest) {
+            if constexpr (std::is_void_v<decltype(does(rest))>)
+                return does(rest), QString();
+            else
+                return QString(does(rest));
+        };
+    }
 
-    QMap<QString, STEP> steps; ///< by their first word; each gets the words behind it
-    QPointer<QWidget> window;
-    QString folder; ///< shows as "*"
-    DIALOG_ANSWERS answers;
+    /// What the command tells. A word that nobody knows ends the test program.
+    virtual QString carry_out(const QString& command);
 
-    /// What is seen besides WINDOW_TEXT::form, the focus and the texts of boxes: a
-    /// line a thing, with its name in front.
-    std::function<QStringList()> seen;
+    /// Carries out the commands of `wanted` and gives the conversation as it went, up
+    /// to the first answer that is another one. Where there is something to be seen,
+    /// it has a while to come about: threads and processes may have a part in it.
+    QString play(const QString& wanted);
 
-    /// Takes the steps of `expected` and gives what was seen in truth, up to the
-    /// first step with a difference. A step has a while for what it is expected to
-    /// bring about, because threads and processes may have a part in it. A last
-    /// line "..." stands for whatever else is seen. What is no step ends the test
-    /// program.
-    QString run(const QString& expected) const;
+protected:
+    /// The steps of a line, in their order.
+    virtual QStringList steps_of(const QString& line) const { return {line}; }
+    /// A last change to what a command tells.
+    virtual QString told(QString said) { return said; }
+    /// What there is to be seen, a line a thing; an answer has the lines that are new.
+    virtual QStringList seen() { return {}; }
+
+    /// Goes on with the steps while `may` says so, as from the loop of a dialog that a
+    /// step has opened.
+    void play_on(const std::function<bool()>& may);
+    void tell(const QString& text);                             ///< behind the line at hand
+    void note(const QString& event) { m_events.append(event); } ///< what happens by itself: "~ one, other"
+    void look();                                                ///< tells what is noted and seen anew
 
 private:
     Q_DISABLE_COPY(TRANSCRIPT)
 
-    QWidget* focus() const;
-    void answer_file(const QStringList& with);
-    void add_mouse(const char* step, QEvent::Type type, Qt::MouseButton button);
-    QStringList all_seen() const;
-};
+    QStringList news(const QStringList& now) const;
+    bool finish_line();
 
-/// Presses one combination of keys, such as "Ctrl+F".
-void press_keys(QWidget* widget, const QString& keys);
+    QMap<QString, std::function<QString(const QString&)>> m_words;
+    QStringList m_steps; // still to be done, each line with its answer in front of its steps
+    QStringList m_played;
+    QStringList m_told; // of the line at hand
+    QStringList m_events;
+    QStringList m_expected;
+    QStringList m_seen;
+};

@@ -1,7 +1,6 @@
 #include <QtTest/QtTest>
 #include <QtWidgets/QDialog>
 
-#include "tests/support/build_log.h"
 #include "tests/support/cases.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/watched_test.h"
@@ -20,21 +19,6 @@ private slots:
         QCOMPARE(dialog.exec(), int(QDialog::Rejected));
         QCOMPARE(answers.unexpected, 1);
         QCOMPARE(answers.texts, QStringList{"a title"});
-    }
-
-    void logs_are_taken_apart()
-    {
-        const BUILD_LOG log("2 action(s) were selected for execution.\n\n"
-                            "=== p / a / b ===\nline\n\nDuration: 12 msec(s)\n\n"
-                            "=== q / c ===\n\n");
-        QCOMPARE(log.count, 2);
-        QCOMPARE(log.headings, QStringList({"p / a / b", "q / c"}));
-        QCOMPARE(log.actions(), QStringList({"a / b", "c"}));
-        QCOMPARE(log.body("a / b"), QString("line\n\nDuration: *\n"));
-        QVERIFY(log.body("c").isEmpty() && !log.body("c").isNull());
-        QVERIFY(log.body("none").isNull());
-        QCOMPARE(BUILD_LOG("").count, -1);
-        QCOMPARE(BUILD_LOG("=== q / c ===\nx\n\n").body("c"), QString("x\n"));
     }
 
     void case_files_are_read_data() { add_cases("support/tst_support.cases", {"text", "lines", "file "}); }

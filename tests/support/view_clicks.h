@@ -4,7 +4,7 @@
 #include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QStyle>
 
-/// Clicks on rows of lists and trees as a person does, and tables of such clicks.
+/// Clicks on rows of lists and trees as a person does.
 namespace VIEW_CLICKS {
 
 /// Presses the left button on the middle of the row's check box.
@@ -27,21 +27,6 @@ inline void click_row(QAbstractItemView& view, const QModelIndex& index,
     view.scrollTo(index);
     const QRect row = view.visualRect(index);
     QTest::mouseClick(view.viewport(), Qt::LeftButton, modifiers, {row.right() - 4, row.center().y()});
-}
-
-/// Adds columns of texts and a row for each line: its name, then its fields, with
-/// "|" between them.
-template <int COUNT>
-void add_table(const QVector<const char*>& columns, const char* const (&lines)[COUNT])
-{
-    for (const char* column : columns)
-        QTest::addColumn<QString>(column);
-    for (const char* line : lines) {
-        const QStringList fields = QString::fromUtf8(line).split('|');
-        QTestData& row = QTest::newRow(qPrintable(fields.first()));
-        for (const QString& field : fields.mid(1))
-            row << field;
-    }
 }
 
 } // namespace VIEW_CLICKS

@@ -5,24 +5,11 @@
 #include <thread>
 
 #include "contracts/actions/dialog_helper.h"
-#include "contracts/actions/processor_interface.h"
 #include "session/start_up_hooks.h"
 #include "tests/contracts/rules/rule_cache_holder.h"
+#include "tests/session/step_scene.h"
 #include "tests/support/cases.h"
-#include "tests/support/idle_action.h"
 #include "tests/support/watched_test.h"
-
-class IDLE_PROCESSOR : public PROCESSOR_INTERFACE
-{
-public:
-    using PROCESSOR_INTERFACE::new_action_group;
-    QString name() override { return "Idle"; }
-    int order_number() override { return 0; }
-    QVector<ACTION_INTERFACE*> collect_actions(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>&, RULE_CACHE&) override
-    {
-        return {};
-    }
-};
 
 class TST_ACTIONS : public WATCHED_TEST
 {
@@ -32,7 +19,7 @@ private slots:
     void selection_data() { add_cases("contracts/actions/selection.cases", {"pulls", "do", "counts"}); }
     void selection()
     {
-        std::map<QString, IDLE_ACTION> actions;
+        std::map<QString, STEP_ACTION> actions;
         for (const QString& pull : current_case()["pulls"].split(' '))
             actions[pull.left(1)].add_dependency(actions[pull.right(1)], true);
         QStringList said;
@@ -51,8 +38,8 @@ private slots:
     void dependencies_are_free_of_repeats()
     {
         for (const int count : {1, 16, 17, 200}) { // many are kept in another way
-            auto others = std::make_unique<std::array<IDLE_ACTION, 200>>();
-            IDLE_ACTION action;
+            auto others = std::make_unique<std::array<STEP_ACTION, 200>>();
+            STEP_ACTION action;
             for (const bool pulls : {false, true, false})
                 for (int i = 0; i < count; ++i) {
                     action.add_dependency((*others)[i], pulls);
@@ -61,7 +48,7 @@ private slots:
             QCOMPARE(action.dependencies.size(), count);
             QCOMPARE(action.pulls.size(), count); // a pull that comes later counts, once
             QCOMPARE(others->front().pulled_by, QVector<ACTION_INTERFACE*>{&action});
-            std::make_unique<IDLE_ACTION>()->add_dependency(action, true);
+            std::make_unique<STEP_ACTION>()->add_dependency(action, true);
             others.reset();
             QVERIFY(action.pulls.isEmpty() && action.pulled_by.isEmpty()); // whoever is gone pulls nobody
         }
@@ -69,7 +56,7 @@ private slots:
 
     void output()
     {
-        IDLE_ACTION action, other;
+        STEP_ACTION action, other;
         action.redirect_messages();
         qDebug("one");
         std::thread([] { qDebug("of another thread"); }).join();
@@ -80,10 +67,10 @@ private slots:
         action.add_output_line(QString());
         current_action = &action;
         bool show_box = true, break_in_debugger = false;
-        for (const char* box : {"four", "five", "four"}) // once for each action
+        for (const QString box : {"four", "fünf", "four"}) // once for each action
             startup_message_hook(true, FW::UniString(box), show_box, break_in_debugger);
         current_action = nullptr;
-        QCOMPARE(action.output + '|' + other.output, QString("one\n\nfour\nfive\n|two\n"));
+        QCOMPARE(action.output + '|' + other.output, QString("one\n\nfour\nfünf\n|two\n"));
         QVERIFY(action.review_needed && !other.review_needed);
         action.state = ACTION_FAILED;
         action.progress_current = 3;
@@ -94,8 +81,8 @@ private slots:
 
     void what_an_author_leaves_out()
     {
-        IDLE_PROCESSOR processor;
-        IDLE_ACTION action;
+        STEP_PROCESSOR processor;
+        STEP_ACTION action;
         RULE_CACHE_HOLDER rules;
         LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*> files;
         QVERIFY(action.checks_dependencies() && !action.review_is_failure());
@@ -103,13 +90,13 @@ private slots:
         QVERIFY(processor.collect_virtual_files(files, rules.cache).isEmpty());
         QTest::qSleep(2);
         QCOMPARE(processor.stopwatch.AsMSec(), 0); // counts its actions only
-        const int group = IDLE_PROCESSOR::new_action_group();
-        QVERIFY(group >= 1 && IDLE_PROCESSOR::new_action_group() == group + 1);
+        const int group = STEP_PROCESSOR::new_action_group();
+        QVERIFY(group >= 1 && STEP_PROCESSOR::new_action_group() == group + 1);
     }
 
     void rows_keep_their_action()
     {
-        IDLE_ACTION action;
+        STEP_ACTION action;
         QListWidgetItem item;
         QTreeWidgetItem row;
         DIALOG_HELPER::set_action_pointer(&item, &action);

@@ -112,18 +112,6 @@ QString DATABASE_SESSION::run(const QStringList& commands)
     return answers.join('\n');
 }
 
-QString DATABASE_SESSION::transcript(const QString& text)
-{
-    QString result;
-    for (const QString& line : text.split('\n')) {
-        if (!line.startsWith("> "))
-            continue;
-        const QString answer = run(line.mid(2));
-        result += line + '\n' + answer + (answer.isEmpty() ? "" : "\n");
-    }
-    return result.chopped(1);
-}
-
 void DATABASE_SESSION::progress(const QString& text, int done, int total)
 {
     m_steps.append(QString("%1 %2/%3").arg(text).arg(done).arg(total));

@@ -7,6 +7,7 @@
 #include "contracts/database/kv_xml_query_interface.h"
 #include "contracts/database/progress_callback.h"
 #include "tests/support/files.h"
+#include "tests/support/transcript.h"
 
 /// A database folder of its own with a service over it, and a small language
 /// for what can be done with the two, so that a test can be a text. The words of
@@ -31,7 +32,7 @@
 ///     tables T T           change_schema: these tables stay, in this order
 ///     ask SQL, ask SQL <- VALUES, query NAME, query_text XML, filter T FILTER
 ///     progress             the steps that were told since this was asked last
-class DATABASE_SESSION : public PROGRESS_CALLBACK, public KV_XML_QUERY_INTERFACE
+class DATABASE_SESSION : public PROGRESS_CALLBACK, public KV_XML_QUERY_INTERFACE, public TRANSCRIPT
 {
 public:
     explicit DATABASE_SESSION(bool skip_unknown_fields = false)
@@ -50,9 +51,7 @@ public:
     QString run(const QString& command);
     QString run(const QStringList& commands); ///< one answer after the other
 
-    /// Runs the lines that begin with "> " and gives all of them back, with the
-    /// answer below each.
-    QString transcript(const QString& text);
+    QString carry_out(const QString& command) override { return run(command); }
 
 private:
     void progress(const QString& text, int done, int total) override;

@@ -96,7 +96,7 @@ const QStringList KEYS{"session", "skips unknown fields"};
 void check_session()
 {
     DATABASE_SESSION db(current_case().has("skips unknown fields"));
-    GOX_COMPARE_TEXT(db.transcript(current_case()["session"]), current_case()["session"]);
+    GOX_COMPARE_TEXT(db.play(current_case()["session"]), current_case()["session"]);
 }
 
 } // namespace

@@ -12,11 +12,12 @@
 #include "tests/contracts/rules/rule_cache_holder.h"
 #include "tests/support/full_disk.h"
 #include "tests/support/p4_scene.h"
-#include "tests/support/script.h"
+#include "tests/support/temporary_tree.h"
+#include "tests/support/transcript.h"
 
 /// Carries out commands on the rule cache of a temporary tree. What they are is
 /// told in rule_cache.cases.
-class RULE_SCRIPT : public SCRIPT
+class RULE_SCRIPT : public virtual TRANSCRIPT
 {
 public:
     /// `text` is what the command "text" writes.
@@ -80,7 +81,8 @@ protected:
     QString told(QString said) override { return said.remove(m_tree.path() + '/').replace(QChar(1), "\\1"); }
 
     const TEMPORARY_TREE m_tree;
-    RULE_CACHE_HOLDER m_cache;
+    RULE_CACHE_HOLDER m_holder;
+    RULE_CACHE& m_cache = m_holder.cache;
 
 private:
     // The textures of a folder, the oldest first, and a place among them.
@@ -96,58 +98,58 @@ private:
 
     void add_commands_of_files()
     {
-        m_tells["file"] = [&](const QString& s) { return take_file(first(s), rule_file(others(s))); };
-        m_tells["text"] = [&](const QString& file) { return take_file(file, m_text); };
-        m_tells["read"] = [&](const QString& file) { return read(m_cache, file_of(file)); };
-        m_does["write"] = [&](const QString& s) { m_tree.write(first(s), others(s).toUtf8()); };
-        m_does["folder"] = [&](const QString& folder) { m_tree.make_folder(folder); };
-        m_does["remove"] = [&](const QString& path) { m_tree.remove(path); };
-        m_does["mode"] = [&](const QString& s) {
+        add("file", [&](const QString& s) { return take_file(first(s), rule_file(others(s))); });
+        add("text", [&](const QString& file) { return take_file(file, m_text); });
+        add("read", [&](const QString& file) { return read(m_cache, file_of(file)); });
+        add("write", [&](const QString& s) { m_tree.write(first(s), others(s).toUtf8()); });
+        add("folder", [&](const QString& folder) { m_tree.make_folder(folder); });
+        add("remove", [&](const QString& path) { m_tree.remove(path); });
+        add("mode", [&](const QString& s) {
             m_tree.set_permissions(file_of(first(s)), others(s).toUInt(nullptr, 8));
-        };
-        m_does["roots"] = [&](const QString&) { PATHS::initialise(m_tree.path("tool")); };
-        m_does["p4"] = [&](const QString& s) {
+        });
+        add("roots", [&](const QString&) { PATHS::initialise(m_tree.path("tool")); });
+        add("p4", [&](const QString& s) {
             m_has_p4 = true;
             m_p4.answers(first(s), others(s).replace(" / ", "\n").toUtf8());
-        };
-        m_tells["calls"] = [&](const QString&) { return QString::fromUtf8(m_p4.calls()).trimmed(); };
-        m_tells["diff"] = [&](const QString& file) { return difference(file_of(file)); };
-        m_tells["save"] = [&](const QString& disk) { return save(disk == "full"); };
+        });
+        add("calls", [&](const QString&) { return QString::fromUtf8(m_p4.calls()).trimmed(); });
+        add("diff", [&](const QString& file) { return difference(file_of(file)); });
+        add("save", [&](const QString& disk) { return save(disk == "full"); });
     }
 
     void add_commands_of_rules()
     {
-        m_tells["ask"] = [&](const QString& s) { return ask(first(s), others(s)); };
-        m_does["validate"] = [&](const QString&) {
-            m_cache->validate_cache(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>());
-            m_cache->add_new_file_to_cache(LOGICAL_PATH("<raw>/new"));
-        };
-        m_does["set"] = [&](const QString& s) {
+        add("ask", [&](const QString& s) { return ask(first(s), others(s)); });
+        add("validate", [&](const QString&) {
+            m_cache.validate_cache(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>());
+            m_cache.add_new_file_to_cache(LOGICAL_PATH("<raw>/new"));
+        });
+        add("set", [&](const QString& s) {
             const PLACE place = find(first(s));
             set(*place.rules[place.index], others(s));
-        };
-        m_does["add"] = [&](const QString& s) {
+        });
+        add("add", [&](const QString& s) {
             CACHED_RULE* const rule = new CACHED_RULE;
             rule->name = "Texture";
             set(*rule, others(s));
             put(rule, find(first(s)));
-        };
-        m_does["drop"] = [&](const QString& rule) { delete take(rule); };
-        m_does["carry"] = [&](const QString& s) {
+        });
+        add("drop", [&](const QString& rule) { delete take(rule); });
+        add("carry", [&](const QString& s) {
             CACHED_RULE* const rule = take(first(s));
             put(rule, find(others(s)));
-        };
-        m_does["paste"] = [&](const QString& s) {
+        });
+        add("paste", [&](const QString& s) {
             const QScopedPointer<CACHED_RULE> cut(take(first(s)));
             put(new CACHED_RULE(*cut), find(others(s)));
-        };
-        m_does["replace"] = [&](const QString& s) {
+        });
+        add("replace", [&](const QString& s) {
             CACHED_RULE* const old = take(first(s));
             const CACHED_RULE copy = *old;
             old->~CACHED_RULE();
             put(new (old) CACHED_RULE(copy), find(first(s)));
             set(*old, others(s));
-        };
+        });
     }
 
     static QString file_of(const QString& word)
@@ -155,9 +157,10 @@ private:
         return word.endsWith(".gox", Qt::CaseInsensitive) ? word : word + "/rules.gox";
     }
 
-    QString read(RULE_CACHE_HOLDER& cache, const QString& file) const
+    QString read(RULE_CACHE& cache, const QString& file) const
     {
-        return file.startsWith("tool/GOX/") ? cache.add_global(m_tree, file) : cache.add(m_tree, file);
+        const PHYSICAL_PATH path(m_tree.path(file));
+        return file.startsWith("tool/GOX/") ? cache.add_global_rules(path) : cache.add_rules(path);
     }
 
     QString take_file(const QString& word, const QByteArray& xml)
@@ -176,7 +179,7 @@ private:
                                                         : "<raw>/" + folder),
                     {},
                     address.section('#', 1).toInt() - 1};
-        place.rules = m_cache.cache.rules.values(rule_key(place.folder, "Texture"));
+        place.rules = m_cache.rules.values(rule_key(place.folder, "Texture"));
         std::reverse(place.rules.begin(), place.rules.end());
         return place;
     }
@@ -201,9 +204,9 @@ private:
     void fill(const PLACE& place)
     {
         const QString key = rule_key(place.folder, "Texture");
-        m_cache->rules.remove(key);
+        m_cache.rules.remove(key);
         for (CACHED_RULE* const rule : place.rules)
-            m_cache->rules.insert(key, rule);
+            m_cache.rules.insert(key, rule);
     }
 
     static void set(CACHED_RULE& rule, QString assignment)
@@ -225,11 +228,11 @@ private:
     QString ask(const QString& path, const QString& other_kind) const
     {
         const QString kind = other_kind.isEmpty() ? "tEXTURE" : other_kind;
-        const RULE rule = m_cache.cache.get(LOGICAL_PATH(path), kind);
+        const RULE rule = m_cache.get(LOGICAL_PATH(path), kind);
         QStringList parts;
         for (auto value = rule.values.cbegin(); value != rule.values.cend(); ++value)
             parts += value.key() + '=' + rule.value(value.key().toUpper()) + '@' + value->origin->path;
-        const QDateTime change = m_cache.cache.last_change(LOGICAL_PATH(path), kind);
+        const QDateTime change = m_cache.last_change(LOGICAL_PATH(path), kind);
         return (rule.found ? parts.join(' ') : "no rule") +
                (change.isNull() ? "; never" : QString("; %1").arg(FILES::hour(0).secsTo(change) / 3600));
     }
@@ -241,15 +244,15 @@ private:
         QString error;
         {
             const FULL_DISK disk(is_full);
-            error = m_cache->save(p4);
+            error = m_cache.save(p4);
         }
         if (!error.isEmpty())
             return error;
         RULE_CACHE_HOLDER again;
         for (const QString& file : FILES::below(m_tree.path()).filter(".gox"))
             if (!file.startsWith("old_") || !m_tree.exists(QString(file).remove("old_")))
-                read(again, file);
-        return listing(again.cache) == listing(m_cache.cache) ? "done" : "done, but\n" + listing(again.cache);
+                read(again.cache, file);
+        return listing(again.cache) == listing(m_cache) ? "done" : "done, but\n" + listing(again.cache);
     }
 
     // The lines that have gone since the file was looked at last, and those that have
