@@ -114,7 +114,8 @@ private slots:
         QString failed;
         for (const QString& action : errors)
             failed +=
-                sample.log("gox_error.log").section(" / " + action + " ===\n", 1).section("\n\n=", 0, 0);
+                sample.log("gox_error.log").section(" / " + action + " ===\n", 1).section("\n\n=", 0, 0) +
+                '\n';
         if (one.has("log"))
             GOX_COMPARE_TEXT(log.join('\n'), one["log"]);
         for (const char* folder : {"working_data", "retail_build"})
