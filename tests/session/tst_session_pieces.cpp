@@ -1,4 +1,4 @@
-// Pieces that stand alone: the lockable map, paths, the hook for boxes, watches.
+// Pieces that stand alone: the lockable map, paths, numbers of threads, watches.
 
 #include <QtTest/QtTest>
 
@@ -130,17 +130,8 @@ private slots:
         }
     }
 
-    void hook_and_thread_numbers()
+    void thread_numbers()
     {
-        bool show_box = true;
-        bool break_in_debugger = true;
-        silent_mode = false;
-        QVERIFY(startup_message_hook(true, FW::UniString("text"), show_box, break_in_debugger));
-        QVERIFY(!show_box && break_in_debugger);
-        silent_mode = true;
-        QVERIFY(!startup_message_hook(true, FW::UniString(""), show_box, break_in_debugger));
-        silent_mode = false;
-
         for (const unsigned number : {0u, 1u, 2u}) {
             QCOMPARE(thread_number_of_current_thread(), number);
             register_current_thread();

@@ -7,7 +7,7 @@
 
 /// Puts a stand-in for the Perforce client in front on PATH, for this process
 /// and those that it starts, until the scene ends. What it answers is written
-/// in tests/support/p4_stand_in.pl.
+/// in tests/support/p4_stand_in.cpp.
 class P4_SCENE
 {
 public:

@@ -4,9 +4,11 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QThread>
 
+#ifdef Q_OS_UNIX
 #include <csignal>
 #include <grp.h>
 #include <unistd.h>
+#endif
 
 #include "tests/support/files.h"
 #include "tests/support/temporary_tree.h"
@@ -22,12 +24,14 @@ protected:
     // Runs in the child between fork and exec.
     void setupChildProcess() override
     {
+#ifdef Q_OS_UNIX
         const uid_t nobody = 65534;
         if (m_run.unprivileged && ::getuid() == 0)
             if (::setgroups(0, nullptr) != 0 || ::setgid(nobody) != 0 || ::setuid(nobody) != 0)
                 ::_exit(127);
         for (int stream = 0; m_run.closed_console && stream <= 2; ++stream)
             ::close(stream);
+#endif
     }
 
 private:
@@ -110,8 +114,12 @@ bool PROGRAM_RUN::wait_for_text(const QString& file, const QByteArray& text)
 
 void PROGRAM_RUN::send_signal(int number)
 {
+#ifdef Q_OS_UNIX
     if (m_process && m_process->state() == QProcess::Running)
         ::kill(pid_t(m_process->processId()), number);
+#else
+    Q_UNUSED(number)
+#endif
 }
 
 QByteArray PROGRAM_RUN::report() const

@@ -99,8 +99,7 @@ void TEMPORARY_TREE::open_to_everybody() const
 
 void TEMPORARY_TREE::lay_out_program() const
 {
-    for (const char* file :
-         {"gox." GOX_BUILD_TAG ".bin", "gox_layout." GOX_BUILD_TAG ".bin", "libgox_contracts.so"})
+    for (const char* file : {GOX_PROGRAM_FILE, GOX_LAYOUT_FILE, GOX_CONTRACTS_FILE})
         link_or_copy(QStringLiteral(GOX_TOOL_DIR "/") + file, path(QStringLiteral("tool/") + file));
 }
 
@@ -113,5 +112,5 @@ void TEMPORARY_TREE::add_plugin(const QString& name, const QString& file_name) c
 
 QString TEMPORARY_TREE::program() const
 {
-    return path(QStringLiteral("tool/gox." GOX_BUILD_TAG ".bin"));
+    return path(QStringLiteral("tool/" GOX_PROGRAM_FILE));
 }

@@ -4,6 +4,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#ifdef Q_OS_UNIX
 #include <fcntl.h>
 #include <pty.h>
 #include <unistd.h>
@@ -46,3 +47,4 @@ private:
     int m_slave;
     QByteArray m_bytes;
 };
+#endif

@@ -33,13 +33,6 @@ private slots:
         QCOMPARE(one.behind("file ").value("a/b.txt"), one.has("file a/b.txt") ? "held" : QString());
         QVERIFY(!text_difference("a\nb", "a\nc").isEmpty());
     }
-
-    void allowed_warnings_pass()
-    {
-        allow_warning("No such slot");
-        QObject sender;
-        QVERIFY(!connect(&sender, SIGNAL(destroyed()), this, SLOT(misspelt())));
-    }
 };
 
 QTEST_MAIN(TST_SUPPORT)

@@ -56,11 +56,6 @@ QString words_of(const QWidget& widget)
     return {};
 }
 
-bool is_on(const QWidget& widget, const char* property)
-{
-    return widget.property(property).toBool();
-}
-
 QString particulars_of(const QWidget& widget)
 {
     QStringList states;
@@ -69,7 +64,7 @@ QString particulars_of(const QWidget& widget)
     if (!widget.isEnabled() && (!widget.parentWidget() || widget.parentWidget()->isEnabled()))
         states += "disabled";
     for (const char* property : {"checked", "default", "readOnly"})
-        if (is_on(widget, property))
+        if (widget.property(property).toBool())
             states += property;
     if (!widget.toolTip().isEmpty())
         states += "tip \"" + widget.toolTip() + '"';

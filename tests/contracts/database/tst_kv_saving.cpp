@@ -3,8 +3,8 @@
 #include <QtTest/QTest>
 
 #include "tests/contracts/database/database_session.h"
+#include "tests/session/step_scene.h"
 #include "tests/support/full_disk.h"
-#include "tests/support/idle_action.h"
 #include "tests/support/rows.h"
 #include "tests/support/watched_test.h"
 
@@ -113,7 +113,7 @@ private slots:
     {
         for (const QString file : {"log.xml", "packs.xml", "schema.xml"}) {
             DATABASE_SESSION db;
-            IDLE_ACTION action;
+            STEP_ACTION action;
             db.run("stock");
             change_four_files(db);
             const QFile::Permissions permissions = QFile::permissions(db.path(file));
