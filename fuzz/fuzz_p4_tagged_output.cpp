@@ -18,10 +18,11 @@ void take_input(const QByteArray& input)
     });
     PERFORCE_READING::s_failed = false;
     const QList<QByteArray> lines = input.split('\n');
+    QString cause;
     for (const QByteArray& line : lines)
-        states.add_line(line);
-    states.finish();
-    require(PERFORCE_READING::s_failed != states.error().isEmpty(), QStringLiteral("failed without a cause"));
+        cause += states.add_line(line);
+    cause += states.finish();
+    require(PERFORCE_READING::s_failed != cause.isEmpty(), QStringLiteral("failed without a cause"));
 
     PERFORCE_READING::s_failed = false;
     PERFORCE_HISTORY_READER history(
