@@ -18,7 +18,8 @@ bool BUILD_SESSION::connect_database(const QString& workspace, QTextStream& log,
     const bool read_only = options->exists(QStringLiteral("build_server")) || no_progress_dialog;
     database = new GOX_QUERY_INTERFACE(nullptr, workspace, false, read_only);
     // The flag of a build that has ended stays: only one that runs can be stopped.
-    database->bound_queries([this] { return abort_flag && isRunning(); }, read_only ? LONGEST_QUERY : -1);
+    database->bound_queries([this] { return abort_flag && isRunning(); },
+                            read_only || is_unattended() ? LONGEST_QUERY : -1);
     const QString error = database->connect_without_merge(database_path(), false);
     if (error.isEmpty()) {
         PROCESSOR_INTERFACE::s_database = database;
