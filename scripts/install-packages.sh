@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages_for() {
     case "$1" in
-    build) echo build-essential cmake ninja-build pkg-config qtbase5-dev libqt5svg5 libsqlite3-dev graphviz libgraphviz-dev fonts-dejavu-core ;;
+    build) echo build-essential cmake ninja-build pkg-config qtbase5-dev libqt5svg5 libsqlite3-dev libxxhash-dev graphviz libgraphviz-dev fonts-dejavu-core ;;
     sample) echo libzip-dev ;;
     test) echo libzip-dev libbenchmark-dev xvfb ;;
     format) echo clang-format ;;
