@@ -14,7 +14,8 @@ namespace {
 const QMap<QString, QString> ROOMS = {
     {"contracts", "session/file_entry.h session/lockable_map.h"},
     {"session", "contracts settings"},
-    {"execution", "contracts session"},
+    {"record", "contracts session"},
+    {"execution", "contracts session record"},
     {"selection", "contracts session rules settings graph"},
     {"progress", "contracts session"},
     {"rules", "contracts session/file_entry.h session/lockable_map.h"},

@@ -1,0 +1,10 @@
+#include <QtCore/QDateTime>
+#include <QtCore/QFileInfo>
+
+#include "record/build_entry.h"
+
+FILE_STAMP stamp_of_file(const QString& path)
+{
+    const QFileInfo file(path);
+    return file.exists() ? FILE_STAMP{file.lastModified().toMSecsSinceEpoch(), file.size()} : FILE_STAMP{};
+}
