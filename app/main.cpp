@@ -20,6 +20,7 @@
 #include "app/platform_choice.h"
 #include "app/program_options.h"
 #include "app/run_cycle.h"
+#include "app/run_options.h"
 #include "app/terminate_process.h"
 #include "app/tool_folder.h"
 #include "app/unattended_boxes.h"
@@ -33,6 +34,7 @@
 #include "contracts/services/thread_manager.h"
 #include "contracts/services/tools_metrics.h"
 #include "session/build_session.h"
+#include "session/run_files.h"
 #include "session/run_report.h"
 #include "session/signal_stack.h"
 #include "session/start_up_hooks.h"
@@ -83,6 +85,15 @@ void prepare_process() {}
 
 #endif
 
+// What the command line asks for, once the configuration is there that it is for.
+struct ORDER
+{
+    CHOSEN_CONFIGURATION configuration;
+    RUN_OPTIONS options;
+    QStringList faults; ///< of the options; the run must not begin
+    ATTENDANCE attendance;
+};
+
 // Who answers boxes and who hears what the run does, from here on.
 ATTENDANCE attend(bool has_display, const CHOSEN_CONFIGURATION& configuration,
                   const COMMAND_LINE_OPTIONS& options, QApplication& application)
@@ -112,19 +123,35 @@ void report_configuration(const CHOSEN_CONFIGURATION& configuration)
         RUN_REPORT::remark(remark);
 }
 
+void show_option_errors(const QStringList& errors)
+{
+    if (!errors.isEmpty())
+        show_plain_box(QMessageBox::Warning, nullptr, errors.join('\n'));
+}
+
+// What only silent runs can be asked for; appends to the option errors where the run
+// is not one of them.
+void read_order(const COMMAND_LINE_OPTIONS& options, ORDER& order, QStringList& option_errors)
+{
+    if (order.configuration.record.silent)
+        order.options = read_run_options(options, order.faults);
+    else if (!order.configuration.is_refused())
+        option_errors += misplaced_run_options(options);
+}
+
 // Everything about the options, up to a configuration that is there. False when the
 // person did not choose one.
-bool choose_configuration(const COMMAND_LINE_OPTIONS& options, const QStringList& option_errors,
-                          bool has_display, QApplication& application, CHOSEN_CONFIGURATION& chosen,
-                          ATTENDANCE& attendance)
+bool choose_configuration(const COMMAND_LINE_OPTIONS& options, QStringList option_errors, bool has_display,
+                          QApplication& application, ORDER& order)
 {
     QString name = configuration_name_of(options);
     const bool is_to_choose = name == QLatin1String("choose");
-    if (!is_to_choose)
-        chosen = load_configuration(name);
-    attendance = attend(has_display, chosen, options, application);
-    if (!option_errors.isEmpty())
-        show_plain_box(QMessageBox::Warning, nullptr, option_errors.join('\n'));
+    if (!is_to_choose) {
+        order.configuration = load_configuration(name);
+        read_order(options, order, option_errors);
+    }
+    order.attendance = attend(has_display, order.configuration, options, application);
+    show_option_errors(option_errors);
     check_options(options);
     report_other_folder();
     if (is_to_choose) {
@@ -132,12 +159,27 @@ bool choose_configuration(const COMMAND_LINE_OPTIONS& options, const QStringList
             RUN_REPORT::error(QStringLiteral("There is no display to choose a configuration on. Name one."));
         if (!ask_for_configuration(name))
             return false;
-        chosen = load_configuration(name);
-        chosen.is_chosen_by_hand = true;
-        attendance = attend(has_display, chosen, options, application);
+        order.configuration = load_configuration(name);
+        order.configuration.is_chosen_by_hand = true;
+        QStringList errors;
+        read_order(options, order, errors);
+        order.attendance = attend(has_display, order.configuration, options, application);
+        show_option_errors(errors);
     }
-    report_configuration(chosen);
+    report_configuration(order.configuration);
     return true;
+}
+
+// A run that was asked for in words that make no sense would build something else.
+void apply(const ORDER& order)
+{
+    if (!order.faults.isEmpty()) {
+        show_plain_box(QMessageBox::Critical, nullptr, order.faults.join('\n'));
+        terminate_process(1);
+    }
+    RUN_FILES::set_share(order.options.shard, order.options.shards);
+    if (order.options.dry_run)
+        RUN_FILES::write_none();
 }
 
 // Everything from the command line to the end of the cycle. The exit status of
@@ -148,11 +190,11 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     COMMAND_LINE_OPTIONS options(program_options());
     QStringList option_errors;
     options.initialise(argc, argv, option_errors);
-    CHOSEN_CONFIGURATION chosen;
-    ATTENDANCE attendance;
-    if (!choose_configuration(options, option_errors, has_display, application, chosen, attendance))
+    ORDER order;
+    if (!choose_configuration(options, option_errors, has_display, application, order))
         return std::nullopt;
-    const CONFIGURATION& configuration = chosen.record;
+    apply(order);
+    const CONFIGURATION& configuration = order.configuration.record;
     const TREE_LOCK tree_lock;
     if (!tree_lock.other_run().isEmpty())
         RUN_REPORT::remark("Another GOX runs in this tree, " + tree_lock.other_run() +
@@ -161,7 +203,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     P4_CONNECTION p4(true, true, configuration.p4_option);
     PROGRESS_WIDGET splash(nullptr, Qt::Tool | Qt::FramelessWindowHint);
     splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
-    if (attendance.has_display && !options.exists(QStringLiteral("nosplashscreen")))
+    if (order.attendance.has_display && !options.exists(QStringLiteral("nosplashscreen")))
         QT_WORKAROUNDS::show_at_once(&splash);
     splash.repaint();
 
@@ -174,7 +216,9 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     if (!is_started)
         return std::nullopt;
     const EXIT_WATCH exit_watch_ahead_of_plugins;
-    return RUN_CYCLE(session, configuration, p4, splash, metrics, total_watch, attendance).run();
+    return RUN_CYCLE(session, configuration, order.options, p4, splash, metrics, total_watch,
+                     order.attendance)
+        .run();
 }
 
 } // namespace

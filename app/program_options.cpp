@@ -32,6 +32,12 @@ QVector<COMMAND_LINE_OPTION> program_options()
         {"offline", nullptr, "", false, "work without Perforce"},
         {"assert_at_startup", nullptr, "", true, "accepted and ignored"},
         {"handle_crash", nullptr, "", true, "delete call_stack.txt in the current folder"},
+        {"only_out_of_date", nullptr, "", false, "silent runs: leave out the actions that are up to date"},
+        {"explain", nullptr, "", false, "silent runs: tell of each action why it runs or does not"},
+        {"dry_run", nullptr, "", false, "silent runs: tell what would run, and write nothing"},
+        {"report", "FILE", "", false,
+         "silent runs: write what became of each action, to .json or .xml (JUnit)"},
+        {"shard", "K/N", "", false, "silent runs: build share K of N of the plan"},
         {"help", nullptr, "h?", false, "show this text"},
         {"version", nullptr, "v", false, "show the version"},
     };

@@ -19,11 +19,12 @@ const int LOOK_INTERVAL = 100; // milliseconds
 
 } // namespace
 
-RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, P4_CONNECTION& p4,
-                     PROGRESS_WIDGET& splash, Tallyline::Context& metrics, Tallyline::StopWatch& total_watch,
-                     const ATTENDANCE& attendance)
+RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, const RUN_OPTIONS& options,
+                     P4_CONNECTION& p4, PROGRESS_WIDGET& splash, Tallyline::Context& metrics,
+                     Tallyline::StopWatch& total_watch, const ATTENDANCE& attendance)
     : m_session(session),
       m_configuration(configuration),
+      m_options(options),
       m_p4(p4),
       m_splash(splash),
       m_metrics(metrics),

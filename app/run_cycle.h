@@ -4,6 +4,8 @@
 
 #include "app/attendance.h"
 #include "contracts/services/stop_watch.h"
+#include "execution/plan_judgement.h"
+#include "session/run_options.h"
 
 class BUILD_SESSION;
 class CONFIGURATION;
@@ -18,9 +20,9 @@ class Context;
 class RUN_CYCLE
 {
 public:
-    RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, P4_CONNECTION& p4,
-              PROGRESS_WIDGET& splash, Tallyline::Context& metrics, Tallyline::StopWatch& total_watch,
-              const ATTENDANCE& attendance);
+    RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, const RUN_OPTIONS& options,
+              P4_CONNECTION& p4, PROGRESS_WIDGET& splash, Tallyline::Context& metrics,
+              Tallyline::StopWatch& total_watch, const ATTENDANCE& attendance);
 
     /// Runs passes until one of them ends the cycle. The exit status of the
     /// process, or nothing when the build could not be prepared.
@@ -43,11 +45,13 @@ private:
 
     BUILD_SESSION& m_session;
     const CONFIGURATION& m_configuration;
+    const RUN_OPTIONS m_options;
     P4_CONNECTION& m_p4;
     PROGRESS_WIDGET& m_splash;
     Tallyline::Context& m_metrics;
     Tallyline::StopWatch& m_total_watch;
     const ATTENDANCE m_attendance;
+    PLAN_JUDGEMENT m_judgement; // of the plan at hand
     bool m_first_pass = true;
     bool m_leave_after_pass = true;
     bool m_get_latest = false;

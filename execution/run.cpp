@@ -40,6 +40,8 @@ void BUILD_SESSION::run()
 {
     const SIGNAL_STACK signal_stack;
     register_current_thread();
+    results.actions.clear();
+    results.actions.reserve(selected_actions.size());
     ACTION_INTERFACE::s_asset_graph = asset_graph;
     abort_flag = false;
     pause_flag = false;
@@ -80,6 +82,7 @@ bool BUILD_SESSION::run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs)
     if (abort_flag)
         return false;
 
+    results.actions.append(ACTION_RESULT());
     if (action.checks_dependencies())
         stop_for_dependencies(action);
     if (action.state == ACTION_NOT_RUN) {
@@ -103,6 +106,8 @@ bool BUILD_SESSION::run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs)
     if (action.state == ACTION_FAILED)
         write_section(logs.error.text(), action);
     report_action(action);
+    if (results.keep_output)
+        results.actions.last().output = action.output;
     if (!configuration->keep_output)
         action.output.clear();
     if (abort_flag)
@@ -174,7 +179,10 @@ void BUILD_SESSION::execute_action(ACTION_INTERFACE& action)
     action.clear_redirections();
     if (action.review_needed && action.state == ACTION_SUCCEEDED)
         action.state = action.review_is_failure() ? ACTION_FAILED : ACTION_SUCCEEDED_WITH_WARNINGS;
+    ACTION_RESULT& result = results.actions.last();
+    result.said = action.output.size();
+    result.duration = watch.Stop().AsMSec();
     action.add_output_line(QString());
     action.add_output_line(QStringLiteral("====================================="));
-    action.add_output_line("Duration: " + duration_text(watch.Stop().AsMSec()));
+    action.add_output_line("Duration: " + duration_text(result.duration));
 }

@@ -10,6 +10,7 @@
 #include "contracts/paths/physical_path.h"
 #include "contracts/rules/rule_cache.h"
 #include "contracts/services/directory_scanner.h"
+#include "session/build_results.h"
 #include "session/file_entry.h"
 #include "session/file_spellings.h"
 #include "session/lockable_map.h"
@@ -75,6 +76,7 @@ public:
     volatile bool abort_flag; ///< ends the build after the action in hand
     bool pause_flag;          ///< holds the build ahead of the next action
     QStringList written_logs; ///< names of the build's logs that could be written, once it has ended
+    BUILD_RESULTS results;    ///< what the last build left of the actions of its plan
 
     /// Runs the steps below in their order, each behind a text on the splash.
     /// False, when the database, the plugins or the scan stopped it; that has

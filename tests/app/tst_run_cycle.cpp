@@ -41,7 +41,7 @@ public:
         Tallyline::StopWatch watch;
         Tallyline::Context packets("localhost", m_server.localPort(), "GOX", 44);
         const auto status =
-            RUN_CYCLE(*session, configuration, p4, splash, packets, watch, {true, true, false}).run();
+            RUN_CYCLE(*session, configuration, {}, p4, splash, packets, watch, {true, true, false}).run();
         note_packets();
         for (const QString& call : QString::fromUtf8(tree.read("tool/trace.txt")).split('\n'))
             if (call.contains(" execute "))
