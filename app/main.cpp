@@ -208,6 +208,12 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     splash.repaint();
 
     const EXIT_WATCH exit_watch;
+    INCREMENTAL_PLAN incremental;
+    incremental.only_out_of_date = order.options.only_out_of_date;
+    incremental.explains = order.options.explain || order.options.dry_run || !order.options.report.isEmpty();
+    incremental.writes = !order.options.dry_run;
+    incremental.shard = {order.options.shard, order.options.shards};
+    incremental.begin_reading();
     BUILD_SESSION session(configuration, options, metrics, p4);
     if (options.exists(QStringLiteral("swallow_startup_asserts")))
         FW::fw_message_box_hook = startup_message_hook;
@@ -216,7 +222,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     if (!is_started)
         return std::nullopt;
     const EXIT_WATCH exit_watch_ahead_of_plugins;
-    return RUN_CYCLE(session, configuration, order.options, p4, splash, metrics, total_watch,
+    return RUN_CYCLE(session, configuration, order.options, incremental, p4, splash, metrics, total_watch,
                      order.attendance)
         .run();
 }

@@ -20,7 +20,7 @@ const int LOOK_INTERVAL = 100; // milliseconds
 } // namespace
 
 RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, const RUN_OPTIONS& options,
-                     P4_CONNECTION& p4, PROGRESS_WIDGET& splash, Tallyline::Context& metrics,
+                     INCREMENTAL_PLAN& incremental, P4_CONNECTION& p4, PROGRESS_WIDGET& splash, Tallyline::Context& metrics,
                      Tallyline::StopWatch& total_watch, const ATTENDANCE& attendance)
     : m_session(session),
       m_configuration(configuration),
@@ -29,7 +29,9 @@ RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration,
       m_splash(splash),
       m_metrics(metrics),
       m_total_watch(total_watch),
-      m_attendance(attendance)
+      m_attendance(attendance),
+      m_incremental(incremental),
+      m_recorder(session, incremental.shard)
 {
 }
 
@@ -47,10 +49,11 @@ std::optional<int> RUN_CYCLE::run()
             m_exit_status = 1;
             return exit_status();
         }
-        WORK_AT_HAND::note(QStringLiteral("the planning of the build"));
-        m_session.plan_build();
+        plan();
         if (m_session.selected_actions.isEmpty())
-            report_empty_plan();
+            report_empty_plan(m_incremental.judgement, m_options.is_divided());
+        else if (m_options.dry_run)
+            return report_dry_run(m_session.selected_actions, m_incremental.judgement), m_exit_status;
         else if (!build())
             return std::nullopt;
         if (m_leave_after_pass)
@@ -95,10 +98,22 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
     return CHOSEN;
 }
 
+void RUN_CYCLE::plan()
+{
+    WORK_AT_HAND::note(QStringLiteral("the planning of the build"));
+    m_session.plan_build();
+    for (const QString& problem : m_incremental.apply(m_session))
+        RUN_REPORT::line(problem);
+    if (m_options.explain || m_options.dry_run)
+        report_explanations(m_session.selected_actions, m_incremental.judgement);
+}
+
 // False when the build could not be prepared.
 bool RUN_CYCLE::build()
 {
     send_event("BuildStarted");
+    m_recorder.start(m_incremental.whole, m_incremental.record);
+    m_session.recorder = &m_recorder;
     if (!m_session.prepare_build(m_get_latest))
         return false;
     bool was_stopped;
@@ -108,8 +123,17 @@ bool RUN_CYCLE::build()
     } else {
         was_stopped = watch_build();
     }
-    report_summary(m_session.selected_actions, m_session.written_logs, was_stopped);
+    finish_record();
+    report_summary(m_session.selected_actions, m_session.written_logs, was_stopped, m_incremental.judgement);
     return true;
+}
+
+void RUN_CYCLE::finish_record()
+{
+    m_session.recorder = nullptr;
+    const QString error = m_recorder.finish(exit_status() == 0);
+    if (!error.isEmpty())
+        RUN_REPORT::line(error);
 }
 
 // Whether the build was asked to end from outside.

@@ -4,7 +4,8 @@
 
 #include "app/attendance.h"
 #include "contracts/services/stop_watch.h"
-#include "execution/plan_judgement.h"
+#include "record/build_recorder.h"
+#include "record/incremental_plan.h"
 #include "session/run_options.h"
 
 class BUILD_SESSION;
@@ -21,6 +22,7 @@ class RUN_CYCLE
 {
 public:
     RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, const RUN_OPTIONS& options,
+              INCREMENTAL_PLAN& incremental,
               P4_CONNECTION& p4, PROGRESS_WIDGET& splash, Tallyline::Context& metrics,
               Tallyline::StopWatch& total_watch, const ATTENDANCE& attendance);
 
@@ -37,7 +39,9 @@ private:
     };
 
     CHOICE choose_files();
+    void plan();
     bool build();
+    void finish_record();
     bool watch_build();
     int exit_status() const;
     void send_start_up_time(const Tallyline::StopWatch* dialog_watch);
@@ -51,7 +55,8 @@ private:
     Tallyline::Context& m_metrics;
     Tallyline::StopWatch& m_total_watch;
     const ATTENDANCE m_attendance;
-    PLAN_JUDGEMENT m_judgement; // of the plan at hand
+    INCREMENTAL_PLAN& m_incremental;
+    BUILD_RECORDER m_recorder;
     bool m_first_pass = true;
     bool m_leave_after_pass = true;
     bool m_get_latest = false;

@@ -11,6 +11,7 @@
 #include "contracts/services/stop_watch.h"
 #include "execution/duration_text.h"
 #include "execution/run_summary.h"
+#include "record/build_recorder.h"
 #include "session/build_session.h"
 #include "session/log_file.h"
 #include "session/signal_stack.h"
@@ -25,6 +26,16 @@ void write_section(QTextStream& log, ACTION_INTERFACE& action)
 {
     log << "=== " << action.processor->name() << " / " << action.display_text(true) << " ===\n"
         << action.output << "\n";
+}
+
+// The last line that an action had to say ahead of the closing ones.
+QString last_message(const QString& output, int said)
+{
+    const QStringList lines = output.left(said).split('\n', Qt::SkipEmptyParts);
+    for (auto line = lines.crbegin(); line != lines.crend(); ++line)
+        if (!line->trimmed().isEmpty())
+            return line->trimmed();
+    return QString();
 }
 
 } // namespace
@@ -87,6 +98,8 @@ bool BUILD_SESSION::run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs)
         stop_for_dependencies(action);
     if (action.state == ACTION_NOT_RUN) {
         action.state = ACTION_RUNNING;
+        if (recorder)
+            recorder->begin(action);
         prepare_targets(action);
         action.processor->stopwatch.Start();
         if (action.preset_errors.isEmpty()) {
@@ -98,6 +111,8 @@ bool BUILD_SESSION::run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs)
         }
         action.processor->stopwatch.Stop();
         ++action.processor->finished_actions;
+        if (recorder)
+            record_end(action);
     }
 
     write_section(logs.main.text(), action);
@@ -114,6 +129,15 @@ bool BUILD_SESSION::run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs)
         return false;
     action.progress_current = action.progress_total;
     return true;
+}
+
+void BUILD_SESSION::record_end(ACTION_INTERFACE& action)
+{
+    const ACTION_RESULT& result = results.actions.last();
+    const QString warning = action.state == ACTION_SUCCEEDED_WITH_WARNINGS
+                                ? last_message(action.output, result.said)
+                                : QString();
+    recorder->end(action, result.duration, warning, abort_flag);
 }
 
 // Only direct dependencies are looked at; failure travels down a chain because

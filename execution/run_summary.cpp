@@ -7,6 +7,7 @@
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/processor_interface.h"
+#include "record/plan_judgement.h"
 #include "session/log_file.h"
 #include "session/run_report.h"
 #include "session/start_up_hooks.h"
@@ -89,6 +90,18 @@ void report_remarks()
                              .arg(remarks == 1 ? QString() : QStringLiteral("s")));
 }
 
+// Actions that were left out, and what is still to be heard of them.
+void report_up_to_date(const PLAN_JUDGEMENT& judgement)
+{
+    if (judgement.up_to_date.isEmpty())
+        return;
+    RUN_REPORT::line(QStringLiteral("  %1 up to date").arg(judgement.up_to_date.size()));
+    for (const UP_TO_DATE_ACTION& left_out : judgement.up_to_date)
+        if (left_out.had_warnings)
+            RUN_REPORT::line("  up to date, with warnings when it was built: " + name_of(*left_out.action) +
+                             (left_out.warning.isEmpty() ? QString() : ": " + left_out.warning));
+}
+
 } // namespace
 
 void report_start(int planned)
@@ -133,13 +146,33 @@ void report_stop()
         RUN_REPORT::line("Stopping" + (action ? ", waiting for " + name_of(*action) : QString()) + "...");
 }
 
-void report_empty_plan()
+void report_explanations(const QVector<ACTION_INTERFACE*>& plan, const PLAN_JUDGEMENT& judgement)
 {
-    RUN_REPORT::line(QStringLiteral("Nothing is selected, so there is nothing to build."));
+    for (ACTION_INTERFACE* action : plan)
+        RUN_REPORT::line(name_of(*action) + ": " + judgement.explanations.value(action));
+}
+
+void report_empty_plan(const PLAN_JUDGEMENT& judgement, bool is_share)
+{
+    if (!judgement.up_to_date.isEmpty())
+        RUN_REPORT::line(QStringLiteral("Everything is up to date, so there is nothing to build."));
+    else if (is_share)
+        RUN_REPORT::line(QStringLiteral("Nothing falls to this share, so there is nothing to build."));
+    else
+        RUN_REPORT::line(QStringLiteral("Nothing is selected, so there is nothing to build."));
+    report_up_to_date(judgement);
     report_remarks();
 }
 
-void report_summary(const QVector<ACTION_INTERFACE*>& actions, const QStringList& logs, bool was_stopped)
+void report_dry_run(const QVector<ACTION_INTERFACE*>& plan, const PLAN_JUDGEMENT& judgement)
+{
+    RUN_REPORT::line(QStringLiteral("%1 action(s) would run; this was a dry run.").arg(plan.size()));
+    report_up_to_date(judgement);
+    report_remarks();
+}
+
+void report_summary(const QVector<ACTION_INTERFACE*>& actions, const QStringList& logs, bool was_stopped,
+                    const PLAN_JUDGEMENT& judgement)
 {
     if (!RUN_REPORT::is_on())
         return;
@@ -156,6 +189,7 @@ void report_summary(const QVector<ACTION_INTERFACE*>& actions, const QStringList
             RUN_REPORT::line(QStringLiteral("  %1 %2").arg(count).arg(QLatin1String(known.words)));
     for (auto other = counts.cbegin(); other != counts.cend(); ++other)
         RUN_REPORT::line(QStringLiteral("  %1 %2").arg(other.value()).arg(words_of(other.key())));
+    report_up_to_date(judgement);
     report_remarks();
     RUN_REPORT::line("Logs: " + (logs.isEmpty() ? QStringLiteral("none could be written")
                                                 : LOG_FILE::path_of(logs.join(QStringLiteral(", ")))));

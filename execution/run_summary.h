@@ -4,6 +4,7 @@
 #include <QtCore/QVector>
 
 class ACTION_INTERFACE;
+struct PLAN_JUDGEMENT;
 
 // What the console of an unattended run hears of a build. Nothing of it says
 // anything while RUN_REPORT is off.
@@ -28,10 +29,17 @@ void report_progress_at(qint64 milliseconds);
 /// GUI thread.
 void report_stop();
 
-/// There is nothing to build. GUI thread.
-void report_empty_plan();
+/// Why each action of the plan runs: a line each. GUI thread.
+void report_explanations(const QVector<ACTION_INTERFACE*>& plan, const PLAN_JUDGEMENT& judgement);
+
+/// There is nothing to build. `is_share`: of what this process is to build. GUI thread.
+void report_empty_plan(const PLAN_JUDGEMENT& judgement, bool is_share);
+
+/// The end of a run that only planned. GUI thread.
+void report_dry_run(const QVector<ACTION_INTERFACE*>& plan, const PLAN_JUDGEMENT& judgement);
 
 /// The end of a build: counts by state, the time that it took and where the logs
 /// are. `logs` are the names of those that could be written. GUI thread, after the
 /// build.
-void report_summary(const QVector<ACTION_INTERFACE*>& actions, const QStringList& logs, bool was_stopped);
+void report_summary(const QVector<ACTION_INTERFACE*>& actions, const QStringList& logs, bool was_stopped,
+                    const PLAN_JUDGEMENT& judgement);

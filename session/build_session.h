@@ -16,6 +16,7 @@
 #include "session/lockable_map.h"
 
 class ACTION_INTERFACE;
+class BUILD_RECORDER;
 class COMMAND_LINE_OPTIONS;
 class CONFIGURATION;
 class KV_XML_QUERY_INTERFACE;
@@ -76,6 +77,8 @@ public:
     volatile bool abort_flag; ///< ends the build after the action in hand
     bool pause_flag;          ///< holds the build ahead of the next action
     QStringList written_logs; ///< names of the build's logs that could be written, once it has ended
+    BUILD_RECORDER* recorder = nullptr; ///< is told of each action that runs; not owned, may be null
+    qint64 scan_began = 0;    ///< of scan_local_files: milliseconds since 1970; 0: there was none
     BUILD_RESULTS results;    ///< what the last build left of the actions of its plan
 
     /// Runs the steps below in their order, each behind a text on the splash.
@@ -194,6 +197,7 @@ private:
     bool run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs);
     void close_logs(BUILD_LOGS& logs);
     void stop_for_dependencies(ACTION_INTERFACE& action);
+    void record_end(ACTION_INTERFACE& action);
     void prepare_targets(ACTION_INTERFACE& action);
     void execute_action(ACTION_INTERFACE& action);
     void abort_selected_actions();

@@ -67,6 +67,7 @@ void remark_some(const QStringList& remarks)
 
 bool BUILD_SESSION::scan_local_files(QTextStream& log)
 {
+    scan_began = QDateTime::currentMSecsSinceEpoch();
     SATELLITE& scanner = SATELLITE::instance();
     for (const PHYSICAL_PATH& directory : qAsConst(directories))
         scanner.add_path(directory);

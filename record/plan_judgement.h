@@ -10,7 +10,8 @@ class ACTION_INTERFACE;
 struct UP_TO_DATE_ACTION
 {
     ACTION_INTERFACE* action;
-    QString warning; ///< the last line that it had to say if it ended with warnings; else empty
+    bool had_warnings; ///< the last time that it ran
+    QString warning;   ///< the last line that it had to say then
 };
 
 /// What is known of the actions of a plan before they run. As it comes nothing is

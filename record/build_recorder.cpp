@@ -1,0 +1,314 @@
+#include "record/build_recorder.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDateTime>
+
+#include <algorithm>
+
+#include "contracts/actions/action_interface.h"
+#include "contracts/actions/action_notes.h"
+#include "contracts/actions/processor_interface.h"
+#include "contracts/paths/paths.h"
+#include "record/action_judge.h"
+#include "record/present_surroundings.h"
+#include "record/record_reader.h"
+#include "record/record_writer.h"
+#include "record/rule_answers.h"
+#include "session/build_session.h"
+#include "session/file_entry.h"
+
+BUILD_RECORDER* BUILD_RECORDER::s_current = nullptr;
+
+// What the jobs of all builds of the process share. For the thread of the writer.
+struct JOB_SERVICES
+{
+    explicit JOB_SERVICES(const RULE_CACHE& rule_cache) : rules(rule_cache) {}
+
+    const RULE_CACHE& rules;
+    const TREE_PLACES places;
+
+    // Times and sizes of the files that actions have written, as they were right after
+    // that: the scan does not know them.
+    QHash<QString, FILE_STAMP> written;
+};
+
+namespace {
+
+// Longer than the steps in which any system counts the times of files.
+const qint64 TIME_STEP = 16; // milliseconds
+
+// What the writer makes an entry of. It shares the texts with the session.
+class ACTION_JOB : public RECORD_JOB
+{
+public:
+    struct FILE
+    {
+        PHYSICAL_PATH path;
+        PHYSICAL_PATH given_path; ///< of a target, as the action named it
+        FILE_STAMP stamp;         ///< of an input as the scan found it
+        bool is_to_be_asked;      ///< the disk knows more than the scan did
+        bool is_overwritten;      ///< a later action writes the target too
+    };
+
+    explicit ACTION_JOB(std::shared_ptr<JOB_SERVICES> services) : m_services(std::move(services)) {}
+
+    void complete(RECORDED_ACTION& result) override
+    {
+        result.entry = entry;
+        result.surroundings = surroundings;
+        BUILD_ENTRY_DETAILS& details = result.details;
+        details.name = name;
+        details.stamp = stamp;
+        details.warning = warning;
+        for (const RULE_QUESTION& question : qAsConst(questions))
+            details.answers.append(answer_now(m_services->rules, question));
+        STATE_DIGEST state;
+        state.start(stamp);
+        for (const FILE& input : qAsConst(inputs)) {
+            details.inputs.append(recorded(input.path, stamp_met(input)));
+            state.add_input(details.inputs.last().place, details.inputs.last().stamp);
+        }
+        for (const FILE& target : qAsConst(targets)) {
+            details.targets.append(recorded(target.given_path, stamp_left(target)));
+            state.add_target(details.targets.last().place, details.targets.last().stamp);
+        }
+        result.entry.state = state.result();
+    }
+
+    BUILD_ENTRY entry;
+    SURROUNDINGS surroundings;
+    QString name;
+    qint64 stamp = 0;
+    QString warning;
+    QVector<FILE> inputs;
+    QVector<FILE> targets;
+    QVector<RULE_QUESTION> questions;
+    qint64 end = 0; ///< of the action, by the clock
+
+private:
+    RECORDED_FILE recorded(const PHYSICAL_PATH& path, const FILE_STAMP& stamp_of_path) const
+    {
+        return {PATHS::logical_path(path), m_services->places.place(path).toString(), stamp_of_path};
+    }
+
+    FILE_STAMP stamp_met(const FILE& input) const
+    {
+        const auto written = m_services->written.constFind(input.path);
+        if (written != m_services->written.cend())
+            return *written;
+        return input.is_to_be_asked ? stamp_of_file(input.path) : input.stamp;
+    }
+
+    // What somebody wrote after the action, while the writer was busy with others, is
+    // not what the action left.
+    FILE_STAMP stamp_left(const FILE& target) const
+    {
+        const FILE_STAMP left = stamp_of_file(target.path);
+        m_services->written.insert(target.path, left);
+        if (target.is_overwritten)
+            return stamp_of_overwritten();
+        const bool was_late = QDateTime::currentMSecsSinceEpoch() - end > TIME_STEP;
+        return was_late && left.time > end + TIME_STEP ? stamp_of_uncertain() : left;
+    }
+
+    const std::shared_ptr<JOB_SERVICES> m_services;
+};
+
+// An action that has no good end.
+class END_OF_ENTRY_JOB : public RECORD_JOB
+{
+public:
+    END_OF_ENTRY_JOB(ACTION_INTERFACE& action, std::shared_ptr<JOB_SERVICES> services)
+        : m_key(notes_of(action).key), m_services(std::move(services))
+    {
+        for (auto target = action.target_files.cbegin(); target != action.target_files.cend(); ++target)
+            m_targets.append(target.key()->physical);
+    }
+
+    void complete(RECORDED_ACTION& result) override
+    {
+        for (const PHYSICAL_PATH& target : qAsConst(m_targets))
+            m_services->written.insert(target, stamp_of_file(target));
+        result.entry.key = m_key;
+        result.entry.is_gone = true;
+    }
+
+private:
+    const quint64 m_key;
+    const std::shared_ptr<JOB_SERVICES> m_services;
+    QVector<PHYSICAL_PATH> m_targets;
+};
+
+// What the scan found of an input. What was written while the scan went on may have
+// changed once more under the same time.
+ACTION_JOB::FILE input_of_job(const FILE_ENTRY& input, qint64 scan_began)
+{
+    ACTION_JOB::FILE file{input.physical, {}, FILE_STAMP(), !ACTION_FILES::is_known(input), false};
+    if (!file.is_to_be_asked)
+        file.stamp = ACTION_FILES::known(input);
+    if (file.stamp.time > scan_began - TIME_STEP && !input.virtual_file)
+        file.stamp = stamp_of_uncertain();
+    return file;
+}
+
+// An action that this one depends on, directly or through actions that are not
+// planned, or that writes one of its files.
+bool has_something_run(ACTION_INTERFACE& action)
+{
+    for (auto target = action.target_files.cbegin(); target != action.target_files.cend(); ++target)
+        for (ACTION_INTERFACE* other : qAsConst(target.key()->providers))
+            if (other != &action && notes_of(*other).has_run)
+                return true;
+    QSet<ACTION_INTERFACE*> seen{&action};
+    QVector<ACTION_INTERFACE*> waiting{&action};
+    while (!waiting.isEmpty())
+        for (ACTION_INTERFACE* dependency : qAsConst(waiting.takeLast()->dependencies)) {
+            if (notes_of(*dependency).has_run)
+                return true;
+            if (dependency->selection_count < 1 && !seen.contains(dependency)) {
+                seen.insert(dependency);
+                waiting.append(dependency);
+            }
+        }
+    return false;
+}
+
+} // namespace
+
+BUILD_RECORDER::BUILD_RECORDER(const BUILD_SESSION& session, const SHARD& shard)
+    : m_session(session),
+      m_shard(shard),
+      m_services(std::make_shared<JOB_SERVICES>(session.rule_cache))
+{
+}
+
+BUILD_RECORDER::~BUILD_RECORDER() = default;
+
+void BUILD_RECORDER::start(const QVector<ACTION_INTERFACE*>& plan,
+                           std::shared_ptr<const RECORD_CONTENT> content)
+{
+    m_plan = plan;
+    m_content = std::move(content);
+    m_durations.clear();
+    m_shared = std::make_unique<SHARED_TARGETS>(m_plan);
+    m_present =
+        std::make_unique<PRESENT_SURROUNDINGS>(m_session, m_content ? m_content->libraries() : QVector<KNOWN_LIBRARY>());
+    for (const PROCESSOR_INTERFACE* processor : m_session.processors)
+        m_present->library_of(*processor);
+    m_writer = std::make_unique<RECORD_WRITER>(QCoreApplication::applicationDirPath(),
+                                               record_name(m_shard), m_content,
+                                               m_present->libraries());
+    s_current = this;
+    ACTION_INTERFACE::s_is_up_to_date = &BUILD_RECORDER::answer_action;
+}
+
+void BUILD_RECORDER::begin(ACTION_INTERFACE& action)
+{
+    m_asked = ASKED_QUESTIONS();
+    if (notes_of(action).asked)
+        m_asked.add(*notes_of(action).asked);
+    const auto of_processor = m_session.processor_questions.constFind(action.processor);
+    if (of_processor != m_session.processor_questions.cend())
+        m_asked.add(*of_processor);
+    QUESTION_LOG::listen(&m_asked);
+}
+
+void BUILD_RECORDER::end(ACTION_INTERFACE& action, int duration, const QString& warning, bool was_stopped)
+{
+    QUESTION_LOG::listen(nullptr);
+    ACTION_NOTES& notes = notes_of(action);
+    const bool ended_well =
+        action.state == ACTION_SUCCEEDED || action.state == ACTION_SUCCEEDED_WITH_WARNINGS;
+    const bool kept_its_targets = notes.keeps_entry && action.state == ACTION_SUCCEEDED && !was_stopped;
+    notes.has_run = !kept_its_targets;
+    if (notes.key == 0 || kept_its_targets || has_double(action))
+        return;
+    if (!m_shard.is_whole() && duration >= 0)
+        m_durations.insert(notes.key, duration);
+    if (ended_well && !was_stopped)
+        put_entry(action, duration, warning);
+    else
+        m_writer->put(std::make_unique<END_OF_ENTRY_JOB>(action, m_services));
+}
+
+void BUILD_RECORDER::put_entry(ACTION_INTERFACE& action, int duration, const QString& warning)
+{
+    auto job = std::make_unique<ACTION_JOB>(m_services);
+    job->entry.key = notes_of(action).key;
+    job->entry.duration = duration;
+    job->entry.had_warnings = action.state == ACTION_SUCCEEDED_WITH_WARNINGS;
+    if (!m_asked.rules.isEmpty())
+        job->entry.rules = m_present->rules();
+    job->questions = m_asked.rules;
+    job->surroundings = m_present->of(*action.processor, m_asked);
+    job->name = action.processor->name() + " / " + action.display_text(true);
+    job->stamp = notes_of(action).stamp;
+    job->warning = warning;
+    job->end = QDateTime::currentMSecsSinceEpoch();
+    for (const FILE_ENTRY* input : qAsConst(action.input_files))
+        job->inputs.append(input_of_job(*input, m_session.scan_began));
+    for (auto target = action.target_files.cbegin(); target != action.target_files.cend(); ++target)
+        job->targets.append({target.key()->physical, target.value(), FILE_STAMP(), true,
+                             m_shared->is_written_later(*target.key(), action)});
+    m_writer->put(std::move(job));
+}
+
+QString BUILD_RECORDER::finish(bool succeeded)
+{
+    if (succeeded && !m_shard.is_whole())
+        put_durations();
+    ACTION_INTERFACE::s_is_up_to_date = nullptr;
+    s_current = nullptr;
+    QUESTION_LOG::listen(nullptr);
+    const QString error = m_writer->finish();
+    m_writer.reset();
+    m_judge.reset();
+    m_present.reset();
+    m_shared.reset();
+    m_content.reset(); // it is no longer what the files hold
+    return error;
+}
+
+bool BUILD_RECORDER::answer_action(ACTION_INTERFACE& action)
+{
+    if (!s_current)
+        return false;
+    const std::lock_guard<std::mutex> lock(s_current->m_judging);
+    return s_current->is_up_to_date(action);
+}
+
+bool BUILD_RECORDER::is_up_to_date(ACTION_INTERFACE& action)
+{
+    if (has_something_run(action))
+        return false;
+    if (!m_judge)
+        m_judge = std::make_unique<ACTION_JUDGE>(m_session, content(), *m_present, m_plan,
+                                                 ACTION_FILES::ON_DISK);
+    return m_judge->judge(action).reason == RUN_REASON::NONE;
+}
+
+const RECORD_CONTENT& BUILD_RECORDER::content()
+{
+    if (!m_content)
+        m_content = read_records(QCoreApplication::applicationDirPath(), record_name(m_shard),
+                                 RECORD_ACCESS::READ_AND_WRITE);
+    return *m_content;
+}
+
+// What the next build in shards is dealt out by.
+void BUILD_RECORDER::put_durations()
+{
+    DEALING dealing;
+    dealing.generation = SHARD_DURATIONS(content(), m_shard.count).next_generation(record_name(m_shard));
+    if (dealing.generation == 0)
+        return;
+    for (ACTION_INTERFACE* action : qAsConst(m_plan)) {
+        const quint64 key = notes_of(*action).key;
+        const BUILD_ENTRY* const former = key ? content().find(key) : nullptr;
+        if (m_durations.contains(key))
+            dealing.durations.append({key, m_durations.value(key)});
+        else if (former && !former->is_gone)
+            dealing.durations.append({key, former->duration});
+    }
+    m_writer->put_dealing(dealing);
+}
