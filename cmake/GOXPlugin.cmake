@@ -1,7 +1,7 @@
 # The level of the plugin kit. It goes up by one with every change of the contract
 # headers that makes a plugin built before unfit for the program: a virtual
 # operation or a member that is added, moved or changed.
-set_property(GLOBAL PROPERTY GOX_SDK_LEVEL 2)
+set_property(GLOBAL PROPERTY GOX_SDK_LEVEL 3)
 
 # gox_add_plugin(<name> <sources>...)
 #

@@ -1,5 +1,6 @@
 #include "record/rule_answers.h"
 
+#include "contracts/rules/rule_answer.h"
 #include "contracts/rules/rule_cache.h"
 #include "contracts/services/question_log.h"
 
@@ -11,8 +12,7 @@ RECORDED_ANSWER recorded(const QString& path, const QString& kind, const RULE& r
     answer.path = path;
     answer.kind = kind;
     answer.found = rule.found != nullptr;
-    for (auto value = rule.values.cbegin(); value != rule.values.cend(); ++value)
-        answer.values.insert(value.key(), value->value.toString());
+    answer.values = texts_of_answer(rule);
     return answer;
 }
 

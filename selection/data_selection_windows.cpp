@@ -52,7 +52,7 @@ QMap<RULE_SCHEMA*, RULE> rules_of(const FILE_ENTRY& file, const RULE_CACHE& cach
     const LOGICAL_PATH path = PATHS::logical_path(file.physical);
     QMap<RULE_SCHEMA*, RULE> resolved;
     for (RULE_SCHEMA* schema : QMap<QString, RULE_SCHEMA*>(RULE_SCHEMA::s_schemas)) {
-        const RULE rule = cache.get(path, schema->name);
+        const RULE rule = cache.answer(path, schema->name);
         if (rule.found)
             resolved.insert(schema, rule);
     }

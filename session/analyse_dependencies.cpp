@@ -1,5 +1,6 @@
 #include "contracts/actions/action_interface.h"
 #include "session/build_session.h"
+#include "session/noted_questions.h"
 
 void BUILD_SESSION::analyse_dependencies()
 {
@@ -14,6 +15,9 @@ void BUILD_SESSION::analyse_dependencies()
                 provider->add_dependency(*file.main_provider, false);
         }
     }
-    for (ACTION_INTERFACE* action : QVector<ACTION_INTERFACE*>(actions))
+    NOTED_QUESTIONS noted;
+    for (ACTION_INTERFACE* action : QVector<ACTION_INTERFACE*>(actions)) {
         action->resolve_dependencies(file_map, rule_cache);
+        keep_questions(noted, *action);
+    }
 }

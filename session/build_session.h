@@ -10,6 +10,7 @@
 #include "contracts/paths/physical_path.h"
 #include "contracts/rules/rule_cache.h"
 #include "contracts/services/directory_scanner.h"
+#include "contracts/services/question_log.h"
 #include "session/build_results.h"
 #include "session/file_entry.h"
 #include "session/file_spellings.h"
@@ -20,6 +21,7 @@ class BUILD_RECORDER;
 class COMMAND_LINE_OPTIONS;
 class CONFIGURATION;
 class KV_XML_QUERY_INTERFACE;
+class NOTED_QUESTIONS;
 class P4_CONNECTION;
 class PLUGIN_INTERFACE;
 class PREFERENCES_EDITOR_DIALOG;
@@ -70,8 +72,12 @@ public:
     RULE_CACHE rule_cache;                        ///< the rules of the run
     QVector<PLUGIN_INTERFACE*> plugins;           ///< in load order; belong to their libraries
     QVector<PROCESSOR_INTERFACE*> processors;     ///< in ascending order of their order number
-    QVector<ACTION_INTERFACE*> actions;           ///< all of them, in order of processors
-    QVector<ACTION_INTERFACE*> selected_actions;  ///< the plan: what to run, in this order
+    QHash<const PROCESSOR_INTERFACE*, QString> processor_libraries; ///< the library that each comes from
+    /// What a processor asked until its actions were there, and what none of its
+    /// actions alone has to do with: it counts for all of them. No entry: nothing.
+    QHash<const PROCESSOR_INTERFACE*, ASKED_QUESTIONS> processor_questions;
+    QVector<ACTION_INTERFACE*> actions;          ///< all of them, in order of processors
+    QVector<ACTION_INTERFACE*> selected_actions; ///< the plan: what to run, in this order
     QTSHARED::ASSET_GRAPH* asset_graph;
     PREFERENCES_EDITOR_DIALOG* preferences;
     volatile bool abort_flag; ///< ends the build after the action in hand
@@ -192,6 +198,9 @@ private:
     void link_inputs(ACTION_INTERFACE& action, ACTION_FILES& files);
     void link_targets(ACTION_INTERFACE& action, ACTION_FILES& files);
     FILE_ENTRY* target_entry(const ACTION_TARGET& target);
+    static void keep_questions(NOTED_QUESTIONS& noted, ACTION_INTERFACE& action);
+    void keep_questions(NOTED_QUESTIONS& noted, PROCESSOR_INTERFACE& processor);
+    void deal_questions(PROCESSOR_INTERFACE& processor, const QVector<ACTION_INTERFACE*>& collected);
 
     struct BUILD_LOGS;
     bool run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs);

@@ -4,6 +4,7 @@
 #include "contracts/configuration/configuration.h"
 #include "contracts/paths/paths.h"
 #include "session/build_session.h"
+#include "session/noted_questions.h"
 #include "session/run_report.h"
 #include "session/scan_roots.h"
 
@@ -45,12 +46,16 @@ void BUILD_SESSION::calculate_directories()
     if (configuration->processors.isEmpty() || configuration->directories.contains(QStringLiteral("..."))) {
         directories = PATHS::all();
     } else {
-        for (PROCESSOR_INTERFACE* processor : qAsConst(processors))
-            for (const QString& folder : processor->scan_directories()) {
+        NOTED_QUESTIONS noted;
+        for (PROCESSOR_INTERFACE* processor : qAsConst(processors)) {
+            const QVector<QString> folders = processor->scan_directories();
+            keep_questions(noted, *processor);
+            for (const QString& folder : folders) {
                 const QString missing = append_physical_folders(folder, directories);
                 if (folder.startsWith(QLatin1String("<raw>"))) // those of targets come with the first build
                     report_missing(missing, "the processor " + processor->name());
             }
+        }
         for (const QString& folder : configuration->directories)
             report_missing(append_physical_folders(folder, directories), QStringLiteral("the configuration"));
     }

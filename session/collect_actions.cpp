@@ -4,8 +4,10 @@
 #include "contracts/actions/processor_interface.h"
 #include "contracts/configuration/configuration.h"
 #include "contracts/paths/paths.h"
+#include "contracts/services/digest.h"
 #include "contracts/services/progress_widget.h"
 #include "session/build_session.h"
+#include "session/noted_questions.h"
 #include "session/run_report.h"
 
 // What one action reads and writes, and what the times of these files say.
@@ -41,6 +43,20 @@ struct BUILD_SESSION::ACTION_FILES
     QDateTime oldest_target_latest;
     bool stale = false;
     bool stale_latest = false;
+
+    // The same for all actions of a processor, which come in a row.
+    quint64 hash_of(PROCESSOR_INTERFACE* processor)
+    {
+        if (m_hashed != processor) {
+            m_hashed = processor;
+            m_hash = hash_64(processor->name());
+        }
+        return m_hash;
+    }
+
+private:
+    PROCESSOR_INTERFACE* m_hashed = nullptr;
+    quint64 m_hash = 0;
 };
 
 // What a run without retail output has deleted of one processor's actions.
@@ -158,7 +174,12 @@ void BUILD_SESSION::collect_actions(PROGRESS_WIDGET& splash, Tallyline::StopWatc
         splash.set_progress(text);
         splash.repaint();
         RUN_REPORT::step(text);
-        QVector<ACTION_INTERFACE*> collected = processor->collect_actions(file_map, rule_cache);
+        QVector<ACTION_INTERFACE*> collected;
+        {
+            NOTED_QUESTIONS noted;
+            collected = processor->collect_actions(file_map, rule_cache);
+            keep_questions(noted, *processor);
+        }
         if (const int missing = collected.removeAll(nullptr))
             RUN_REPORT::remark(
                 QStringLiteral("The processor \"%1\" gave %2 action(s) that are null, which are "
@@ -170,6 +191,7 @@ void BUILD_SESSION::collect_actions(PROGRESS_WIDGET& splash, Tallyline::StopWatc
         collection_watch.Stop();
         files_watch.Start();
         collect_affected_files(collected);
+        deal_questions(*processor, collected);
         files_watch.Stop();
         report_targets_in_companions(*processor, collected);
         actions += collected;
@@ -183,11 +205,13 @@ void BUILD_SESSION::collect_affected_files(QVector<ACTION_INTERFACE*>& collected
     kept.reserve(collected.size());
     DROPPED_ACTIONS dropped;
     ACTION_FILES files;
+    NOTED_QUESTIONS noted;
     for (ACTION_INTERFACE* action : qAsConst(collected)) {
         if (dropped.actions.contains(action))
             continue; // handed out twice
         files.start_action();
         action->collect_files(files.inputs, files.targets, files.stamp, file_map, rule_cache);
+        keep_questions(noted, *action);
         if (!configuration->retail && writes_retail(files, retail)) {
             dropped.drop(action);
             continue;
@@ -279,7 +303,10 @@ void BUILD_SESSION::link_inputs(ACTION_INTERFACE& action, ACTION_FILES& files)
 
 void BUILD_SESSION::link_targets(ACTION_INTERFACE& action, ACTION_FILES& files)
 {
+    ACTION_NOTES& notes = action.m_notes;
+    quint64 names = 0; // a sum, in which the order does not show
     for (const ACTION_TARGET& target : qAsConst(files.targets)) {
+        names += hash_64(target.logical_path);
         FILE_ENTRY* const entry = target_entry(target);
         files.direct_targets.append(entry);
         if (!target.secondary)
@@ -293,6 +320,10 @@ void BUILD_SESSION::link_targets(ACTION_INTERFACE& action, ACTION_FILES& files)
         files.oldest_target = earlier(files.oldest_target, time);
         files.oldest_target_latest = earlier(files.oldest_target_latest, has_local ? time : entry->head_time);
     }
+    if (!files.targets.isEmpty())
+        notes.key = std::max<quint64>(1, hash_64(&names, sizeof names, files.hash_of(action.processor)));
+    if (!files.stamp.isNull())
+        notes.stamp = files.stamp.toMSecsSinceEpoch();
 }
 
 FILE_ENTRY* BUILD_SESSION::target_entry(const ACTION_TARGET& target)

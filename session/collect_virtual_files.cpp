@@ -2,12 +2,16 @@
 #include "contracts/paths/paths.h"
 #include "contracts/services/command_line_options.h"
 #include "session/build_session.h"
+#include "session/noted_questions.h"
 
 void BUILD_SESSION::collect_virtual_files()
 {
     const bool no_stop = options->exists(QStringLiteral("dont_stop_on_error"));
-    for (PROCESSOR_INTERFACE* processor : QVector<PROCESSOR_INTERFACE*>(processors))
-        for (const VIRTUAL_FILE& file : processor->collect_virtual_files(file_map, rule_cache)) {
+    NOTED_QUESTIONS noted;
+    for (PROCESSOR_INTERFACE* processor : QVector<PROCESSOR_INTERFACE*>(processors)) {
+        const QVector<VIRTUAL_FILE> files = processor->collect_virtual_files(file_map, rule_cache);
+        keep_questions(noted, *processor);
+        for (const VIRTUAL_FILE& file : files) {
             const LOGICAL_PATH key = PATHS::logical_path(file.physical_path);
             FILE_ENTRY* const known = file_lookup.value(key);
             if (known && !PATHS::override(file.physical_path, known->physical, no_stop))
@@ -25,4 +29,5 @@ void BUILD_SESSION::collect_virtual_files()
             put_file(key, entry);
             m_spellings.file_added(entry->physical, key);
         }
+    }
 }

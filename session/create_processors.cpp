@@ -8,6 +8,7 @@
 #include "contracts/services/nearest_name.h"
 #include "session/build_session.h"
 #include "session/log_file.h"
+#include "session/noted_questions.h"
 #include "session/processor_order.h"
 #include "session/run_report.h"
 
@@ -67,9 +68,12 @@ void BUILD_SESSION::create_processors()
     int kept = 0;
     QStringList offered;
     NAMESAKES namesakes;
-    for (int i = 0; i < plugins.size(); ++i)
-        for (PROCESSOR_INTERFACE* processor : plugins.at(i)->processors_of_plugin()) {
-            const QString library = m_plugin_files.value(i);
+    NOTED_QUESTIONS noted;
+    for (int i = 0; i < plugins.size(); ++i) {
+        const QVector<PROCESSOR_INTERFACE*> made = plugins.at(i)->processors_of_plugin();
+        const ASKED_QUESTIONS asked = noted.take();
+        const QString library = m_plugin_files.value(i);
+        for (PROCESSOR_INTERFACE* processor : made) {
             if (!processor) {
                 RUN_REPORT::remark("A processor that is null is passed over, from " + library);
                 continue;
@@ -79,11 +83,15 @@ void BUILD_SESSION::create_processors()
             if (wanted.isEmpty() || wanted.contains(name)) {
                 ++kept;
                 processors.append(processor);
+                processor_libraries.insert(processor, library);
+                if (!asked.is_empty())
+                    processor_questions.insert(processor, asked);
                 namesakes.take(name, library);
             } else {
                 delete processor;
             }
         }
+    }
     report_wanted(wanted, offered);
     log_missing_processors(!wanted.isEmpty() && kept != wanted.size());
     exchange_sort(processors, [](PROCESSOR_INTERFACE* processor) { return processor->order_number(); });

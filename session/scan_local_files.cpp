@@ -49,7 +49,7 @@ void append_rule_files_above(const QSet<PHYSICAL_PATH>& folders, QVector<DIRECTO
     for (const QString& path : qAsConst(paths)) {
         const QFileInfo rule_file(path);
         if (rule_file.exists())
-            files.append({path, rule_file.lastModified().toUTC()});
+            files.append({path, rule_file.lastModified().toUTC(), rule_file.size()});
     }
 }
 
@@ -121,6 +121,7 @@ void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file,
     if (known) {
         if (!PATHS::override(path, known->physical, options->exists(QStringLiteral("dont_stop_on_error")))) {
             known->local_time = file.modified; // the date of the file that loses, and yet the newer one
+            known->local_size = -1;            // as the date tells nothing of this file any more
             folder.note_spellings(known->physical, path);
             return;
         }
@@ -146,6 +147,7 @@ void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file,
                                !folder.physical.isEmpty();
     }
     entry->local_time = file.modified;
+    entry->local_size = file.size;
 }
 
 void BUILD_SESSION::ask_about_shadowing_files(const QStringList& shadowing)

@@ -29,8 +29,8 @@ void BUILD_SESSION::walk_local_folder(const QString& directory, QStringList& fol
             RUN_REPORT::remark(path + " is left out: its name is no UTF-8.");
         else if (entries.current.is_directory)
             folders.append(path);
-        else if (QFileInfo(path).isFile()) // no pipe, no device, no link to nothing
-            enter_scanned_file({path, entries.current.modified}, folder, shadowing);
+        else if (const QFileInfo file(path); file.isFile()) // no pipe, no device, no link to nothing
+            enter_scanned_file({path, entries.current.modified, file.size()}, folder, shadowing);
     }
     // Behind the files, so that no more than one folder is open at a time.
     folders_above.append(canonical);

@@ -3,9 +3,11 @@
 #include <mutex>
 
 #include "contracts/actions/processor_interface.h"
+#include "contracts/services/question_log.h"
 
 KV_XML_QUERY_INTERFACE* ACTION_INTERFACE::s_database = nullptr;
 QTSHARED::ASSET_GRAPH* ACTION_INTERFACE::s_asset_graph = nullptr;
+bool (*ACTION_INTERFACE::s_is_up_to_date)(ACTION_INTERFACE&) = nullptr;
 QSet<QString> ACTION_INTERFACE::s_assert_cache;
 
 namespace {
@@ -52,6 +54,8 @@ void ACTION_INTERFACE::reset()
     output.clear();
     progress_current = 0;
     review_needed = false;
+    m_notes.has_run = false;
+    m_notes.keeps_entry = false;
 }
 
 void ACTION_INTERFACE::reserved() {}
@@ -118,6 +122,17 @@ void ACTION_INTERFACE::deselect(QSet<ACTION_INTERFACE*>& touched)
             --action->selection_count;
             touched.insert(action);
         }
+}
+
+bool ACTION_INTERFACE::is_up_to_date()
+{
+    m_notes.keeps_entry = s_is_up_to_date && s_is_up_to_date(*this);
+    return m_notes.keeps_entry;
+}
+
+ACTION_NOTES& notes_of(ACTION_INTERFACE& action)
+{
+    return action.m_notes;
 }
 
 void ACTION_INTERFACE::add_output_line(const QString& line)

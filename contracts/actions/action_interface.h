@@ -7,6 +7,7 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
+#include "contracts/actions/action_notes.h"
 #include "contracts/actions/action_target.h"
 #include "contracts/export.h"
 #include "contracts/paths/logical_path.h"
@@ -147,13 +148,22 @@ protected:
     void redirect_messages();
     void clear_redirections();
 
+    /// For `execute`, on its thread: true when nothing has changed since the targets
+    /// were built, so that the action may return ACTION_SUCCEEDED without doing
+    /// anything. Its files, its `stamp`, what it asked the rules, the database and the
+    /// asset graph, its library and all that it depends on are as they were, and it
+    /// ended well then. False whenever that is not known.
+    bool is_up_to_date();
+
     static KV_XML_QUERY_INTERFACE* s_database;   ///< the connected database; not owned
     static QTSHARED::ASSET_GRAPH* s_asset_graph; ///< not owned; null before the first build
 
 private:
+    friend class BUILD_RECORDER;
     friend class BUILD_SESSION;
     friend class CLOSURE;
     friend class PLANNED_ACTIONS;
+    friend GOX_CONTRACTS_EXPORT ACTION_NOTES& notes_of(ACTION_INTERFACE& action);
     friend bool startup_message_hook(bool, const FW::UniString&, bool&, bool&);
     Q_DISABLE_COPY(ACTION_INTERFACE)
 
@@ -168,6 +178,11 @@ private:
 
     QSet<ACTION_INTERFACE*> m_dependency_set; // the same as `dependencies`, once these are many
     int m_plan_index = -1;                    // scratch of planning; -1 outside of it
+
+    ACTION_NOTES m_notes;
+
+    // Answers is_up_to_date for the program; null: nobody knows.
+    static bool (*s_is_up_to_date)(ACTION_INTERFACE& action);
 
     static QSet<QString> s_assert_cache; // assertions already reported for the current action
 };

@@ -266,6 +266,12 @@ void KV_XML_QUERY_INTERFACE::bound_queries(const std::function<bool()>& is_stopp
     m_state->queries.max_msecs = max_msecs;
 }
 
+// Without one nothing that asked the table is taken for up to date.
+QByteArray KV_XML_QUERY_INTERFACE::table_digest(const QString&) const
+{
+    return QByteArray();
+}
+
 void KV_XML_QUERY_INTERFACE::make_read_only()
 {
     m_state->is_read_only = true;

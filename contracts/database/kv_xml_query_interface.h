@@ -335,6 +335,11 @@ public:
     /// or `max_msecs` of time, -1 for any. Without this a query runs to its end.
     void bound_queries(const std::function<bool()>& is_stopped, qint64 max_msecs);
 
+    /// Stands for what `table` and the schema say, as they were read. Empty when that
+    /// can't be said for the next run: there is no such table, it can't be read, it has
+    /// changes that are not saved, or its file is not the one any more that was read.
+    QByteArray table_digest(const QString& table) const;
+
 private:
     struct STATE;
 

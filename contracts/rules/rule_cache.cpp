@@ -1,8 +1,12 @@
 #include "contracts/rules/rule_cache.h"
 
+#include <QtCore/QDataStream>
+
 #include "contracts/paths/paths.h"
 #include "contracts/rules/rule_files.h"
 #include "contracts/rules/rule_key.h"
+#include "contracts/services/digest.h"
+#include "contracts/services/question_log.h"
 
 namespace {
 
@@ -55,7 +59,33 @@ void RULE_CACHE::add_new_file_to_cache(const LOGICAL_PATH&) {}
 
 RULE RULE_CACHE::get(const LOGICAL_PATH& path, const QString& name) const
 {
+    QUESTION_LOG::rule_asked(path, name);
     return walk(path, name, nullptr);
+}
+
+RULE RULE_CACHE::answer(const LOGICAL_PATH& path, const QString& name) const
+{
+    return walk(path, name, nullptr);
+}
+
+// Where and in which order the rules stand is part of what they say; all else that
+// a rule file holds is not.
+DIGEST RULE_CACHE::digest() const
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    for (auto place = rules.cbegin(); place != rules.cend(); ++place) {
+        const CACHED_RULE& rule = **place;
+        stream << place.key() << rule.inherit_properties << rule.get_file_filters() << rule.properties.size();
+        for (auto property = rule.properties.cbegin(); property != rule.properties.cend(); ++property)
+            stream << name_key(property.key()) << property->toString();
+    }
+    return digest_of(bytes);
+}
+
+PHYSICAL_PATH RULE_CACHE::file_of(const CACHED_RULE& rule) const
+{
+    return m_files->path_of(rule);
 }
 
 QDateTime RULE_CACHE::last_change(const LOGICAL_PATH& path, const QString& name) const

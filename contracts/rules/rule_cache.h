@@ -15,6 +15,7 @@
 
 class P4_CONNECTION;
 class RULE_FILES;
+struct DIGEST;
 struct FILE_ENTRY;
 
 /// All rules of a run. The session holds the one cache; processors get it as an
@@ -62,7 +63,23 @@ public:
     /// comes first, within a folder the newest rule; global rules come last, as
     /// if above every root. Each property is taken from the first rule that
     /// sets it, and a rule without `inherit_properties` ends the walk.
+    ///
+    /// The question is noted for the action at hand: what it builds depends on the
+    /// answer.
     RULE get(const LOGICAL_PATH& path, const QString& name) const;
+
+    /// The same for the program's own use, which nobody's work depends on: noted
+    /// nowhere. Any thread while nobody edits.
+    RULE answer(const LOGICAL_PATH& path, const QString& name) const;
+
+    /// Stands for all rules as they are now: with equal digests `get` gives equal
+    /// answers to every question, whichever files the rules come from. The cost grows
+    /// with the number of rules. Any thread while nobody edits.
+    DIGEST digest() const;
+
+    /// The rule file that `rule`, one of `rules`, was read from or saved to; empty
+    /// for a new one. GUI thread or, while nobody edits, the build thread.
+    PHYSICAL_PATH file_of(const CACHED_RULE& rule) const;
 
     /// When the answer of `get` may have changed last: the latest modification
     /// time of the rule files that `get` goes through for it, those of folders

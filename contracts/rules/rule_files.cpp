@@ -163,6 +163,12 @@ QString RULE_FILES::read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, 
     return QString();
 }
 
+PHYSICAL_PATH RULE_FILES::path_of(const CACHED_RULE& rule) const
+{
+    const int origin = m_origin.value(rule.identity().number(), NO_FILE);
+    return origin == NO_FILE ? PHYSICAL_PATH() : m_files.at(origin).path;
+}
+
 int RULE_FILES::enter(const RULE_FILE& file)
 {
     int index = m_by_path.value(file.path, NO_FILE);

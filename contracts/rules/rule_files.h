@@ -41,6 +41,9 @@ public:
     /// were read; UTC, null when there is none.
     QDateTime last_change(const QString& folder) const { return m_last_change.value(folder); }
 
+    /// What RULE_CACHE::file_of says.
+    PHYSICAL_PATH path_of(const CACHED_RULE& rule) const;
+
     /// What RULE_CACHE::save says.
     QString save(const QMultiMap<QString, CACHED_RULE*>& rules, P4_CONNECTION& p4);
 

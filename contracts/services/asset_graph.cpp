@@ -8,9 +8,11 @@
 #include <memory>
 
 #include "contracts/services/asset_graph_cache.h"
+#include "contracts/services/asset_graph_digest.h"
 #include "contracts/services/asset_graph_index.h"
 #include "contracts/services/asset_graph_problems.h"
 #include "contracts/services/asset_graph_reader.h"
+#include "contracts/services/question_log.h"
 #include "contracts/services/whole_file.h"
 
 namespace QTSHARED {
@@ -103,6 +105,31 @@ struct ASSET_GRAPH::STATE
 {
     ASSET_GRAPH_DATA graph;
     std::unique_ptr<ASSET_GRAPH_INDEX> index; // null after a change
+    DIGEST digest;                            // of the graph; null after a change
+    DIGEST told_before;                       // of what was asked and forgotten since; null for nothing
+    bool is_told = false;                     // somebody whose questions are noted knows the graph as it is
+
+    void note_question() { is_told = QUESTION_LOG::graph_asked() || is_told; }
+
+    void note_change()
+    {
+        index.reset();
+        digest = DIGEST();
+        is_told = false;
+    }
+
+    const DIGEST& digested()
+    {
+        if (digest.is_null())
+            digest = digest_of_asset_graph(graph);
+        return digest;
+    }
+
+    DIGEST digest_of_all_told()
+    {
+        const DIGEST both[] = {told_before, digested()};
+        return told_before.is_null() ? digest : digest_of(both, sizeof both);
+    }
 
     const ASSET_GRAPH_INDEX& indexed()
     {
@@ -130,12 +157,13 @@ bool ASSET_GRAPH::load_binary(const QString& path, QStringList& errors, bool kee
         add_unknown_files(cached, m_state->graph);
     else
         m_state->graph = cached;
-    m_state->index.reset();
+    m_state->note_change();
     return true;
 }
 
 bool ASSET_GRAPH::save_binary(const QString& path, QString& error) const
 {
+    m_state->note_question();
     const QByteArray bytes = pack_asset_graph(without_unused_names(m_state->graph));
     error = bytes.isEmpty() ? QStringLiteral("%1: can't be written: it would be larger than %2 bytes")
                                   .arg(path)
@@ -163,28 +191,35 @@ bool ASSET_GRAPH::add(const QString& agf_path, QString& error)
     file.stamp = stamp;
     file.path = agf_path;
     m_state->graph.files.insert(name, file);
-    m_state->index.reset();
+    m_state->note_change();
     return true;
 }
 
 void ASSET_GRAPH::check_dependencies(QStringList& errors) const
 {
+    m_state->note_question();
     find_asset_graph_problems(m_state->graph, m_state->indexed(), errors);
 }
 
 QStringList ASSET_GRAPH::get_all_agf_filenames() const
 {
+    m_state->note_question();
     return m_state->graph.files.keys();
 }
 
 void ASSET_GRAPH::remove_fragments_by_agf_filename(const QString& name)
 {
-    if (m_state->graph.files.remove(name) > 0)
-        m_state->index.reset();
+    if (!m_state->graph.files.contains(name))
+        return;
+    if (m_state->is_told)
+        m_state->told_before = m_state->digest_of_all_told();
+    m_state->graph.files.remove(name);
+    m_state->note_change();
 }
 
 QStringList ASSET_GRAPH::assets() const
 {
+    m_state->note_question();
     QStringList result;
     const QVector<int>& sorted = m_state->indexed().sorted;
     result.reserve(sorted.size());
@@ -195,6 +230,7 @@ QStringList ASSET_GRAPH::assets() const
 
 QStringList ASSET_GRAPH::dependencies_of(const QString& asset) const
 {
+    m_state->note_question();
     const ASSET_GRAPH_DATA& graph = m_state->graph;
     const ASSET_LISTS& uses = m_state->indexed().uses;
     const int number = graph.numbers.value(asset, -1);
@@ -203,6 +239,11 @@ QStringList ASSET_GRAPH::dependencies_of(const QString& asset) const
         std::for_each(uses.first(number), uses.last(number),
                       [&](int used) { result.append(graph.names.at(used)); });
     return result;
+}
+
+DIGEST ASSET_GRAPH::digest() const
+{
+    return m_state->digest_of_all_told();
 }
 
 } // namespace QTSHARED

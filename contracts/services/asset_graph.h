@@ -8,6 +8,8 @@
 
 #include "contracts/export.h"
 
+struct DIGEST;
+
 namespace QTSHARED {
 
 /// Sets what turns the path of an `.agf` file, as given to ASSET_GRAPH::add,
@@ -23,7 +25,8 @@ set_absolute_to_relative_path_callback_for_asset_graph(std::function<QString(QSt
 /// Whatever fails leaves the graph as it was. GUI thread during start-up, build
 /// thread during a build: one thread at a time, for reading too, because the
 /// first question after a change sets up an index (its cost grows with the
-/// whole graph; all further questions are cheap).
+/// whole graph; all further questions are cheap). What the graph tells is noted for
+/// the action at hand.
 class GOX_CONTRACTS_EXPORT ASSET_GRAPH
 {
 public:
@@ -66,6 +69,11 @@ public:
     /// What the asset uses itself, in the order of its fragments; empty for an
     /// asset that is not defined.
     QStringList dependencies_of(const QString& asset) const;
+
+    /// Stands for all that the graph can tell, and has told since it was loaded where
+    /// files have been forgotten in between. Worked out anew after a change, at a
+    /// cost that grows with the whole graph. Noted nowhere.
+    DIGEST digest() const;
 
 private:
     Q_DISABLE_COPY(ASSET_GRAPH)

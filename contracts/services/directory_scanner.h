@@ -32,6 +32,7 @@ public:
     {
         QString path;       ///< the directory as given to get_files, "/", the rest of the path
         QDateTime modified; ///< UTC, with milliseconds
+        qint64 size = -1;   ///< bytes; -1: unknown
     };
 
     /// How folders are read: as this system does it best, or with the standard

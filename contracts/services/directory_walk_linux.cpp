@@ -36,6 +36,7 @@ struct ENTRY
     quint32 size;     // of either form
     bool is_link;
     qint64 modified; // milliseconds since 1970, of files only
+    qint64 bytes;    // the size of the file
 };
 
 class DESCRIPTOR
@@ -112,7 +113,8 @@ private:
     bool identify(FOLDER& folder, int descriptor) const;
     void read_entries(FOLDER& folder, int descriptor, const std::atomic<bool>& stopping);
     void take_entry(FOLDER& folder, int descriptor, const KERNEL_ENTRY& entry);
-    void take_name(FOLDER& folder, FW::VECTOR<ENTRY>& list, const char* name, bool is_link, qint64 modified);
+    void take_name(FOLDER& folder, FW::VECTOR<ENTRY>& list, const char* name, bool is_link,
+                   qint64 modified = 0, qint64 bytes = 0);
     void sort(FW::VECTOR<ENTRY>& list) const;
     void sort_by_text(FW::VECTOR<ENTRY>& list) const;
     bool is_less(const ENTRY& a, const ENTRY& b) const;
@@ -196,10 +198,10 @@ void NATIVE_READER::take_entry(FOLDER& folder, int descriptor, const KERNEL_ENTR
     if (!is_known && entry.type != DT_LNK && entry.type != DT_UNKNOWN)
         return;
     if (entry.type == DT_DIR)
-        return take_name(folder, m_folders, name, false, 0);
+        return take_name(folder, m_folders, name, false);
 
     struct statx status;
-    const unsigned wanted = is_known ? STATX_MTIME : STATX_MTIME | STATX_TYPE;
+    const unsigned wanted = STATX_MTIME | STATX_SIZE | (is_known ? 0 : STATX_TYPE);
     if (!status_of(descriptor, name, 0, wanted, status)) {
         const std::error_code cause = last_error();
         if (!is_gone(cause))
@@ -209,13 +211,13 @@ void NATIVE_READER::take_entry(FOLDER& folder, int descriptor, const KERNEL_ENTR
     // A system that does not tell types here does not tell links either, so
     // such a folder is treated as one.
     if (!is_known && S_ISDIR(status.stx_mode))
-        take_name(folder, m_folders, name, true, 0);
+        take_name(folder, m_folders, name, true);
     else if (is_known || S_ISREG(status.stx_mode))
-        take_name(folder, m_files, name, false, modified_of(status));
+        take_name(folder, m_files, name, false, modified_of(status), qint64(status.stx_size));
 }
 
 void NATIVE_READER::take_name(FOLDER& folder, FW::VECTOR<ENTRY>& list, const char* name, bool is_link,
-                              qint64 modified)
+                              qint64 modified, qint64 bytes)
 {
     const std::size_t size = std::strlen(name);
     const std::size_t place = m_text.size();
@@ -238,7 +240,7 @@ void NATIVE_READER::take_name(FOLDER& folder, FW::VECTOR<ENTRY>& list, const cha
     }
     uchar start[8] = {};
     std::memcpy(start, lower, std::min<std::size_t>(size, sizeof start));
-    list.push_back({qFromBigEndian<quint64>(start), place, quint32(size), is_link, modified});
+    list.push_back({qFromBigEndian<quint64>(start), place, quint32(size), is_link, modified, bytes});
 }
 
 void NATIVE_READER::sort(FW::VECTOR<ENTRY>& list) const
@@ -291,7 +293,8 @@ void NATIVE_READER::make_files(FOLDER& folder) const
         } else {
             path = prefix + QString::fromUtf8(name, size);
         }
-        folder.files.push_back({std::move(path), QDateTime::fromMSecsSinceEpoch(entry.modified, Qt::UTC)});
+        folder.files.push_back(
+            {std::move(path), QDateTime::fromMSecsSinceEpoch(entry.modified, Qt::UTC), entry.bytes});
     }
 }
 

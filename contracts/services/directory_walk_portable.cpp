@@ -14,6 +14,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
+struct FILE_STATUS
+{
+    QDateTime modified; // invalid when there is no such file
+    qint64 size = -1;
+};
+
 // On Unix the bytes of a name are UTF-8, here as everywhere.
 #ifdef Q_OS_WIN
 const int LONG_PATH = 240; // from 260 letters on the system wants a prefix that lifts its limit
@@ -34,9 +40,10 @@ fs::path path_of(const QByteArray& utf8)
     }
     return fs::path(text.toStdWString());
 }
-QDateTime modified_of(const fs::path& path)
+FILE_STATUS status_of(const fs::path& path)
 {
-    return QFileInfo(QString::fromStdWString(path.wstring())).lastModified().toUTC();
+    const QFileInfo file(QString::fromStdWString(path.wstring()));
+    return {file.lastModified().toUTC(), file.size()};
 }
 #else
 QString text_of(const fs::path& path)
@@ -47,24 +54,25 @@ fs::path path_of(const QByteArray& utf8)
 {
     return fs::path(utf8.toStdString());
 }
-QDateTime modified_of(const fs::path& path)
+FILE_STATUS status_of(const fs::path& path)
 {
     struct stat status;
     if (stat(path.c_str(), &status) != 0)
-        return QDateTime();
+        return {};
 #ifdef Q_OS_DARWIN
     const timespec& time = status.st_mtimespec;
 #else
     const timespec& time = status.st_mtim;
 #endif
-    return QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000, Qt::UTC);
+    return {QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000, Qt::UTC),
+            qint64(status.st_size)};
 }
 #endif
 
 struct FILE_ITEM
 {
     SORTED_NAME name;
-    QDateTime modified;
+    FILE_STATUS status;
 };
 
 struct FOLDER_ITEM
@@ -121,7 +129,7 @@ SUB_FOLDERS PORTABLE_READER::read(FOLDER& folder, const std::atomic<bool>& stopp
     const QString prefix = QString::fromUtf8(folder.path) + '/';
     folder.files.reserve(m_files.size());
     for (const FILE_ITEM& file : m_files)
-        folder.files.push_back({prefix + file.name.name, file.modified});
+        folder.files.push_back({prefix + file.name.name, file.status.modified, file.status.size});
     result.reserve(m_folders.size());
     for (const FOLDER_ITEM& sub_folder : m_folders)
         result.push_back(make_sub_folder(folder, sub_folder.utf8, sub_folder.is_link));
@@ -153,9 +161,9 @@ void PORTABLE_READER::take_entry(FOLDER& folder, const fs::directory_entry& entr
         const bool is_link = entry.symlink_status(cause).type() != fs::file_type::directory;
         m_folders.push_back({sorted, name_bytes(name), is_link});
     } else if (type == fs::file_type::regular) {
-        const QDateTime modified = modified_of(entry.path());
-        if (modified.isValid())
-            m_files.push_back({sorted, modified});
+        const FILE_STATUS status = status_of(entry.path());
+        if (status.modified.isValid())
+            m_files.push_back({sorted, status});
     } else if (cause && !is_gone(cause)) {
         fail(folder, cause, folder.path + '/' + name_bytes(name));
     }
