@@ -85,6 +85,11 @@ bool ACTION_FILES::is_known(const FILE_ENTRY& file)
     return !file.local_time.isNull() && (file.local_size >= 0 || file.virtual_file);
 }
 
+FILE_STAMP ACTION_FILES::scanned(const FILE_ENTRY& file)
+{
+    return is_known(file) ? known(file) : stamp_of_file(file.physical);
+}
+
 FILE_STAMP ACTION_FILES::known(const FILE_ENTRY& file)
 {
     return {file.local_time.toMSecsSinceEpoch(), file.local_size};

@@ -88,10 +88,7 @@ public:
     static FILE_STAMP known(const FILE_ENTRY& file); ///< of one that is
 
 private:
-    FILE_STAMP scanned(const FILE_ENTRY& file) const
-    {
-        return is_known(file) ? known(file) : stamp_of_file(file.physical);
-    }
+    static FILE_STAMP scanned(const FILE_ENTRY& file);
 
     const SOURCE m_source;
 };

@@ -20,7 +20,7 @@ public:
     {
         for (int place = 0; place < plan.size(); ++place)
             if (m_verdicts.at(place).reason != RUN_REASON::NONE)
-                m_waiting.append({plan.at(place), plan.at(place)});
+                m_waiting.append(STEP{plan.at(place), plan.at(place)});
         while (!m_waiting.isEmpty()) {
             const STEP step = m_waiting.takeLast();
             for (ACTION_INTERFACE* dependent : m_dependents.value(step.action))
@@ -63,7 +63,7 @@ private:
         if (place < 0) {
             bool& is_passed = m_passed[action];
             if (!is_passed)
-                m_waiting.append({action, cause});
+                m_waiting.append(STEP{action, cause});
             is_passed = true;
             return;
         }
@@ -72,7 +72,7 @@ private:
             return;
         verdict.reason = reason;
         verdict.other = cause;
-        m_waiting.append({action, action});
+        m_waiting.append(STEP{action, action});
     }
 
     QVector<VERDICT>& m_verdicts;
