@@ -124,32 +124,3 @@ struct BUILD_ENTRY_DETAILS
                targets == other.targets && answers == other.answers && warning == other.warning;
     }
 };
-
-/// How long an action took, for dealing the work out.
-struct ACTION_DURATION
-{
-    quint64 key = 0;
-    qint32 duration = 0; ///< ms
-
-    bool operator==(const ACTION_DURATION& other) const
-    {
-        return key == other.key && duration == other.duration;
-    }
-};
-
-Q_DECLARE_TYPEINFO(ACTION_DURATION, Q_PRIMITIVE_TYPE);
-
-/// The durations of a shard's actions when it finished its share for the n-th time. A
-/// record keeps the last DEALINGS_KEPT of them and never changes one.
-struct DEALING
-{
-    qint64 generation = 0; ///< the n
-    QVector<ACTION_DURATION> durations;
-
-    bool operator==(const DEALING& other) const
-    {
-        return generation == other.generation && durations == other.durations;
-    }
-};
-
-constexpr int DEALINGS_KEPT = 2;

@@ -55,10 +55,6 @@ public:
     /// Returns at once.
     void put(std::unique_ptr<RECORD_JOB> job);
 
-    /// Keeps a further dealing with the entries that were put last, all in one
-    /// transaction; older ones are dropped down to DEALINGS_KEPT. Followed by `finish`.
-    void put_dealing(const DEALING& dealing);
-
     /// Waits until all that was put is in the file. Empty on success, else a text for the
     /// console: file, cause and what it means. Nothing may be put afterwards.
     QString finish();
@@ -67,5 +63,4 @@ private:
     Q_DISABLE_COPY(RECORD_WRITER)
 
     std::unique_ptr<RECORD_WRITER_THREAD> m_thread;
-    QString m_error;
 };

@@ -1,0 +1,103 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+#include <QtCore/QtEndian>
+
+#include "contracts/services/digest.h"
+
+// How values become bytes. A number takes its size, in little-endian order. A count
+// takes 7 bits a byte, the lowest first, the highest bit of all bytes but the last is
+// set. A text is twice its length in UTF-16 units, as a count, and its ASCII letters;
+// where it has others, that count and 1, and its UTF-16 units. So every text comes back
+// as it was.
+
+/// Packs values behind one another.
+class PACKER
+{
+public:
+    PACKER() { m_bytes.reserve(512); }
+
+    template <typename T>
+    void number(T value)
+    {
+        qToLittleEndian(value, room(int(sizeof value)));
+    }
+    void flag(bool value) { number(quint8(value)); }
+    void digest(const DIGEST& digest)
+    {
+        number(digest.high);
+        number(digest.low);
+    }
+    void count(quint32 value);
+    void text(const QString& text) { text_part(text.constData(), text.size()); }
+    void text_part(const QChar* text, int size);
+    void bytes(const QByteArray& bytes)
+    {
+        count(quint32(bytes.size()));
+        m_bytes.append(bytes);
+    }
+
+    const QByteArray& packed() const { return m_bytes; }
+
+private:
+    char* room(int size)
+    {
+        const int before = m_bytes.size();
+        m_bytes.resize(before + size);
+        return m_bytes.data() + before;
+    }
+
+    QByteArray m_bytes;
+};
+
+/// Takes such bytes apart and trusts none of them. From the first thing that is wrong
+/// on everything is 0 or empty, so that loops end by themselves.
+class UNPACKER
+{
+public:
+    /// The bytes must outlive it.
+    UNPACKER(const char* bytes, int size) : m_place(bytes), m_end(bytes + size) {}
+
+    template <typename T>
+    T number()
+    {
+        if (!has(sizeof(T)))
+            return 0;
+        const T value = qFromLittleEndian<T>(m_place);
+        m_place += sizeof(T);
+        return value;
+    }
+    bool flag();
+    DIGEST digest()
+    {
+        const quint64 high = number<quint64>();
+        return {high, number<quint64>()};
+    }
+    quint32 count();
+    /// The number of elements that take at least so many bytes each.
+    int list(int element_size);
+    QString text();
+    QByteArray bytes();
+
+    void fail()
+    {
+        m_is_good = false;
+        m_place = m_end;
+    }
+    bool is_good() const { return m_is_good; }
+    /// Whether nothing was wrong and nothing is left.
+    bool is_done() const { return m_is_good && m_place == m_end; }
+
+private:
+    bool has(quint64 size)
+    {
+        if (quint64(m_end - m_place) < size)
+            fail();
+        return m_is_good;
+    }
+
+    const char* m_place;
+    const char* const m_end;
+    bool m_is_good = true;
+};

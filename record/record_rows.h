@@ -1,0 +1,34 @@
+#pragma once
+
+#include "record/build_entry.h"
+#include "record/library_digests.h"
+#include "record/packed_entries.h"
+#include "record/record_file.h"
+
+/// The tables of a record whose rows count in its seal.
+enum class SEALED_TABLE : quint64
+{
+    ENTRIES = 1,
+    SURROUNDINGS = 2,
+    LIBRARIES = 3,
+};
+
+/// What a row adds to the sum of the seal.
+quint64 row_hash(SEALED_TABLE table, qint64 row, const char* bytes, int size);
+
+/// What one record holds, but for the details. A row's number is its place here.
+struct RECORD_ROWS
+{
+    QVector<BUILD_ENTRY> entries; ///< `surroundings` are places in the list below
+    QVector<quint64> hashes;      ///< of the rows of `entries`
+    QVector<SURROUNDINGS> surroundings;
+    QVector<KNOWN_LIBRARY> libraries;
+    quint64 sum = 0; ///< of the hashes of all rows, modulo 2^64
+};
+
+/// Reads all of it, inside a transaction and after `check`. What does not match the
+/// seal, in whatever way it came about, is damage, and `rows` are good for nothing then.
+bool read_rows(RECORD_FILE& file, RECORD_ROWS& rows);
+
+/// Whether the record, inside a transaction, holds the same as `rows` were read from.
+bool has_seal_of(RECORD_FILE& file, const RECORD_ROWS& rows);

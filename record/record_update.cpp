@@ -1,0 +1,240 @@
+#include "record/record_update.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QDir>
+
+#include <algorithm>
+
+#include "record/record_reader.h"
+
+namespace {
+
+quint64 hash_of(SEALED_TABLE table, qint64 row, const QByteArray& packed)
+{
+    return row_hash(table, row, packed.constData(), packed.size());
+}
+
+void write_row(RECORD_STATEMENT& statement, qint64 row, const char* bytes, int size)
+{
+    statement.bind(1, row);
+    statement.bind(2, bytes, size);
+    statement.step();
+}
+
+} // namespace
+
+RECORD_UPDATE::RECORD_UPDATE(const QString& folder, const QString& own_name,
+                             std::shared_ptr<const RECORD_CONTENT> content,
+                             const QVector<KNOWN_LIBRARY>& libraries)
+    : m_folder(folder),
+      m_own_name(own_name),
+      m_path(QDir(folder).absoluteFilePath(own_name)),
+      m_content(std::move(content)),
+      m_libraries(libraries)
+{
+}
+
+bool RECORD_UPDATE::open()
+{
+    if (!m_content)
+        m_content = read_records(m_folder, m_own_name, RECORD_ACCESS::READ_AND_WRITE);
+    m_last_end = m_content->last_end();
+    if (!take_over() && m_file.fault().kind == RECORD_FAULT::DAMAGED) {
+        m_file.close();
+        remove_record(m_path);
+        take_over();
+    }
+    m_content.reset();
+    write_libraries();
+    return end();
+}
+
+// Begins a transaction, and takes what the record holds as the base of all that follows.
+bool RECORD_UPDATE::take_over()
+{
+    bool is_empty = false;
+    if (!m_file.open(m_path, RECORD_FILE::WRITE) || !m_file.run("BEGIN IMMEDIATE") || !m_file.check(is_empty))
+        return false;
+    m_data_version = m_file.number("PRAGMA data_version");
+    if (is_empty)
+        return m_file.create_tables();
+    if (has_seal_of(m_file, m_content->own_rows())) {
+        take_rows(m_content->own_rows());
+        return true;
+    }
+    RECORD_ROWS rows;
+    if (!read_rows(m_file, rows))
+        return false;
+    take_rows(rows);
+    return true;
+}
+
+void RECORD_UPDATE::take_rows(const RECORD_ROWS& rows)
+{
+    const auto key_at = [this](int slot) { return m_keys.at(slot); };
+    m_hashes = rows.hashes;
+    m_sum = rows.sum;
+    m_keys.reserve(rows.entries.size());
+    m_slots.reserve(rows.entries.size());
+    for (const BUILD_ENTRY& entry : rows.entries) {
+        m_keys.append(entry.key);
+        m_slots.put(entry.key, m_keys.size() - 1, key_at);
+        m_last_end = qMax(m_last_end, entry.ended);
+    }
+    take_surroundings(rows);
+    take_libraries(rows);
+}
+
+void RECORD_UPDATE::take_surroundings(const RECORD_ROWS& rows)
+{
+    QVector<bool> is_used(rows.surroundings.size(), false);
+    for (const BUILD_ENTRY& entry : rows.entries)
+        is_used[int(entry.surroundings)] = true;
+    for (int number = 0; number < is_used.size(); ++number) {
+        m_surroundings.append(pack_surroundings(rows.surroundings.at(number)));
+        if (is_used.at(number))
+            m_numbers.insert(m_surroundings.last(), quint32(number));
+        else
+            m_free_numbers.append(quint32(number));
+    }
+}
+
+// The libraries of other configurations are kept.
+void RECORD_UPDATE::take_libraries(const RECORD_ROWS& rows)
+{
+    for (int row = 0; row < rows.libraries.size(); ++row) {
+        const KNOWN_LIBRARY& library = rows.libraries.at(row);
+        m_sum -= hash_of(SEALED_TABLE::LIBRARIES, row, pack_library(library));
+        const bool is_known_anew =
+            std::any_of(m_libraries.cbegin(), m_libraries.cend(),
+                        [&](const KNOWN_LIBRARY& other) { return other.file == library.file; });
+        if (!is_known_anew)
+            m_libraries.append(library);
+    }
+}
+
+void RECORD_UPDATE::write_libraries()
+{
+    m_file.run("DELETE FROM libraries");
+    RECORD_STATEMENT statement(m_file, "INSERT INTO libraries VALUES (?, ?)");
+    for (int row = 0; row < m_libraries.size(); ++row) {
+        const QByteArray packed = pack_library(m_libraries.at(row));
+        m_sum += hash_of(SEALED_TABLE::LIBRARIES, row, packed);
+        write_row(statement, row, packed.constData(), packed.size());
+    }
+}
+
+void RECORD_UPDATE::add(const RECORDED_ACTION& action)
+{
+    BUILD_ENTRY entry = action.entry;
+    if (entry.key == 0)
+        return;
+    if (entry.ended == 0)
+        entry.ended = m_last_end = qMax(m_last_end + 1, QDateTime::currentMSecsSinceEpoch());
+    entry.surroundings = number_of(action.surroundings);
+    const int slot = slot_of(entry.key);
+    const PACKED_ENTRY packed = pack_entry(entry);
+    const quint64 hash = row_hash(SEALED_TABLE::ENTRIES, slot, packed.data(), PACKED_ENTRY_SIZE);
+    m_sum += hash - m_hashes.at(slot);
+    m_hashes[slot] = hash;
+    const QByteArray name = action.details.name.toUtf8();
+    const QByteArray details = pack_details(action.details);
+    m_pending.append({slot, packed, name, details_checksum(entry, name, details), details});
+}
+
+int RECORD_UPDATE::slot_of(quint64 key)
+{
+    const auto key_at = [this](int slot) { return m_keys.at(slot); };
+    int slot = m_slots.find(key, key_at);
+    if (slot == KEY_INDEX::NONE) {
+        slot = m_keys.size();
+        m_keys.append(key);
+        m_hashes.append(0);
+        m_slots.put(key, slot, key_at);
+    }
+    return slot;
+}
+
+quint32 RECORD_UPDATE::number_of(const SURROUNDINGS& surroundings)
+{
+    const QByteArray packed = pack_surroundings(surroundings);
+    const auto known = m_numbers.constFind(packed);
+    return known != m_numbers.constEnd() ? *known : new_number(packed);
+}
+
+quint32 RECORD_UPDATE::new_number(const QByteArray& packed)
+{
+    quint32 number = quint32(m_surroundings.size());
+    if (m_free_numbers.isEmpty()) {
+        m_surroundings.append(packed);
+    } else {
+        number = m_free_numbers.takeLast();
+        m_sum -= hash_of(SEALED_TABLE::SURROUNDINGS, number, m_surroundings.at(int(number)));
+        m_surroundings[int(number)] = packed;
+    }
+    m_sum += hash_of(SEALED_TABLE::SURROUNDINGS, number, packed);
+    m_numbers.insert(packed, number);
+    m_pending_surroundings.append(number);
+    return number;
+}
+
+bool RECORD_UPDATE::commit()
+{
+    if (!begin())
+        return false;
+    write_surroundings();
+    write_actions();
+    return end();
+}
+
+// Whoever else wrote knows other slots than this does.
+bool RECORD_UPDATE::begin()
+{
+    if (m_file.run("BEGIN IMMEDIATE") && m_file.number("PRAGMA data_version") != m_data_version)
+        m_file.fail(QStringLiteral("another program has written to it"), RECORD_FAULT::FAILED);
+    return !m_file.fault();
+}
+
+void RECORD_UPDATE::write_surroundings()
+{
+    RECORD_STATEMENT statement(m_file, "INSERT OR REPLACE INTO surroundings VALUES (?, ?)");
+    for (const quint32 number : qAsConst(m_pending_surroundings)) {
+        const QByteArray& packed = m_surroundings.at(int(number));
+        write_row(statement, number, packed.constData(), packed.size());
+    }
+    m_pending_surroundings.clear();
+}
+
+void RECORD_UPDATE::write_actions()
+{
+    RECORD_STATEMENT entries(m_file, "INSERT OR REPLACE INTO entries VALUES (?, ?)");
+    RECORD_STATEMENT details(m_file, "INSERT OR REPLACE INTO details VALUES (?, ?, ?, ?)");
+    for (const PENDING& action : qAsConst(m_pending)) {
+        write_row(entries, action.slot, action.entry.data(), PACKED_ENTRY_SIZE);
+        details.bind(1, action.slot);
+        details.bind_text(2, action.name);
+        details.bind(3, qint64(action.checksum));
+        details.bind(4, action.details.constData(), action.details.size());
+        details.step();
+    }
+    m_pending.clear();
+}
+
+bool RECORD_UPDATE::end()
+{
+    RECORD_STATEMENT seal(m_file, "INSERT OR REPLACE INTO seal VALUES (1, ?, ?)");
+    seal.bind(1, m_keys.size());
+    seal.bind(2, qint64(m_sum));
+    seal.step();
+    return m_file.run("COMMIT");
+}
+
+QString RECORD_UPDATE::give_up()
+{
+    const QString text = m_path + ": can't be written: " + m_file.fault().cause;
+    m_file.close();
+    return text + (remove_record(m_path)
+                       ? QStringLiteral(", so it was removed, and the next build builds everything")
+                       : QStringLiteral(". Remove it before the next build, which else takes what it "
+                                        "says for the truth"));
+}

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <QtCore/QHash>
+
+#include <memory>
+
+#include "record/key_index.h"
+#include "record/record_rows.h"
+#include "record/record_writer.h"
+
+/// Brings one record up to date, transaction by transaction. One thread.
+///
+/// The rows of what was added are packed at once and are in memory until they are
+/// written all in one go: so the file is locked for a short time only, and hardly ever
+/// left half done by a kill.
+class RECORD_UPDATE
+{
+public:
+    RECORD_UPDATE(const QString& folder, const QString& own_name,
+                  std::shared_ptr<const RECORD_CONTENT> content, const QVector<KNOWN_LIBRARY>& libraries);
+
+    /// Opens the record, makes it anew where it is no sound one, and writes what is known
+    /// of the libraries. False on a fault, as with the others here.
+    bool open();
+
+    /// Packs it for the next transaction.
+    void add(const RECORDED_ACTION& action);
+
+    int pending() const { return m_pending.size(); } ///< actions that wait for `commit`
+    bool commit();
+
+    /// After a fault: removes the record and gives the text for the console.
+    QString give_up();
+
+private:
+    // An action of the next transaction.
+    struct PENDING
+    {
+        int slot;
+        PACKED_ENTRY entry;
+        QByteArray name;
+        quint64 checksum; // of the details
+        QByteArray details;
+    };
+
+    bool take_over();
+    void take_rows(const RECORD_ROWS& rows);
+    void take_surroundings(const RECORD_ROWS& rows);
+    void take_libraries(const RECORD_ROWS& rows);
+    int slot_of(quint64 key);
+    quint32 number_of(const SURROUNDINGS& surroundings);
+    quint32 new_number(const QByteArray& packed);
+    bool begin();
+    void write_libraries();
+    void write_surroundings();
+    void write_actions();
+    bool end();
+
+    const QString m_folder;
+    const QString m_own_name;
+    const QString m_path;
+    std::shared_ptr<const RECORD_CONTENT> m_content; // until the record is open
+    QVector<KNOWN_LIBRARY> m_libraries;
+
+    RECORD_FILE m_file;
+    qint64 m_data_version = 0; // changes when somebody else writes
+    qint64 m_last_end = 0;
+    quint64 m_sum = 0; // of the hashes of all rows
+
+    QVector<quint64> m_keys;   // by slot
+    QVector<quint64> m_hashes; // of the rows, by slot
+    KEY_INDEX m_slots;
+    QVector<PENDING> m_pending;
+
+    QVector<QByteArray> m_surroundings;      // packed, by number
+    QVector<quint32> m_free_numbers;         // of surroundings that no entry has any more
+    QHash<QByteArray, quint32> m_numbers;    // of the others
+    QVector<quint32> m_pending_surroundings; // their numbers
+};
