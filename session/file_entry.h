@@ -30,7 +30,7 @@ struct FILE_ENTRY
     QDateTime head_time;                       ///< of the latest revision in the depot
     QDateTime local_time;                      ///< modification time on disk
     qint64 local_size = -1;                    ///< bytes when it was scanned; -1: unknown, or `local_time`
-                                               ///< is that of another file with the same logical path
+                                               ///< is that of another file with this logical path
     int local_state = FILE_STATE_UNKNOWN;      ///< workspace copy, a FILE_STATE
     int p4_state = FILE_STATE_UNKNOWN;         ///< depot copy, a FILE_STATE
     QVector<ACTION_INTERFACE*> consumers;      ///< actions that read the file; not owned

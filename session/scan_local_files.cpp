@@ -121,7 +121,8 @@ void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file,
     if (known) {
         if (!PATHS::override(path, known->physical, options->exists(QStringLiteral("dont_stop_on_error")))) {
             known->local_time = file.modified; // the date of the file that loses, and yet the newer one
-            known->local_size = -1;            // as the date tells nothing of this file any more
+            const bool is_same = file.path == static_cast<const QString&>(known->physical);
+            known->local_size = is_same ? file.size : -1;
             folder.note_spellings(known->physical, path);
             return;
         }

@@ -7,6 +7,7 @@ namespace {
 
 const char NOTHING[] = "", ANYTHING[] = ".*", TEXT[] = ".+", NUMBER[] = "-?\\d{1,9}", PATH[] = ".*/.*",
            CRASH[] = "\\w+ (\\d+|overflow|throw|exit:\\d+)", RULE[] = "\\S+ \\S+",
+           QUESTION[] = "(rule \\S+|table|sql|graph) \\S.*",
            TIME[] = "\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ";
 
 // What the argument of each word has to look like.
@@ -29,7 +30,10 @@ const WORDS ALL_WORDS[] = {
     {"an action", "begins total ends takes progress", NUMBER},
     {"an action", "says warns raises", ANYTHING},
     {"an action", "rule", RULE},
-    {"an action", "ignores_dependencies needs_review review_fails ignores_abort awaits_abort services files",
+    {"a processor", "asks virtual_asks scan_asks made_asks", QUESTION},
+    {"an action", "asks collect_asks resolve_asks", QUESTION},
+    {"an action",
+     "ignores_dependencies needs_review review_fails ignores_abort awaits_abort services files knows_when",
      NOTHING}};
 
 class SCRIPT_READER

@@ -22,6 +22,10 @@
 ///       collecting_warns TEXT   a Qt warning then
 ///       collecting_says TEXT    a line of standard output, as C's library holds it back
 ///       collecting_asks TEXT    a dialog with this text then, that is no message box
+///       asks QUESTION           while actions are collected
+///       virtual_asks QUESTION   while virtual files are
+///       scan_asks QUESTION      while it says what is to be scanned
+///       made_asks QUESTION      when it is made
 ///     action NAME               of the processor above; names are unique
 ///       long TEXT               the long display text; NAME without
 ///       reads PATH              an input
@@ -37,6 +41,9 @@
 ///       needs_review            sets review_needed
 ///       review_fails            review_is_failure is true
 ///       ignores_abort           goes on when it is asked to stop
+///       collect_asks QUESTION   in collect_files; the answer goes into the targets, too
+///       resolve_asks QUESTION   in resolve_dependencies
+///       knows_when              returns 2 at once when is_up_to_date says so
 ///       ends N                  the result of execute; 2 without
 ///     and what execute does, in this order, each as often as wanted:
 ///       says TEXT               an output line
@@ -47,9 +54,12 @@
 ///       progress N              progress_current
 ///       services                says which services it was given
 ///       rule NAME PROPERTY      says what the rule gives for the first input
+///       asks QUESTION           says the answer, which goes into the targets, too
 ///       files                   a line for each input and target: what its record knows
 ///
 /// A processor or action of the name "null" is a null pointer.
+///
+/// A QUESTION is "rule KIND PATH", "table NAME", "sql STATEMENT" or "graph ASSET".
 ///
 /// A PATH is logical, "<working>/a/b.txt", in the spelling that it is to have
 /// on disk, or absolute.

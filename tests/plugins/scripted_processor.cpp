@@ -19,8 +19,10 @@
 #include <stdexcept>
 
 #include "contracts/actions/action_interface.h"
+#include "contracts/database/kv_xml_query_interface.h"
 #include "contracts/paths/paths.h"
 #include "contracts/rules/rule_cache.h"
+#include "contracts/services/asset_graph.h"
 #include "contracts/services/fw_message_box.h"
 #include "session/file_entry.h"
 
@@ -81,6 +83,47 @@ PHYSICAL_PATH scripted_place(const QString& path)
     return PHYSICAL_PATH(roots.isEmpty() ? path : roots.last() + '/' + path.section('/', 1));
 }
 
+QString rule_text(const QString& question, const RULE_CACHE* rules)
+{
+    const LOGICAL_PATH path = PATHS::logical_path(scripted_place(question.section(' ', 1)));
+    const RULE rule = rules ? rules->get(path, question.section(' ', 0, 0)) : RULE();
+    QStringList texts;
+    for (auto value = rule.values.cbegin(); value != rule.values.cend(); ++value)
+        texts.append(value.key() + '=' + value->value.toString());
+    return rule.found ? texts.join(' ') : QStringLiteral("no rule");
+}
+
+QString rows_text(const QVector<KV_RECORD_DATA>& records, const QString& error)
+{
+    QStringList rows;
+    for (const KV_RECORD_DATA& record : records) {
+        rows.append(QString());
+        for (const KV_FIELD_DATA& field : record.fields)
+            rows.last() += (rows.last().isEmpty() ? "" : "|") + field.value;
+    }
+    return error.isEmpty() ? rows.join(' ') : error;
+}
+
+// "QUESTION: what the services say".
+QString answer_to(const QString& question, const RULE_CACHE* rules, KV_XML_QUERY_INTERFACE* database,
+                  const QTSHARED::ASSET_GRAPH* graph)
+{
+    const QString word = question.section(' ', 0, 0), rest = question.section(' ', 1);
+    QString text = "there is none", error;
+    if (word == "rule")
+        text = rule_text(rest, rules);
+    if (word == "graph" && graph)
+        text = graph->dependencies_of(rest).join(' ');
+    if (word == "table" && database)
+        text = rows_text(database->get_table_data(error, rest, QString()).records, error);
+    KV_QUERY_RESULTS results;
+    if (word == "sql" && database) {
+        database->get_query_data_from_simple_sql(error, results, rest, {});
+        text = rows_text(results.records, error);
+    }
+    return question + ": " + text;
+}
+
 class SCRIPTED_ACTION : public ACTION_INTERFACE
 {
 public:
@@ -115,9 +158,12 @@ public:
     }
 
     void collect_files(QVector<LOGICAL_PATH>& inputs, QVector<ACTION_TARGET>& targets, QDateTime& stamp,
-                       FILE_MAP&, RULE_CACHE&) override
+                       FILE_MAP&, RULE_CACHE& rules) override
     {
         trace("collect_files");
+        m_collected.clear();
+        for (const QString& question : m_script.all("collect_asks"))
+            m_collected += answer_to(question, &rules, s_database, s_asset_graph) + '\n';
         for (const QString& path : m_script.all("reads"))
             inputs.append(PATHS::logical_path(scripted_place(path)));
         for (QString path : m_script.all("writes")) {
@@ -129,8 +175,10 @@ public:
         stamp = QDateTime::fromString(m_script.text("stamp"), Qt::ISODate);
     }
 
-    void resolve_dependencies(FILE_MAP& files, RULE_CACHE&) override
+    void resolve_dependencies(FILE_MAP& files, RULE_CACHE& rules) override
     {
+        for (const QString& question : m_script.all("resolve_asks"))
+            answer_to(question, &rules, s_database, s_asset_graph);
         trace(files.locked ? "resolve_dependencies" : "resolve_dependencies of an open map");
         for (const auto& [word, other] : m_script.lines)
             if (word == "depends" || word == "pulls")
@@ -141,6 +189,11 @@ public:
     int execute(FILE_MAP&, RULE_CACHE& rules) override
     {
         trace("execute");
+        if (m_script.has("knows_when") && is_up_to_date()) {
+            add_output_line(QStringLiteral("nothing to do"));
+            return ACTION_SUCCEEDED;
+        }
+        m_answers = m_collected;
         for (const auto& [word, argument] : m_script.lines)
             if (!take_step(word, argument, rules)) {
                 add_output_line(QStringLiteral("aborted"));
@@ -191,6 +244,8 @@ private:
                                 .arg(s_database ? "yes" : "no", s_asset_graph ? "yes" : "no"));
         else if (word == "rule")
             say_rule(argument, rules);
+        else if (word == "asks")
+            say_answer(argument, rules);
         else if (word == "files")
             say_files();
         else
@@ -218,6 +273,12 @@ private:
                                                       : value->value.toString()));
     }
 
+    void say_answer(const QString& question, const RULE_CACHE& rules)
+    {
+        m_answers += answer_to(question, &rules, s_database, s_asset_graph) + '\n';
+        add_output_line(m_answers.section('\n', -2, -2));
+    }
+
     void say_files()
     {
         for (const FILE_ENTRY* file : qAsConst(input_files))
@@ -238,7 +299,7 @@ private:
     {
         for (const FILE_ENTRY* target : target_files.keys()) {
             QFile file(target->physical); // in the spelling that its folder has
-            const QByteArray text = "made by " + m_script.name.toUtf8() + '\n';
+            const QByteArray text = "made by " + (m_script.name + '\n' + m_answers).toUtf8();
             if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush()) {
                 add_output_line(file.fileName() + ": " + file.errorString());
                 return false;
@@ -250,6 +311,8 @@ private:
     const SCRIPT_PART m_script;
     const QSharedPointer<SCRIPTED_RUN> m_run;
     std::atomic<bool> m_aborted{false};
+    QString m_collected; // answers of collect_files, a line each
+    QString m_answers;   // and those of execute
 };
 
 class SCRIPTED_PROCESSOR : public PROCESSOR_INTERFACE
@@ -258,6 +321,7 @@ public:
     SCRIPTED_PROCESSOR(const SCRIPT_PROCESSOR& script, const QSharedPointer<SCRIPTED_RUN>& run)
         : m_script(script), m_run(run)
     {
+        ask("made_asks", nullptr);
     }
     ~SCRIPTED_PROCESSOR() override { m_run->trace("delete", m_script.name); }
 
@@ -267,11 +331,13 @@ public:
     QVector<QString> scan_directories() override
     {
         m_run->trace("scan_directories", m_script.name);
+        ask("scan_asks", nullptr);
         return m_script.all("scan").toVector();
     }
 
-    QVector<VIRTUAL_FILE> collect_virtual_files(FILE_MAP&, RULE_CACHE&) override
+    QVector<VIRTUAL_FILE> collect_virtual_files(FILE_MAP&, RULE_CACHE& rules) override
     {
+        ask("virtual_asks", &rules);
         m_run->trace("collect_virtual_files", m_script.name);
         QVector<VIRTUAL_FILE> files;
         for (const QString& argument : m_script.all("virtual")) {
@@ -282,8 +348,9 @@ public:
         return files;
     }
 
-    QVector<ACTION_INTERFACE*> collect_actions(FILE_MAP&, RULE_CACHE&) override
+    QVector<ACTION_INTERFACE*> collect_actions(FILE_MAP&, RULE_CACHE& rules) override
     {
+        ask("asks", &rules);
         m_run->trace("collect_actions", m_script.name);
         for (const QString& text : m_script.all("collecting_warns"))
             qWarning("%s", qUtf8Printable(text));
@@ -306,6 +373,12 @@ public:
     }
 
 private:
+    void ask(const char* word, const RULE_CACHE* rules) const
+    {
+        for (const QString& question : m_script.all(word))
+            answer_to(question, rules, s_database, s_asset_graph);
+    }
+
     int group_of(const SCRIPT_PART& action)
     {
         const QString group = action.text("group");

@@ -13,6 +13,7 @@
 #include "tests/session/step_scene.h"
 #include "tests/support/cases.h"
 #include "tests/support/dialog_answers.h"
+#include "tests/support/noted.h"
 #include "tests/support/p4_scene.h"
 #include "tests/support/watched_test.h"
 #include "tests/support/window_text.h"
@@ -41,6 +42,13 @@ QString flag_text(const char* name, bool is_set)
     return is_set ? QString(", ") + name : QString();
 }
 
+// Most files have one byte.
+QString size_text(const FILE_ENTRY& file)
+{
+    const bool is_scanned = !file.local_time.isNull() && !file.virtual_file;
+    return file.local_size == (is_scanned ? 1 : -1) ? QString() : QString(", size %1").arg(file.local_size);
+}
+
 // Behind `name`, with "*" in front of `main_one`; empty for no actions.
 QString actions_text(const char* name, const QVector<ACTION_INTERFACE*>& actions,
                      const ACTION_INTERFACE* main_one = nullptr)
@@ -55,7 +63,7 @@ QString file_text(const LOGICAL_PATH& key, const FILE_ENTRY& file, bool is_in_ma
 {
     const QString states = QString(", states %1 %2").arg(file.local_state).arg(file.p4_state);
     return key + ": " + file.physical + (states == ", states 4 4" ? "" : states) +
-           time_text("day", file.local_time) + time_text("have", file.have_time) +
+           time_text("day", file.local_time) + size_text(file) + time_text("have", file.have_time) +
            time_text("head", file.head_time) + flag_text("not in the map", !is_in_map) +
            flag_text("virtual", file.virtual_file) + flag_text("intermediate", file.intermediate) +
            flag_text("old target", file.out_of_date_target) +
@@ -163,6 +171,27 @@ QStringList state(STEP_SCENE& scene)
     return lines;
 }
 
+// What is kept of the questions, and what else tells an action from others and from
+// what it was.
+QStringList notes(const BUILD_SESSION& session)
+{
+    LETTERS keys;
+    QStringList lines;
+    for (PROCESSOR_INTERFACE* processor : session.processors)
+        if (session.processor_questions.contains(processor))
+            lines.append(processor->name() + ": " + text_of(session.processor_questions[processor]));
+    for (ACTION_INTERFACE* action : session.actions) {
+        const ACTION_NOTES& notes = notes_of(*action);
+        const bool has_stamp = notes.stamp != ACTION_NOTES::NO_STAMP;
+        lines.append(action->processor->name() + " / " + action->display_text(false) + ": " +
+                     (notes.key ? keys.of(QByteArray::number(notes.key)) : "no key") +
+                     time_text("stamp", has_stamp ? QDateTime::fromMSecsSinceEpoch(notes.stamp, Qt::UTC)
+                                                  : QDateTime()) +
+                     (notes.asked ? ", " + text_of(*notes.asked) : QString()));
+    }
+    return lines;
+}
+
 QStringList folders(const BUILD_SESSION& session)
 {
     QStringList lines, above;
@@ -188,7 +217,7 @@ private slots:
         add_cases("session/session_scenes.cases",
                   {"files", "set", "processors", "directories", "roots", "script", "fstat", "filelog",
                    "error", "stored", "preferences", "providers", "consumers", "answer", "boxes", "folders",
-                   "state", "left"});
+                   "state", "left", "notes"});
     }
     void scenes()
     {
@@ -225,10 +254,12 @@ private slots:
                 scene.begin_build();
             scene.session->finish_build(false);
         }
-        QStringList found = has_files ? state(scene) : QStringList(scene.log_text);
+        QStringList found = !has_files         ? QStringList(scene.log_text)
+                            : one.has("notes") ? notes(*scene.session)
+                                               : state(scene);
         if (one.has("processors"))
             found = folders(*scene.session) + found;
-        GOX_COMPARE_TEXT(short_text(found.join('\n')), one["state"]);
+        GOX_COMPARE_TEXT(short_text(found.join('\n')), one[one.has("notes") ? "notes" : "state"]);
         GOX_COMPARE_TEXT(boxes, one["boxes"]);
         if (one.has("preferences"))
             GOX_COMPARE_TEXT(WINDOW_TEXT::form(*scene.session->preferences), one["preferences"]);

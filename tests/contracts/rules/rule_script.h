@@ -7,10 +7,12 @@
 #include <new>
 
 #include "contracts/paths/paths.h"
+#include "contracts/rules/rule_answer.h"
 #include "contracts/rules/rule_key.h"
 #include "contracts/services/p4_connection.h"
 #include "tests/contracts/rules/rule_cache_holder.h"
 #include "tests/support/full_disk.h"
+#include "tests/support/noted.h"
 #include "tests/support/p4_scene.h"
 #include "tests/support/temporary_tree.h"
 #include "tests/support/transcript.h"
@@ -120,6 +122,14 @@ private:
     void add_commands_of_rules()
     {
         add("ask", [&](const QString& s) { return ask(first(s), others(s)); });
+        add("noted", [&](const QString& command) { return noted([&] { carry_out(command); }); });
+        add("from", [&](const QString& path) {
+            QStringList parts;
+            for (const RULE_VALUE& value : m_cache.answer(LOGICAL_PATH(path), "Texture").values)
+                parts += m_cache.file_of(*value.origin);
+            return parts.join(' ');
+        });
+        add("digest", [&](const QString&) { return m_digests.of(m_cache.digest()); });
         add("validate", [&](const QString&) {
             m_cache.validate_cache(LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>());
             m_cache.add_new_file_to_cache(LOGICAL_PATH("<raw>/new"));
@@ -229,6 +239,9 @@ private:
     {
         const QString kind = other_kind.isEmpty() ? "tEXTURE" : other_kind;
         const RULE rule = m_cache.get(LOGICAL_PATH(path), kind);
+        const auto silent = texts_of_answer(m_cache.answer(LOGICAL_PATH(path), kind));
+        if (silent != texts_of_answer(rule))
+            return "two answers";
         QStringList parts;
         for (auto value = rule.values.cbegin(); value != rule.values.cend(); ++value)
             parts += value.key() + '=' + rule.value(value.key().toUpper()) + '@' + value->origin->path;
@@ -252,7 +265,9 @@ private:
         for (const QString& file : FILES::below(m_tree.path()).filter(".gox"))
             if (!file.startsWith("old_") || !m_tree.exists(QString(file).remove("old_")))
                 read(again.cache, file);
-        return listing(again.cache) == listing(m_cache) ? "done" : "done, but\n" + listing(again.cache);
+        const bool is_same =
+            listing(again.cache) == listing(m_cache) && again.cache.digest() == m_cache.digest();
+        return is_same ? "done" : "done, but\n" + listing(again.cache);
     }
 
     // The lines that have gone since the file was looked at last, and those that have
@@ -283,5 +298,6 @@ private:
     const P4_SCENE m_p4;
     QMap<QString, QByteArray> m_seen; // by file
     bool m_has_p4 = false;
+    LETTERS m_digests;
     int m_hour = 0; // of the file that was written last
 };

@@ -1,5 +1,7 @@
 #include <QtTest/QSignalSpy>
 
+#include <thread>
+
 #include "contracts/rules/rule_schema.h"
 #include "tests/contracts/rules/rule_script.h"
 #include "tests/support/cases.h"
@@ -14,6 +16,26 @@ private slots:
     void answers() { play(); }
     void saves_data() { add_cases("contracts/rules/rule_saving.cases", {"script", "text", "unix"}); }
     void saves() { play(); }
+
+    void questions_of_all_threads_are_noted_once()
+    {
+        ASKED_QUESTIONS asked;
+        QUESTION_LOG::listen(&asked);
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([&, i] {
+                for (int k = 0; k < 1000; ++k)
+                    m_holder.cache.get(LOGICAL_PATH(QString::number(k / 10 + 50 * i)), "Kind");
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        QUESTION_LOG::listen(nullptr);
+        const QVector<RULE_QUESTION> rules = asked.rules;
+        asked.settle();
+        asked.add(ASKED_QUESTIONS(asked));
+        QCOMPARE(rules.size(), 250);
+        QVERIFY(asked.rules == rules);
+    }
 
     void schemas_are_registered_once()
     {
@@ -41,6 +63,8 @@ private slots:
     }
 
 private:
+    RULE_CACHE_HOLDER m_holder;
+
     static void play()
     {
         const TEST_CASE one = current_case();

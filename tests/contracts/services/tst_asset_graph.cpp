@@ -9,6 +9,7 @@
 #include "contracts/services/asset_graph.h"
 #include "tests/support/cases.h"
 #include "tests/support/files.h"
+#include "tests/support/noted.h"
 #include "tests/support/spelled_bytes.h"
 #include "tests/support/watched_test.h"
 
@@ -119,6 +120,8 @@ public:
         else if (word == "problems")
             graph->check_dependencies(problems);
         return word == "graph"     ? text()
+               : word == "digest"  ? QStringList(letters.of(graph->digest()))
+               : word == "noted"   ? QStringList(noted([&] { take(rest); }))
                : word == "add"     ? QStringList(add(file, agf(bytes.split(' '))))
                : word == "write"   ? QStringList(add(file, spelled_bytes(bytes)))
                : word == "payload" ? QStringList(load(cache_of(packed(rest))))
@@ -129,6 +132,7 @@ public:
 
     const QTemporaryDir folder;
     std::unique_ptr<QTSHARED::ASSET_GRAPH> graph = std::make_unique<QTSHARED::ASSET_GRAPH>();
+    LETTERS letters; // of digests
     QByteArray kept; // the cache that was saved last
 
 private:

@@ -45,7 +45,8 @@ public:
         if (!scanner.get_files(path == "nothing" ? QString() : this->path(path), files))
             said.append(QStringLiteral("!%1 %2").arg(scanner.error_number).arg(scanner.get_error()));
         for (const DIRECTORY_SCANNER::FILE_INFO& file : files.mid(1))
-            said.append(says_times ? file.modified.toString(Qt::ISODateWithMs) : file.path);
+            said.append(says_times ? file.modified.toString(Qt::ISODateWithMs) + QString(" %1").arg(file.size)
+                                   : file.path);
         const QStringList left_out = scanner.take_left_out();
         said += QString("| ").repeated(left_out.isEmpty() ? 0 : 1) + left_out.join(' ');
         return said.join(' ').trimmed().remove(folder.path());
