@@ -20,8 +20,9 @@ const int LOOK_INTERVAL = 100; // milliseconds
 } // namespace
 
 RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, const RUN_OPTIONS& options,
-                     INCREMENTAL_PLAN& incremental, P4_CONNECTION& p4, PROGRESS_WIDGET& splash, Tallyline::Context& metrics,
-                     Tallyline::StopWatch& total_watch, const ATTENDANCE& attendance)
+                     INCREMENTAL_PLAN& incremental, P4_CONNECTION& p4, PROGRESS_WIDGET& splash,
+                     Tallyline::Context& metrics, Tallyline::StopWatch& total_watch,
+                     const ATTENDANCE& attendance)
     : m_session(session),
       m_configuration(configuration),
       m_options(options),
@@ -49,7 +50,8 @@ std::optional<int> RUN_CYCLE::run()
             m_exit_status = 1;
             return exit_status();
         }
-        plan();
+        if (!plan())
+            return 1;
         if (m_session.selected_actions.isEmpty())
             report_empty_plan(m_incremental.judgement, m_options.is_divided());
         else if (m_options.dry_run)
@@ -98,14 +100,21 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
     return CHOSEN;
 }
 
-void RUN_CYCLE::plan()
+// False when nothing may be built.
+bool RUN_CYCLE::plan()
 {
     WORK_AT_HAND::note(QStringLiteral("the planning of the build"));
     m_session.plan_build();
-    for (const QString& problem : m_incremental.apply(m_session))
+    const QString error = m_incremental.apply(m_session);
+    for (const QString& problem : qAsConst(m_incremental.problems))
         RUN_REPORT::line(problem);
+    if (!error.isEmpty()) {
+        RUN_REPORT::error(error);
+        return false;
+    }
     if (m_options.explain || m_options.dry_run)
         report_explanations(m_session.selected_actions, m_incremental.judgement);
+    return true;
 }
 
 // False when the build could not be prepared.

@@ -22,9 +22,8 @@ class RUN_CYCLE
 {
 public:
     RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, const RUN_OPTIONS& options,
-              INCREMENTAL_PLAN& incremental,
-              P4_CONNECTION& p4, PROGRESS_WIDGET& splash, Tallyline::Context& metrics,
-              Tallyline::StopWatch& total_watch, const ATTENDANCE& attendance);
+              INCREMENTAL_PLAN& incremental, P4_CONNECTION& p4, PROGRESS_WIDGET& splash,
+              Tallyline::Context& metrics, Tallyline::StopWatch& total_watch, const ATTENDANCE& attendance);
 
     /// Runs passes until one of them ends the cycle. The exit status of the
     /// process, or nothing when the build could not be prepared.
@@ -39,7 +38,7 @@ private:
     };
 
     CHOICE choose_files();
-    void plan();
+    bool plan();
     bool build();
     void finish_record();
     bool watch_build();

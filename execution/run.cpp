@@ -134,9 +134,8 @@ bool BUILD_SESSION::run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs)
 void BUILD_SESSION::record_end(ACTION_INTERFACE& action)
 {
     const ACTION_RESULT& result = results.actions.last();
-    const QString warning = action.state == ACTION_SUCCEEDED_WITH_WARNINGS
-                                ? last_message(action.output, result.said)
-                                : QString();
+    const QString warning =
+        action.state == ACTION_SUCCEEDED_WITH_WARNINGS ? last_message(action.output, result.said) : QString();
     recorder->end(action, result.duration, warning, abort_flag);
 }
 

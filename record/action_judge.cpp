@@ -65,11 +65,20 @@ bool ACTION_JUDGE::rules_hold(const BUILD_ENTRY& entry)
 {
     if (entry.rules.is_null() || entry.rules == m_present.rules())
         return true;
-    const std::optional<BUILD_ENTRY_DETAILS> details = m_record.details_of(entry);
+    const std::optional<BUILD_ENTRY_DETAILS> details = details_of(entry);
     return details && std::all_of(details->answers.cbegin(), details->answers.cend(),
                                   [&](const RECORDED_ANSWER& former) {
                                       return former == answer_now(m_session.rule_cache, former);
                                   });
+}
+
+std::optional<BUILD_ENTRY_DETAILS> ACTION_JUDGE::details_of(const BUILD_ENTRY& entry)
+{
+    QString problem;
+    const std::optional<BUILD_ENTRY_DETAILS> details = m_record.details_of(entry, problem);
+    if (!problem.isEmpty())
+        m_problems.append(problem);
+    return details;
 }
 
 bool ACTION_JUDGE::surroundings_hold(const BUILD_ENTRY& entry, const PROCESSOR_INTERFACE& processor)

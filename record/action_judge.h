@@ -2,6 +2,9 @@
 
 #include <QtCore/QHash>
 #include <QtCore/QPair>
+#include <QtCore/QStringList>
+
+#include <optional>
 
 #include "record/action_state.h"
 
@@ -46,6 +49,11 @@ public:
 
     VERDICT judge(ACTION_INTERFACE& action);
 
+    /// What more the record has of the entry; nothing when it has it no longer or can't be
+    /// read, which is told in `problems` then.
+    std::optional<BUILD_ENTRY_DETAILS> details_of(const BUILD_ENTRY& entry);
+
+    const QStringList& problems() const { return m_problems; }
     const RECORD_CONTENT& record() const { return m_record; }
     PRESENT_SURROUNDINGS& present() { return m_present; }
     ACTION_FILES& files() { return m_files; }
@@ -64,6 +72,7 @@ private:
     PRESENT_SURROUNDINGS& m_present;
     ACTION_FILES m_files;
     STATE_DIGEST m_state;
+    QStringList m_problems;
     const bool m_remembers; // what holds for many actions stays as it is
     QHash<QPair<const PROCESSOR_INTERFACE*, quint32>, bool> m_surroundings;
 };

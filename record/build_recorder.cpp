@@ -10,6 +10,7 @@
 #include "contracts/actions/processor_interface.h"
 #include "contracts/paths/paths.h"
 #include "record/action_judge.h"
+#include "record/dealings.h"
 #include "record/present_surroundings.h"
 #include "record/record_reader.h"
 #include "record/record_writer.h"
@@ -176,9 +177,7 @@ bool has_something_run(ACTION_INTERFACE& action)
 } // namespace
 
 BUILD_RECORDER::BUILD_RECORDER(const BUILD_SESSION& session, const SHARD& shard)
-    : m_session(session),
-      m_shard(shard),
-      m_services(std::make_shared<JOB_SERVICES>(session.rule_cache))
+    : m_session(session), m_shard(shard), m_services(std::make_shared<JOB_SERVICES>(session.rule_cache))
 {
 }
 
@@ -191,13 +190,12 @@ void BUILD_RECORDER::start(const QVector<ACTION_INTERFACE*>& plan,
     m_content = std::move(content);
     m_durations.clear();
     m_shared = std::make_unique<SHARED_TARGETS>(m_plan);
-    m_present =
-        std::make_unique<PRESENT_SURROUNDINGS>(m_session, m_content ? m_content->libraries() : QVector<KNOWN_LIBRARY>());
+    m_present = std::make_unique<PRESENT_SURROUNDINGS>(m_session, m_content ? m_content->libraries()
+                                                                            : QVector<KNOWN_LIBRARY>());
     for (const PROCESSOR_INTERFACE* processor : m_session.processors)
         m_present->library_of(*processor);
-    m_writer = std::make_unique<RECORD_WRITER>(QCoreApplication::applicationDirPath(),
-                                               record_name(m_shard), m_content,
-                                               m_present->libraries());
+    m_writer = std::make_unique<RECORD_WRITER>(QCoreApplication::applicationDirPath(), record_name(m_shard),
+                                               m_content, m_present->libraries());
     s_current = this;
     ACTION_INTERFACE::s_is_up_to_date = &BUILD_RECORDER::answer_action;
 }
@@ -255,12 +253,12 @@ void BUILD_RECORDER::put_entry(ACTION_INTERFACE& action, int duration, const QSt
 
 QString BUILD_RECORDER::finish(bool succeeded)
 {
-    if (succeeded && !m_shard.is_whole())
-        put_durations();
     ACTION_INTERFACE::s_is_up_to_date = nullptr;
     s_current = nullptr;
     QUESTION_LOG::listen(nullptr);
-    const QString error = m_writer->finish();
+    QString error = m_writer->finish();
+    if (succeeded && !m_shard.is_whole() && error.isEmpty())
+        error = keep_durations();
     m_writer.reset();
     m_judge.reset();
     m_present.reset();
@@ -282,8 +280,8 @@ bool BUILD_RECORDER::is_up_to_date(ACTION_INTERFACE& action)
     if (has_something_run(action))
         return false;
     if (!m_judge)
-        m_judge = std::make_unique<ACTION_JUDGE>(m_session, content(), *m_present, m_plan,
-                                                 ACTION_FILES::ON_DISK);
+        m_judge =
+            std::make_unique<ACTION_JUDGE>(m_session, content(), *m_present, m_plan, ACTION_FILES::ON_DISK);
     return m_judge->judge(action).reason == RUN_REASON::NONE;
 }
 
@@ -296,12 +294,12 @@ const RECORD_CONTENT& BUILD_RECORDER::content()
 }
 
 // What the next build in shards is dealt out by.
-void BUILD_RECORDER::put_durations()
+QString BUILD_RECORDER::keep_durations()
 {
     DEALING dealing;
-    dealing.generation = SHARD_DURATIONS(content(), m_shard.count).next_generation(record_name(m_shard));
+    dealing.generation = SHARD_DURATIONS(content(), m_shard.count).next_generation(m_shard);
     if (dealing.generation == 0)
-        return;
+        return QString();
     for (ACTION_INTERFACE* action : qAsConst(m_plan)) {
         const quint64 key = notes_of(*action).key;
         const BUILD_ENTRY* const former = key ? content().find(key) : nullptr;
@@ -310,5 +308,5 @@ void BUILD_RECORDER::put_durations()
         else if (former && !former->is_gone)
             dealing.durations.append({key, former->duration});
     }
-    m_writer->put_dealing(dealing);
+    return add_dealing(QCoreApplication::applicationDirPath(), record_name(m_shard), dealing);
 }

@@ -56,7 +56,7 @@ private:
 
     static bool answer_action(ACTION_INTERFACE& action);
     bool is_up_to_date(ACTION_INTERFACE& action);
-    void put_durations();
+    QString keep_durations();
     const RECORD_CONTENT& content();
     void put_entry(ACTION_INTERFACE& action, int duration, const QString& warning);
 

@@ -145,11 +145,11 @@ QString explanation_text(ACTION_INTERFACE& action, const VERDICT& verdict, ACTIO
     case RUN_REASON::FAILED_SINCE:
         return QStringLiteral("failed or was stopped last time");
     case RUN_REASON::FILES_CHANGED:
-        details = judge.record().details_of(*verdict.entry);
+        details = judge.details_of(*verdict.entry);
         return details ? files_text(action, *details, judge.files())
                        : QStringLiteral("inputs or targets changed");
     case RUN_REASON::RULES_CHANGED:
-        details = judge.record().details_of(*verdict.entry);
+        details = judge.details_of(*verdict.entry);
         return details ? rules_text(*details, judge.session().rule_cache) : QStringLiteral("rule changed");
     case RUN_REASON::SURROUNDINGS_CHANGED:
         return surroundings_text(judge.record().surroundings_of(*verdict.entry), action, judge.present());

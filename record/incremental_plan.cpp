@@ -21,32 +21,38 @@ void INCREMENTAL_PLAN::begin_reading()
                            record_name(shard), access);
 }
 
-QStringList INCREMENTAL_PLAN::apply(BUILD_SESSION& session)
+QString INCREMENTAL_PLAN::apply(BUILD_SESSION& session)
 {
     judgement = PLAN_JUDGEMENT();
+    problems.clear();
     if (m_reading.valid())
         record = m_reading.get();
-    if (record && !shard.is_whole())
-        take_own_share(session);
+    if (record && !shard.is_whole()) {
+        const QString error = take_own_share(session);
+        if (!error.isEmpty())
+            return error;
+    }
     whole = session.selected_actions;
-    if (!record)
-        return {};
-    if (is_judging())
+    if (record)
+        problems = record->problems();
+    if (record && is_judging())
         judge(session);
-    return record->problems();
+    return QString();
 }
 
-void INCREMENTAL_PLAN::take_own_share(BUILD_SESSION& session)
+QString INCREMENTAL_PLAN::take_own_share(BUILD_SESSION& session)
 {
     const SHARD_DURATIONS durations(*record, shard.count);
+    if (!durations.error().isEmpty())
+        return "The plan can't be dealt out: " + durations.error();
     const QVector<ACTION_INTERFACE*> plan = session.selected_actions;
-    const QVector<int> shares = deal_out(plan, shard.count, [&](ACTION_INTERFACE& action) {
-        return durations.of(notes_of(action).key);
-    });
+    const QVector<int> shares = deal_out(
+        plan, shard.count, [&](ACTION_INTERFACE& action) { return durations.of(notes_of(action).key); });
     session.selected_actions.clear();
     for (int place = 0; place < plan.size(); ++place)
         if (shares.at(place) == shard.number - 1)
             session.selected_actions.append(plan.at(place));
+    return QString();
 }
 
 void INCREMENTAL_PLAN::judge(BUILD_SESSION& session)
@@ -66,8 +72,9 @@ void INCREMENTAL_PLAN::judge(BUILD_SESSION& session)
         }
         const bool had_warnings = verdict.entry->had_warnings;
         const std::optional<BUILD_ENTRY_DETAILS> details =
-            had_warnings ? record->details_of(*verdict.entry) : std::nullopt;
+            had_warnings ? judge.details_of(*verdict.entry) : std::nullopt;
         judgement.up_to_date.append({action, had_warnings, details ? details->warning : QString()});
     }
     session.selected_actions = running;
+    problems += judge.problems();
 }

@@ -30,9 +30,12 @@ public:
     /// them.
     void begin_reading();
 
-    /// Reduces the session's `selected_actions`, which plan_build has just made. What the
-    /// records can't be used for comes back as texts for the console.
-    QStringList apply(BUILD_SESSION& session);
+    /// Reduces the session's `selected_actions`, which plan_build has just made. Empty on
+    /// success; otherwise why nothing may be built.
+    QString apply(BUILD_SESSION& session);
+
+    /// Texts for the console: what was not as it should be, so that more is built.
+    QStringList problems;
 
     PLAN_JUDGEMENT judgement;
     QVector<ACTION_INTERFACE*> whole;             ///< the own share, with what is left out of it
@@ -42,7 +45,7 @@ private:
     Q_DISABLE_COPY(INCREMENTAL_PLAN)
 
     bool is_judging() const { return only_out_of_date || explains; }
-    void take_own_share(BUILD_SESSION& session);
+    QString take_own_share(BUILD_SESSION& session);
     void judge(BUILD_SESSION& session);
 
     std::future<std::shared_ptr<const RECORD_CONTENT>> m_reading;

@@ -55,8 +55,8 @@ QString difference_text(const RULE_CACHE& rules, const RECORDED_ANSWER& former)
                  origin_text(rules, rule.values.value(property).origin));
     }
     if (former.found != now.found)
-        return former.kind +
-               (now.found ? ": there is a rule now" + origin_text(rules, static_cast<const CACHED_RULE*>(rule.found))
-                          : QStringLiteral(": there is no rule any more"));
+        return former.kind + (now.found ? ": there is a rule now" +
+                                              origin_text(rules, static_cast<const CACHED_RULE*>(rule.found))
+                                        : QStringLiteral(": there is no rule any more"));
     return QString();
 }

@@ -1,8 +1,10 @@
 #include "record/shard_durations.h"
 
-#include <algorithm>
-#include <limits>
+#include <QtCore/QCoreApplication>
 
+#include <algorithm>
+
+#include "record/dealings.h"
 #include "record/record_reader.h"
 
 namespace {
@@ -24,32 +26,33 @@ QString record_name(const SHARD& shard)
     return "gox_build_record" + of_shard + ".sqlite";
 }
 
-SHARD_DURATIONS::SHARD_DURATIONS(const RECORD_CONTENT& record, int shards) : m_record(record)
+SHARD_DURATIONS::SHARD_DURATIONS(const RECORD_CONTENT& record, int shards)
 {
+    const QString folder = QCoreApplication::applicationDirPath();
     QVector<QVector<DEALING>> dealings;
-    qint64 common = std::numeric_limits<qint64>::max();
-    for (int number = 1; number <= shards; ++number) {
-        dealings.append(record.dealings_of(record_name({number, shards})));
-        common = std::min(common, dealings.last().isEmpty() ? 0 : dealings.last().last().generation);
+    for (int number = 1; number <= shards && m_error.isEmpty(); ++number) {
+        dealings.append(read_dealings(folder, record_name({number, shards}), m_error));
+        m_latest.append(dealings.last().isEmpty() ? 0 : dealings.last().last().generation);
     }
-    m_generation = common;
-    const bool all_have_it = common > 0 && std::all_of(dealings.cbegin(), dealings.cend(), [&](const auto& kept) {
-                                 return find(kept, common) != nullptr;
-                             });
-    if (!all_have_it) {
-        for (const BUILD_ENTRY& entry : record.entries_of(record_name({})))
-            if (!entry.is_gone)
-                m_durations.insert(entry.key, entry.duration);
+    if (record.has_passing_problem())
+        m_error = record.problems().first();
+    if (!m_error.isEmpty())
+        return;
+    m_generation = *std::min_element(m_latest.cbegin(), m_latest.cend());
+    if (std::all_of(dealings.cbegin(), dealings.cend(),
+                    [&](const QVector<DEALING>& kept) { return find(kept, m_generation) != nullptr; })) {
+        for (const QVector<DEALING>& kept : qAsConst(dealings))
+            for (const ACTION_DURATION& action : find(kept, m_generation)->durations)
+                m_durations.insert(action.key, action.duration);
         return;
     }
-    for (const QVector<DEALING>& kept : qAsConst(dealings))
-        for (const ACTION_DURATION& action : find(kept, common)->durations)
-            m_durations.insert(action.key, action.duration);
+    for (const BUILD_ENTRY& entry : record.entries_of(record_name({})))
+        if (!entry.is_gone)
+            m_durations.insert(entry.key, entry.duration);
 }
 
-qint64 SHARD_DURATIONS::next_generation(const QString& own_record) const
+qint64 SHARD_DURATIONS::next_generation(const SHARD& own) const
 {
-    const QVector<DEALING> kept = m_record.dealings_of(own_record);
     const qint64 next = m_generation + 1;
-    return kept.isEmpty() || kept.last().generation < next ? next : 0;
+    return m_error.isEmpty() && m_latest.at(own.number - 1) < next ? next : 0;
 }

@@ -84,8 +84,8 @@ public:
     bool pause_flag;          ///< holds the build ahead of the next action
     QStringList written_logs; ///< names of the build's logs that could be written, once it has ended
     BUILD_RECORDER* recorder = nullptr; ///< is told of each action that runs; not owned, may be null
-    qint64 scan_began = 0;    ///< of scan_local_files: milliseconds since 1970; 0: there was none
-    BUILD_RESULTS results;    ///< what the last build left of the actions of its plan
+    qint64 scan_began = 0;              ///< of scan_local_files: milliseconds since 1970; 0: there was none
+    BUILD_RESULTS results;              ///< what the last build left of the actions of its plan
 
     /// Runs the steps below in their order, each behind a text on the splash.
     /// False, when the database, the plugins or the scan stopped it; that has
