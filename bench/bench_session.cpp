@@ -10,11 +10,30 @@
 #include <unistd.h>
 
 #include "bench/measure.h"
+#include "bench/synthetic_tree.h"
 #include "contracts/paths/paths.h"
 
 double BENCH_ACTION::s_seconds = 0;
 
 namespace {
+
+constexpr int INPUTS = 8;
+
+QVector<ACTION_INTERFACE*> make_actions(BENCH_PROCESSOR& processor, const BENCH_PROCESSOR::FILE_MAP& files,
+                                        const SYNTHETIC_TREE& tree)
+{
+    QVector<ACTION_INTERFACE*> actions;
+    auto file = files.lower_bound(LOGICAL_PATH(QStringLiteral("<raw>/")));
+    for (int i = 0; i < tree.working_files; ++i) {
+        auto* const action = new BENCH_ACTION(&processor, i);
+        action->inputs_to_report.reserve(INPUTS);
+        for (int k = 0; k < INPUTS; ++k, ++file)
+            action->inputs_to_report.append(file.key());
+        action->targets_to_report.append(working_target(tree.path, SYNTHETIC_TREE::file_name(i)));
+        actions.append(action);
+    }
+    return actions;
+}
 
 // A line of /proc/self/status, in bytes.
 double memory(const char* name)
@@ -96,6 +115,22 @@ void BENCH_SESSION::start_up(PROCESSOR_INTERFACE* processor)
 void BENCH_SESSION::step(const char* name, const std::function<void()>& work)
 {
     steps.append({name, cost_of(work)});
+}
+
+SESSION_RUN start_up_over(const SYNTHETIC_TREE& tree)
+{
+    auto* const processor =
+        new BENCH_PROCESSOR([&](BENCH_PROCESSOR& maker, const BENCH_PROCESSOR::FILE_MAP& files) {
+            return make_actions(maker, files, tree);
+        });
+    auto* const session = new BENCH_SESSION;
+    const COST cost = cost_of([&] { session->start_up(processor); });
+    const int known = (*session)->file_map.size();
+    const bool is_linked = (*session)->actions.size() == tree.working_files &&
+                           (*session)->actions.last()->input_files.size() == INPUTS;
+    if (known != tree.files() || !is_linked)
+        give_up(QString("%1 files became %2 entries").arg(tree.files()).arg(known));
+    return {cost, session->steps, 0};
 }
 
 SESSION_RUN run_in_child(const std::function<SESSION_RUN()>& run)

@@ -16,6 +16,8 @@
 #include "contracts/services/tallyline_context.h"
 #include "session/build_session.h"
 
+class SYNTHETIC_TREE;
+
 /// An action that reads and writes what it was given and does nothing.
 class BENCH_ACTION : public ACTION_INTERFACE
 {
@@ -94,6 +96,10 @@ struct SESSION_RUN
     STEPS steps;
     double peak_memory = 0; ///< bytes that the run added at its worst
 };
+
+/// The steps of the start-up over the tree, with an action for each eight raw files in the
+/// order of the map, which with its target and the other files makes one for ten.
+SESSION_RUN start_up_over(const SYNTHETIC_TREE& tree);
 
 /// Lets `run` work in a child process and gives what it gives, with the peak of
 /// its memory. So each run meets fresh memory, as the program does, that the

@@ -81,3 +81,4 @@ void bench_progress(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_selection(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_database(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_graph(const BENCH_OPTIONS& options, FIGURES& figures);
+void bench_record(const BENCH_OPTIONS& options, FIGURES& figures);

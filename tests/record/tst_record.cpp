@@ -1,0 +1,210 @@
+#include <QtCore/QRegularExpression>
+
+#include <csignal>
+#include <optional>
+
+#ifdef Q_OS_UNIX
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
+#include "record/dealings.h"
+#include "tests/record/record_scene.h"
+#include "tests/support/cases.h"
+#include "tests/support/full_disk.h"
+#include "tests/support/spelled_bytes.h"
+#include "tests/support/transcript.h"
+#include "tests/support/watched_test.h"
+
+namespace {
+
+QMap<QString, QByteArray> files_of(const QString& folder)
+{
+    QMap<QString, QByteArray> files;
+    for (const QString& file : FILES::below(folder))
+        files.insert(file, FILES::bytes(folder + '/' + file));
+    return files;
+}
+
+} // namespace
+
+class RECORD_SCRIPT : public TRANSCRIPT, public RECORD_SCENE
+{
+public:
+    RECORD_SCRIPT()
+    {
+        add("put", [&](const QString& s) { return put(actions_of(s, false), m_libraries); });
+        add("fail", [&](const QString& s) { return put(actions_of(s, true)); });
+        add("read", [&](const QString&) { return seen(*read()); });
+        add("look", [&](const QString&) { return look_only(); });
+        add("as", [&](const QString& s) { name = "gox_build_record" + s + ".sqlite"; });
+        add("unread", [&](const QString&) { is_read_first = false; });
+        add("sql", [&](const QString& s) { return run_sql(s); });
+        add("files", [&](const QString&) { return files_of(folder.path()).keys().join(' '); });
+        add("write", [&](const QString& s) {
+            FILES::write(path(s.section(' ', 0, 0)), spelled_bytes(s.section(' ', 1)));
+        });
+        add("folder", [&](const QString& s) { QDir(folder.path()).mkpath(s); });
+        add("disk", [&](const QString& s) { m_disk.emplace(s != "free", s.toUInt()); });
+        add("flip", [&](const QString& s) { return damage(s.toInt(), &RECORD_SCRIPT::flip); });
+        add("cut", [&](const QString& s) { return damage(s.toInt(), &RECORD_SCRIPT::cut); });
+        add("kill", [&](const QString& s) { return kill_often(s.toInt()); });
+        add_commands_of_pieces();
+    }
+
+protected:
+    QString told(QString said) override { return said.remove(folder.path() + '/'); }
+
+private:
+    // "3-5 1": run 1 of the actions 3 to 5.
+    static QVector<RECORDED_ACTION> actions_of(const QString& text, bool are_gone)
+    {
+        const QString range = text.section(' ', 0, 0);
+        QVector<RECORDED_ACTION> actions;
+        for (int i = range.section('-', 0, 0).toInt(); i <= range.section('-', -1).toInt(); ++i) {
+            actions.append(MADE_ACTION(i, text.section(' ', 1).toInt()).made);
+            actions.last().entry.is_gone = are_gone;
+        }
+        return actions;
+    }
+
+    QString look_only()
+    {
+        const auto before = files_of(folder.path());
+        const QString text = seen(*read(RECORD_ACCESS::READ_ONLY));
+        return before == files_of(folder.path()) ? text : "something was written: " + text;
+    }
+
+    void flip(QByteArray& bytes, int place) { bytes[place] = char(bytes.at(place) ^ (1 << place % 8)); }
+    void cut(QByteArray& bytes, int place) { bytes.truncate(place); }
+
+    // What can be read of a file that is damaged at every place, a step apart, must be
+    // what was put, or nothing at all and a line; and then a writer must come to a record
+    // that is whole.
+    QString damage(int step, void (RECORD_SCRIPT::*damage)(QByteArray&, int))
+    {
+        const QByteArray whole = FILES::bytes(record());
+        const QString wanted = seen(*read());
+        for (int place = 0; place < whole.size(); place += step) {
+            QByteArray bytes = whole;
+            (this->*damage)(bytes, place);
+            FILES::write(record(), bytes);
+            const QString found = seen(*read());
+            const QString letters = found.section('\n', 0, 0);
+            bool is_right = letters.isEmpty() || letters.size() == wanted.size();
+            for (int i = 0; i < letters.size(); ++i)
+                is_right &= letters.at(i) == wanted.at(i) || letters.at(i) == '-';
+            is_right &= letters == wanted || found.count('\n') == 1 || bytes.isEmpty();
+            if (place % 16 == 0) {
+                const QString error = put(actions_of("0-39 5", false));
+                is_right &= error.isEmpty() ? seen(*read()) == QString(40, '5') : seen(*read()).isEmpty();
+                remove_record();
+            }
+            if (!is_right)
+                return QString("at %1: ").arg(place) + found;
+        }
+        FILES::write(record(), whole);
+        return seen(*read()) == wanted ? "whole or told" : "the record is lost";
+    }
+
+    // Processes that record without an end, each killed at some moment after its first
+    // commit. Whatever was committed is there then, also for who may write nothing.
+    QString kill_often(int count)
+    {
+#ifdef Q_OS_UNIX
+        for (int i = 0; i < count; ++i) {
+            const qint64 before = read()->last_end();
+            const pid_t child = fork();
+            if (child == 0)
+                record_for_ever();
+            while (read()->last_end() == before)
+                usleep(10000);
+            usleep(QRandomGenerator::global()->bounded(300000));
+            ::kill(child, SIGKILL);
+            waitpid(child, nullptr, 0);
+            const QString looked = look_only();
+            const QString found = seen(*read());
+            if (looked != found || !QRegularExpression("^[0-9]{40}$").match(found).hasMatch())
+                return looked + '\n' + found;
+        }
+#endif
+        return QString("alive %1").arg(count);
+    }
+
+#ifdef Q_OS_UNIX
+    [[noreturn]] void record_for_ever() const
+    {
+        alarm(60);
+        RECORD_WRITER writer(folder.path(), name, nullptr);
+        for (int i = 0;; ++i)
+            writer.put(std::make_unique<JOB>(MADE_ACTION(i % ACTIONS, i / ACTIONS).made));
+    }
+#endif
+
+    void remove_record() const
+    {
+        for (const QString& file : FILES::below(folder.path()))
+            QFile::remove(path(file));
+    }
+
+    void add_commands_of_pieces()
+    {
+        add("renew", [&](const QString& s) {
+            const auto content = read();
+            RECORDED_ACTION action = actions_of(s, false).first();
+            action.entry.ended = content->find(action.entry.key)->ended;
+            const QString error = put({action});
+            const auto now = read();
+            return now->find(action.entry.key)->ended == action.entry.ended ? error : "it has another end";
+        });
+        add("ends", [&](const QString&) {
+            const auto content = read();
+            QVector<BUILD_ENTRY> entries = content->entries_of(name);
+            for (int i = 1; i < entries.size(); ++i)
+                if (entries.at(i).ended <= entries.at(i - 1).ended)
+                    return QString("not rising");
+            return QString("%1 rising").arg(entries.size());
+        });
+        add("library", [&](const QString& s) {
+            LIBRARY_DIGESTS digests(read()->libraries());
+            const DIGEST digest = digests.digest_of_library(path("library"));
+            m_libraries = digests.asked();
+            return digest == digest_of(s.toUtf8()) ? "yes" : digest.is_null() ? "none" : "no";
+        });
+        add("old", [&](const QString& s) {
+            FILES::write(path("library"), s.section(' ', 0, 0).toUtf8(),
+                         FILES::hour(s.section(' ', 1).toInt()));
+        });
+        add("deal", [&](const QString& s) {
+            const int generation = s.section(' ', 0, 0).toInt();
+            return add_dealing(folder.path(), name,
+                               {generation, {{quint64(generation) << 60, s.section(' ', 1).toInt()}}});
+        });
+        add("dealings", [&](const QString&) {
+            QString text;
+            for (const DEALING& dealing : read_dealings(folder.path(), name, text))
+                text += QString("%1: %2 ").arg(dealing.generation).arg(dealing.durations.first().duration);
+            return text.trimmed();
+        });
+    }
+
+    std::optional<FULL_DISK> m_disk;
+    QVector<KNOWN_LIBRARY> m_libraries;
+};
+
+class TST_RECORD : public WATCHED_TEST
+{
+    Q_OBJECT
+
+private slots:
+    void tells_data() { add_cases("record/record.cases", {"script"}); }
+    void tells()
+    {
+        RECORD_SCRIPT script;
+        const QString wanted = current_case()["script"];
+        GOX_COMPARE_TEXT(script.play(wanted), wanted);
+    }
+};
+
+QTEST_GUILESS_MAIN(TST_RECORD)
+#include "tst_record.moc"
