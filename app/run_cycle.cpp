@@ -49,9 +49,7 @@ std::optional<int> RUN_CYCLE::run()
         }
         WORK_AT_HAND::note(QStringLiteral("the planning of the build"));
         m_session.plan_build();
-        if (m_session.selected_actions.isEmpty())
-            report_empty_plan();
-        else if (!build())
+        if (!carry_out_plan())
             return std::nullopt;
         if (m_leave_after_pass)
             return exit_status();
@@ -96,18 +94,31 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
 }
 
 // False when the build could not be prepared.
+bool RUN_CYCLE::carry_out_plan()
+{
+    if (m_session.selected_actions.isEmpty())
+        report_empty_plan();
+    else if (m_options.dry_run)
+        report_dry_run(m_session.selected_actions, !m_options.explain);
+    else
+        return build();
+    return true;
+}
+
 bool RUN_CYCLE::build()
 {
     send_event("BuildStarted");
+    m_session.results.keep_output = !m_options.report.isEmpty();
     if (!m_session.prepare_build(m_get_latest))
         return false;
-    bool was_stopped;
+    bool was_stopped; // from outside
     if (m_configuration.no_progress_dialog || !m_attendance.has_display) {
         m_session.finish_build(false);
         was_stopped = m_session.abort_flag;
     } else {
         was_stopped = watch_build();
     }
+    m_was_stopped |= was_stopped;
     report_summary(m_session.selected_actions, m_session.written_logs, was_stopped);
     return true;
 }
@@ -135,13 +146,17 @@ bool RUN_CYCLE::watch_build()
     const bool was_stopped = is_stopped();
     dialog.show_waiting();
     m_session.finish_build(true);
-    if (dialog.aborted)
+    if (dialog.aborted) {
         m_exit_status = 1;
+        m_was_stopped = true;
+    }
     return was_stopped;
 }
 
 int RUN_CYCLE::exit_status() const
 {
+    if (m_options.dry_run)
+        return m_exit_status;
     for (const ACTION_INTERFACE* action : QVector<ACTION_INTERFACE*>(m_session.selected_actions))
         if (action->state != ACTION_SUCCEEDED && action->state != ACTION_SUCCEEDED_WITH_WARNINGS)
             return 1;

@@ -28,6 +28,12 @@ public:
     /// process, or nothing when the build could not be prepared.
     std::optional<int> run();
 
+    /// Whether a build was asked to end, by a person or from outside.
+    bool was_stopped() const { return m_was_stopped; }
+
+    /// What was known of the last plan ahead of its build.
+    const PLAN_JUDGEMENT& judgement() const { return m_judgement; }
+
 private:
     enum CHOICE
     {
@@ -37,6 +43,7 @@ private:
     };
 
     CHOICE choose_files();
+    bool carry_out_plan();
     bool build();
     bool watch_build();
     int exit_status() const;
@@ -55,5 +62,6 @@ private:
     bool m_first_pass = true;
     bool m_leave_after_pass = true;
     bool m_get_latest = false;
+    bool m_was_stopped = false;
     int m_exit_status = 0;
 };

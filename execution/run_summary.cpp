@@ -7,6 +7,7 @@
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/processor_interface.h"
+#include "execution/action_reason.h"
 #include "session/log_file.h"
 #include "session/run_report.h"
 #include "session/start_up_hooks.h"
@@ -45,30 +46,6 @@ QString words_of(int state)
     return QStringLiteral("in unknown state %1").arg(state);
 }
 
-// The line that says why. A tool that fails tells what it does first, and what went
-// wrong in the end; the section of an action that ran closes with a rule and the
-// duration.
-QString reason_of(const ACTION_INTERFACE& action)
-{
-    QStringList lines = action.output.split('\n', Qt::SkipEmptyParts);
-    const int rule = lines.size() - 2;
-    if (rule >= 0 && lines.at(rule).startsWith(QLatin1String("=====")) &&
-        lines.last().startsWith(QLatin1String("Duration: ")))
-        lines.erase(lines.begin() + rule, lines.end());
-    while (!lines.isEmpty() && lines.last().trimmed().isEmpty())
-        lines.removeLast();
-    if (lines.isEmpty())
-        return QString();
-    switch (action.state) {
-    case ACTION_DEPENDENCY_FAILED:
-        return ": " + lines.join(' ');
-    case ACTION_SUCCEEDED_WITH_WARNINGS:
-        return ": " + lines.first().trimmed();
-    default:
-        return ": " + lines.last().trimmed();
-    }
-}
-
 QString name_of(ACTION_INTERFACE& action)
 {
     return action.processor->name() + " / " + action.display_text(true);
@@ -83,7 +60,7 @@ QString progress_text()
 
 void report_remarks()
 {
-    if (const int remarks = RUN_REPORT::remarks())
+    if (const int remarks = RUN_REPORT::remarks().size())
         RUN_REPORT::line(QStringLiteral("  started with %1 remark%2, see above")
                              .arg(remarks)
                              .arg(remarks == 1 ? QString() : QStringLiteral("s")));
@@ -105,8 +82,11 @@ void report_action(ACTION_INTERFACE& action)
     ++s_done;
     if (action.state == ACTION_FAILED || action.state == ACTION_FAILED_ALONE)
         ++s_failed;
-    if (RUN_REPORT::is_on() && action.state != ACTION_SUCCEEDED)
-        RUN_REPORT::line(words_of(action.state) + ": " + name_of(action) + reason_of(action));
+    if (RUN_REPORT::is_on() && action.state != ACTION_SUCCEEDED) {
+        const QString reason = reason_of(action.output, action.state);
+        RUN_REPORT::line(words_of(action.state) + ": " + name_of(action) +
+                         (reason.isEmpty() ? QString() : ": " + reason));
+    }
 }
 
 void report_progress()
@@ -136,6 +116,17 @@ void report_stop()
 void report_empty_plan()
 {
     RUN_REPORT::line(QStringLiteral("Nothing is selected, so there is nothing to build."));
+    report_remarks();
+}
+
+void report_dry_run(const QVector<ACTION_INTERFACE*>& actions, bool names_them)
+{
+    if (!RUN_REPORT::is_on())
+        return;
+    if (names_them)
+        for (ACTION_INTERFACE* action : actions)
+            RUN_REPORT::line("would run: " + name_of(*action));
+    RUN_REPORT::line(QStringLiteral("Dry run: %1 action(s) would run.").arg(actions.size()));
     report_remarks();
 }
 

@@ -31,6 +31,10 @@ void report_stop();
 /// There is nothing to build. GUI thread.
 void report_empty_plan();
 
+/// What a build would run, in its order. `names_them`: a line for each action ahead of
+/// the count. GUI thread.
+void report_dry_run(const QVector<ACTION_INTERFACE*>& actions, bool names_them);
+
 /// The end of a build: counts by state, the time that it took and where the logs
 /// are. `logs` are the names of those that could be written. GUI thread, after the
 /// build.
