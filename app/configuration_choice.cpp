@@ -46,14 +46,14 @@ CHOSEN_CONFIGURATION load_configuration(const QString& name)
     return chosen;
 }
 
-void check_options(const COMMAND_LINE_OPTIONS& options)
+void check_options(const COMMAND_LINE_OPTIONS& options, bool is_dry_run)
 {
     const QMap<QString, QString>& all = options.get_all();
     for (auto option = all.cbegin(); option != all.cend(); ++option) {
         if (is_option(option.key(), "configuration") && option.value().isEmpty())
             show_plain_box(QMessageBox::Warning, nullptr,
                            "Missing value for parameter '" + option.key() + "'!");
-        if (is_option(option.key(), "handle_crash"))
+        if (is_option(option.key(), "handle_crash") && !is_dry_run)
             QFile::remove(QStringLiteral("call_stack.txt"));
     }
 }

@@ -30,9 +30,9 @@ QString configuration_name_of(const COMMAND_LINE_OPTIONS& options);
 
 CHOSEN_CONFIGURATION load_configuration(const QString& name);
 
-/// Does what options ask for on their own, and shows a box for each
-/// `configuration` without a value. Main thread.
-void check_options(const COMMAND_LINE_OPTIONS& options);
+/// Does what options ask for on their own, but touches no file where a dry run was
+/// asked for, and shows a box for each `configuration` without a value. Main thread.
+void check_options(const COMMAND_LINE_OPTIONS& options, bool is_dry_run);
 
 /// Asks which configuration to use. False when the person cancelled.
 bool ask_for_configuration(QString& name);

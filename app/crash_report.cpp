@@ -191,6 +191,11 @@ void install_crash_report()
         watch_signals();
 }
 
+void leave_no_call_stack()
+{
+    s_file[0] = 0; // no file has this name
+}
+
 EXIT_WATCH::EXIT_WATCH()
 {
     register_exit_call();

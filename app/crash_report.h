@@ -11,6 +11,9 @@
 /// Programs that are built with a sanitizer leave the signals to it.
 void install_crash_report();
 
+/// From here on the last word goes to standard error alone.
+void leave_no_call_stack();
+
 /// While one lives, nobody but the program itself is to end the process: an exit()
 /// leaves a last word too, and its status is 1 in place of 0. The latest one
 /// should be younger than the libraries that may call exit(), because what they do

@@ -19,6 +19,7 @@
 #include "app/crash_report.h"
 #include "app/platform_choice.h"
 #include "app/program_options.h"
+#include "app/report_file.h"
 #include "app/run_cycle.h"
 #include "app/run_options.h"
 #include "app/terminate_process.h"
@@ -33,6 +34,7 @@
 #include "contracts/services/tallyline_context.h"
 #include "contracts/services/thread_manager.h"
 #include "contracts/services/tools_metrics.h"
+#include "execution/reported_actions.h"
 #include "session/build_session.h"
 #include "session/run_files.h"
 #include "session/run_report.h"
@@ -106,12 +108,13 @@ ATTENDANCE attend(bool has_display, const CHOSEN_CONFIGURATION& configuration,
     return result;
 }
 
-void report_configuration(const CHOSEN_CONFIGURATION& configuration)
+void report_configuration(const CHOSEN_CONFIGURATION& configuration, REPORT_FILE& report)
 {
     if (configuration.is_refused()) {
-        show_plain_box(QMessageBox::Critical, nullptr,
-                       "Failed to load configuration!\n" + configuration.error);
-        terminate_process(1);
+        const QString error = "Failed to load configuration!\n" + configuration.error;
+        show_plain_box(QMessageBox::Critical, nullptr, error);
+        RUN_REPORT::keep_error(error);
+        terminate_process(report.write(1));
     }
     if (configuration.is_loaded)
         RUN_REPORT::line("Configuration: " + QFileInfo(configuration.file()).absoluteFilePath());
@@ -130,12 +133,14 @@ void show_option_errors(const QStringList& errors)
 }
 
 // What only silent runs can be asked for; appends to the option errors where the run
-// is not one of them.
+// is not one of them. Of a run that can't begin there is a report, if nothing else.
 void read_order(const COMMAND_LINE_OPTIONS& options, ORDER& order, QStringList& option_errors)
 {
-    if (order.configuration.record.silent)
+    if (order.configuration.is_refused())
+        order.options.report = asked_report(options);
+    else if (order.configuration.record.silent)
         order.options = read_run_options(options, order.faults);
-    else if (!order.configuration.is_refused())
+    else
         option_errors += misplaced_run_options(options);
 }
 
@@ -152,7 +157,7 @@ bool choose_configuration(const COMMAND_LINE_OPTIONS& options, QStringList optio
     }
     order.attendance = attend(has_display, order.configuration, options, application);
     show_option_errors(option_errors);
-    check_options(options);
+    check_options(options, is_to_choose ? options.exists(QStringLiteral("dry_run")) : order.options.dry_run);
     report_other_folder();
     if (is_to_choose) {
         if (!has_display)
@@ -166,20 +171,39 @@ bool choose_configuration(const COMMAND_LINE_OPTIONS& options, QStringList optio
         order.attendance = attend(has_display, order.configuration, options, application);
         show_option_errors(errors);
     }
-    report_configuration(order.configuration);
     return true;
 }
 
 // A run that was asked for in words that make no sense would build something else.
-void apply(const ORDER& order)
+void refuse_to_begin(const QString& fault)
 {
-    if (!order.faults.isEmpty()) {
-        show_plain_box(QMessageBox::Critical, nullptr, order.faults.join('\n'));
-        terminate_process(1);
-    }
-    RUN_FILES::set_share(order.options.shard, order.options.shards);
-    if (order.options.dry_run)
+    if (fault.isEmpty())
+        return;
+    show_plain_box(QMessageBox::Critical, nullptr, fault);
+    terminate_process(1);
+}
+
+void apply(const RUN_OPTIONS& options)
+{
+    RUN_FILES::set_share(options.shard, options.shards);
+    if (options.dry_run) {
         RUN_FILES::write_none();
+        leave_no_call_stack();
+    }
+}
+
+// No report of an earlier run is to be taken for one of this run.
+void report_missing_tree(int argc, char** argv)
+{
+    report_missing_raw_data();
+    COMMAND_LINE_OPTIONS options(program_options());
+    QStringList option_errors;
+    options.initialise(argc, argv, option_errors);
+    RUN_OPTIONS run_options;
+    run_options.report = asked_report(options);
+    REPORT_FILE report(run_options, CHOSEN_CONFIGURATION());
+    if (report.prepare().isEmpty())
+        report.write(1);
 }
 
 // Everything from the command line to the end of the cycle. The exit status of
@@ -193,7 +217,11 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     ORDER order;
     if (!choose_configuration(options, option_errors, has_display, application, order))
         return std::nullopt;
-    apply(order);
+    refuse_to_begin(order.faults.join('\n'));
+    apply(order.options);
+    REPORT_FILE report(order.options, order.configuration);
+    refuse_to_begin(report.prepare());
+    report_configuration(order.configuration, report);
     const CONFIGURATION& configuration = order.configuration.record;
     const TREE_LOCK tree_lock;
     if (!tree_lock.other_run().isEmpty())
@@ -219,12 +247,20 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
         FW::fw_message_box_hook = startup_message_hook;
     const bool is_started = session.start_up(splash, options.value(QStringLiteral("workspace")));
     FW::fw_message_box_hook = nullptr;
-    if (!is_started)
+    if (!is_started) {
+        report.write(1);
         return std::nullopt;
+    }
+    report.content.has_started_up = true;
     const EXIT_WATCH exit_watch_ahead_of_plugins;
-    return RUN_CYCLE(session, configuration, order.options, incremental, p4, splash, metrics, total_watch,
-                     order.attendance)
-        .run();
+    RUN_CYCLE cycle(session, configuration, order.options, incremental, p4, splash, metrics, total_watch,
+                    order.attendance);
+    const std::optional<int> exit_status = cycle.run();
+    if (report.is_wanted())
+        report.content.actions = reported_actions(session, cycle.judgement());
+    report.content.was_stopped = cycle.was_stopped();
+    const int status = report.write(exit_status.value_or(1));
+    return exit_status ? std::optional<int>(status) : std::nullopt;
 }
 
 } // namespace
@@ -249,7 +285,7 @@ int main(int argc, char** argv)
         Tallyline::Context metrics(TOOLS_METRICS::ENDPOINT, TOOLS_METRICS::PORT, "GOX", APPLICATION_NUMBER);
         Tallyline::StopWatch total_watch;
         if (!PATHS::initialise(QCoreApplication::applicationDirPath())) {
-            report_missing_raw_data();
+            report_missing_tree(argc, argv);
             terminate_process(1);
         }
         // Static destruction is skipped on purpose when the run came to its end.

@@ -52,11 +52,7 @@ std::optional<int> RUN_CYCLE::run()
         }
         if (!plan())
             return 1;
-        if (m_session.selected_actions.isEmpty())
-            report_empty_plan(m_incremental.judgement, m_options.is_divided());
-        else if (m_options.dry_run)
-            return report_dry_run(m_session.selected_actions, m_incremental.judgement), m_exit_status;
-        else if (!build())
+        if (!carry_out_plan())
             return std::nullopt;
         if (m_leave_after_pass)
             return exit_status();
@@ -118,14 +114,26 @@ bool RUN_CYCLE::plan()
 }
 
 // False when the build could not be prepared.
+bool RUN_CYCLE::carry_out_plan()
+{
+    if (m_session.selected_actions.isEmpty())
+        report_empty_plan(m_incremental.judgement, m_options.is_divided());
+    else if (m_options.dry_run)
+        report_dry_run(m_session.selected_actions.size(), m_incremental.judgement);
+    else
+        return build();
+    return true;
+}
+
 bool RUN_CYCLE::build()
 {
     send_event("BuildStarted");
     m_recorder.start(m_incremental.whole, m_incremental.record);
     m_session.recorder = &m_recorder;
+    m_session.results.keep_output = !m_options.report.isEmpty();
     if (!m_session.prepare_build(m_get_latest))
         return false;
-    bool was_stopped;
+    bool was_stopped; // from outside
     if (m_configuration.no_progress_dialog || !m_attendance.has_display) {
         m_session.finish_build(false);
         was_stopped = m_session.abort_flag;
@@ -133,6 +141,7 @@ bool RUN_CYCLE::build()
         was_stopped = watch_build();
     }
     finish_record();
+    m_was_stopped |= was_stopped;
     report_summary(m_session.selected_actions, m_session.written_logs, was_stopped, m_incremental.judgement);
     return true;
 }
@@ -168,13 +177,17 @@ bool RUN_CYCLE::watch_build()
     const bool was_stopped = is_stopped();
     dialog.show_waiting();
     m_session.finish_build(true);
-    if (dialog.aborted)
+    if (dialog.aborted) {
         m_exit_status = 1;
+        m_was_stopped = true;
+    }
     return was_stopped;
 }
 
 int RUN_CYCLE::exit_status() const
 {
+    if (m_options.dry_run)
+        return m_exit_status;
     for (const ACTION_INTERFACE* action : QVector<ACTION_INTERFACE*>(m_session.selected_actions))
         if (action->state != ACTION_SUCCEEDED && action->state != ACTION_SUCCEEDED_WITH_WARNINGS)
             return 1;

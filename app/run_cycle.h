@@ -29,6 +29,12 @@ public:
     /// process, or nothing when the build could not be prepared.
     std::optional<int> run();
 
+    /// Whether a build was asked to end, by a person or from outside.
+    bool was_stopped() const { return m_was_stopped; }
+
+    /// What was known of the last plan ahead of its build.
+    const PLAN_JUDGEMENT& judgement() const { return m_incremental.judgement; }
+
 private:
     enum CHOICE
     {
@@ -39,6 +45,7 @@ private:
 
     CHOICE choose_files();
     bool plan();
+    bool carry_out_plan();
     bool build();
     void finish_record();
     bool watch_build();
@@ -59,5 +66,6 @@ private:
     bool m_first_pass = true;
     bool m_leave_after_pass = true;
     bool m_get_latest = false;
+    bool m_was_stopped = false;
     int m_exit_status = 0;
 };

@@ -3,6 +3,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 
+#include "app/report_file.h"
 #include "contracts/services/command_line_options.h"
 #include "session/run_files.h"
 
@@ -25,6 +26,13 @@ QString read_shard(const QString& value, RUN_OPTIONS& result)
 
 } // namespace
 
+QString asked_report(const COMMAND_LINE_OPTIONS& options)
+{
+    QStringList faults;
+    const RUN_OPTIONS asked = read_run_options(options, faults);
+    return faults.isEmpty() ? asked.report : QString();
+}
+
 RUN_OPTIONS read_run_options(const COMMAND_LINE_OPTIONS& options, QStringList& errors)
 {
     RUN_OPTIONS result;
@@ -33,8 +41,11 @@ RUN_OPTIONS read_run_options(const COMMAND_LINE_OPTIONS& options, QStringList& e
     result.dry_run = options.exists(QStringLiteral("dry_run"));
     if (options.exists(QStringLiteral("shard")))
         errors.append(read_shard(options.value(QStringLiteral("shard")), result));
-    if (options.exists(QStringLiteral("report")))
-        result.report = QFileInfo(options.value(QStringLiteral("report"))).absoluteFilePath();
+    if (options.exists(QStringLiteral("report"))) {
+        const QFileInfo file(options.value(QStringLiteral("report")));
+        result.report = RUN_FILES::name_for_share(file.absoluteFilePath(), result.shard, result.shards);
+        errors.append(REPORT_FILE::fault_of(result.report));
+    }
     errors.removeAll(QString());
     return result;
 }

@@ -11,5 +11,8 @@ class COMMAND_LINE_OPTIONS;
 /// to the current folder.
 RUN_OPTIONS read_run_options(const COMMAND_LINE_OPTIONS& options, QStringList& errors);
 
+/// The report that such a run is to write; empty when it must not begin.
+QString asked_report(const COMMAND_LINE_OPTIONS& options);
+
 /// An error for each option that only silent runs have, for a run that is not.
 QStringList misplaced_run_options(const COMMAND_LINE_OPTIONS& options);

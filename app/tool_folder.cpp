@@ -11,13 +11,14 @@
 #endif
 
 #include "session/plugin_files.h"
+#include "session/run_files.h"
 #include "session/run_report.h"
 
 namespace {
 
 QString lock_file()
 {
-    return QCoreApplication::applicationDirPath() + "/gox.lock";
+    return QCoreApplication::applicationDirPath() + '/' + RUN_FILES::name(QStringLiteral("gox.lock"));
 }
 
 // A pipe in its place would hold up whoever reads the lock.
@@ -72,7 +73,8 @@ void report_other_folder()
 TREE_LOCK::TREE_LOCK() : m_file(lock_file())
 {
     m_file.setStaleLockTime(0); // a run may take days
-    if (!is_usable(lock_file()) || m_file.tryLock(0) || m_file.error() != QLockFile::LockFailedError)
+    if (!RUN_FILES::are_written() || !is_usable(lock_file()) || m_file.tryLock(0) ||
+        m_file.error() != QLockFile::LockFailedError)
         return;
     qint64 process = 0;
     QString host;

@@ -14,7 +14,8 @@ void report_other_folder();
 /// Holds "gox.lock" beside the program, so that another run in the same tree can
 /// tell that this one is there. Nothing depends on it: a lock that can't be had, or
 /// that a run which did not end in good order has left behind, keeps nobody from
-/// running.
+/// running. The share of a divided run has a lock of its own, and a run that leaves no
+/// files has none.
 class TREE_LOCK
 {
 public:

@@ -121,8 +121,7 @@ bool BUILD_SESSION::run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs)
     if (action.state == ACTION_FAILED)
         write_section(logs.error.text(), action);
     report_action(action);
-    if (results.keep_output)
-        results.actions.last().output = action.output;
+    keep_result(action);
     if (!configuration->keep_output)
         action.output.clear();
     if (abort_flag)
@@ -137,6 +136,15 @@ void BUILD_SESSION::record_end(ACTION_INTERFACE& action)
     const QString warning =
         action.state == ACTION_SUCCEEDED_WITH_WARNINGS ? last_message(action.output, result.said) : QString();
     recorder->end(action, result.duration, warning, abort_flag);
+}
+
+void BUILD_SESSION::keep_result(const ACTION_INTERFACE& action)
+{
+    ACTION_RESULT& result = results.actions.last();
+    if (result.duration < 0)
+        result.said = action.output.size();
+    if (results.keep_output)
+        result.output = action.output;
 }
 
 // Only direct dependencies are looked at; failure travels down a chain because

@@ -7,6 +7,7 @@
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/processor_interface.h"
+#include "execution/action_reason.h"
 #include "record/plan_judgement.h"
 #include "session/log_file.h"
 #include "session/run_report.h"
@@ -46,30 +47,6 @@ QString words_of(int state)
     return QStringLiteral("in unknown state %1").arg(state);
 }
 
-// The line that says why. A tool that fails tells what it does first, and what went
-// wrong in the end; the section of an action that ran closes with a rule and the
-// duration.
-QString reason_of(const ACTION_INTERFACE& action)
-{
-    QStringList lines = action.output.split('\n', Qt::SkipEmptyParts);
-    const int rule = lines.size() - 2;
-    if (rule >= 0 && lines.at(rule).startsWith(QLatin1String("=====")) &&
-        lines.last().startsWith(QLatin1String("Duration: ")))
-        lines.erase(lines.begin() + rule, lines.end());
-    while (!lines.isEmpty() && lines.last().trimmed().isEmpty())
-        lines.removeLast();
-    if (lines.isEmpty())
-        return QString();
-    switch (action.state) {
-    case ACTION_DEPENDENCY_FAILED:
-        return ": " + lines.join(' ');
-    case ACTION_SUCCEEDED_WITH_WARNINGS:
-        return ": " + lines.first().trimmed();
-    default:
-        return ": " + lines.last().trimmed();
-    }
-}
-
 QString name_of(ACTION_INTERFACE& action)
 {
     return action.processor->name() + " / " + action.display_text(true);
@@ -84,7 +61,7 @@ QString progress_text()
 
 void report_remarks()
 {
-    if (const int remarks = RUN_REPORT::remarks())
+    if (const int remarks = RUN_REPORT::remarks().size())
         RUN_REPORT::line(QStringLiteral("  started with %1 remark%2, see above")
                              .arg(remarks)
                              .arg(remarks == 1 ? QString() : QStringLiteral("s")));
@@ -118,8 +95,11 @@ void report_action(ACTION_INTERFACE& action)
     ++s_done;
     if (action.state == ACTION_FAILED || action.state == ACTION_FAILED_ALONE)
         ++s_failed;
-    if (RUN_REPORT::is_on() && action.state != ACTION_SUCCEEDED)
-        RUN_REPORT::line(words_of(action.state) + ": " + name_of(action) + reason_of(action));
+    if (RUN_REPORT::is_on() && action.state != ACTION_SUCCEEDED) {
+        const QString reason = reason_of(action.output, action.state);
+        RUN_REPORT::line(words_of(action.state) + ": " + name_of(action) +
+                         (reason.isEmpty() ? QString() : ": " + reason));
+    }
 }
 
 void report_progress()
@@ -164,9 +144,9 @@ void report_empty_plan(const PLAN_JUDGEMENT& judgement, bool is_share)
     report_remarks();
 }
 
-void report_dry_run(const QVector<ACTION_INTERFACE*>& plan, const PLAN_JUDGEMENT& judgement)
+void report_dry_run(int actions, const PLAN_JUDGEMENT& judgement)
 {
-    RUN_REPORT::line(QStringLiteral("%1 action(s) would run; this was a dry run.").arg(plan.size()));
+    RUN_REPORT::line(QStringLiteral("Dry run: %1 action(s) would run.").arg(actions));
     report_up_to_date(judgement);
     report_remarks();
 }

@@ -35,8 +35,8 @@ void report_explanations(const QVector<ACTION_INTERFACE*>& plan, const PLAN_JUDG
 /// There is nothing to build. `is_share`: of what this process is to build. GUI thread.
 void report_empty_plan(const PLAN_JUDGEMENT& judgement, bool is_share);
 
-/// The end of a run that only planned. GUI thread.
-void report_dry_run(const QVector<ACTION_INTERFACE*>& plan, const PLAN_JUDGEMENT& judgement);
+/// The end of a run that only planned that many actions. GUI thread.
+void report_dry_run(int actions, const PLAN_JUDGEMENT& judgement);
 
 /// The end of a build: counts by state, the time that it took and where the logs
 /// are. `logs` are the names of those that could be written. GUI thread, after the

@@ -205,6 +205,7 @@ private:
     struct BUILD_LOGS;
     bool run_action(ACTION_INTERFACE& action, BUILD_LOGS& logs);
     void close_logs(BUILD_LOGS& logs);
+    void keep_result(const ACTION_INTERFACE& action);
     void stop_for_dependencies(ACTION_INTERFACE& action);
     void record_end(ACTION_INTERFACE& action);
     void prepare_targets(ACTION_INTERFACE& action);

@@ -1,4 +1,3 @@
-#include <QtCore/QFile>
 #include <QtCore/QHash>
 #include <QtCore/QSet>
 
@@ -21,7 +20,7 @@ void log_missing_processors(bool are_missing)
     if (are_missing)
         LOG_FILE(log).text() << "Couldn't create all processors, check that GOX has been built.";
     else
-        QFile::remove(LOG_FILE::path_of(log));
+        LOG_FILE::remove(log);
 }
 
 // Names of the configuration that stand for no processor, or for one twice.

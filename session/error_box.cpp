@@ -12,6 +12,7 @@ bool is_unattended(const CONFIGURATION& configuration, const COMMAND_LINE_OPTION
 
 void show_error_box(const QString& text, bool hidden)
 {
+    RUN_REPORT::keep_error(text);
     if (hidden)
         RUN_REPORT::error(text);
     else

@@ -2,6 +2,7 @@
 
 #include <QtCore/QCoreApplication>
 
+#include "session/run_files.h"
 #include "session/run_report.h"
 
 #ifdef Q_OS_UNIX
@@ -39,17 +40,25 @@ QString LOG_FILE::path_of(const QString& name)
     return QCoreApplication::applicationDirPath() + '/' + name;
 }
 
-LOG_FILE::LOG_FILE(const QString& name) : m_name(name), m_file(path_of(name))
+LOG_FILE::LOG_FILE(const QString& usual_name) : m_name(RUN_FILES::name(usual_name)), m_file(path_of(m_name))
 {
-    const bool is_refused = is_pipe(m_file.fileName());
-    if (!is_refused && m_file.open(QIODevice::WriteOnly)) {
+    const bool is_wanted = RUN_FILES::are_written();
+    const bool is_refused = is_wanted && is_pipe(m_file.fileName());
+    if (is_wanted && !is_refused && m_file.open(QIODevice::WriteOnly)) {
         m_text.setDevice(&m_file);
         return;
     }
     m_is_whole = false;
     m_nowhere = std::make_unique<NOWHERE>();
     m_text.setDevice(m_nowhere.get());
-    tell(is_refused ? QStringLiteral("it is a pipe") : m_file.errorString());
+    if (is_wanted)
+        tell(is_refused ? QStringLiteral("it is a pipe") : m_file.errorString());
+}
+
+void LOG_FILE::remove(const QString& usual_name)
+{
+    if (RUN_FILES::are_written())
+        QFile::remove(path_of(RUN_FILES::name(usual_name)));
 }
 
 void LOG_FILE::tell(const QString& cause) const

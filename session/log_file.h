@@ -8,17 +8,21 @@
 /// A log beside the program, which opening empties. One that can't be opened
 /// swallows what is written to it, and so does one whose name belongs to a pipe,
 /// since that would wait for a reader. Only the console of an unattended run
-/// hears of that, and of a log that was cut off. One thread uses a log.
+/// hears of that, and of a log that was cut off. In a run that leaves no files
+/// every log swallows what it gets. One thread uses a log.
 class LOG_FILE
 {
 public:
-    /// `name` without a folder, such as "gox.log".
-    explicit LOG_FILE(const QString& name);
+    /// `usual_name` without a folder, such as "gox.log"; RUN_FILES has the last word.
+    explicit LOG_FILE(const QString& usual_name);
     ~LOG_FILE(); ///< closes it
+
+    /// Takes away the log of an earlier run, if this run leaves files at all.
+    static void remove(const QString& usual_name);
 
     static QString path_of(const QString& name);
 
-    const QString& name() const { return m_name; }
+    const QString& name() const { return m_name; } ///< as it lies on disk
 
     QTextStream& text() { return m_text; }
 

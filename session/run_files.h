@@ -19,4 +19,7 @@ bool are_written();
 /// one, begins the ending. A path keeps its folder.
 QString name(const QString& usual_name);
 
+/// The same for any share; without one, where `shards` is 0, it is the usual name.
+QString name_for_share(const QString& usual_name, int shard, int shards);
+
 } // namespace RUN_FILES

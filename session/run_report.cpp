@@ -20,7 +20,8 @@ const int USUAL_WIDTH = 80; // columns, where the terminal does not tell
 bool s_is_on = false;
 bool s_has_terminal = false;
 std::atomic<bool> s_has_progress{false}; // stays so: which thread wrote last is not known
-int s_remarks = 0;
+QStringList s_remarks;
+QStringList s_kept_errors;
 
 // One call, so that nothing of another thread gets in between.
 void write(FILE* stream, const QByteArray& bytes)
@@ -111,13 +112,23 @@ void RUN_REPORT::step(const QString& text)
 
 void RUN_REPORT::remark(const QString& text)
 {
-    ++s_remarks;
+    s_remarks.append(text);
     line("Remark: " + text);
 }
 
-int RUN_REPORT::remarks()
+const QStringList& RUN_REPORT::remarks()
 {
     return s_remarks;
+}
+
+void RUN_REPORT::keep_error(const QString& text)
+{
+    s_kept_errors.append(text);
+}
+
+const QStringList& RUN_REPORT::kept_errors()
+{
+    return s_kept_errors;
 }
 
 bool RUN_REPORT::has_terminal()

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtCore/QString>
+#include <QtCore/QStringList>
 
 /// What an unattended run tells the console, so that a build engineer can follow
 /// it in the output of the job. Off until `start` is called; a run with a person
@@ -20,9 +20,13 @@ void step(const QString& text);
 
 /// Something that does not stop the run and may still not be what was meant, such
 /// as a name that leads nowhere: one line to standard output, marked as a remark
-/// and counted, so that the summary can say how many there were. GUI thread.
+/// and kept, so that the summary can say how many there were. GUI thread.
 void remark(const QString& text);
-int remarks(); ///< how many there have been
+const QStringList& remarks(); ///< all that there have been
+
+/// Keeps an error of the start-up, which whoever meets it tells. GUI thread.
+void keep_error(const QString& text);
+const QStringList& kept_errors();
 
 /// Whether the report is on and goes to a terminal, where `progress` works.
 bool has_terminal();

@@ -3,12 +3,14 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QString>
 
+#include "contracts/export.h"
+
 class QIODevice;
 
 // What all have to heed who put a new file in the place of another one. Any thread.
 
 /// What lies at the end of the links at `path`; `path` itself where there is none.
-QString behind_links(const QString& path);
+GOX_CONTRACTS_EXPORT QString behind_links(const QString& path);
 
 /// Why this file must not be replaced or changed, empty when it may be. The rights
 /// themselves are looked at: an administrator may write to everything.
@@ -16,7 +18,7 @@ QString why_not_writable(const QFileInfo& file);
 
 /// Why nothing may be put in this place, empty when something may be: it is a
 /// folder, a device, read-only. A place where nothing lies is free.
-QString why_not_replaceable(const QString& place);
+GOX_CONTRACTS_EXPORT QString why_not_replaceable(const QString& place);
 
 /// Writes all of it, in several parts when the file takes no more at once. False
 /// when it takes no more, and then it knows why: a disk that took a part says why
