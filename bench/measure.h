@@ -82,3 +82,4 @@ void bench_selection(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_database(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_graph(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_record(const BENCH_OPTIONS& options, FIGURES& figures);
+void bench_incremental(const BENCH_OPTIONS& options, FIGURES& figures);
