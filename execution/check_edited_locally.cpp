@@ -50,7 +50,7 @@ bool BUILD_SESSION::check_edited_locally(const QSet<ACTION_INTERFACE*>& of_actio
             look_at(target.key());
     }
     if (!edited.isEmpty()) {
-        if (is_unattended())
+        if (is_unattended(*configuration, *options))
             RUN_REPORT::error(text);
         else
             show_plain_box(QMessageBox::Warning, nullptr, text);
@@ -63,7 +63,7 @@ bool BUILD_SESSION::check_data_set(QTextStream& log)
     const QString text = refusal(PATHS::working_data());
     if (text.isEmpty())
         return true;
-    show_error_box(text, is_unattended());
+    show_error_box(text, is_unattended(*configuration, *options));
     log << text;
     return false;
 }

@@ -127,8 +127,7 @@ QString write_svg(const PICTURE_PAINTER& painter, QIODevice& device)
 QString write_png(const PICTURE_PAINTER& painter, QIODevice& device)
 {
     const QRectF& bounds = painter.picture().bounds;
-    const double zoom = std::min({1.0, std::sqrt(MOST_PIXELS / bounds.width() / bounds.height()),
-                                  LONGEST_SIDE / std::max(bounds.width(), bounds.height())});
+    const double zoom = png_zoom(bounds.size());
     QImage image(std::max(1, int(bounds.width() * zoom)), std::max(1, int(bounds.height() * zoom)),
                  QImage::Format_RGB32);
     if (image.isNull())
@@ -208,6 +207,12 @@ QString write_whole(WRITER writer, const PICTURE_PAINTER& painter, const QString
 }
 
 } // namespace
+
+double png_zoom(const QSizeF& picture)
+{
+    return std::min({1.0, std::sqrt(MOST_PIXELS / picture.width() / picture.height()),
+                     LONGEST_SIDE / std::max(picture.width(), picture.height())});
+}
 
 QString save_picture(const PICTURE_PAINTER& painter, const QString& file)
 {

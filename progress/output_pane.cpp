@@ -12,6 +12,23 @@ namespace {
 const int TURN = 8;
 const int PERIOD = 2;
 
+bool has_long_line(const QString& text)
+{
+    const int longest = OUTPUT_PANE::LONGEST_LINE;
+    for (int begin = 0; text.size() - begin > longest;) {
+        const int end = text.lastIndexOf(QLatin1Char('\n'), begin + longest);
+        if (end < begin)
+            return true;
+        begin = end + 1;
+    }
+    return false;
+}
+
+bool goes_in_slices(const QString& text)
+{
+    return text.size() > OUTPUT_PANE::WHOLE_TEXT || has_long_line(text);
+}
+
 } // namespace
 
 OUTPUT_PANE::OUTPUT_PANE(QTextBrowser* browser) : QObject(browser), m_browser(browser)
@@ -25,8 +42,8 @@ void OUTPUT_PANE::show_text(const QString& text)
     if (text.constData() == m_text.constData() && text.size() == m_text.size())
         return;
     const bool is_same = text == m_text;
-    const bool was_long = m_text.size() > WHOLE_TEXT;
-    const bool is_long = text.size() > WHOLE_TEXT;
+    const bool was_long = goes_in_slices(m_text);
+    const bool is_long = goes_in_slices(text);
     m_text = text;
     if (is_same)
         return;

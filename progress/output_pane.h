@@ -16,9 +16,10 @@ class QTextDocument;
 /// beginning at once, its end seconds later when it has tens of millions. Its
 /// lines are not wrapped, because a wrapped text is laid out anew with every
 /// change of the width, and a line above LONGEST_LINE is cut into several, since
-/// a line is laid out as a whole each time a part of it is drawn. Shorter texts
-/// stand there at once and as they are, wrapped at the edge. A long text also
-/// goes in slices when another takes its place.
+/// a line is laid out as a whole each time a part of it is drawn. So is a shorter
+/// text with such a line, which takes seconds to wrap. Other texts stand there at
+/// once and as they are, wrapped at the edge. A long text also goes in slices when
+/// another takes its place.
 ///
 /// The text is plain whatever it looks like. GUI thread.
 class OUTPUT_PANE : public QObject
@@ -27,7 +28,7 @@ class OUTPUT_PANE : public QObject
 
 public:
     static const int WHOLE_TEXT = 100000;  ///< letters
-    static const int LONGEST_LINE = 10000; ///< letters; only in texts above WHOLE_TEXT
+    static const int LONGEST_LINE = 10000; ///< letters
 
     /// Belongs to the browser, whose text nothing else may set.
     explicit OUTPUT_PANE(QTextBrowser* browser);

@@ -28,11 +28,6 @@ BUILD_SESSION::~BUILD_SESSION()
     shutting_down = true;
 }
 
-bool BUILD_SESSION::is_unattended() const
-{
-    return ::is_unattended(*configuration, *options);
-}
-
 PHYSICAL_PATH BUILD_SESSION::normalise_path_case(const PHYSICAL_PATH& path)
 {
     return m_spellings.normalised(path);

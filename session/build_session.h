@@ -177,7 +177,6 @@ protected:
 private:
     Q_DISABLE_COPY(BUILD_SESSION)
 
-    bool is_unattended() const; // silent, and not to stop on an error: no box of the start-up shows
     void register_graph_path_callback();
 
     struct SCANNED_FOLDER;

@@ -19,7 +19,7 @@ bool BUILD_SESSION::connect_database(const QString& workspace, QTextStream& log,
     database = new GOX_QUERY_INTERFACE(nullptr, workspace, false, read_only);
     // The flag of a build that has ended stays: only one that runs can be stopped.
     database->bound_queries([this] { return abort_flag && isRunning(); },
-                            read_only || is_unattended() ? LONGEST_QUERY : -1);
+                            read_only || is_unattended(*configuration, *options) ? LONGEST_QUERY : -1);
     const QString error = database->connect_without_merge(database_path(), false);
     if (error.isEmpty()) {
         PROCESSOR_INTERFACE::s_database = database;
@@ -29,7 +29,7 @@ bool BUILD_SESSION::connect_database(const QString& workspace, QTextStream& log,
     delete database;
     database = nullptr;
     const QString text = "Failed to connect the database!\n\n" + error;
-    show_error_box(text, is_unattended());
+    show_error_box(text, is_unattended(*configuration, *options));
     log << text;
     return false;
 }

@@ -108,7 +108,7 @@ bool BUILD_SESSION::load_plugins(QTextStream& log)
 
     if (plugins.isEmpty()) {
         const QString text = QStringLiteral("GOX plugins could not be loaded for some reason!");
-        show_error_box(text, is_unattended());
+        show_error_box(text, is_unattended(*configuration, *options));
         RUN_REPORT::line("There is no plugin among the files " + pattern + " in " + QDir::currentPath());
         log << text;
         return false;

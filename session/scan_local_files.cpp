@@ -78,7 +78,7 @@ bool BUILD_SESSION::scan_local_files(QTextStream& log)
     if (!is_complete) {
         const QString text = QStringLiteral("Error while scanning local files! (Error: %1, %2)")
                                  .arg(QString::number(scanner.error_number), scanner.get_error());
-        show_error_box(text, is_unattended());
+        show_error_box(text, is_unattended(*configuration, *options));
         log << text;
         return false;
     }

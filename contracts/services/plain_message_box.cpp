@@ -16,14 +16,12 @@ void set_plain_text(QMessageBox& box, const QString& text)
 
 } // namespace
 
-QMessageBox::StandardButton show_plain_box(QMessageBox::Icon icon, QWidget* parent, const QString& text,
-                                           QMessageBox::StandardButtons buttons)
+void show_plain_box(QMessageBox::Icon icon, QWidget* parent, const QString& text)
 {
-    QMessageBox box(icon, QStringLiteral("GOX"), QString(), buttons, parent);
+    QMessageBox box(icon, QStringLiteral("GOX"), QString(), QMessageBox::Ok, parent);
     set_plain_text(box, text);
-    if (buttons == QMessageBox::Ok) // and not the one that shows the details
-        box.setEscapeButton(QMessageBox::Ok);
-    return QMessageBox::StandardButton(box.exec());
+    box.setEscapeButton(QMessageBox::Ok); // and not the one that shows the details
+    box.exec();
 }
 
 bool confirm_in_plain_box(QWidget* parent, const QString& question)

@@ -4,14 +4,12 @@
 
 #include "contracts/export.h"
 
-/// Shows a message box with the title "GOX" and returns the button that closed
-/// it. The text stands in it letter for letter: markup in the name of a file or in
-/// an error is not taken for formatting, as it is by the static functions of
-/// QMessageBox. Of a text of many lines the box shows the beginning, and all of it
-/// as its details. `parent` may be null. GUI thread.
-GOX_CONTRACTS_EXPORT QMessageBox::StandardButton
-show_plain_box(QMessageBox::Icon icon, QWidget* parent, const QString& text,
-               QMessageBox::StandardButtons buttons = QMessageBox::Ok);
+/// Shows a message box with the title "GOX" and the button Ok. The text stands in
+/// it letter for letter: markup in the name of a file or in an error is not taken
+/// for formatting, as it is by the static functions of QMessageBox. Of a text of
+/// many lines the box shows the beginning, and all of it as its details. `parent`
+/// may be null. GUI thread.
+GOX_CONTRACTS_EXPORT void show_plain_box(QMessageBox::Icon icon, QWidget* parent, const QString& text);
 
 /// Asks in such a box whether to go on with what loses something: true for Yes.
 /// No has the focus and is what Escape answers. It is also the answer when the

@@ -1,5 +1,4 @@
 #include <QtCore/QProcess>
-#include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 
 #include "tests/support/cases.h"
@@ -11,9 +10,7 @@
 namespace {
 
 const int LIMIT = 200000; // milliseconds; plugins are compiled
-const QString GUIDE =
-    "BEGIN { system(\"mkdir \" folder) } /^```/ { inside = !inside; next } inside { print > file } "
-    "!inside && /^`.*`:$/ { file = folder substr($0, 2, length($0) - 3) }";
+const QString KIT = GOX_KIT_DIR "/";
 
 // What a program prints, and "failed" behind it when it does.
 QByteArray printed_by(const QString& program, const QStringList& arguments)
@@ -34,31 +31,9 @@ class TST_KIT : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
-    // The plugins are built away from the sources, so that nothing of these is above
-    // them; beside them every header of the kit, in whatever order.
     void initTestCase()
     {
-        run("cmake", {"--install", GOX_BUILD_DIR, "--component", "sdk", "--prefix", path("kit")});
-        run("cp", {"-R", GOX_SOURCE_DIR "/examples/minimal-plugin", path("minimal")});
-        // A line such as "`notes_plugin.cpp`:" of the guide names the file that the fenced
-        // parts behind it make up.
-        run("awk", {"-v", "folder=" + path("notes/"), GUIDE, path("kit/share/doc/gox-sdk/plugin-guide.md")});
-        QByteArray includes;
-        for (const QString& header : FILES::below(path("kit/include/gox")))
-            includes.prepend("#include \"" + header.toUtf8() + "\"\n");
-        FILES::write(path("headers.cpp"), includes);
-        FILES::write(path("CMakeLists.txt"), "cmake_minimum_required(VERSION 3.22)\n"
-                                             "project(plugins LANGUAGES CXX)\n"
-                                             "set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})\n"
-                                             "find_package(GOX 1.0 REQUIRED)\n"
-                                             "add_subdirectory(minimal)\n"
-                                             "add_subdirectory(notes)\n"
-                                             "add_library(headers OBJECT headers.cpp)\n"
-                                             "target_link_libraries(headers GOX::gox_contracts)\n");
-        run("cmake",
-            {"-S", path("."), "-B", path("build"), "-G", "Ninja", "-DCMAKE_PREFIX_PATH=" + path("kit"),
-             "-DGOX_BUILD_TAG=" GOX_BUILD_TAG, "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror"});
-        run("cmake", {"--build", path("build")});
+        run(GOX_SOURCE_DIR "/tests/examples/kit/lay-out-kit.sh", {GOX_BUILD_DIR, GOX_KIT_DIR, GOX_BUILD_TAG});
     }
 
     void minimal_plugin_needs_the_kit_alone()
@@ -98,11 +73,11 @@ private slots:
 
     void another_major_version_is_refused()
     {
-        FILES::write(path("other/CMakeLists.txt"), "cmake_minimum_required(VERSION 3.22)\n"
+        FILES::write(KIT + "other/CMakeLists.txt", "cmake_minimum_required(VERSION 3.22)\n"
                                                    "project(p LANGUAGES NONE)\n"
                                                    "find_package(GOX 2.0 REQUIRED)\n");
-        const QByteArray output = printed_by("cmake", {"-S", path("other"), "-B", path("other/build"), "-G",
-                                                       "Ninja", "-DCMAKE_PREFIX_PATH=" + path("kit")});
+        const QByteArray output = printed_by("cmake", {"-S", KIT + "other", "-B", KIT + "other/build", "-G",
+                                                       "Ninja", "-DCMAKE_PREFIX_PATH=" + KIT + "kit"});
         QVERIFY2(output.contains("version: 1.0.0") && output.endsWith("failed"), output);
     }
 
@@ -111,12 +86,12 @@ private slots:
         if (QStandardPaths::findExecutable("dpkg-deb").isEmpty())
             GOX_SKIP("packages are made on Debian alone");
         // The library of the kit is that of the program's package, and so is what it needs.
-        run("cpack", {"--config", GOX_BUILD_DIR "/CPackConfig.cmake", "-B", path("packages"), "-D",
+        run("cpack", {"--config", GOX_BUILD_DIR "/CPackConfig.cmake", "-B", KIT + "packages", "-D",
                       "CPACK_DEBIAN_SDK_PACKAGE_SHLIBDEPS=OFF"});
         QString files;
         for (const QString package : {"gox", "gox-sdk"}) {
-            const QString file = QDir(path("packages")).entryList({package + "_*.deb"}).join("several ");
-            const QString list = printed_by("dpkg-deb", {"--contents", path("packages/" + file)});
+            const QString file = QDir(KIT + "packages").entryList({package + "_*.deb"}).join("several ");
+            const QString list = printed_by("dpkg-deb", {"--contents", KIT + "packages/" + file});
             for (const QString& line : list.split('\n').filter(QRegularExpression("^-(?!.*gox_targets-)")))
                 files +=
                     package + ": " + line.section("./", -1).replace("." GOX_BUILD_TAG ".", ".TAG.") + '\n';
@@ -125,8 +100,6 @@ private slots:
     }
 
 private:
-    QString path(const QString& name) const { return m_folder.filePath(name); }
-
     static void run(const QString& program, const QStringList& arguments)
     {
         const QByteArray output = printed_by(program, arguments);
@@ -134,14 +107,12 @@ private:
     }
 
     // Into the scene in place of its own.
-    void put_plugin(const QString& name, const SCRIPTED_SCENE& scene) const
+    static void put_plugin(const QString& name, const SCRIPTED_SCENE& scene)
     {
         const QString file = "GOX_" + name + "." GOX_BUILD_TAG ".dll";
         scene.tree.remove("tool/GOX_scripted." GOX_BUILD_TAG ".dll");
-        QVERIFY(QFile::copy(path("build/" + file), scene.tree.path("tool/" + file)));
+        QVERIFY(QFile::copy(KIT + "build/" + file, scene.tree.path("tool/" + file)));
     }
-
-    const QTemporaryDir m_folder;
 };
 
 QTEST_MAIN(TST_KIT)

@@ -267,9 +267,9 @@ private slots:
     void graphs_data()
     {
         add_cases("graph/graphs.cases",
-                  {"graph",  "join",     "locale",  "answer",  "bounds",  "full",  "zoom",
-                   "joined", "graphviz", "picture", "request", "fault",   "g.svg", "g.SVG",
-                   "g.png",  "g.dot",    "g.gv",    "g.txt",   "painted", "layout"});
+                  {"graph",  "join",     "locale",  "answer",  "bounds",  "full",   "zoom",
+                   "joined", "graphviz", "picture", "request", "fault",   "g.svg",  "g.SVG",
+                   "g.png",  "g.dot",    "g.gv",    "g.txt",   "painted", "layout", "png size"});
     }
     void graphs();
     void joining_is_that_of_pairs();
@@ -331,6 +331,8 @@ void TST_GRAPH::graphs()
     is["fault"] = read_layout(one.bytes("answer"), picture);
     if (one.has("bounds"))
         picture.bounds.setSize(QSize(number("bounds", 0), number("bounds", 1)));
+    const QSize png = (picture.bounds.size() * png_zoom(picture.bounds.size())).toSize();
+    is["png size"] = QString("%1 x %2").arg(png.width()).arg(png.height());
     const PICTURE_PAINTER painter(picture);
     for (const char* name : {"g.svg", "g.SVG", "g.png", "g.dot", "g.gv", "g.txt"})
         if (one.has(name))
@@ -403,7 +405,8 @@ void TST_GRAPH::layouts()
 
 void TST_GRAPH::places()
 {
-    for (const int nodes : {60, 2001}) { // in layers, and by springs
+    for (const int nodes : {60, 400}) {
+        LAYOUT_RUN::set_program(LAYOUT_PROGRAM, nodes == 60 ? 60 : 0); // in layers, and by springs
         const auto viewer = open_viewer(QVector<QString>(nodes, "a node").toList());
         QTRY_VERIFY_WITH_TIMEOUT(viewer->picture(), 60000);
         const GRAPH_PICTURE& picture = *viewer->picture();

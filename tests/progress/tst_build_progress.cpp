@@ -251,13 +251,15 @@ void TST_BUILD_PROGRESS::output_pane()
     browser.document()->setDefaultFont(font);
     OUTPUT_PANE pane(&browser);
     QScrollBar* const bar = browser.verticalScrollBar();
-    const QString lines = QString("line\n").repeated(5000), smile = QString::fromUtf8("😀");
+    const QString line = "a line of 25 letters now\n", lines = line.repeated(1000);
+    const QString smile = QString::fromUtf8("😀"), many = line.repeated(whole / line.size());
+    const QString longest_lines = line + QString(longest, 'w') + '\n' + QString(longest, 'w');
     for (const QString& text :
-         {lines, QString("a line\r\n").repeated(whole / 4) + QString(3 * longest, 'x'), lines + lines,
-          QString("line\n").repeated(whole / 5), QString(whole + 1, 'y'),
-          'z' + smile.repeated(longest) + '\n' + QString(longest, 'z') + '\n' + lines.repeated(4), lines}) {
-        const bool is_long = text.size() > whole;
-        bar->setValue(20000);
+         {lines, QString("a line\r\n").repeated(whole / 8) + QString(3 * longest, 'x'), lines + lines, many,
+          QString(whole + 1, 'y'), longest_lines, longest_lines + 'w',
+          'z' + smile.repeated(longest) + '\n' + QString(longest, 'z') + '\n' + many, lines}) {
+        const bool is_long = text.size() > whole || text == longest_lines + 'w';
+        bar->setValue(4000);
         const int value = bar->value();
         pane.show_text(text);
         QCOMPARE(browser.document()->characterCount() > longest + 2, !is_long);

@@ -115,7 +115,7 @@ private slots:
     void changes_during_the_walk()
     {
         const SCENE scene;
-        QVERIFY(scene.sh("for i in $(seq 10 49); do mkdir s$i; touch s$i/f; done"));
+        QVERIFY(scene.sh("mkdir $(seq -f s%g 10 49) && touch $(seq -f s%g/f 10 49)"));
         DIRECTORY_SCANNER scanner;
         const QString expected = scene.fetch(scanner, QString());
         QProcess unrest;
@@ -137,7 +137,7 @@ private slots:
     void stop_in_the_middle()
     {
         const SCENE scene;
-        QVERIFY(scene.sh("for i in $(seq 300); do mkdir -p $i/1; touch $i/1/f; done"));
+        QVERIFY(scene.sh("mkdir -p $(seq -f %g/1 300) && touch $(seq -f %g/1/f 300)"));
         SATELLITE& scanner = SATELLITE::instance();
         QCOMPARE(&scanner, &SATELLITE::instance());
         for (int pass = 0; pass < 20; ++pass) {
