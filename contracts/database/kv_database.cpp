@@ -41,29 +41,72 @@ QString read_folder(const QString& path, const QString& schema_file, KV_DATABASE
 
 } // namespace
 
-QString KV_DATABASE::connect(const QString& path, bool load_all, bool may_write)
+bool KV_DATABASE::report(QString& error, const QString& text)
+{
+    error = text;
+    if (!text.isEmpty())
+        last_error = text;
+    return text.isEmpty();
+}
+
+bool KV_DATABASE::can_read(QString& error)
+{
+    return report(error, m_is_connected ? QString() : QStringLiteral("no database is connected"));
+}
+
+bool KV_DATABASE::can_read(QString& error, const QString& table)
+{
+    return can_read(error) && has_table(error, m_schema, table);
+}
+
+bool KV_DATABASE::can_change(QString& error, const char* operation)
+{
+    return is_read_only ? report(error, QStringLiteral("the database is open for reading only: %1 is refused")
+                                            .arg(QLatin1String(operation)))
+                        : can_read(error);
+}
+
+bool KV_DATABASE::has_transaction(QString& error)
+{
+    return report(error, m_transaction ? QString() : QStringLiteral("no transaction has begun"));
+}
+
+bool KV_DATABASE::is_quiet(QString& error)
+{
+    return report(error, m_transaction ? QStringLiteral("a transaction is open") : QString());
+}
+
+bool KV_DATABASE::has_table(QString& error, const KV_DATABASE_SCHEMA& schema, const QString& table)
+{
+    if (schema.table_index(table) >= 0)
+        return true;
+    const bool has_file = !table.contains('/') && QFileInfo::exists(table_file(table));
+    return report(error,
+                  has_file ? QStringLiteral("%1: the schema does not name this table").arg(table_file(table))
+                           : QStringLiteral("%1: there is no table \"%2\"")
+                                 .arg(schema_file(), table.left(KV_MAX_NAME_LENGTH)));
+}
+
+bool KV_DATABASE::connect(QString& error, const QString& path, bool load_all)
 {
     disconnect();
     m_path = path;
-    QString error = check_folder(path);
-    if (error.isEmpty())
-        error = kv_unfinished_save_problem(path);
-    if (error.isEmpty() && may_write)
+    const bool is_folder =
+        report(error, check_folder(path)) && report(error, kv_unfinished_save_problem(path));
+    if (is_folder && !is_read_only)
         kv_finish_save(path);
     m_stamps.insert(schema_file(), KV_FILE_STAMP::of(schema_file()));
-    if (error.isEmpty())
-        error = read_folder(path, schema_file(), m_written_schema);
+    m_is_connected = is_folder && report(error, read_folder(path, schema_file(), m_written_schema));
     set_schema(m_written_schema);
-    m_is_connected = error.isEmpty();
     QStringList errors{error};
     for (int i = 0; i < m_schema.tables.size() && load_all; ++i) {
-        load(m_schema.tables.at(i)->name, error, i, m_schema.tables.size());
+        load(error, m_schema.tables.at(i)->name, i, m_schema.tables.size());
         errors.append(error);
     }
     errors.removeAll(QString());
     if (!errors.isEmpty())
         disconnect();
-    return errors.join('\n');
+    return report(error, errors.join('\n'));
 }
 
 void KV_DATABASE::disconnect()
@@ -71,49 +114,60 @@ void KV_DATABASE::disconnect()
     m_transaction.reset();
     m_is_connected = false;
     m_path.clear();
-    m_tables.clear();
     m_stamps.clear();
     m_written_schema = KV_DATABASE_SCHEMA();
     set_schema(m_written_schema);
+    m_tables.clear();
 }
 
+// A table that is gone stays at its place, without records.
 void KV_DATABASE::set_schema(const KV_DATABASE_SCHEMA& schema)
 {
+    for (const QString& table : kv_removed_tables(m_schema, schema))
+        m_tables.value(table)->forget();
     m_schema = schema;
     m_relationships = kv_relationships(schema);
-}
-
-QString KV_DATABASE::no_table(const QString& name) const
-{
-    const bool has_file = !name.contains('/') && QFileInfo::exists(table_file(name));
-    return has_file ? QStringLiteral("%1: the schema does not name this table").arg(table_file(name))
-                    : QStringLiteral("%1: there is no table \"%2\"")
-                          .arg(schema_file(), name.left(KV_MAX_NAME_LENGTH));
-}
-
-KV_LOADED_TABLE* KV_DATABASE::load(const QString& name, QString& error, int step, int steps)
-{
-    QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(name);
-    if (!loaded || loaded->revision == 0) {
-        const int index = m_schema.table_index(name);
-        if (index < 0) {
-            error = no_table(name);
-            return nullptr;
-        }
+    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables) {
+        QSharedPointer<KV_LOADED_TABLE>& loaded = m_tables[table->name];
         if (!loaded)
-            loaded = *m_tables.insert(name, QSharedPointer<KV_LOADED_TABLE>::create());
-        if (m_progress)
-            m_progress->progress(QStringLiteral("Reading table %1").arg(name), step, steps);
-        read(m_schema.tables.at(index), *loaded);
+            loaded = QSharedPointer<KV_LOADED_TABLE>::create();
+        loaded->data.schema = table;
     }
-    error = loaded->error;
-    return error.isEmpty() ? loaded.data() : nullptr;
 }
 
-void KV_DATABASE::read(const QSharedPointer<const KV_TABLE_SCHEMA>& table, KV_LOADED_TABLE& loaded)
+const KV_FIELD_SCHEMA* KV_DATABASE::field(QString& error, const QString& table, const QString& field)
 {
-    const QString file = table_file(table->name);
-    loaded = KV_LOADED_TABLE{{table, {}, {}}};
+    if (!can_read(error, table))
+        return nullptr;
+    const KV_TABLE_SCHEMA& known = *m_schema.table(table);
+    const int index = known.field_index(field);
+    report(error, index < 0 ? kv_no_field_text(table, field) : QString());
+    return index < 0 ? nullptr : &known.fields.at(index);
+}
+
+const KV_TABLE_DATA* KV_DATABASE::records(QString& error, const QString& table)
+{
+    const KV_LOADED_TABLE* const loaded = can_read(error) ? load(error, table) : nullptr;
+    return loaded ? &loaded->data : nullptr;
+}
+
+KV_LOADED_TABLE* KV_DATABASE::load(QString& error, const QString& table, int step, int steps)
+{
+    const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table);
+    if (!loaded || loaded->revision == 0) {
+        if (!has_table(error, m_schema, table))
+            return nullptr;
+        if (m_progress)
+            m_progress->progress(QStringLiteral("Reading table %1").arg(table), step, steps);
+        read(*loaded);
+    }
+    return report(error, loaded->error) ? loaded.data() : nullptr;
+}
+
+void KV_DATABASE::read(KV_LOADED_TABLE& loaded)
+{
+    const QString file = table_file(loaded.data.schema->name);
+    loaded.forget();
     loaded.revision = ++m_last_revision;
     m_stamps.insert(file, KV_FILE_STAMP::of(file));
     loaded.error =
@@ -121,38 +175,22 @@ void KV_DATABASE::read(const QSharedPointer<const KV_TABLE_SCHEMA>& table, KV_LO
     loaded.has_plain_keys = kv_are_plain_keys(loaded.data.rows_by_key);
 }
 
-QString KV_DATABASE::forget(const QString& table)
+bool KV_DATABASE::forget(QString& error, const QString& table)
 {
-    if (in_transaction())
-        return QStringLiteral("a transaction is open");
-    if (m_schema.table_index(table) < 0)
-        return no_table(table);
-    if (edited_tables().contains(table))
-        return QStringLiteral("table \"%1\" has changes that are not saved").arg(table);
-    if (const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table))
-        loaded->forget();
-    return QString();
+    if (!is_quiet(error) || !has_table(error, m_schema, table))
+        return false;
+    KV_LOADED_TABLE& loaded = *m_tables.value(table);
+    if (loaded.is_edited)
+        return report(error, QStringLiteral("table \"%1\" has changes that are not saved").arg(table));
+    loaded.forget();
+    return true;
 }
 
-QStringList KV_DATABASE::edited_tables() const
+bool KV_DATABASE::is_whole(QString& error, const QString& table)
 {
-    QStringList tables;
-    const QStringList names = reshaped_tables();
-    const QSet<QString> reshaped(names.begin(), names.end());
-    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_schema.tables) {
-        const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table->name);
-        if (reshaped.contains(table->name) || (loaded && loaded->is_edited))
-            tables.append(table->name);
-    }
-    return tables;
-}
-
-QStringList KV_DATABASE::reshaped_tables() const
-{
-    return kv_reshaped_tables(m_written_schema, m_schema);
-}
-
-QStringList KV_DATABASE::removed_tables() const
-{
-    return kv_removed_tables(m_written_schema, m_schema);
+    return !m_tables.value(table)->has_left_out ||
+           report(error,
+                  QStringLiteral("%1: this table can't be changed: its file has fields that the schema "
+                                 "does not know, and they would be lost")
+                      .arg(table_file(table)));
 }

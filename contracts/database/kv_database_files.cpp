@@ -7,6 +7,25 @@
 #include "contracts/database/kv_schemas.h"
 #include "contracts/services/file_replacement.h"
 
+QStringList KV_DATABASE::edited_tables() const
+{
+    QStringList tables;
+    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_schema.tables)
+        if (m_tables.value(table->name)->is_edited)
+            tables.append(table->name);
+    return tables;
+}
+
+QStringList KV_DATABASE::reshaped_tables() const
+{
+    return kv_reshaped_tables(m_written_schema, m_schema);
+}
+
+QStringList KV_DATABASE::removed_tables() const
+{
+    return kv_removed_tables(m_written_schema, m_schema);
+}
+
 QStringList KV_DATABASE::files_to_save() const
 {
     QStringList files;
@@ -17,23 +36,26 @@ QStringList KV_DATABASE::files_to_save() const
     return files;
 }
 
-QString KV_DATABASE::save(const QStringList& tables, bool with_schema)
+QStringList KV_DATABASE::files_of(const KV_DATABASE_SCHEMA& schema) const
 {
-    if (m_transaction)
-        return QStringLiteral("a transaction is open");
-    const QStringList edited = edited_tables();
-    QStringList wanted;
+    QStringList files{schema_file()};
+    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables)
+        files.append(table_file(table->name));
+    return files;
+}
+
+bool KV_DATABASE::save(QString& error, const QStringList& tables, bool with_schema)
+{
+    if (!is_quiet(error))
+        return false;
+    QStringList edited;
     for (const QString& table : tables) {
-        if (m_schema.table_index(table) < 0)
-            return no_table(table);
-        if (edited.contains(table))
-            wanted.append(table);
+        if (!has_table(error, m_schema, table))
+            return false;
+        if (m_tables.value(table)->is_edited)
+            edited.append(table);
     }
-    const SAVE save = save_of(wanted, with_schema && !kv_is_same_schema(m_schema, m_written_schema));
-    const QString error = write(save);
-    if (error.isEmpty())
-        mark_written(save);
-    return error;
+    return finish(error, save_of(edited, with_schema && !kv_is_same_schema(m_schema, m_written_schema)));
 }
 
 KV_DATABASE::SAVE KV_DATABASE::save_of(const QStringList& tables, bool with_schema) const
@@ -49,18 +71,17 @@ KV_DATABASE::SAVE KV_DATABASE::save_of(const QStringList& tables, bool with_sche
     return save;
 }
 
-QString KV_DATABASE::write(const SAVE& save)
+bool KV_DATABASE::write(QString& error, const SAVE& save)
 {
-    QString error;
     QVector<KV_FILE_TO_WRITE> files;
     const auto add = [&](const QString& path, const KV_FILE_CONTENT& content) {
         files.append(
             {path, m_stamps.contains(path) ? m_stamps.value(path) : KV_FILE_STAMP::of(path), content});
     };
     for (const QString& table : save.tables) {
-        std::optional<KV_TABLE_CHANGE> records = current_table(table, error);
+        std::optional<KV_TABLE_CHANGE> records = current_table(error, table);
         if (!records)
-            return error;
+            return false;
         add(table_file(table), {nullptr, std::move(*records).take()});
     }
     if (save.schema) {
@@ -68,16 +89,20 @@ QString KV_DATABASE::write(const SAVE& save)
         for (const QString& table : kv_removed_tables(m_written_schema, current_schema()))
             add(table_file(table), {});
     }
-    if (!files.isEmpty())
-        error = kv_save_files(m_path, files, m_progress);
+    if (!files.isEmpty() && !report(error, kv_save_files(m_path, files, m_progress)))
+        return false;
     for (const KV_FILE_TO_WRITE& file : qAsConst(files))
-        if (error.isEmpty())
-            m_stamps.insert(file.path, KV_FILE_STAMP::of(file.path));
-    return error;
+        m_stamps.insert(file.path, KV_FILE_STAMP::of(file.path));
+    return true;
 }
 
-void KV_DATABASE::mark_written(const SAVE& save)
+// Writes, and makes real what the transaction changed, if one is open.
+bool KV_DATABASE::finish(QString& error, const SAVE& save)
 {
+    if (!write(error, save))
+        return false;
+    if (m_transaction)
+        take_over();
     for (const QString& table : save.tables) {
         KV_LOADED_TABLE& loaded = *m_tables.value(table);
         loaded.is_edited = false;
@@ -85,6 +110,7 @@ void KV_DATABASE::mark_written(const SAVE& save)
     }
     if (save.schema)
         m_written_schema = m_schema;
+    return true;
 }
 
 // Names in another letter case too: on some systems they are the same files.
@@ -94,82 +120,71 @@ bool KV_DATABASE::is_own_file(const QString& path) const
         const QFileInfo info(behind_links(file));
         return (info.dir().canonicalPath() + '/' + info.fileName()).toLower();
     };
-    QStringList files{schema_file()};
-    for (const KV_DATABASE_SCHEMA* const schema : {&m_schema, &m_written_schema, &current_schema()})
-        for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema->tables)
-            files.append(table_file(table->name));
     const QString wanted = real_path(path);
+    const QStringList files = files_of(m_schema) + files_of(m_written_schema) + files_of(current_schema());
     return std::any_of(files.begin(), files.end(),
                        [&](const QString& file) { return real_path(file) == wanted; });
 }
 
-QString KV_DATABASE::save_schema_to(const QString& path) const
+bool KV_DATABASE::save_schema_to(QString& error, const QString& path)
 {
     const QString place = behind_links(path);
     QString cause =
         is_own_file(path) ? QStringLiteral("it is a file of this database") : why_not_replaceable(place);
     if (cause.isEmpty())
         cause = kv_write_file(place, {&m_schema}, place);
-    return cause.isEmpty() ? cause : QStringLiteral("%1: can't be written: %2").arg(path, cause);
+    return cause.isEmpty() || report(error, QStringLiteral("%1: can't be written: %2").arg(path, cause));
 }
 
-QString KV_DATABASE::copy_to(const QString& folder)
+bool KV_DATABASE::copy_to(QString& error, const QString& folder)
 {
     const QDir target(folder);
     if (target.exists() && !target.isEmpty())
-        return QStringLiteral("%1: this folder is not empty").arg(folder);
+        return report(error, QStringLiteral("%1: this folder is not empty").arg(folder));
     if (target.exists() && target.canonicalPath() == QDir(m_path).canonicalPath())
-        return QStringLiteral("%1: this is the folder of the database itself").arg(folder);
-    QString error;
+        return report(error, QStringLiteral("%1: this is the folder of the database itself").arg(folder));
     QVector<KV_FILE_TO_WRITE> files;
     for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : qAsConst(m_schema.tables)) {
-        const KV_LOADED_TABLE* const loaded = load(table->name, error);
+        const KV_LOADED_TABLE* const loaded = load(error, table->name);
         if (!loaded)
-            return error;
+            return false;
         files.append({target.filePath(table->name + ".xml"), {}, {nullptr, loaded->data}});
     }
     if (!m_schema.tables.isEmpty())
         files.append({target.filePath(QStringLiteral("schema.xml")), {}, {&m_schema, {}}});
-    if (!target.mkpath(QStringLiteral(".")))
-        return QStringLiteral("%1: this folder can't be made").arg(folder);
-    return kv_save_files(folder, files, m_progress);
+    return report(error, target.mkpath(QStringLiteral("."))
+                             ? kv_save_files(folder, files, m_progress)
+                             : QStringLiteral("%1: this folder can't be made").arg(folder));
 }
 
-QString KV_DATABASE::revert()
+bool KV_DATABASE::revert(QString& error)
 {
-    if (m_transaction)
-        return QStringLiteral("a transaction is open");
+    if (!is_quiet(error))
+        return false;
     const QStringList changed = edited_tables() + removed_tables();
     set_schema(m_written_schema);
     QStringList errors;
-    for (auto loaded = m_tables.begin(); loaded != m_tables.end(); ++loaded) {
-        const int index = m_schema.table_index(loaded.key());
-        if (index < 0)
-            (*loaded)->forget();
-        else if (changed.contains(loaded.key()))
-            read(m_schema.tables.at(index), **loaded);
-        else
-            (*loaded)->data.schema = m_schema.tables.at(index);
-        if (index >= 0)
-            errors.append((*loaded)->error);
+    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : qAsConst(m_schema.tables)) {
+        KV_LOADED_TABLE& loaded = *m_tables.value(table->name);
+        if (changed.contains(table->name) && m_stamps.contains(table_file(table->name))) // was read
+            read(loaded);
+        errors.append(loaded.error);
     }
     errors.removeAll(QString());
-    return errors.join('\n');
+    return report(error, errors.join('\n'));
 }
 
-QString KV_DATABASE::revert(const QString& table)
+bool KV_DATABASE::revert(QString& error, const QString& table)
 {
-    if (m_transaction)
-        return QStringLiteral("a transaction is open");
-    const int index = m_schema.table_index(table);
-    if (index < 0)
-        return no_table(table);
+    if (!is_quiet(error) || !has_table(error, m_schema, table))
+        return false;
     if (reshaped_tables().contains(table))
-        return QStringLiteral("the fields of table \"%1\" are changed: only all changes together can be "
-                              "reverted")
-            .arg(table);
-    const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table);
-    if (loaded && loaded->is_edited)
-        read(m_schema.tables.at(index), *loaded);
-    return loaded ? loaded->error : QString();
+        return report(error,
+                      QStringLiteral("the fields of table \"%1\" are changed: only all changes together "
+                                     "can be reverted")
+                          .arg(table));
+    KV_LOADED_TABLE& loaded = *m_tables.value(table);
+    if (loaded.is_edited)
+        read(loaded);
+    return report(error, loaded.error);
 }

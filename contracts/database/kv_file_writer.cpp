@@ -72,36 +72,40 @@ void write_record(QXmlStreamWriter& xml, const KV_TABLE_SCHEMA& schema, const KV
     xml.writeEndElement();
 }
 
-// Collects what is written to it into larger pieces for a file.
-class PIECES : public QIODevice
+// Moves what has come together into the file.
+bool move_piece(QBuffer& piece, QIODevice& file)
 {
-public:
-    explicit PIECES(QIODevice& file) : m_file(file) { open(WriteOnly | Unbuffered); }
+    const bool is_good = write_all(file, piece.data(), piece.size());
+    piece.buffer().clear();
+    return is_good && piece.seek(0);
+}
 
-    bool finish()
-    {
-        m_is_good = m_is_good && write_all(m_file, m_piece.constData(), m_piece.size());
-        m_piece.clear();
-        return m_is_good;
-    }
-
-protected:
-    qint64 readData(char*, qint64) override { return -1; }
-    qint64 writeData(const char* data, qint64 size) override
-    {
-        m_piece.append(data, int(size));
-        return m_piece.size() < PIECE_BYTES || finish() ? size : -1;
-    }
-
-private:
-    QIODevice& m_file;
-    QByteArray m_piece;
-    bool m_is_good = true;
-};
-
-void write_schema(QIODevice& device, const KV_DATABASE_SCHEMA& schema)
+bool write_table(QIODevice& file, const KV_TABLE_DATA& table)
 {
-    QXmlStreamWriter xml(&device);
+    QBuffer piece;
+    piece.open(QIODevice::WriteOnly);
+    QXmlStreamWriter xml(&piece);
+    xml.writeStartDocument();
+    xml.writeCharacters(QStringLiteral("\n"));
+    xml.writeStartElement(QStringLiteral("table"));
+    xml.writeAttribute(QStringLiteral("name"), table.schema->name);
+    for (const KV_RECORD_DATA& record : table.records) {
+        write_record(xml, *table.schema, record);
+        if (piece.size() >= PIECE_BYTES && !move_piece(piece, file))
+            return false;
+    }
+    xml.writeCharacters(QStringLiteral("\n"));
+    xml.writeEndElement();
+    xml.writeEndDocument();
+    return move_piece(piece, file);
+}
+
+} // namespace
+
+QByteArray kv_schema_text(const KV_DATABASE_SCHEMA& schema)
+{
+    QByteArray text;
+    QXmlStreamWriter xml(&text);
     xml.setAutoFormatting(true);
     xml.setAutoFormattingIndent(2);
     xml.writeStartDocument();
@@ -123,30 +127,7 @@ void write_schema(QIODevice& device, const KV_DATABASE_SCHEMA& schema)
         xml.writeEndElement();
     }
     xml.writeEndDocument();
-}
-
-void write_table(QIODevice& device, const KV_TABLE_DATA& table)
-{
-    QXmlStreamWriter xml(&device);
-    xml.writeStartDocument();
-    xml.writeCharacters(QStringLiteral("\n"));
-    xml.writeStartElement(QStringLiteral("table"));
-    xml.writeAttribute(QStringLiteral("name"), table.schema->name);
-    for (const KV_RECORD_DATA& record : table.records)
-        write_record(xml, *table.schema, record);
-    xml.writeCharacters(QStringLiteral("\n"));
-    xml.writeEndElement();
-    xml.writeEndDocument();
-}
-
-} // namespace
-
-QByteArray kv_schema_text(const KV_DATABASE_SCHEMA& schema)
-{
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    write_schema(buffer, schema);
-    return buffer.data();
+    return text;
 }
 
 void number_written_lines(KV_TABLE_DATA& table)
@@ -167,12 +148,8 @@ QString kv_write_file(const QString& path, const KV_FILE_CONTENT& content, const
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return file.errorString();
-    PIECES pieces(file);
-    if (content.schema)
-        write_schema(pieces, *content.schema);
-    else
-        write_table(pieces, content.table);
-    if (!pieces.finish())
+    const QByteArray schema = content.schema ? kv_schema_text(*content.schema) : QByteArray();
+    if (!(content.schema ? write_all(file, schema, schema.size()) : write_table(file, content.table)))
         return file.errorString();
     const qint64 max_bytes = content.schema ? KV_MAX_SCHEMA_BYTES : KV_MAX_TABLE_BYTES;
     if (file.size() > max_bytes)

@@ -96,17 +96,14 @@ private:
 
     bool read_type(KV_FIELD_SCHEMA& field)
     {
-        const QString name = m_xml.has_attribute("type") ? m_xml.attribute("type") : QStringLiteral("text");
-        for (const KV_FIELD_SCHEMA::TYPE type : KV_TYPES) {
-            if (kv_type_name(type) != name)
-                continue;
-            field.type = type;
-            return true;
-        }
-        return m_xml.fail(
-            QStringLiteral("the type of field \"%1\" must be text, integer, real or boolean, "
-                           "not \"%2\"")
-                .arg(m_xml.attribute("name").left(KV_QUOTED_LENGTH), name.left(KV_QUOTED_LENGTH)));
+        const QString name = m_xml.has_attribute("type") ? m_xml.attribute("type") : kv_type_names().first();
+        const int type = kv_type_names().indexOf(name);
+        field.type = KV_FIELD_SCHEMA::TYPE(qMax(type, 0));
+        return type >= 0 ||
+               m_xml.fail(
+                   QStringLiteral("the type of field \"%1\" must be text, integer, real or boolean, "
+                                  "not \"%2\"")
+                       .arg(m_xml.attribute("name").left(KV_QUOTED_LENGTH), name.left(KV_QUOTED_LENGTH)));
     }
 
     bool read_key(KV_FIELD_SCHEMA& field)

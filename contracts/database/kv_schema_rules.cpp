@@ -240,10 +240,15 @@ QString kv_count_problem(qint64 records, int fields)
                                                   : QString();
 }
 
-QString kv_type_name(KV_FIELD_SCHEMA::TYPE type)
+const QStringList& kv_type_names()
 {
     static const QStringList s_names{"text", "integer", "real", "boolean"};
-    return s_names.value(type, s_names.first());
+    return s_names;
+}
+
+QString kv_type_name(KV_FIELD_SCHEMA::TYPE type)
+{
+    return kv_type_names().value(type, kv_type_names().first());
 }
 
 QString kv_field_text(const QString& table, const QString& field)

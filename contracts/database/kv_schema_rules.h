@@ -46,10 +46,8 @@ bool kv_are_plain_keys(const QHash<QString, int>& rows_by_key);
 /// One more record in a table of that many records and fields.
 QString kv_count_problem(qint64 records, int fields);
 
-constexpr KV_FIELD_SCHEMA::TYPE KV_TYPES[] = {KV_FIELD_SCHEMA::TEXT, KV_FIELD_SCHEMA::INTEGER,
-                                              KV_FIELD_SCHEMA::REAL, KV_FIELD_SCHEMA::BOOLEAN};
-
-/// "text", "integer", "real" or "boolean".
+/// "text", "integer", "real", "boolean": by KV_FIELD_SCHEMA::TYPE.
+const QStringList& kv_type_names();
 QString kv_type_name(KV_FIELD_SCHEMA::TYPE type);
 
 /// "table.field" as errors name it, "the record with the key ..." for a record,

@@ -8,12 +8,19 @@ namespace {
 
 using TABLE = QSharedPointer<const KV_TABLE_SCHEMA>;
 
-QHash<QString, TABLE> by_name(const KV_DATABASE_SCHEMA& schema)
+// The tables that have no like in `others`.
+template <typename IS_LIKE>
+QStringList tables_without_like(const KV_DATABASE_SCHEMA& schema, const KV_DATABASE_SCHEMA& others,
+                                IS_LIKE is_like)
 {
-    QHash<QString, TABLE> tables;
+    QHash<QString, TABLE> known;
+    for (const TABLE& table : others.tables)
+        known.insert(table->name, table);
+    QStringList names;
     for (const TABLE& table : schema.tables)
-        tables.insert(table->name, table);
-    return tables;
+        if (const TABLE other = known.value(table->name); !other || !is_like(*other, *table))
+            names.append(table->name);
+    return names;
 }
 
 } // namespace
@@ -29,30 +36,25 @@ QVector<RELATIONSHIP_DATA> kv_relationships(const KV_DATABASE_SCHEMA& schema)
 }
 
 QStringList kv_related_tables(const QVector<RELATIONSHIP_DATA>& relationships, const QString& table,
-                              KV_DIRECTION direction)
+                              KV_END to)
 {
     QStringList tables;
-    for (const RELATIONSHIP_DATA& relationship : relationships) {
-        const bool to_dependents = direction == KV_TO_DEPENDENTS;
-        const QString& from = to_dependents ? relationship.lookup_table : relationship.table;
-        const QString& to = to_dependents ? relationship.table : relationship.lookup_table;
-        if (from == table && to != table && !tables.contains(to))
-            tables.append(to);
-    }
+    const KV_END from =
+        to == &RELATIONSHIP_DATA::table ? &RELATIONSHIP_DATA::lookup_table : &RELATIONSHIP_DATA::table;
+    for (const RELATIONSHIP_DATA& one : relationships)
+        if (one.*from == table && one.*to != table && !tables.contains(one.*to))
+            tables.append(one.*to);
     return tables;
 }
 
-void kv_add_related_tables(const QVector<RELATIONSHIP_DATA>& relationships, QSet<QString>& tables,
-                           KV_DIRECTION direction)
+void kv_add_related_tables(const QVector<RELATIONSHIP_DATA>& relationships, QSet<QString>& tables, KV_END to)
 {
-    for (QStringList open = tables.values(); !open.isEmpty();) {
-        const QStringList next = kv_related_tables(relationships, open.takeLast(), direction);
-        for (const QString& table : next)
+    for (QStringList open = tables.values(); !open.isEmpty();)
+        for (const QString& table : kv_related_tables(relationships, open.takeLast(), to))
             if (!tables.contains(table)) {
                 tables.insert(table);
                 open.append(table);
             }
-    }
 }
 
 METAFIELD_AND_SCHEMA kv_main_dependency(const KV_DATABASE_SCHEMA& schema, QString table, QString field)
@@ -86,25 +88,14 @@ bool kv_is_same_schema(const KV_DATABASE_SCHEMA& a, const KV_DATABASE_SCHEMA& b)
     return a.version == b.version && (is_shared || kv_schema_text(a) == kv_schema_text(b));
 }
 
-QStringList kv_reshaped_tables(const KV_DATABASE_SCHEMA& before, const KV_DATABASE_SCHEMA& after)
+QStringList kv_removed_tables(const KV_DATABASE_SCHEMA& before, const KV_DATABASE_SCHEMA& after)
 {
-    QStringList names;
-    const QHash<QString, TABLE> known = by_name(before);
-    for (const TABLE& table : after.tables) {
-        const TABLE old = known.value(table->name);
-        if (!old || !kv_has_same_shape(*old, *table))
-            names.append(table->name);
-    }
+    QStringList names = tables_without_like(before, after, [](auto&, auto&) { return true; });
+    names.sort();
     return names;
 }
 
-QStringList kv_removed_tables(const KV_DATABASE_SCHEMA& before, const KV_DATABASE_SCHEMA& after)
+QStringList kv_reshaped_tables(const KV_DATABASE_SCHEMA& before, const KV_DATABASE_SCHEMA& after)
 {
-    QStringList names;
-    const QHash<QString, TABLE> known = by_name(after);
-    for (const TABLE& table : before.tables)
-        if (!known.contains(table->name))
-            names.append(table->name);
-    names.sort();
-    return names;
+    return tables_without_like(after, before, kv_has_same_shape);
 }

@@ -11,20 +11,16 @@
 /// All lookups of a schema, in its order.
 QVector<RELATIONSHIP_DATA> kv_relationships(const KV_DATABASE_SCHEMA& schema);
 
-/// Which way a lookup is followed.
-enum KV_DIRECTION : int
-{
-    KV_TO_DEPENDENTS,   ///< to the tables that look up
-    KV_TO_DEPENDENCIES, ///< to the tables that are looked up
-};
+/// One end of a lookup: RELATIONSHIP_DATA's `table` or `lookup_table`.
+using KV_END = QString RELATIONSHIP_DATA::*;
 
-/// The tables one step from `table`, each once, `table` itself left out.
+/// The tables one step from `table`, each once, `table` itself left out: those that
+/// stand at the end `to` of a lookup where it stands at the other.
 QStringList kv_related_tables(const QVector<RELATIONSHIP_DATA>& relationships, const QString& table,
-                              KV_DIRECTION direction);
+                              KV_END to);
 
 /// Adds to `tables` all that can be reached from them.
-void kv_add_related_tables(const QVector<RELATIONSHIP_DATA>& relationships, QSet<QString>& tables,
-                           KV_DIRECTION direction);
+void kv_add_related_tables(const QVector<RELATIONSHIP_DATA>& relationships, QSet<QString>& tables, KV_END to);
 
 /// The field at the end of the chain of lookups that begins at `table.field`;
 /// the field itself when it looks up nothing. A chain that bites its tail ends
@@ -38,8 +34,8 @@ bool kv_has_same_shape(const KV_TABLE_SCHEMA& a, const KV_TABLE_SCHEMA& b);
 /// Whether a schema file would say the same.
 bool kv_is_same_schema(const KV_DATABASE_SCHEMA& a, const KV_DATABASE_SCHEMA& b);
 
-/// The tables of `after` that are new or of another shape, in its order.
-QStringList kv_reshaped_tables(const KV_DATABASE_SCHEMA& before, const KV_DATABASE_SCHEMA& after);
-
 /// The tables of `before` that `after` has no more, sorted.
 QStringList kv_removed_tables(const KV_DATABASE_SCHEMA& before, const KV_DATABASE_SCHEMA& after);
+
+/// The tables of `after` that are new or of another shape, in its order.
+QStringList kv_reshaped_tables(const KV_DATABASE_SCHEMA& before, const KV_DATABASE_SCHEMA& after);

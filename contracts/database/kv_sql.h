@@ -9,14 +9,14 @@
 #include "contracts/database/kv_records.h"
 
 class KV_DATABASE;
+struct KV_SQL_CONNECTION;
 
 /// Queries over the tables of a database, answered by SQLite. No record is
 /// copied: each table is a virtual one, which reads the records where they are.
 /// So a query sees every change, and only the tables that it names are loaded. A
 /// record is found by its key at once, unless an integer key is spelt in an odd way, as
 /// "007"; by another text, integer or boolean from the second search on, until the table
-/// changes. Any thread, one
-/// at a time; nothing may change while a query runs.
+/// changes. Any thread, one at a time; nothing may change while a query runs.
 class KV_SQL
 {
 public:
@@ -32,8 +32,6 @@ public:
     QString run(const QString& sql, const QVariantList& values, KV_QUERY_RESULTS& results);
 
 private:
-    struct CONNECTION;
-
     KV_DATABASE& m_database;
-    std::unique_ptr<CONNECTION> m_connection; // null before the first query
+    std::unique_ptr<KV_SQL_CONNECTION> m_connection; // null before the first query
 };

@@ -14,6 +14,7 @@
 #include "contracts/database/kv_records.h"
 #include "contracts/export.h"
 
+class KV_DATABASE;
 class PROGRESS_CALLBACK;
 class QDialog;
 class QWidget;
@@ -336,7 +337,5 @@ public:
     void bound_queries(const std::function<bool()>& is_stopped, qint64 max_msecs);
 
 private:
-    struct STATE;
-
-    QScopedPointer<STATE> m_state;
+    QScopedPointer<KV_DATABASE> m_database;
 };
