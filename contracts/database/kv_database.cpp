@@ -3,8 +3,6 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
-#include "contracts/database/kv_files.h"
-#include "contracts/database/kv_schema_rules.h"
 #include "contracts/database/kv_schemas.h"
 #include "contracts/database/progress_callback.h"
 
@@ -12,16 +10,14 @@ namespace {
 
 constexpr int NAMED_FILES = 3; // of those that an error text could list
 
-QString check_folder(const QString& path)
+QString folder_problem(const QString& path)
 {
     const QFileInfo info(path);
-    if (!info.exists())
-        return QStringLiteral("%1: there is no such folder").arg(path);
-    if (!info.isDir())
-        return QStringLiteral("%1: this is not a folder").arg(path);
-    if (!info.isReadable() || !info.isExecutable())
-        return QStringLiteral("%1: this folder can't be read").arg(path);
-    return QString();
+    return kv_first({
+        kv_problem(!info.exists(), "%1: there is no such folder", path),
+        kv_problem(!info.isDir(), "%1: this is not a folder", path),
+        kv_problem(!info.isReadable() || !info.isExecutable(), "%1: this folder can't be read", path),
+    });
 }
 
 QString read_folder(const QString& path, const QString& schema_file, KV_DATABASE_SCHEMA& schema)
@@ -32,11 +28,9 @@ QString read_folder(const QString& path, const QString& schema_file, KV_DATABASE
     const QStringList tables = QDir(path).entryList({QStringLiteral("*.xml")}, QDir::Files, QDir::Name);
     if (tables.isEmpty())
         return QString();
-    return QStringLiteral("%1: there is no \"schema.xml\" for the %2 XML file(s) here (%3%4)")
-        .arg(path)
-        .arg(tables.size())
-        .arg(QStringList(tables.mid(0, NAMED_FILES)).join(QStringLiteral(", ")),
-             tables.size() > NAMED_FILES ? QStringLiteral(", ...") : QString());
+    return kv_text("%1: there is no \"schema.xml\" for the %2 XML file(s) here (%3%4)", path, tables.size(),
+                   QStringList(tables.mid(0, NAMED_FILES)).join(QStringLiteral(", ")),
+                   tables.size() > NAMED_FILES ? QStringLiteral(", ...") : QString());
 }
 
 } // namespace
@@ -49,11 +43,6 @@ bool KV_DATABASE::report(QString& error, const QString& text)
     return text.isEmpty();
 }
 
-bool KV_DATABASE::can_read(QString& error)
-{
-    return report(error, m_is_connected ? QString() : QStringLiteral("no database is connected"));
-}
-
 bool KV_DATABASE::can_read(QString& error, const QString& table)
 {
     return can_read(error) && has_table(error, m_schema, table);
@@ -61,19 +50,8 @@ bool KV_DATABASE::can_read(QString& error, const QString& table)
 
 bool KV_DATABASE::can_change(QString& error, const char* operation)
 {
-    return is_read_only ? report(error, QStringLiteral("the database is open for reading only: %1 is refused")
-                                            .arg(QLatin1String(operation)))
-                        : can_read(error);
-}
-
-bool KV_DATABASE::has_transaction(QString& error)
-{
-    return report(error, m_transaction ? QString() : QStringLiteral("no transaction has begun"));
-}
-
-bool KV_DATABASE::is_quiet(QString& error)
-{
-    return report(error, m_transaction ? QStringLiteral("a transaction is open") : QString());
+    return require(error, !is_read_only, "the database is open for reading only: %1 is refused", operation) &&
+           can_read(error);
 }
 
 bool KV_DATABASE::has_table(QString& error, const KV_DATABASE_SCHEMA& schema, const QString& table)
@@ -81,10 +59,9 @@ bool KV_DATABASE::has_table(QString& error, const KV_DATABASE_SCHEMA& schema, co
     if (schema.table_index(table) >= 0)
         return true;
     const bool has_file = !table.contains('/') && QFileInfo::exists(table_file(table));
-    return report(error,
-                  has_file ? QStringLiteral("%1: the schema does not name this table").arg(table_file(table))
-                           : QStringLiteral("%1: there is no table \"%2\"")
-                                 .arg(schema_file(), table.left(KV_MAX_NAME_LENGTH)));
+    return report(error, has_file ? kv_text("%1: the schema does not name this table", table_file(table))
+                                  : kv_text("%1: there is no table \"%2\"", schema_file(),
+                                            table.left(KV_MAX_NAME_LENGTH)));
 }
 
 bool KV_DATABASE::connect(QString& error, const QString& path, bool load_all)
@@ -92,7 +69,7 @@ bool KV_DATABASE::connect(QString& error, const QString& path, bool load_all)
     disconnect();
     m_path = path;
     const bool is_folder =
-        report(error, check_folder(path)) && report(error, kv_unfinished_save_problem(path));
+        report(error, folder_problem(path)) && report(error, kv_unfinished_save_problem(path));
     if (is_folder && !is_read_only)
         kv_finish_save(path);
     m_stamps.insert(schema_file(), KV_FILE_STAMP::of(schema_file()));
@@ -125,6 +102,7 @@ void KV_DATABASE::set_schema(const KV_DATABASE_SCHEMA& schema)
 {
     for (const QString& table : kv_removed_tables(m_schema, schema))
         m_tables.value(table)->forget();
+    queries.close();
     m_schema = schema;
     m_relationships = kv_relationships(schema);
     for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables) {
@@ -158,7 +136,7 @@ KV_LOADED_TABLE* KV_DATABASE::load(QString& error, const QString& table, int ste
         if (!has_table(error, m_schema, table))
             return nullptr;
         if (m_progress)
-            m_progress->progress(QStringLiteral("Reading table %1").arg(table), step, steps);
+            m_progress->progress(kv_text("Reading table %1", table), step, steps);
         read(*loaded);
     }
     return report(error, loaded->error) ? loaded.data() : nullptr;
@@ -180,17 +158,15 @@ bool KV_DATABASE::forget(QString& error, const QString& table)
     if (!is_quiet(error) || !has_table(error, m_schema, table))
         return false;
     KV_LOADED_TABLE& loaded = *m_tables.value(table);
-    if (loaded.is_edited)
-        return report(error, QStringLiteral("table \"%1\" has changes that are not saved").arg(table));
-    loaded.forget();
-    return true;
+    if (!loaded.is_edited)
+        loaded.forget();
+    return require(error, !loaded.is_edited, "table \"%1\" has changes that are not saved", table);
 }
 
 bool KV_DATABASE::is_whole(QString& error, const QString& table)
 {
-    return !m_tables.value(table)->has_left_out ||
-           report(error,
-                  QStringLiteral("%1: this table can't be changed: its file has fields that the schema "
-                                 "does not know, and they would be lost")
-                      .arg(table_file(table)));
+    return require(error, !m_tables.value(table)->has_left_out,
+                   "%1: this table can't be changed: its file has fields that the schema does not know, and "
+                   "they would be lost",
+                   table_file(table));
 }

@@ -6,10 +6,11 @@
 
 #include <optional>
 
-#include "contracts/database/kv_folder_save.h"
+#include "contracts/database/kv_files.h"
 #include "contracts/database/kv_records.h"
 #include "contracts/database/kv_sql.h"
 #include "contracts/database/kv_table_change.h"
+#include "contracts/database/kv_text.h"
 
 class PROGRESS_CALLBACK;
 
@@ -56,17 +57,28 @@ public:
     /// Takes the cause of a failure, or none, and tells whether there is none.
     bool report(QString& error, const QString& text);
 
+    /// The same of one cause.
+    template <typename... VALUES>
+    bool require(QString& error, bool is_good, const char* form, const VALUES&... values)
+    {
+        return report(error, kv_problem(!is_good, form, values...));
+    }
+
     // What the operations ask first. These empty the error.
-    bool can_read(QString& error);
+    bool can_read(QString& error) { return require(error, m_is_connected, "no database is connected"); }
     bool can_read(QString& error, const QString& table);
     bool can_change(QString& error, const char* operation);
-    bool has_transaction(QString& error);
+    bool has_transaction(QString& error)
+    {
+        return require(error, in_transaction(), "no transaction has begun");
+    }
 
     bool connect(QString& error, const QString& path, bool load_all);
     void disconnect();
     bool is_connected() const { return m_is_connected; }
     const QString& path() const { return m_path; }
     const KV_DATABASE_SCHEMA& schema() const { return m_schema; }
+    const KV_DATABASE_SCHEMA& written_schema() const { return m_written_schema; } ///< as it is on the disk
     const QVector<RELATIONSHIP_DATA>& relationships() const { return m_relationships; }
 
     QString table_file(const QString& table) const { return m_path + '/' + table + ".xml"; }
@@ -107,8 +119,6 @@ public:
     bool is_whole(QString& error, const QString& table);
 
     QStringList edited_tables() const; ///< with records or fields that are not written yet
-    QStringList reshaped_tables() const;
-    QStringList removed_tables() const; ///< whose files still have to go
     QStringList files_to_save() const;
     QStringList files_of(const KV_DATABASE_SCHEMA& schema) const; ///< that of the schema first
 
@@ -121,13 +131,7 @@ public:
     bool revert(QString& error, const QString& table);
 
 private:
-    struct SAVE
-    {
-        QStringList tables; // whose files are written
-        bool schema;        // and files of removed tables go
-    };
-
-    bool is_quiet(QString& error);
+    bool is_quiet(QString& error) { return require(error, !m_transaction, "a transaction is open"); }
     bool has_table(QString& error, const KV_DATABASE_SCHEMA& schema, const QString& table);
     void read(KV_LOADED_TABLE& loaded);
     template <typename WORK>
@@ -137,13 +141,11 @@ private:
     bool apply_schema(QString& error, const KV_DATABASE_SCHEMA& schema);
     bool apply_table(QString& error, const QSharedPointer<const KV_TABLE_SCHEMA>& table);
     bool check_reference(QString& error, const RELATIONSHIP_DATA& relationship);
-    bool check_references(QString& error);
     void take_over();
     void set_schema(const KV_DATABASE_SCHEMA& schema);
     bool is_own_file(const QString& path) const;
-    SAVE save_of(const QStringList& tables, bool with_schema) const;
-    bool write(QString& error, const SAVE& save);
-    bool finish(QString& error, const SAVE& save);
+    bool write(QString& error, const QStringList& tables, bool with_schema);
+    bool finish(QString& error, QStringList tables, bool with_schema);
 
     PROGRESS_CALLBACK* m_progress;
     bool m_skip_unknown_fields;

@@ -1,34 +1,12 @@
 #include <QtCore/QFileInfo>
 
-#include <algorithm>
-
 #include "contracts/database/kv_database.h"
-#include "contracts/database/kv_files.h"
-#include "contracts/database/kv_schema_rules.h"
 #include "contracts/database/kv_schemas.h"
-
-namespace {
-
-// The values that more records of the table have in the field than before, or
-// that fewer have, for a `sign` of 1 or -1.
-void add_values_with_balance(const QHash<QString, KV_TABLE_CHANGE>& tables, const QString& table,
-                             const QString& field, int sign, QSet<QString>& values)
-{
-    const auto change = tables.constFind(table);
-    if (change == tables.constEnd())
-        return;
-    const QHash<QString, int> balance = change->balance(field);
-    for (auto value = balance.begin(); value != balance.end(); ++value)
-        if (value.value() * sign > 0)
-            values.insert(value.key());
-}
-
-} // namespace
 
 bool KV_DATABASE::begin_transaction(QString& error, bool saves)
 {
-    if (m_transaction)
-        return report(error, QStringLiteral("a transaction is open already"));
+    if (!require(error, !m_transaction, "a transaction is open already"))
+        return false;
     m_transaction = KV_TRANSACTION{saves, m_schema};
     return true;
 }
@@ -37,13 +15,16 @@ bool KV_DATABASE::end_transaction(QString& error)
 {
     if (!has_transaction(error))
         return false;
+    const bool has_schema = !kv_is_same_schema(m_schema, m_transaction->schema);
+    const auto relationships = has_schema ? kv_relationships(m_transaction->schema) : m_relationships;
+    for (const RELATIONSHIP_DATA& relationship : relationships)
+        if (!check_reference(error, relationship))
+            return false;
     QStringList changed;
     for (auto table = m_transaction->tables.begin(); table != m_transaction->tables.end(); ++table)
-        if (table->is_changed())
+        if (m_transaction->saves && table->is_changed())
             changed.append(table.key());
-    const bool has_schema = !kv_is_same_schema(m_schema, m_transaction->schema);
-    return check_references(error) &&
-           finish(error, m_transaction->saves ? save_of(changed, has_schema) : SAVE{});
+    return finish(error, changed, m_transaction->saves && has_schema);
 }
 
 bool KV_DATABASE::terminate_transaction(QString& error)
@@ -101,7 +82,7 @@ bool KV_DATABASE::apply(QString& error, const QVector<KV_EDIT_COMMAND>& commands
         if (KV_TABLE_CHANGE* const change = change_of(error, commands.at(i).table))
             report(error, change->apply(commands.at(i)));
         if (!error.isEmpty() && is_counted)
-            report(error, QStringLiteral("command %1: %2").arg(QString::number(i + 1), error));
+            report(error, kv_text("command %1: %2", i + 1, error));
     }
     for (const KV_EDIT_COMMAND& command : commands)
         if (!error.isEmpty() && tables.contains(command.table))
@@ -147,8 +128,7 @@ bool KV_DATABASE::apply_table(QString& error, const QSharedPointer<const KV_TABL
     const QString& name = table->name;
     const KV_TABLE_SCHEMA* const before = m_transaction->schema.table(name);
     if (!before && m_written_schema.table_index(name) < 0 && QFileInfo::exists(table_file(name)))
-        return report(error,
-                      QStringLiteral("%1: there is a file of this name already").arg(table_file(name)));
+        return report(error, kv_text("%1: there is a file of this name already", table_file(name)));
     if (!before)
         m_transaction->tables.insert(name, KV_TABLE_CHANGE::made(table));
     if (!before || kv_has_same_shape(*before, *table))
@@ -157,23 +137,14 @@ bool KV_DATABASE::apply_table(QString& error, const QSharedPointer<const KV_TABL
     return change && report(error, change->reshape(table));
 }
 
-bool KV_DATABASE::check_references(QString& error)
-{
-    const QVector<RELATIONSHIP_DATA> relationships = kv_is_same_schema(m_schema, m_transaction->schema)
-                                                         ? m_relationships
-                                                         : kv_relationships(m_transaction->schema);
-    return std::all_of(relationships.begin(), relationships.end(),
-                       [&](const RELATIONSHIP_DATA& one) { return check_reference(error, one); });
-}
-
 // Only what this transaction gave or took is judged: references that led
 // nowhere before are no reason to refuse a change.
 bool KV_DATABASE::check_reference(QString& error, const RELATIONSHIP_DATA& relationship)
 {
-    QSet<QString> values;
     const auto& [table, field, lookup_table, lookup_field] = relationship;
-    add_values_with_balance(m_transaction->tables, table, field, 1, values);
-    add_values_with_balance(m_transaction->tables, lookup_table, lookup_field, -1, values);
+    const QHash<QString, KV_TABLE_CHANGE>& tables = m_transaction->tables;
+    QSet<QString> values = tables.value(table).values_with_balance(field, 1);
+    values |= tables.value(lookup_table).values_with_balance(lookup_field, -1);
     if (values.isEmpty())
         return true;
     const std::optional<KV_TABLE_CHANGE> looked_up = current_table(error, lookup_table);
@@ -186,10 +157,9 @@ bool KV_DATABASE::check_reference(QString& error, const RELATIONSHIP_DATA& relat
         return false;
     QStringList lost = looking_up->values_in_use(field, values).values();
     lost.sort();
-    return lost.isEmpty() ||
-           report(error, QStringLiteral("value \"%1\" of field %2 would not be found in %3")
-                             .arg(lost.first().left(KV_QUOTED_LENGTH), kv_field_text(table, field),
-                                  kv_field_text(lookup_table, lookup_field)));
+    return require(error, lost.isEmpty(), "value \"%1\" of field %2 would not be found in %3",
+                   lost.value(0).left(KV_QUOTED_LENGTH), kv_field_text(table, field),
+                   kv_field_text(lookup_table, lookup_field));
 }
 
 void KV_DATABASE::take_over()

@@ -16,16 +16,6 @@ QStringList KV_DATABASE::edited_tables() const
     return tables;
 }
 
-QStringList KV_DATABASE::reshaped_tables() const
-{
-    return kv_reshaped_tables(m_written_schema, m_schema);
-}
-
-QStringList KV_DATABASE::removed_tables() const
-{
-    return kv_removed_tables(m_written_schema, m_schema);
-}
-
 QStringList KV_DATABASE::files_to_save() const
 {
     QStringList files;
@@ -55,40 +45,25 @@ bool KV_DATABASE::save(QString& error, const QStringList& tables, bool with_sche
         if (m_tables.value(table)->is_edited)
             edited.append(table);
     }
-    return finish(error, save_of(edited, with_schema && !kv_is_same_schema(m_schema, m_written_schema)));
+    return finish(error, edited, with_schema && !kv_is_same_schema(m_schema, m_written_schema));
 }
 
-KV_DATABASE::SAVE KV_DATABASE::save_of(const QStringList& tables, bool with_schema) const
-{
-    SAVE save{tables, with_schema};
-    const QStringList reshaped = kv_reshaped_tables(m_written_schema, current_schema());
-    for (const QString& table : reshaped)
-        save.schema |= tables.contains(table);
-    if (save.schema)
-        save.tables += reshaped;
-    save.tables.removeDuplicates();
-    save.tables.sort();
-    return save;
-}
-
-bool KV_DATABASE::write(QString& error, const SAVE& save)
+bool KV_DATABASE::write(QString& error, const QStringList& tables, bool with_schema)
 {
     QVector<KV_FILE_TO_WRITE> files;
-    const auto add = [&](const QString& path, const KV_FILE_CONTENT& content) {
-        files.append(
-            {path, m_stamps.contains(path) ? m_stamps.value(path) : KV_FILE_STAMP::of(path), content});
-    };
-    for (const QString& table : save.tables) {
+    for (const QString& table : tables) {
         std::optional<KV_TABLE_CHANGE> records = current_table(error, table);
         if (!records)
             return false;
-        add(table_file(table), {nullptr, std::move(*records).take()});
+        files.append({table_file(table), {}, nullptr, std::move(*records).take()});
     }
-    if (save.schema) {
-        add(schema_file(), {&current_schema()});
+    if (with_schema) {
+        files.append({schema_file(), {}, &current_schema()});
         for (const QString& table : kv_removed_tables(m_written_schema, current_schema()))
-            add(table_file(table), {});
+            files.append({table_file(table)});
     }
+    for (KV_FILE_TO_WRITE& file : files)
+        file.stamp = m_stamps.contains(file.path) ? m_stamps.value(file.path) : KV_FILE_STAMP::of(file.path);
     if (!files.isEmpty() && !report(error, kv_save_files(m_path, files, m_progress)))
         return false;
     for (const KV_FILE_TO_WRITE& file : qAsConst(files))
@@ -96,19 +71,29 @@ bool KV_DATABASE::write(QString& error, const SAVE& save)
     return true;
 }
 
-// Writes, and makes real what the transaction changed, if one is open.
-bool KV_DATABASE::finish(QString& error, const SAVE& save)
+// Writes the tables and what has to go with them, and makes real what the
+// transaction changed, if one is open.
+bool KV_DATABASE::finish(QString& error, QStringList tables, bool with_schema)
 {
-    if (!write(error, save))
+    if (with_schema || !tables.isEmpty()) {
+        const QStringList reshaped = kv_reshaped_tables(m_written_schema, current_schema());
+        for (const QString& table : reshaped)
+            with_schema |= tables.contains(table);
+        if (with_schema)
+            tables += reshaped;
+        tables.removeDuplicates();
+        tables.sort();
+    }
+    if (!write(error, tables, with_schema))
         return false;
     if (m_transaction)
         take_over();
-    for (const QString& table : save.tables) {
+    for (const QString& table : qAsConst(tables)) {
         KV_LOADED_TABLE& loaded = *m_tables.value(table);
         loaded.is_edited = false;
         number_written_lines(loaded.data);
     }
-    if (save.schema)
+    if (with_schema)
         m_written_schema = m_schema;
     return true;
 }
@@ -132,36 +117,35 @@ bool KV_DATABASE::save_schema_to(QString& error, const QString& path)
     QString cause =
         is_own_file(path) ? QStringLiteral("it is a file of this database") : why_not_replaceable(place);
     if (cause.isEmpty())
-        cause = kv_write_file(place, {&m_schema}, place);
-    return cause.isEmpty() || report(error, QStringLiteral("%1: can't be written: %2").arg(path, cause));
+        cause = kv_write_file(place, {path, {}, &m_schema});
+    return require(error, cause.isEmpty(), "%1: can't be written: %2", path, cause);
 }
 
 bool KV_DATABASE::copy_to(QString& error, const QString& folder)
 {
     const QDir target(folder);
-    if (target.exists() && !target.isEmpty())
-        return report(error, QStringLiteral("%1: this folder is not empty").arg(folder));
-    if (target.exists() && target.canonicalPath() == QDir(m_path).canonicalPath())
-        return report(error, QStringLiteral("%1: this is the folder of the database itself").arg(folder));
+    const bool is_own = target.exists() && target.canonicalPath() == QDir(m_path).canonicalPath();
+    if (!require(error, !target.exists() || target.isEmpty(), "%1: this folder is not empty", folder) ||
+        !require(error, !is_own, "%1: this is the folder of the database itself", folder))
+        return false;
     QVector<KV_FILE_TO_WRITE> files;
     for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : qAsConst(m_schema.tables)) {
         const KV_LOADED_TABLE* const loaded = load(error, table->name);
         if (!loaded)
             return false;
-        files.append({target.filePath(table->name + ".xml"), {}, {nullptr, loaded->data}});
+        files.append({target.filePath(table->name + ".xml"), {}, nullptr, loaded->data});
     }
     if (!m_schema.tables.isEmpty())
-        files.append({target.filePath(QStringLiteral("schema.xml")), {}, {&m_schema, {}}});
-    return report(error, target.mkpath(QStringLiteral("."))
-                             ? kv_save_files(folder, files, m_progress)
-                             : QStringLiteral("%1: this folder can't be made").arg(folder));
+        files.append({target.filePath("schema.xml"), {}, &m_schema});
+    return require(error, target.mkpath("."), "%1: this folder can't be made", folder) &&
+           report(error, kv_save_files(folder, files, m_progress));
 }
 
 bool KV_DATABASE::revert(QString& error)
 {
     if (!is_quiet(error))
         return false;
-    const QStringList changed = edited_tables() + removed_tables();
+    const QStringList changed = edited_tables() + kv_removed_tables(m_written_schema, m_schema);
     set_schema(m_written_schema);
     QStringList errors;
     for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : qAsConst(m_schema.tables)) {
@@ -178,11 +162,10 @@ bool KV_DATABASE::revert(QString& error, const QString& table)
 {
     if (!is_quiet(error) || !has_table(error, m_schema, table))
         return false;
-    if (reshaped_tables().contains(table))
-        return report(error,
-                      QStringLiteral("the fields of table \"%1\" are changed: only all changes together "
-                                     "can be reverted")
-                          .arg(table));
+    const bool is_reshaped = kv_reshaped_tables(m_written_schema, m_schema).contains(table);
+    if (!require(error, !is_reshaped,
+                 "the fields of table \"%1\" are changed: only all changes together can be reverted", table))
+        return false;
     KV_LOADED_TABLE& loaded = *m_tables.value(table);
     if (loaded.is_edited)
         read(loaded);

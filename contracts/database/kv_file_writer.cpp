@@ -5,7 +5,7 @@
 #include <QtCore/QSaveFile>
 #include <QtCore/QXmlStreamWriter>
 
-#include "contracts/database/kv_schema_rules.h"
+#include "contracts/database/kv_schemas.h"
 #include "contracts/services/file_replacement.h"
 
 namespace {
@@ -30,24 +30,26 @@ bool is_long(const QString& value)
     return value.size() > MAX_ATTRIBUTE_LENGTH || value.contains('\n') || value.contains('\r');
 }
 
-void write_if_set(QXmlStreamWriter& xml, const char* name, const QString& value)
+// Those that have a value.
+void write_attributes(QXmlStreamWriter& xml,
+                      std::initializer_list<std::pair<const char*, QString>> attributes)
 {
-    if (!value.isEmpty())
-        xml.writeAttribute(QLatin1String(name), value);
+    for (const auto& [name, value] : attributes)
+        if (!value.isEmpty())
+            xml.writeAttribute(QLatin1String(name), value);
 }
 
 void write_field(QXmlStreamWriter& xml, const KV_FIELD_SCHEMA& field)
 {
+    const QString lookup = field.lookup_table + '.' + field.lookup_field;
     xml.writeEmptyElement(QStringLiteral("field"));
-    xml.writeAttribute(QStringLiteral("name"), field.name);
-    if (field.type != KV_FIELD_SCHEMA::TEXT)
-        xml.writeAttribute(QStringLiteral("type"), kv_type_name(field.type));
-    if (field.key)
-        xml.writeAttribute(QStringLiteral("key"), QStringLiteral("true"));
-    write_if_set(xml, "default", field.default_value);
-    if (!field.lookup_table.isEmpty())
-        xml.writeAttribute(QStringLiteral("lookup"), field.lookup_table + '.' + field.lookup_field);
-    write_if_set(xml, "description", field.description);
+    write_attributes(xml,
+                     {{"name", field.name},
+                      {"type", field.type == KV_FIELD_SCHEMA::TEXT ? QString() : kv_type_name(field.type)},
+                      {"key", field.key ? "true" : ""},
+                      {"default", field.default_value},
+                      {"lookup", field.lookup_table.isEmpty() ? QString() : lookup},
+                      {"description", field.description}});
 }
 
 void write_record(QXmlStreamWriter& xml, const KV_TABLE_SCHEMA& schema, const KV_RECORD_DATA& record)
@@ -113,16 +115,14 @@ QByteArray kv_schema_text(const KV_DATABASE_SCHEMA& schema)
     xml.writeAttribute(QStringLiteral("version"), QString::number(KV_FORMAT_VERSION));
     for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables) {
         xml.writeStartElement(QStringLiteral("table"));
-        xml.writeAttribute(QStringLiteral("name"), table->name);
-        write_if_set(xml, "description", table->description);
+        write_attributes(xml, {{"name", table->name}, {"description", table->description}});
         for (const KV_FIELD_SCHEMA& field : table->fields)
             write_field(xml, field);
         xml.writeEndElement();
     }
     for (const KV_QUERY_SCHEMA& query : schema.queries) {
         xml.writeStartElement(QStringLiteral("query"));
-        xml.writeAttribute(QStringLiteral("name"), query.name);
-        write_if_set(xml, "description", query.description);
+        write_attributes(xml, {{"name", query.name}, {"description", query.description}});
         write_text(xml, query.sql);
         xml.writeEndElement();
     }
@@ -143,7 +143,7 @@ void number_written_lines(KV_TABLE_DATA& table)
     }
 }
 
-QString kv_write_file(const QString& path, const KV_FILE_CONTENT& content, const QString& model)
+QString kv_write_file(const QString& path, const KV_FILE_TO_WRITE& content)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
@@ -153,7 +153,8 @@ QString kv_write_file(const QString& path, const KV_FILE_CONTENT& content, const
         return file.errorString();
     const qint64 max_bytes = content.schema ? KV_MAX_SCHEMA_BYTES : KV_MAX_TABLE_BYTES;
     if (file.size() > max_bytes)
-        return QStringLiteral("it would be larger than %1 bytes").arg(max_bytes); // to be read again
+        return kv_text("it would be larger than %1 bytes", max_bytes); // to be read again
+    const QString model = behind_links(content.path);
     if (QFileInfo::exists(model))
         file.setPermissions(QFile::permissions(model)); // where the file system has any
     return file.commit() ? QString() : file.errorString();

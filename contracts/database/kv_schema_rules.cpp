@@ -1,4 +1,4 @@
-#include "contracts/database/kv_schema_rules.h"
+#include "contracts/database/kv_schemas.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,22 +18,13 @@ bool is_name(const QString& text)
 
 QString name_problem(const char* what, const QString& text)
 {
-    if (is_name(text))
-        return QString();
-    if (text.isEmpty())
-        return QStringLiteral("a %1 must have a name").arg(QLatin1String(what));
-    return QStringLiteral("\"%1\" can't be the name of a %2: letters from a to z, digits and _ can, at "
-                          "most %3, the first no digit")
-        .arg(text.left(KV_MAX_NAME_LENGTH), QLatin1String(what))
-        .arg(KV_MAX_NAME_LENGTH);
-}
-
-QString first_of(std::initializer_list<QString> problems)
-{
-    for (const QString& problem : problems)
-        if (!problem.isEmpty())
-            return problem;
-    return QString();
+    return kv_first({
+        kv_problem(text.isEmpty(), "a %1 must have a name", what),
+        kv_problem(!is_name(text),
+                   "\"%1\" can't be the name of a %2: letters from a to z, digits and _ can, at most %3, the "
+                   "first no digit",
+                   text.left(KV_MAX_NAME_LENGTH), what, KV_MAX_NAME_LENGTH),
+    });
 }
 
 bool is_storable(const QString& text, int place)
@@ -46,41 +37,19 @@ bool is_storable(const QString& text, int place)
     return c.unicode() >= 0x20 ? c.unicode() < 0xfffe : c == '\t' || c == '\n' || c == '\r';
 }
 
-QString table_name_problem(const QSet<QString>& before, const QString& name)
+// Files of names that differ in letter case only can't lie side by side on every
+// system: `before` has them in lower case.
+QString table_problem(const QSet<QString>& before, const KV_TABLE_SCHEMA& table)
 {
-    const QString problem = name_problem("table", name);
-    if (!problem.isEmpty())
-        return problem;
-    if (name.compare(QLatin1String("schema"), Qt::CaseInsensitive) == 0)
-        return QStringLiteral("no table can be called \"%1\": its file would be the schema's").arg(name);
-    // Files of names that differ in letter case only can't lie side by side on
-    // every system.
-    if (before.contains(name.toLower()))
-        return QStringLiteral("there are two tables called \"%1\"").arg(name);
-    return before.size() == KV_MAX_TABLES ? QStringLiteral("more than %1 tables").arg(KV_MAX_TABLES)
-                                          : QString();
-}
-
-QString field_problem(const KV_TABLE_SCHEMA& table, const KV_FIELD_SCHEMA& field)
-{
-    const QString problem = name_problem("field", field.name);
-    if (!problem.isEmpty())
-        return problem;
-    if (field.name == QLatin1String("xmlns"))
-        return QStringLiteral("no field can be called \"xmlns\": XML keeps that name for itself");
-    if (table.field_index(field.name) >= 0)
-        return QStringLiteral("table \"%1\" has two fields called \"%2\"").arg(table.name, field.name);
-    if (table.fields.size() == KV_MAX_FIELDS)
-        return QStringLiteral("table \"%1\" has more than %2 fields").arg(table.name).arg(KV_MAX_FIELDS);
-    if (field.key && table.key_index() >= 0)
-        return QStringLiteral("table \"%1\" has two key fields, \"%2\" and \"%3\"")
-            .arg(table.name, table.fields.at(table.key_index()).name, field.name);
-    if (field.key && !field.default_value.isEmpty())
-        return QStringLiteral("key field \"%1\" can't have a default").arg(field.name);
-    if (!kv_value_has_type(QStringRef(&field.default_value), field.type))
-        return QStringLiteral("default \"%1\" of field \"%2\" is not of type %3")
-            .arg(field.default_value.left(KV_QUOTED_LENGTH), field.name, kv_type_name(field.type));
-    return QString();
+    const QString name = table.name.toLower();
+    return kv_first({
+        name_problem("table", table.name),
+        kv_problem(name == "schema", "no table can be called \"%1\": its file would be the schema's",
+                   table.name),
+        kv_problem(before.contains(name), "there are two tables called \"%1\"", table.name),
+        kv_problem(before.size() == KV_MAX_TABLES, "more than %1 tables", KV_MAX_TABLES),
+        kv_text_problem(table.description),
+    });
 }
 
 using TABLES = QHash<QString, const KV_TABLE_SCHEMA*>; // by name
@@ -90,10 +59,32 @@ QString lookup_problem(const TABLES& tables, const KV_FIELD_SCHEMA& field)
     if (field.lookup_table.isEmpty() && field.lookup_field.isEmpty())
         return QString();
     const KV_TABLE_SCHEMA* const table = tables.value(field.lookup_table);
-    return table && table->field_index(field.lookup_field) >= 0
-               ? QString()
-               : QStringLiteral("there is no field \"%1.%2\" to look up")
-                     .arg(field.lookup_table, field.lookup_field);
+    return kv_problem(!table || table->field_index(field.lookup_field) < 0,
+                      "there is no field \"%1.%2\" to look up", field.lookup_table, field.lookup_field);
+}
+
+// The table has the fields before this one.
+QString field_problem(const TABLES& tables, const KV_TABLE_SCHEMA& table, const KV_FIELD_SCHEMA& field)
+{
+    const int key = table.key_index();
+    return kv_first({
+        name_problem("field", field.name),
+        kv_problem(field.name == "xmlns", "no field can be called \"xmlns\": XML keeps that name for itself"),
+        kv_problem(table.field_index(field.name) >= 0, "table \"%1\" has two fields called \"%2\"",
+                   table.name, field.name),
+        kv_problem(table.fields.size() == KV_MAX_FIELDS, "table \"%1\" has more than %2 fields", table.name,
+                   KV_MAX_FIELDS),
+        kv_problem(field.key && key >= 0, "table \"%1\" has two key fields, \"%2\" and \"%3\"", table.name,
+                   table.fields.value(key).name, field.name),
+        kv_problem(field.key && !field.default_value.isEmpty(), "key field \"%1\" can't have a default",
+                   field.name),
+        kv_problem(!kv_value_has_type(QStringRef(&field.default_value), field.type),
+                   "default \"%1\" of field \"%2\" is not of type %3",
+                   field.default_value.left(KV_QUOTED_LENGTH), field.name, kv_type_name(field.type)),
+        lookup_problem(tables, field),
+        kv_text_problem(field.default_value),
+        kv_text_problem(field.description),
+    });
 }
 
 QString fields_problem(const TABLES& tables, const KV_TABLE_SCHEMA& table, int& part)
@@ -102,90 +93,72 @@ QString fields_problem(const TABLES& tables, const KV_TABLE_SCHEMA& table, int& 
     before.name = table.name;
     for (const KV_FIELD_SCHEMA& field : table.fields) {
         ++part;
-        const QString problem =
-            first_of({field_problem(before, field), lookup_problem(tables, field),
-                      kv_text_problem(field.default_value), kv_text_problem(field.description)});
-        if (!problem.isEmpty())
+        if (const QString problem = field_problem(tables, before, field); !problem.isEmpty())
             return problem;
         before.fields.append(field);
     }
-    return table.fields.isEmpty() ? QStringLiteral("table \"%1\" has no field").arg(table.name) : QString();
-}
-
-QString tables_problem(const KV_DATABASE_SCHEMA& schema, int& part)
-{
-    QSet<QString> names; // in lower case
-    TABLES tables;
-    if (schema.tables.contains(nullptr))
-        return QStringLiteral("a table of the schema is null");
-    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables)
-        tables.insert(table->name, table.data());
-    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables) {
-        ++part;
-        QString problem =
-            first_of({table_name_problem(names, table->name), kv_text_problem(table->description)});
-        if (problem.isEmpty())
-            problem = fields_problem(tables, *table, part);
-        if (!problem.isEmpty())
-            return problem;
-        names.insert(table->name.toLower());
-    }
-    return QString();
+    return kv_problem(table.fields.isEmpty(), "table \"%1\" has no field", table.name);
 }
 
 QString query_problem(const QSet<QString>& before, const KV_QUERY_SCHEMA& query)
 {
-    if (before.contains(query.name))
-        return QStringLiteral("there are two queries called \"%1\"").arg(query.name);
-    if (before.size() == KV_MAX_QUERIES)
-        return QStringLiteral("more than %1 queries").arg(KV_MAX_QUERIES);
-    return first_of({name_problem("query", query.name), kv_query_text_problem(query.sql),
-                     kv_text_problem(query.description), kv_text_problem(query.sql)});
-}
-
-QString queries_problem(const KV_DATABASE_SCHEMA& schema, int& part)
-{
-    QSet<QString> names;
-    for (const KV_QUERY_SCHEMA& query : schema.queries) {
-        ++part;
-        const QString problem = query_problem(names, query);
-        if (!problem.isEmpty())
-            return query.name.isEmpty()
-                       ? problem
-                       : QStringLiteral("query \"%1\": %2").arg(query.name.left(KV_QUOTED_LENGTH), problem);
-        names.insert(query.name);
-    }
-    return QString();
+    const QString problem = kv_first({
+        kv_problem(before.contains(query.name), "there are two queries called \"%1\"", query.name),
+        kv_problem(before.size() == KV_MAX_QUERIES, "more than %1 queries", KV_MAX_QUERIES),
+        name_problem("query", query.name),
+        kv_query_text_problem(query.sql),
+        kv_text_problem(query.description),
+        kv_text_problem(query.sql),
+    });
+    return problem.isEmpty() || query.name.isEmpty()
+               ? problem
+               : kv_text("query \"%1\": %2", query.name.left(KV_QUOTED_LENGTH), problem);
 }
 
 } // namespace
 
 QString kv_query_text_problem(const QString& sql)
 {
-    return sql.size() > KV_MAX_QUERY_LENGTH
-               ? QStringLiteral("it is longer than %1 characters").arg(KV_MAX_QUERY_LENGTH)
-               : QString();
+    return kv_problem(sql.size() > KV_MAX_QUERY_LENGTH, "it is longer than %1 characters",
+                      KV_MAX_QUERY_LENGTH);
 }
 
 QString kv_lookup_form_problem(const QString& target)
 {
-    const bool is_pair = is_name(target.section('.', 0, 0)) && is_name(target.section('.', 1));
-    return is_pair ? QString()
-                   : QStringLiteral("\"lookup\" must be table.field, not \"%1\"")
-                         .arg(target.left(KV_QUOTED_LENGTH));
+    return kv_problem(!is_name(target.section('.', 0, 0)) || !is_name(target.section('.', 1)),
+                      "\"lookup\" must be table.field, not \"%1\"", target.left(KV_QUOTED_LENGTH));
 }
 
 QString kv_schema_problem(const KV_DATABASE_SCHEMA& schema, int& part)
 {
     part = -1;
-    const QString problem = tables_problem(schema, part);
-    return problem.isEmpty() ? queries_problem(schema, part) : problem;
+    TABLES tables;
+    if (schema.tables.contains(nullptr))
+        return kv_text("a table of the schema is null");
+    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables)
+        tables.insert(table->name, table.data());
+    QString problem;
+    QSet<QString> names, queries; // those of tables in lower case
+    for (int i = 0; i < schema.tables.size() && problem.isEmpty(); ++i) {
+        const KV_TABLE_SCHEMA& table = *schema.tables.at(i);
+        ++part;
+        problem = table_problem(names, table);
+        if (problem.isEmpty())
+            problem = fields_problem(tables, table, part);
+        names.insert(table.name.toLower());
+    }
+    for (int i = 0; i < schema.queries.size() && problem.isEmpty(); ++i) {
+        ++part;
+        problem = query_problem(queries, schema.queries.at(i));
+        queries.insert(schema.queries.at(i).name);
+    }
+    return problem;
 }
 
 QString kv_text_problem(const QString& text)
 {
     if (text.size() > KV_MAX_VALUE_LENGTH)
-        return QStringLiteral("a text of more than %1 characters").arg(KV_MAX_VALUE_LENGTH);
+        return kv_text("a text of more than %1 characters", KV_MAX_VALUE_LENGTH);
     for (int place = 0; place < text.size(); ++place)
         if (!is_storable(text, place))
             return QStringLiteral("the character U+%1 can't stand in a file of the database")
@@ -196,34 +169,30 @@ QString kv_text_problem(const QString& text)
 QString kv_value_problem(const KV_FIELD_SCHEMA& field, const QString& value)
 {
     if (field.key && value.isEmpty())
-        return QStringLiteral("the record has no value in the key field \"%1\"").arg(field.name);
+        return kv_text("the record has no value in the key field \"%1\"", field.name);
     const QString problem = kv_text_problem(value);
     return problem.isEmpty() ? kv_type_problem(field, QStringRef(&value))
-                             : QStringLiteral("field \"%1\": %2").arg(field.name, problem);
+                             : kv_text("field \"%1\": %2", field.name, problem);
 }
 
 bool kv_value_has_type(const QStringRef& value, KV_FIELD_SCHEMA::TYPE type)
 {
-    if (type == KV_FIELD_SCHEMA::TEXT || value.isEmpty())
-        return true;
-    bool is_number = false;
-    switch (type) {
-    case KV_FIELD_SCHEMA::INTEGER:
-        value.toLongLong(&is_number);
-        return is_number;
-    case KV_FIELD_SCHEMA::REAL:
-        return std::isfinite(value.toDouble(&is_number)) && is_number;
-    default:
-        return value == QLatin1String("true") || value == QLatin1String("false");
-    }
+    bool is_right = true;
+    if (type == KV_FIELD_SCHEMA::INTEGER)
+        value.toLongLong(&is_right);
+    else if (type == KV_FIELD_SCHEMA::REAL)
+        is_right = std::isfinite(value.toDouble(&is_right)) && is_right;
+    else if (type != KV_FIELD_SCHEMA::TEXT)
+        is_right = value == QLatin1String("true") || value == QLatin1String("false");
+    return is_right || value.isEmpty();
 }
 
 QString kv_type_problem(const KV_FIELD_SCHEMA& field, const QStringRef& value)
 {
     return kv_value_has_type(value, field.type)
                ? QString()
-               : QStringLiteral("value \"%1\" of field \"%2\" is not of type %3")
-                     .arg(value.left(KV_QUOTED_LENGTH).toString(), field.name, kv_type_name(field.type));
+               : kv_text("value \"%1\" of field \"%2\" is not of type %3",
+                         value.left(KV_QUOTED_LENGTH).toString(), field.name, kv_type_name(field.type));
 }
 
 bool kv_are_plain_keys(const QHash<QString, int>& rows_by_key)
@@ -234,10 +203,10 @@ bool kv_are_plain_keys(const QHash<QString, int>& rows_by_key)
 
 QString kv_count_problem(qint64 records, int fields)
 {
-    if (records >= KV_MAX_RECORDS)
-        return QStringLiteral("more than %1 records").arg(KV_MAX_RECORDS);
-    return (records + 1) * fields > KV_MAX_VALUES ? QStringLiteral("more than %1 values").arg(KV_MAX_VALUES)
-                                                  : QString();
+    return kv_first({
+        kv_problem(records >= KV_MAX_RECORDS, "more than %1 records", KV_MAX_RECORDS),
+        kv_problem((records + 1) * fields > KV_MAX_VALUES, "more than %1 values", KV_MAX_VALUES),
+    });
 }
 
 const QStringList& kv_type_names()
@@ -260,18 +229,16 @@ QString kv_record_text(const KV_TABLE_DATA& table, const KV_RECORD_DATA& record)
 {
     const int key = table.schema->key_index();
     if (key >= 0)
-        return QStringLiteral("the record with the key \"%1\"")
-            .arg(record.fields.at(key).value.left(KV_QUOTED_LENGTH));
-    return record.line > 0 ? QStringLiteral("the record in line %1").arg(record.line)
-                           : QStringLiteral("a new record");
+        return kv_text("the record with the key \"%1\"", record.fields.at(key).value.left(KV_QUOTED_LENGTH));
+    return record.line > 0 ? kv_text("the record in line %1", record.line) : kv_text("a new record");
 }
 
 QString kv_no_field_text(const QString& table, const QString& field)
 {
-    return QStringLiteral("table \"%1\" has no field \"%2\"").arg(table, field.left(KV_QUOTED_LENGTH));
+    return kv_text("table \"%1\" has no field \"%2\"", table, field.left(KV_QUOTED_LENGTH));
 }
 
 QString kv_no_key_text(const QString& table)
 {
-    return QStringLiteral("table \"%1\" has no key field, so none of its records can be named").arg(table);
+    return kv_text("table \"%1\" has no key field, so none of its records can be named", table);
 }

@@ -25,6 +25,11 @@ QStringList tables_without_like(const KV_DATABASE_SCHEMA& schema, const KV_DATAB
 
 } // namespace
 
+QStringList kv_table_names(const KV_DATABASE_SCHEMA& schema)
+{
+    return tables_without_like(schema, {}, kv_has_same_shape);
+}
+
 QVector<RELATIONSHIP_DATA> kv_relationships(const KV_DATABASE_SCHEMA& schema)
 {
     QVector<RELATIONSHIP_DATA> relationships;

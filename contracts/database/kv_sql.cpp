@@ -1,6 +1,5 @@
 #include "contracts/database/kv_sql.h"
 
-#include <QtCore/QDeadlineTimer>
 #include <QtCore/QLocale>
 
 #include <sqlite3.h>
@@ -8,31 +7,7 @@
 #include <algorithm>
 
 #include "contracts/database/kv_database.h"
-#include "contracts/database/kv_schema_rules.h"
-
-using STATEMENT = std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)>;
-
-/// SQLite over the tables of one schema. What answers false leaves the cause.
-struct KV_SQL_CONNECTION
-{
-    const KV_SQL& owner;
-    KV_DATABASE& database;
-    const QVector<QSharedPointer<const KV_TABLE_SCHEMA>> tables;
-    sqlite3* handle = nullptr;
-    QString refusal = {};      // why the statement may not be run, or not go on; empty when SQLite knows
-    bool is_declaring = false; // a table, which SQLite enters into tables of its own
-    QDeadlineTimer deadline = {};
-
-    ~KV_SQL_CONNECTION() { sqlite3_close(handle); }
-
-    bool open();
-    bool prepare(const QString& sql, STATEMENT& statement);
-    bool bind(sqlite3_stmt* statement, const QVariantList& values);
-    bool step(sqlite3_stmt* statement, KV_QUERY_RESULTS& results);
-    bool is_to_end();
-    bool refuse(const QString& cause);
-    QString cause() const { return refusal.isEmpty() ? QString::fromUtf8(sqlite3_errmsg(handle)) : refusal; }
-};
+#include "contracts/database/kv_schemas.h"
 
 namespace {
 
@@ -92,20 +67,20 @@ QString plain(const QString& value, KV_FIELD_SCHEMA::TYPE type)
 int connect_table(sqlite3* handle, void* data, int, const char* const* words, sqlite3_vtab** table,
                   char** error)
 {
-    auto& connection = *static_cast<KV_SQL_CONNECTION*>(data);
+    auto& sql = *static_cast<KV_SQL*>(data);
     const QString name = QString::fromUtf8(words[0]);
     QStringList columns;
-    for (const KV_FIELD_SCHEMA& field : connection.database.schema().table(name)->fields)
+    for (const KV_FIELD_SCHEMA& field : sql.database.schema().table(name)->fields)
         columns.append('"' + field.name + "\" " + kv_type_name(field.type));
-    connection.is_declaring = true;
+    sql.is_declaring = true;
     const int code =
         sqlite3_declare_vtab(handle, QString("CREATE TABLE x (" + columns.join(',') + ')').toUtf8());
-    connection.is_declaring = false;
+    sql.is_declaring = false;
     if (code == SQLITE_OK)
-        *table = new TABLE{{}, connection.database, name, nullptr, {}};
+        *table = new TABLE{{}, sql.database, name, nullptr, {}};
     else
-        *error = sqlite_text(QStringLiteral("table \"%1\" can't be queried: %2")
-                                 .arg(name, QString::fromUtf8(sqlite3_errmsg(handle))));
+        *error = sqlite_text(
+            kv_text("table \"%1\" can't be queried: %2", name, QString::fromUtf8(sqlite3_errmsg(handle))));
     return code;
 }
 
@@ -256,36 +231,29 @@ sqlite3_module module_of_tables()
 // What a statement may do.
 int authorize(void* data, int action, const char* name, const char*, const char*, const char*)
 {
-    auto& connection = *static_cast<KV_SQL_CONNECTION*>(data);
+    auto& sql = *static_cast<KV_SQL*>(data);
     const bool is_foreign = action == SQLITE_READ && !qstrnicmp(name, "sqlite_", 7);
-    if (is_foreign)
-        connection.refusal = QStringLiteral("it can't use \"%1\"").arg(QString::fromUtf8(name));
-    else if (action != SQLITE_SELECT && action != SQLITE_READ && action != SQLITE_FUNCTION &&
-             action != SQLITE_RECURSIVE)
-        connection.refusal = QStringLiteral("it can only read the tables of the database");
-    if (connection.is_declaring)
-        connection.refusal.clear();
-    return connection.refusal.isEmpty() ? SQLITE_OK : SQLITE_DENY;
+    const bool only_reads = action == SQLITE_SELECT || action == SQLITE_READ || action == SQLITE_FUNCTION ||
+                            action == SQLITE_RECURSIVE;
+    if (!sql.is_declaring && is_foreign)
+        return sql.refuse(kv_text("it can't use \"%1\"", QString::fromUtf8(name))), SQLITE_DENY;
+    if (!sql.is_declaring && !only_reads)
+        return sql.refuse("it can only read the tables of the database"), SQLITE_DENY;
+    return SQLITE_OK;
 }
 
 int bind_value(sqlite3_stmt* statement, int place, const QVariant& value)
 {
-    const QByteArray text = value.toString().toUtf8();
-    switch (value.isNull() ? QMetaType::UnknownType : value.userType()) {
-    case QMetaType::UnknownType:
+    static const QVector<int> s_integers{QMetaType::Bool, QMetaType::Int, QMetaType::UInt,
+                                         QMetaType::LongLong, QMetaType::ULongLong};
+    if (value.isNull())
         return sqlite3_bind_null(statement, place);
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
+    if (s_integers.contains(value.userType()))
         return sqlite3_bind_int64(statement, place, value.toLongLong());
-    case QMetaType::Float:
-    case QMetaType::Double:
+    if (value.userType() == QMetaType::Float || value.userType() == QMetaType::Double)
         return sqlite3_bind_double(statement, place, value.toDouble());
-    default:
-        return sqlite3_bind_text(statement, place, text.constData(), text.size(), SQLITE_TRANSIENT);
-    }
+    const QByteArray text = value.toString().toUtf8();
+    return sqlite3_bind_text(statement, place, text.constData(), text.size(), SQLITE_TRANSIENT);
 }
 
 // Its type is what a table declares, else that of the value at hand.
@@ -318,77 +286,75 @@ QString value_of(sqlite3_stmt* statement, int place, KV_FIELD_SCHEMA::TYPE type)
 
 } // namespace
 
-bool KV_SQL_CONNECTION::open()
+bool KV_SQL::open()
 {
     static const sqlite3_module s_module = module_of_tables();
-    const auto ask = [](void* connection) {
-        return int(static_cast<KV_SQL_CONNECTION*>(connection)->is_to_end());
-    };
-    bool is_good = sqlite3_open_v2(":memory:", &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
-                                   nullptr) == SQLITE_OK &&
-                   sqlite3_exec(handle, "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr) == SQLITE_OK;
-    for (const auto& table : tables)
+    const auto ask = [](void* connection) { return int(static_cast<KV_SQL*>(connection)->is_to_end()); };
+    bool is_good =
+        sqlite3_open_v2(":memory:", &m_handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) ==
+            SQLITE_OK &&
+        sqlite3_exec(m_handle, "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr) == SQLITE_OK;
+    for (const auto& table : database.schema().tables)
         is_good =
-            is_good && sqlite3_create_module(handle, table->name.toUtf8(), &s_module, this) == SQLITE_OK;
+            is_good && sqlite3_create_module(m_handle, table->name.toUtf8(), &s_module, this) == SQLITE_OK;
     if (!is_good)
         return false;
-    sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-    sqlite3_db_config(handle, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
-    sqlite3_limit(handle, SQLITE_LIMIT_ATTACHED, 0);
-    sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, MAX_BYTES);
-    sqlite3_limit(handle, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, MAX_PATTERN);
-    sqlite3_set_authorizer(handle, authorize, this);
-    sqlite3_progress_handler(handle, STEPS, ask, this);
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+    sqlite3_limit(m_handle, SQLITE_LIMIT_ATTACHED, 0);
+    sqlite3_limit(m_handle, SQLITE_LIMIT_LENGTH, MAX_BYTES);
+    sqlite3_limit(m_handle, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, MAX_PATTERN);
+    sqlite3_set_authorizer(m_handle, authorize, this);
+    sqlite3_progress_handler(m_handle, STEPS, ask, this);
     return true;
 }
 
-bool KV_SQL_CONNECTION::refuse(const QString& cause)
+bool KV_SQL::refuse(const QString& cause)
 {
-    refusal = cause;
+    m_refusal = cause;
     return false;
 }
 
-bool KV_SQL_CONNECTION::is_to_end()
+bool KV_SQL::is_to_end()
 {
-    if (owner.is_stopped && owner.is_stopped())
-        refuse(QStringLiteral("it was ended on the way, as the build is to stop"));
-    else if (deadline.hasExpired())
-        refuse(QStringLiteral("it takes longer than %1 second(s)").arg(owner.max_msecs / 1000));
+    if (is_stopped && is_stopped())
+        refuse("it was ended on the way, as the build is to stop");
+    else if (m_deadline.hasExpired())
+        refuse(kv_text("it takes longer than %1 second(s)", max_msecs / 1000));
     else if (sqlite3_memory_used() > MAX_MEMORY)
-        refuse(QStringLiteral("it needs more than %1 bytes of memory").arg(MAX_MEMORY));
-    return !refusal.isEmpty();
+        refuse(kv_text("it needs more than %1 bytes of memory", MAX_MEMORY));
+    return !m_refusal.isEmpty();
 }
 
-bool KV_SQL_CONNECTION::prepare(const QString& sql, STATEMENT& statement)
+bool KV_SQL::prepare(const QString& sql, sqlite3_stmt*& statement)
 {
-    sqlite3_stmt *first = nullptr, *more = nullptr;
+    sqlite3_stmt* more = nullptr;
     const char* rest = nullptr;
     const QByteArray text = sql.toUtf8();
-    refusal.clear();
-    deadline = QDeadlineTimer(owner.max_msecs);
-    if (sqlite3_prepare_v2(handle, text, -1, &first, &rest) != SQLITE_OK)
+    m_refusal.clear();
+    m_deadline = QDeadlineTimer(max_msecs);
+    if (sqlite3_prepare_v2(m_handle, text, -1, &statement, &rest) != SQLITE_OK)
         return false;
-    statement.reset(first);
-    if (!first || !sqlite3_stmt_readonly(first) || sqlite3_column_count(first) == 0)
-        return refuse(QStringLiteral("it must be a SELECT"));
+    if (!statement || !sqlite3_stmt_readonly(statement) || sqlite3_column_count(statement) == 0)
+        return refuse("it must be a SELECT");
     const bool is_alone = !sql.contains(QChar::Null) &&
-                          sqlite3_prepare_v2(handle, rest, -1, &more, nullptr) == SQLITE_OK && !more;
+                          sqlite3_prepare_v2(m_handle, rest, -1, &more, nullptr) == SQLITE_OK && !more;
     sqlite3_finalize(more);
-    return is_alone || refuse(QStringLiteral("it must be one statement only"));
+    return is_alone || refuse("it must be one statement only");
 }
 
-bool KV_SQL_CONNECTION::bind(sqlite3_stmt* statement, const QVariantList& values)
+bool KV_SQL::bind(sqlite3_stmt* statement, const QVariantList& values)
 {
     const int count = sqlite3_bind_parameter_count(statement);
     if (count != values.size())
-        return refuse(QStringLiteral("it has %1 place(s) for values, not %2").arg(count).arg(values.size()));
+        return refuse(kv_text("it has %1 place(s) for values, not %2", count, values.size()));
     for (int i = 0; i < count; ++i)
         if (bind_value(statement, i + 1, values.at(i)) != SQLITE_OK)
             return false;
     return true;
 }
 
-bool KV_SQL_CONNECTION::step(sqlite3_stmt* statement, KV_QUERY_RESULTS& results)
+bool KV_SQL::step(sqlite3_stmt* statement, KV_QUERY_RESULTS& results)
 {
     int code = sqlite3_step(statement);
     if (code != SQLITE_ROW && code != SQLITE_DONE)
@@ -408,27 +374,26 @@ bool KV_SQL_CONNECTION::step(sqlite3_stmt* statement, KV_QUERY_RESULTS& results)
     return code == SQLITE_DONE;
 }
 
-KV_SQL::KV_SQL(KV_DATABASE& database) : m_database(database) {}
-
-KV_SQL::~KV_SQL() = default;
-
 QString KV_SQL::run(const QString& sql, const QVariantList& values, KV_QUERY_RESULTS& results)
 {
     if (const QString problem = kv_query_text_problem(sql); !problem.isEmpty())
         return problem;
-    // A connection serves one schema: in the next one tables have other columns.
-    const auto& tables = m_database.schema().tables;
-    if (!m_connection || !m_connection->tables.isSharedWith(tables)) {
-        std::unique_ptr<KV_SQL_CONNECTION> next(new KV_SQL_CONNECTION{*this, m_database, tables});
-        if (!next->open())
-            return next->cause();
-        m_connection = std::move(next);
-    }
     KV_QUERY_RESULTS found;
-    STATEMENT statement(nullptr, sqlite3_finalize);
-    if (!m_connection->prepare(sql, statement) || !m_connection->bind(statement.get(), values) ||
-        !m_connection->step(statement.get(), found))
-        return m_connection->cause();
-    results = found;
-    return QString();
+    sqlite3_stmt* statement = nullptr;
+    const bool is_open = m_handle || open();
+    const bool is_done =
+        is_open && prepare(sql, statement) && bind(statement, values) && step(statement, found);
+    const QString cause = m_refusal.isEmpty() ? QString::fromUtf8(sqlite3_errmsg(m_handle)) : m_refusal;
+    sqlite3_finalize(statement);
+    if (!is_open)
+        close();
+    if (is_done)
+        results = found;
+    return is_done ? QString() : cause;
+}
+
+void KV_SQL::close()
+{
+    sqlite3_close(m_handle);
+    m_handle = nullptr;
 }

@@ -3,7 +3,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
-#include "contracts/database/kv_schema_rules.h"
+#include "contracts/database/kv_schemas.h"
 #include "contracts/services/xml_file_reader.h"
 
 namespace {
@@ -71,13 +71,13 @@ private:
     {
         const QString name = m_xml.attribute("name");
         return name == m_schema.name ||
-               m_xml.fail(QStringLiteral("this must be table \"%1\", not \"%2\"").arg(m_schema.name, name));
+               m_xml.fail(kv_text("this must be table \"%1\", not \"%2\"", m_schema.name, name));
     }
 
     void read_record()
     {
         if (m_xml.name() != QLatin1String("record")) {
-            m_xml.fail(QStringLiteral("<table> can't hold <%1>").arg(m_xml.name().toString()));
+            m_xml.fail(kv_text("<table> can't hold <%1>", m_xml.name().toString()));
             return;
         }
         KV_RECORD_DATA record{m_defaults, m_xml.line()};
@@ -111,8 +111,7 @@ private:
         m_field = m_schema.fields.at(next).name == name ? next : m_places.value(name.toString(), -1);
         m_has_left_out |= m_field < 0;
         if (m_field < 0 && !m_skips_unknown)
-            m_xml.fail(
-                QStringLiteral("table \"%1\" has no field \"%2\"").arg(m_schema.name, name.toString()));
+            m_xml.fail(kv_text("table \"%1\" has no field \"%2\"", m_schema.name, name.toString()));
         return m_field >= 0;
     }
 
@@ -121,7 +120,7 @@ private:
         const KV_FIELD_SCHEMA& field = m_schema.fields.at(m_field);
         const int row = m_table.records.size();
         if (m_given_in.at(m_field) == row)
-            m_xml.fail(QStringLiteral("the record gives field \"%1\" twice").arg(field.name));
+            m_xml.fail(kv_text("the record gives field \"%1\" twice", field.name));
         else if (!kv_value_has_type(value, field.type))
             m_xml.fail(kv_type_problem(field, value));
         m_given_in[m_field] = row;
@@ -144,9 +143,8 @@ private:
         int& row = m_table.rows_by_key[key];
         // New places hold 0, and so does the place of the first record.
         if (!m_table.records.isEmpty() && m_table.records.at(row).fields.at(m_key).value == key)
-            return m_xml.fail(QStringLiteral("key \"%1\" is already that of the record in line %2")
-                                  .arg(key.left(KV_QUOTED_LENGTH))
-                                  .arg(m_table.records.at(row).line));
+            return m_xml.fail(kv_text("key \"%1\" is already that of the record in line %2",
+                                      key.left(KV_QUOTED_LENGTH), m_table.records.at(row).line));
         row = m_table.records.size();
         return true;
     }
@@ -171,8 +169,8 @@ QString misspelt_file(const QString& path)
     const QStringList names = info.dir().entryList(QDir::Files);
     for (const QString& name : names)
         if (name.compare(info.fileName(), Qt::CaseInsensitive) == 0)
-            return QStringLiteral("%1: the file of this table must be called \"%2\"")
-                .arg(info.dir().filePath(name), info.fileName());
+            return kv_text("%1: the file of this table must be called \"%2\"", info.dir().filePath(name),
+                           info.fileName());
     return QString();
 }
 

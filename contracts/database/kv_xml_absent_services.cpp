@@ -16,10 +16,12 @@ constexpr char LOCALISATION[] = "localisation";
 constexpr char IDS[] = "ids of records and fields";
 constexpr char DIALOGS[] = "dialogs";
 
-QString absent(const char* operation, const char* service)
+QString absent(KV_DATABASE& database, const char* operation, const char* service)
 {
-    return QStringLiteral("%1 is not available: this program has no %2 for the database")
-        .arg(QLatin1String(operation), QLatin1String(service));
+    QString error;
+    database.require(error, false, "%1 is not available: this program has no %2 for the database", operation,
+                     service);
+    return error;
 }
 
 } // namespace
@@ -28,7 +30,7 @@ QString absent(const char* operation, const char* service)
 #define GOX_ABSENT(type, operation, arguments, constness, service)                                           \
     type KV_XML_QUERY_INTERFACE::operation arguments constness                                               \
     {                                                                                                        \
-        m_database->report(error, absent(#operation, service));                                              \
+        error = absent(*m_database, #operation, service);                                                    \
         return type();                                                                                       \
     }
 
@@ -36,9 +38,7 @@ QString absent(const char* operation, const char* service)
 #define GOX_ABSENT_WITH_TEXT(operation, service)                                                             \
     QString KV_XML_QUERY_INTERFACE::operation(const QString&)                                                \
     {                                                                                                        \
-        QString error;                                                                                       \
-        m_database->report(error, absent(#operation, service));                                              \
-        return error;                                                                                        \
+        return absent(*m_database, #operation, service);                                                     \
     }
 
 using TEXT = const QString&;

@@ -5,7 +5,7 @@
 #include <QtCore/QFileInfo>
 
 #include "contracts/database/kv_database.h"
-#include "contracts/database/kv_schema_rules.h"
+#include "contracts/database/kv_schemas.h"
 
 namespace {
 
@@ -73,26 +73,24 @@ bool KV_XML_QUERY_INTERFACE::add_table(QString& error, const KV_TABLE_SCHEMA& ta
 
 bool KV_XML_QUERY_INTERFACE::edit_table(QString& error, TEXT table, const KV_TABLE_SCHEMA& fields)
 {
-    if (!m_database->can_change(error, "edit_table"))
-        return false;
-    if (fields.name == table || m_database->current_schema().table_index(table) < 0)
-        return m_database->replace_table(error, table, {QSharedPointer<KV_TABLE_SCHEMA>::create(fields)});
-    return m_database->report(error, QStringLiteral("table \"%1\" can't be renamed to \"%2\"")
-                                         .arg(table, fields.name.left(KV_QUOTED_LENGTH)));
+    const bool is_there = m_database->current_schema().table_index(table) >= 0;
+    return m_database->can_change(error, "edit_table") &&
+           m_database->require(error, fields.name == table || !is_there,
+                               "table \"%1\" can't be renamed to \"%2\"", table,
+                               fields.name.left(KV_QUOTED_LENGTH)) &&
+           m_database->replace_table(error, table, {QSharedPointer<KV_TABLE_SCHEMA>::create(fields)});
 }
 
 bool KV_XML_QUERY_INTERFACE::set_field_description(QString& error, TEXT table, TEXT field, TEXT description)
 {
-    if (!m_database->can_change(error, "set_field_description"))
-        return false;
     const KV_TABLE_SCHEMA* const known = m_database->current_schema().table(table);
     KV_TABLE_SCHEMA changed = known ? *known : KV_TABLE_SCHEMA{table, {}, {}};
     const int index = changed.field_index(field);
-    if (known && index < 0)
-        return m_database->report(error, kv_no_field_text(table, field));
-    if (known)
+    if (index >= 0)
         changed.fields[index].description = description;
-    return edit_table(error, table, changed);
+    return m_database->can_change(error, "set_field_description") &&
+           m_database->report(error, known && index < 0 ? kv_no_field_text(table, field) : QString()) &&
+           edit_table(error, table, changed);
 }
 
 bool KV_XML_QUERY_INTERFACE::edit_field_data(QString& error, TEXT table, TEXT key, TEXT field, TEXT value)
@@ -122,9 +120,8 @@ bool KV_XML_QUERY_INTERFACE::can_add_table_records(QString& error, const QString
         return false;
     const QString file = m_database->table_file(table);
     const QFileInfo info(QFileInfo::exists(file) ? file : m_database->path());
-    return info.isWritable() ? m_database->is_whole(error, table)
-                             : m_database->report(
-                                   error, QStringLiteral("%1: this is write protected").arg(info.filePath()));
+    return m_database->require(error, info.isWritable(), "%1: this is write protected", info.filePath()) &&
+           m_database->is_whole(error, table);
 }
 
 bool KV_XML_QUERY_INTERFACE::can_edit_table_records(QString& error, const QString& table) const

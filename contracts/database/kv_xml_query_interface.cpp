@@ -9,8 +9,6 @@
 #include <atomic>
 
 #include "contracts/database/kv_database.h"
-#include "contracts/database/kv_files.h"
-#include "contracts/database/kv_schema_rules.h"
 #include "contracts/database/kv_schemas.h"
 
 namespace {
@@ -81,10 +79,14 @@ GOX_STATE(bool, in_transaction, in_transaction())
 GOX_STATE(const QString&, get_last_error, last_error)
 
 GOX_READ(QStringList, get_changed_tables, (QString & error), can_read(error), m_database->edited_tables())
-GOX_READ(QStringList, get_changed_schemas, (QString & error), can_read(error), m_database->reshaped_tables())
+GOX_READ(QStringList, get_changed_schemas, (QString & error), can_read(error),
+         kv_reshaped_tables(m_database->written_schema(), m_database->schema()))
 GOX_READ(QStringList, get_changed_files, (QString & error), can_read(error), m_database->files_to_save())
-GOX_READ(QStringList, get_deleted_tables, (QString & error), can_read(error), m_database->removed_tables())
+GOX_READ(QStringList, get_deleted_tables, (QString & error), can_read(error),
+         kv_removed_tables(m_database->written_schema(), m_database->schema()))
 
+GOX_READ(QStringList, get_table_names, (QString & error), can_read(error),
+         kv_table_names(m_database->schema()))
 GOX_READ(const KV_DATABASE_SCHEMA*, get_database_schema, (QString & error), can_read(error),
          &m_database->schema())
 GOX_READ(const KV_TABLE_SCHEMA*, get_table_schema, (QString & error, TEXT table), can_read(error, table),
@@ -110,9 +112,10 @@ QString KV_XML_QUERY_INTERFACE::connect(const QString& path, const QString&,
         return connect_without_merge(path, load_all);
     disconnect();
     QString error;
-    m_database->report(error, QStringLiteral("%1: the latest tables can't be fetched: this program has no "
-                                             "version control for the database")
-                                  .arg(path));
+    m_database->require(error, false,
+                        "%1: the latest tables can't be fetched: this program has no version control for the "
+                        "database",
+                        path);
     return error;
 }
 
@@ -148,15 +151,6 @@ QStringList KV_XML_QUERY_INTERFACE::get_added_files(QString& error) const
     return files;
 }
 
-QStringList KV_XML_QUERY_INTERFACE::get_table_names(QString& error) const
-{
-    QStringList names;
-    if (m_database->can_read(error))
-        for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_database->schema().tables)
-            names.append(table->name);
-    return names;
-}
-
 QStringList KV_XML_QUERY_INTERFACE::get_table_names_disconnected(QString& error, const QString& path) const
 {
     KV_XML_QUERY_INTERFACE other(nullptr, QString(), false, true);
@@ -186,10 +180,9 @@ KV_TABLE_DATA KV_XML_QUERY_INTERFACE::get_table_data(QString& error, const QStri
     if (!data || filter.isEmpty())
         return data ? *data : KV_TABLE_DATA();
     const int end = filter.indexOf('=');
-    if (end < 0)
-        m_database->report(
-            error, QStringLiteral("filter \"%1\" of table \"%2\" must be field=value").arg(filter, table));
-    if (end < 0 || !m_database->field(error, table, filter.left(end)))
+    if (!m_database->require(error, end >= 0, "filter \"%1\" of table \"%2\" must be field=value", filter,
+                             table) ||
+        !m_database->field(error, table, filter.left(end)))
         return KV_TABLE_DATA();
     KV_TABLE_DATA found{data->schema, {}, {}};
     const int field = data->schema->field_index(filter.left(end));
@@ -217,8 +210,8 @@ const KV_QUERY_SCHEMA* KV_XML_QUERY_INTERFACE::get_query_schema(QString& error, 
     for (const KV_QUERY_SCHEMA& known : m_database->schema().queries)
         if (known.name == query)
             return &known;
-    m_database->report(error, QStringLiteral("%1: there is no query \"%2\"")
-                                  .arg(m_database->schema_file(), query.left(KV_QUOTED_LENGTH)));
+    m_database->require(error, false, "%1: there is no query \"%2\"", m_database->schema_file(),
+                        query.left(KV_QUOTED_LENGTH));
     return nullptr;
 }
 
@@ -236,8 +229,7 @@ void KV_XML_QUERY_INTERFACE::get_query_data_from_string(QString& error, KV_QUERY
     KV_QUERY_SCHEMA query;
     results = KV_QUERY_RESULTS();
     const QString problem = read_query_definition(definition, query);
-    if (m_database->report(
-            error, problem.isEmpty() ? problem : QStringLiteral("%1: %2").arg(quoted(definition), problem)))
+    if (m_database->require(error, problem.isEmpty(), "%1: %2", quoted(definition), problem))
         get_query_data_from_simple_sql(error, results, query.sql, {});
 }
 
@@ -249,8 +241,7 @@ void KV_XML_QUERY_INTERFACE::get_query_data_from_simple_sql(QString& error, KV_Q
     if (!m_database->can_read(error))
         return;
     const QString cause = m_database->queries.run(sql, values, results);
-    m_database->report(error,
-                       cause.isEmpty() ? cause : QStringLiteral("query %1: %2").arg(quoted(sql), cause));
+    m_database->require(error, cause.isEmpty(), "query %1: %2", quoted(sql), cause);
 }
 
 bool KV_XML_QUERY_INTERFACE::any_dependents_using_existing_value(QString& error, TEXT table, TEXT field,
@@ -299,9 +290,9 @@ QString KV_XML_QUERY_INTERFACE::get_field_lookup_value(QString& error, const QSt
     const KV_RECORD_DATA* const record = data ? data->record_with_key(key) : nullptr;
     if (data && !record)
         m_database->report(error, KV_TABLE_CHANGE(*data).no_record(key));
-    else if (data && known->lookup_table.isEmpty())
-        m_database->report(error,
-                           QStringLiteral("field %1 looks up nothing").arg(kv_field_text(table, field)));
+    else if (data)
+        m_database->require(error, !known->lookup_table.isEmpty(), "field %1 looks up nothing",
+                            kv_field_text(table, field));
     if (!error.isEmpty() || !m_database->field(error, known->lookup_table, wanted))
         return QString();
     const QString value = record->fields.at(data->schema->field_index(field)).value;
@@ -309,12 +300,10 @@ QString KV_XML_QUERY_INTERFACE::get_field_lookup_value(QString& error, const QSt
     if (!target || value.isEmpty())
         return QString();
     const int row = row_with(*target, target->schema->field_index(known->lookup_field), value);
-    if (row >= 0)
-        return target->value(row, wanted);
-    m_database->report(error, QStringLiteral("value \"%1\" of field %2 is not found in %3")
-                                  .arg(value.left(KV_QUOTED_LENGTH), kv_field_text(table, field),
-                                       kv_field_text(known->lookup_table, known->lookup_field)));
-    return QString();
+    m_database->require(error, row >= 0, "value \"%1\" of field %2 is not found in %3",
+                        value.left(KV_QUOTED_LENGTH), kv_field_text(table, field),
+                        kv_field_text(known->lookup_table, known->lookup_field));
+    return target->value(row, wanted);
 }
 
 QStringList KV_XML_QUERY_INTERFACE::get_field_lookup_values(QString& error, const QString& table,
