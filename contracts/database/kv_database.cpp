@@ -1,10 +1,15 @@
+// What KV_DATABASE reads, writes and reverts.
+
 #include "contracts/database/kv_database.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
+#include <algorithm>
+
 #include "contracts/database/kv_schemas.h"
 #include "contracts/database/progress_callback.h"
+#include "contracts/services/file_replacement.h"
 
 namespace {
 
@@ -26,11 +31,9 @@ QString read_folder(const QString& path, const QString& schema_file, KV_DATABASE
     if (file.exists() || file.isSymLink())
         return read_database_schema(file.filePath(), schema);
     const QStringList tables = QDir(path).entryList({QStringLiteral("*.xml")}, QDir::Files, QDir::Name);
-    if (tables.isEmpty())
-        return QString();
-    return kv_text("%1: there is no \"schema.xml\" for the %2 XML file(s) here (%3%4)", path, tables.size(),
-                   QStringList(tables.mid(0, NAMED_FILES)).join(QStringLiteral(", ")),
-                   tables.size() > NAMED_FILES ? QStringLiteral(", ...") : QString());
+    return kv_problem(!tables.isEmpty(), "%1: there is no \"schema.xml\" for the %2 XML file(s) here (%3%4)",
+                      path, tables.size(), QStringList(tables.mid(0, NAMED_FILES)).join(", "),
+                      tables.size() > NAMED_FILES ? ", ..." : "");
 }
 
 } // namespace
@@ -129,6 +132,18 @@ const KV_TABLE_DATA* KV_DATABASE::records(QString& error, const QString& table)
     return loaded ? &loaded->data : nullptr;
 }
 
+KV_DATABASE_DATA KV_DATABASE::all_records(QString& error)
+{
+    KV_DATABASE_DATA data;
+    for (const QString& table : kv_table_names(m_schema)) {
+        const KV_LOADED_TABLE* const loaded = load(error, table);
+        if (!loaded)
+            return KV_DATABASE_DATA();
+        data.tables.append(loaded->data);
+    }
+    return data;
+}
+
 KV_LOADED_TABLE* KV_DATABASE::load(QString& error, const QString& table, int step, int steps)
 {
     const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table);
@@ -169,4 +184,164 @@ bool KV_DATABASE::is_whole(QString& error, const QString& table)
                    "%1: this table can't be changed: its file has fields that the schema does not know, and "
                    "they would be lost",
                    table_file(table));
+}
+
+QStringList KV_DATABASE::edited_tables() const
+{
+    QStringList tables;
+    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_schema.tables)
+        if (m_tables.value(table->name)->is_edited)
+            tables.append(table->name);
+    return tables;
+}
+
+QStringList KV_DATABASE::files_to_save() const
+{
+    QStringList files;
+    if (!kv_is_same_schema(m_schema, m_written_schema))
+        files.append(schema_file());
+    for (const QString& table : edited_tables())
+        files.append(table_file(table));
+    return files;
+}
+
+QStringList KV_DATABASE::files_of(const KV_DATABASE_SCHEMA& schema) const
+{
+    QStringList files{schema_file()};
+    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables)
+        files.append(table_file(table->name));
+    return files;
+}
+
+bool KV_DATABASE::save(QString& error, const QStringList& tables, bool with_schema)
+{
+    if (!is_quiet(error))
+        return false;
+    QStringList edited;
+    for (const QString& table : tables) {
+        if (!has_table(error, m_schema, table))
+            return false;
+        if (m_tables.value(table)->is_edited)
+            edited.append(table);
+    }
+    return finish(error, edited, with_schema && !kv_is_same_schema(m_schema, m_written_schema));
+}
+
+bool KV_DATABASE::write(QString& error, const QStringList& tables, bool with_schema)
+{
+    QVector<KV_FILE_TO_WRITE> files;
+    for (const QString& table : tables) {
+        std::optional<KV_TABLE_CHANGE> records = current_table(error, table);
+        if (!records)
+            return false;
+        files.append({table_file(table), {}, nullptr, std::move(*records).take()});
+    }
+    if (with_schema) {
+        files.append({schema_file(), {}, &current_schema()});
+        for (const QString& table : kv_removed_tables(m_written_schema, current_schema()))
+            files.append({table_file(table)});
+    }
+    for (KV_FILE_TO_WRITE& file : files)
+        file.stamp = m_stamps.contains(file.path) ? m_stamps.value(file.path) : KV_FILE_STAMP::of(file.path);
+    if (!files.isEmpty() && !report(error, kv_save_files(m_path, files, m_progress)))
+        return false;
+    for (const KV_FILE_TO_WRITE& file : qAsConst(files))
+        m_stamps.insert(file.path, KV_FILE_STAMP::of(file.path));
+    return true;
+}
+
+// Writes the tables and what has to go with them, and makes real what the
+// transaction changed, if one is open.
+bool KV_DATABASE::finish(QString& error, QStringList tables, bool with_schema)
+{
+    if (with_schema || !tables.isEmpty()) {
+        const QStringList reshaped = kv_reshaped_tables(m_written_schema, current_schema());
+        for (const QString& table : reshaped)
+            with_schema |= tables.contains(table);
+        if (with_schema)
+            tables += reshaped;
+        tables.removeDuplicates();
+        tables.sort();
+    }
+    if (!write(error, tables, with_schema))
+        return false;
+    if (m_transaction)
+        take_over();
+    for (const QString& table : qAsConst(tables)) {
+        KV_LOADED_TABLE& loaded = *m_tables.value(table);
+        loaded.is_edited = false;
+        number_written_lines(loaded.data);
+    }
+    if (with_schema)
+        m_written_schema = m_schema;
+    return true;
+}
+
+// Names in another letter case too: on some systems they are the same files.
+bool KV_DATABASE::is_own_file(const QString& path) const
+{
+    const auto real_path = [](const QString& file) {
+        const QFileInfo info(behind_links(file));
+        return (info.dir().canonicalPath() + '/' + info.fileName()).toLower();
+    };
+    QStringList files = files_of(m_schema) + files_of(m_written_schema) + files_of(current_schema());
+    std::transform(files.begin(), files.end(), files.begin(), real_path);
+    return files.contains(real_path(path));
+}
+
+bool KV_DATABASE::save_schema_to(QString& error, const QString& path)
+{
+    const QString place = behind_links(path);
+    QString cause =
+        is_own_file(path) ? QStringLiteral("it is a file of this database") : why_not_replaceable(place);
+    if (cause.isEmpty())
+        cause = kv_write_file(place, {path, {}, &m_schema});
+    return require(error, cause.isEmpty(), "%1: can't be written: %2", path, cause);
+}
+
+bool KV_DATABASE::copy_to(QString& error, const QString& folder)
+{
+    const QDir target(folder);
+    const bool is_own = target.exists() && target.canonicalPath() == QDir(m_path).canonicalPath();
+    if (!require(error, !target.exists() || target.isEmpty(), "%1: this folder is not empty", folder) ||
+        !require(error, !is_own, "%1: this is the folder of the database itself", folder))
+        return false;
+    QVector<KV_FILE_TO_WRITE> files;
+    for (const KV_TABLE_DATA& table : all_records(error).tables)
+        files.append({target.filePath(table.schema->name + ".xml"), {}, nullptr, table});
+    if (!files.isEmpty())
+        files.append({target.filePath("schema.xml"), {}, &m_schema});
+    return error.isEmpty() && require(error, target.mkpath("."), "%1: this folder can't be made", folder) &&
+           report(error, kv_save_files(folder, files, m_progress));
+}
+
+bool KV_DATABASE::revert(QString& error)
+{
+    if (!is_quiet(error))
+        return false;
+    const QStringList changed = edited_tables() + kv_removed_tables(m_written_schema, m_schema);
+    set_schema(m_written_schema);
+    QStringList errors;
+    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : qAsConst(m_schema.tables)) {
+        KV_LOADED_TABLE& loaded = *m_tables.value(table->name);
+        if (changed.contains(table->name) && m_stamps.contains(table_file(table->name))) // was read
+            read(loaded);
+        errors.append(loaded.error);
+    }
+    errors.removeAll(QString());
+    return report(error, errors.join('\n'));
+}
+
+bool KV_DATABASE::revert(QString& error, const QString& table)
+{
+    if (!is_quiet(error) || !has_table(error, m_schema, table))
+        return false;
+    const bool is_reshaped = kv_reshaped_tables(m_written_schema, m_schema).contains(table);
+    if (!require(error, !is_reshaped,
+                 "the fields of table \"%1\" are changed: only all changes together can be reverted", table))
+        return false;
+    KV_LOADED_TABLE& loaded = *m_tables.value(table);
+    if (loaded.is_edited)
+        read(loaded);
+    return report(error, loaded.error);
 }

@@ -87,6 +87,7 @@ public:
     /// The field and the records as they are outside of the transaction.
     const KV_FIELD_SCHEMA* field(QString& error, const QString& table, const QString& field);
     const KV_TABLE_DATA* records(QString& error, const QString& table);
+    KV_DATABASE_DATA all_records(QString& error);
 
     /// The step is for who is told of the progress.
     KV_LOADED_TABLE* load(QString& error, const QString& table, int step = 0, int steps = 1);

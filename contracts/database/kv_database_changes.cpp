@@ -1,3 +1,5 @@
+// What KV_DATABASE changes, within transactions.
+
 #include <QtCore/QFileInfo>
 
 #include "contracts/database/kv_database.h"
@@ -17,11 +19,12 @@ bool KV_DATABASE::end_transaction(QString& error)
         return false;
     const bool has_schema = !kv_is_same_schema(m_schema, m_transaction->schema);
     const auto relationships = has_schema ? kv_relationships(m_transaction->schema) : m_relationships;
-    for (const RELATIONSHIP_DATA& relationship : relationships)
-        if (!check_reference(error, relationship))
+    const QHash<QString, KV_TABLE_CHANGE>& tables = m_transaction->tables;
+    for (const RELATIONSHIP_DATA& one : relationships)
+        if ((tables.contains(one.table) || tables.contains(one.lookup_table)) && !check_reference(error, one))
             return false;
     QStringList changed;
-    for (auto table = m_transaction->tables.begin(); table != m_transaction->tables.end(); ++table)
+    for (auto table = tables.begin(); table != tables.end(); ++table)
         if (m_transaction->saves && table->is_changed())
             changed.append(table.key());
     return finish(error, changed, m_transaction->saves && has_schema);
@@ -130,7 +133,7 @@ bool KV_DATABASE::apply_table(QString& error, const QSharedPointer<const KV_TABL
     if (!before && m_written_schema.table_index(name) < 0 && QFileInfo::exists(table_file(name)))
         return report(error, kv_text("%1: there is a file of this name already", table_file(name)));
     if (!before)
-        m_transaction->tables.insert(name, KV_TABLE_CHANGE::made(table));
+        m_transaction->tables.insert(name, KV_TABLE_CHANGE({table, {}, {}}, true));
     if (!before || kv_has_same_shape(*before, *table))
         return true;
     KV_TABLE_CHANGE* const change = change_of(error, name);
@@ -164,24 +167,23 @@ bool KV_DATABASE::check_reference(QString& error, const RELATIONSHIP_DATA& relat
 
 void KV_DATABASE::take_over()
 {
+    if (!kv_is_same_schema(m_schema, m_transaction->schema))
+        set_schema(m_transaction->schema);
     for (auto change = m_transaction->tables.begin(); change != m_transaction->tables.end(); ++change) {
         if (!change->is_changed())
             continue;
         const QString file = table_file(change.key());
         if (!m_stamps.contains(file))
             m_stamps.insert(file, KV_FILE_STAMP::of(file));
-        QSharedPointer<KV_LOADED_TABLE>& loaded = m_tables[change.key()];
-        if (!loaded)
-            loaded = QSharedPointer<KV_LOADED_TABLE>::create();
-        KV_LOADED_TABLE next;
-        next.is_edited = true;
-        next.revision = ++m_last_revision;
-        next.has_plain_keys = change->has_plain_keys(loaded->has_plain_keys);
-        *loaded = KV_LOADED_TABLE(); // so that the change owns the records alone, and copies none
-        next.data = std::move(*change).take();
-        *loaded = next;
+        KV_LOADED_TABLE& loaded = *m_tables.value(change.key());
+        const QSharedPointer<const KV_TABLE_SCHEMA> schema = loaded.data.schema; // that of the transaction
+        const bool has_plain_keys = change->has_plain_keys(loaded.has_plain_keys);
+        loaded = KV_LOADED_TABLE(); // so that the change owns the records alone, and copies none
+        loaded.data = std::move(*change).take();
+        loaded.data.schema = schema;
+        loaded.revision = ++m_last_revision;
+        loaded.has_plain_keys = has_plain_keys;
+        loaded.is_edited = true;
     }
-    if (!kv_is_same_schema(m_schema, m_transaction->schema))
-        set_schema(m_transaction->schema);
     m_transaction.reset();
 }

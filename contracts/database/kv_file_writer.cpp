@@ -25,11 +25,6 @@ void write_text(QXmlStreamWriter& xml, const QString& text)
     }
 }
 
-bool is_long(const QString& value)
-{
-    return value.size() > MAX_ATTRIBUTE_LENGTH || value.contains('\n') || value.contains('\r');
-}
-
 // Those that have a value.
 void write_attributes(QXmlStreamWriter& xml,
                       std::initializer_list<std::pair<const char*, QString>> attributes)
@@ -43,13 +38,13 @@ void write_field(QXmlStreamWriter& xml, const KV_FIELD_SCHEMA& field)
 {
     const QString lookup = field.lookup_table + '.' + field.lookup_field;
     xml.writeEmptyElement(QStringLiteral("field"));
-    write_attributes(xml,
-                     {{"name", field.name},
-                      {"type", field.type == KV_FIELD_SCHEMA::TEXT ? QString() : kv_type_name(field.type)},
-                      {"key", field.key ? "true" : ""},
-                      {"default", field.default_value},
-                      {"lookup", field.lookup_table.isEmpty() ? QString() : lookup},
-                      {"description", field.description}});
+    write_attributes(
+        xml, {{"name", field.name},
+              {"type", field.type == KV_FIELD_SCHEMA::TEXT ? QString() : kv_type_names().value(field.type)},
+              {"key", field.key ? "true" : ""},
+              {"default", field.default_value},
+              {"lookup", field.lookup_table.isEmpty() ? QString() : lookup},
+              {"description", field.description}});
 }
 
 void write_record(QXmlStreamWriter& xml, const KV_TABLE_SCHEMA& schema, const KV_RECORD_DATA& record)
@@ -61,7 +56,7 @@ void write_record(QXmlStreamWriter& xml, const KV_TABLE_SCHEMA& schema, const KV
         const QString& value = record.fields.at(i).value;
         if (value == schema.fields.at(i).default_value)
             continue;
-        if (is_long(value))
+        if (value.size() > MAX_ATTRIBUTE_LENGTH || value.contains('\n') || value.contains('\r'))
             long_fields.append(i);
         else
             xml.writeAttribute(schema.fields.at(i).name, value);

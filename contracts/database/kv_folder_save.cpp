@@ -16,7 +16,6 @@ constexpr int PROBE_BYTES = 4096; // more than a lock takes
 constexpr char WAITING[] = "/unfinished_save";
 constexpr char PART[] = "/unfinished_save.part";
 constexpr char LOCK[] = "/unfinished_save.lock";
-constexpr char CHANGED[] = "somebody else changed it since it was read";
 constexpr char TO_REMOVE[] = ".removed"; // behind the name of a file that is to go
 
 QString cannot_write(const QString& path, const QString& cause)
@@ -25,11 +24,9 @@ QString cannot_write(const QString& path, const QString& cause)
 }
 
 // Of the file that one which waits is to replace or to remove.
-QString name_of(QString waiting)
+QString name_of(const QString& waiting)
 {
-    if (waiting.endsWith(QLatin1String(TO_REMOVE)))
-        waiting.chop(int(qstrlen(TO_REMOVE)));
-    return waiting;
+    return waiting.endsWith(TO_REMOVE) ? waiting.chopped(int(qstrlen(TO_REMOVE))) : waiting;
 }
 
 // Why the file can't be replaced now. One that is to go may be gone already.
@@ -37,7 +34,8 @@ QString hindrance_of(const KV_FILE_TO_WRITE& file)
 {
     const KV_FILE_STAMP stamp = KV_FILE_STAMP::of(file.path);
     const bool is_gone = file.is_removal() && stamp.size < 0;
-    return stamp == file.stamp || is_gone ? why_not_replaceable(behind_links(file.path)) : QString(CHANGED);
+    return stamp == file.stamp || is_gone ? why_not_replaceable(behind_links(file.path))
+                                          : "somebody else changed it since it was read";
 }
 
 // Nobody loses by it, so it is no error; but somebody has to see to it.
@@ -174,12 +172,7 @@ private:
 KV_FILE_STAMP KV_FILE_STAMP::of(const QString& path)
 {
     const QFileInfo info(kv_file_to_read(path));
-    KV_FILE_STAMP stamp;
-    if (info.exists()) {
-        stamp.time = info.lastModified().toUTC();
-        stamp.size = info.size();
-    }
-    return stamp;
+    return info.exists() ? KV_FILE_STAMP{info.lastModified().toUTC(), info.size()} : KV_FILE_STAMP{};
 }
 
 // A file that waits may take its place between the two questions.

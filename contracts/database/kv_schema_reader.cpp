@@ -27,8 +27,14 @@ public:
     {
         if (m_xml.open("database") && m_xml.check_version(KV_FORMAT_VERSION) &&
             m_xml.allow_attributes({"version"}))
-            while (m_xml.next_child())
-                read_child();
+            while (m_xml.next_child()) {
+                if (m_xml.name() == QLatin1String("table"))
+                    read_table();
+                else if (m_xml.name() == QLatin1String("query"))
+                    read_query();
+                else
+                    m_xml.fail(kv_text("<database> can't hold <%1>", m_xml.name().toString()));
+            }
         if (!m_xml.finish())
             return m_xml.error();
         int part = 0;
@@ -41,16 +47,6 @@ public:
     }
 
 private:
-    void read_child()
-    {
-        if (m_xml.name() == QLatin1String("table"))
-            read_table();
-        else if (m_xml.name() == QLatin1String("query"))
-            read_query();
-        else
-            m_xml.fail(kv_text("<database> can't hold <%1>", m_xml.name().toString()));
-    }
-
     void read_table()
     {
         if (!m_xml.allow_attributes({"name", "description"}))

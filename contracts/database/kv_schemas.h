@@ -49,7 +49,6 @@ QString kv_count_problem(qint64 records, int fields);
 
 /// "text", "integer", "real", "boolean": by KV_FIELD_SCHEMA::TYPE.
 const QStringList& kv_type_names();
-QString kv_type_name(KV_FIELD_SCHEMA::TYPE type);
 
 /// "table.field" as errors name it, "the record with the key ..." for a record,
 /// and the errors of who names a field that there is not, or a record of a table

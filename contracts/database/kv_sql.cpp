@@ -5,6 +5,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "contracts/database/kv_database.h"
 #include "contracts/database/kv_schemas.h"
@@ -46,11 +47,6 @@ struct CURSOR : sqlite3_vtab_cursor
     int row() const { return entries.isEmpty() ? place : int(entries.at(place) & ROWS); }
 };
 
-char* sqlite_text(const QString& text)
-{
-    return sqlite3_mprintf("%s", text.toUtf8().constData());
-}
-
 quint64 hash_of(const QString& value)
 {
     return quint64(qHash(value)) << 32;
@@ -71,7 +67,7 @@ int connect_table(sqlite3* handle, void* data, int, const char* const* words, sq
     const QString name = QString::fromUtf8(words[0]);
     QStringList columns;
     for (const KV_FIELD_SCHEMA& field : sql.database.schema().table(name)->fields)
-        columns.append('"' + field.name + "\" " + kv_type_name(field.type));
+        columns.append('"' + field.name + "\" " + kv_type_names().value(field.type));
     sql.is_declaring = true;
     const int code =
         sqlite3_declare_vtab(handle, QString("CREATE TABLE x (" + columns.join(',') + ')').toUtf8());
@@ -79,8 +75,7 @@ int connect_table(sqlite3* handle, void* data, int, const char* const* words, sq
     if (code == SQLITE_OK)
         *table = new TABLE{{}, sql.database, name, nullptr, {}};
     else
-        *error = sqlite_text(
-            kv_text("table \"%1\" can't be queried: %2", name, QString::fromUtf8(sqlite3_errmsg(handle))));
+        *error = sqlite3_mprintf("table \"%s\" can't be queried: %s", words[0], sqlite3_errmsg(handle));
     return code;
 }
 
@@ -114,7 +109,7 @@ int plan(sqlite3_vtab* vtab, sqlite3_index_info* info)
     QString error;
     table.loaded = table.database.load(error, table.name);
     if (!table.loaded) {
-        table.zErrMsg = sqlite_text(error);
+        table.zErrMsg = sqlite3_mprintf("%s", qUtf8Printable(error));
         return SQLITE_ERROR;
     }
     info->estimatedRows = table.loaded->data.records.size();
@@ -134,11 +129,8 @@ int plan(sqlite3_vtab* vtab, sqlite3_index_info* info)
 const QVector<quint64>& index_of(TABLE& table, int column)
 {
     INDEX& index = table.indexes[column];
-    if (index.revision != table.loaded->revision) {
-        index.revision = table.loaded->revision;
-        index.entries.clear();
-        return index.entries;
-    }
+    if (std::exchange(index.revision, table.loaded->revision) != table.loaded->revision)
+        return index.entries = {};
     const QVector<KV_RECORD_DATA>& records = table.loaded->data.records;
     if (index.entries.isEmpty()) {
         for (int row = 0; row < records.size(); ++row) {

@@ -25,16 +25,12 @@ void drop_rows(KV_TABLE_DATA& table, const QVector<int>& rows)
 
 } // namespace
 
-KV_TABLE_CHANGE::KV_TABLE_CHANGE(const KV_TABLE_DATA& before)
-    : m_base(before), m_key(before.schema ? before.schema->key_index() : -1), m_count(before.records.size())
+KV_TABLE_CHANGE::KV_TABLE_CHANGE(const KV_TABLE_DATA& before, bool is_new)
+    : m_base(before),
+      m_is_reshaped(is_new),
+      m_key(before.schema ? before.schema->key_index() : -1),
+      m_count(before.records.size())
 {
-}
-
-KV_TABLE_CHANGE KV_TABLE_CHANGE::made(const QSharedPointer<const KV_TABLE_SCHEMA>& schema)
-{
-    KV_TABLE_CHANGE change(KV_TABLE_DATA{schema, {}, {}});
-    change.m_is_reshaped = true;
-    return change;
 }
 
 bool KV_TABLE_CHANGE::has_plain_keys(bool before) const
@@ -141,11 +137,10 @@ void KV_TABLE_CHANGE::undo_step()
 QString KV_TABLE_CHANGE::reshape(const QSharedPointer<const KV_TABLE_SCHEMA>& schema)
 {
     const KV_TABLE_DATA table = KV_TABLE_CHANGE(*this).take();
-    KV_TABLE_CHANGE next(KV_TABLE_DATA{schema, {}, {}});
-    next.m_is_reshaped = true;
+    KV_TABLE_CHANGE next(KV_TABLE_DATA{schema, {}, {}}, true);
     next.m_original = m_is_reshaped ? m_original : m_base;
-    const QString problem = kv_count_problem(qint64(m_count) - 1, schema->fields.size());
-    if (!problem.isEmpty() && m_count > 0)
+    if (const QString problem = kv_count_problem(qint64(m_count) - 1, schema->fields.size());
+        !problem.isEmpty())
         return problem;
     KV_RECORD_DATA record;
     QVector<int> sources; // of each field the place in the old records, or -1

@@ -13,11 +13,8 @@
 class KV_TABLE_CHANGE
 {
 public:
-    /// Nothing is changed yet.
-    explicit KV_TABLE_CHANGE(const KV_TABLE_DATA& before = {});
-
-    /// A table that is new.
-    static KV_TABLE_CHANGE made(const QSharedPointer<const KV_TABLE_SCHEMA>& schema);
+    /// Nothing is changed yet, unless it is a table that there was not.
+    explicit KV_TABLE_CHANGE(const KV_TABLE_DATA& before = {}, bool is_new = false);
 
     bool is_changed() const { return m_is_reshaped || !m_changed.isEmpty(); }
 

@@ -52,19 +52,18 @@ public:
         }
     }
 
-    QString read(KV_TABLE_DATA& table)
+    QString read(KV_TABLE_DATA& table, bool& has_left_out)
     {
         if (m_xml.open("table") && m_xml.allow_attributes({"name"}) && check_name())
             while (m_xml.next_child())
                 read_record();
+        has_left_out = m_has_left_out;
         if (!m_xml.finish())
             return m_xml.error();
         m_table.records.squeeze();
         table = m_table;
         return QString();
     }
-
-    bool has_left_out() const { return m_has_left_out; }
 
 private:
     bool check_name()
@@ -87,7 +86,10 @@ private:
                 set(record, attribute.value());
         while (m_xml.next_child())
             read_long_value(record);
-        if (!m_xml.failed() && check_count() && add_key(record))
+        if (const QString problem = kv_count_problem(m_table.records.size(), m_schema.fields.size());
+            !problem.isEmpty())
+            m_xml.fail(problem);
+        if (!m_xml.failed() && add_key(record))
             m_table.records.append(record);
     }
 
@@ -111,7 +113,7 @@ private:
         m_field = m_schema.fields.at(next).name == name ? next : m_places.value(name.toString(), -1);
         m_has_left_out |= m_field < 0;
         if (m_field < 0 && !m_skips_unknown)
-            m_xml.fail(kv_text("table \"%1\" has no field \"%2\"", m_schema.name, name.toString()));
+            m_xml.fail(kv_no_field_text(m_schema.name, name.toString()));
         return m_field >= 0;
     }
 
@@ -125,12 +127,6 @@ private:
             m_xml.fail(kv_type_problem(field, value));
         m_given_in[m_field] = row;
         record.fields[m_field].value = m_values.get(m_field, value);
-    }
-
-    bool check_count()
-    {
-        const QString problem = kv_count_problem(m_table.records.size(), m_schema.fields.size());
-        return problem.isEmpty() || m_xml.fail(problem);
     }
 
     bool add_key(const KV_RECORD_DATA& record)
@@ -182,8 +178,5 @@ QString read_database_table(const QString& path, bool skip_unknown_fields, KV_TA
     const QFileInfo info(path);
     if (!info.exists() && !info.isSymLink())
         return misspelt_file(path);
-    TABLE_READER reader(path, table.schema, skip_unknown_fields);
-    const QString error = reader.read(table);
-    has_left_out = reader.has_left_out();
-    return error;
+    return TABLE_READER(path, table.schema, skip_unknown_fields).read(table, has_left_out);
 }

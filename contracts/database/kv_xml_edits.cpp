@@ -7,12 +7,8 @@
 #include "contracts/database/kv_database.h"
 #include "contracts/database/kv_schemas.h"
 
-namespace {
-
 using TEXT = const QString&;
 using RECORD = const KV_RECORD_DATA&;
-
-} // namespace
 
 // An operation that is refused when nothing may be changed, and what it does else.
 #define GOX_CHANGE(operation, arguments, work)                                                               \

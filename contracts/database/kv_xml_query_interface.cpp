@@ -93,6 +93,12 @@ GOX_READ(const KV_TABLE_SCHEMA*, get_table_schema, (QString & error, TEXT table)
          m_database->schema().table(table))
 GOX_READ(QVector<KV_QUERY_SCHEMA>, get_query_schemas, (QString & error), can_read(error),
          m_database->schema().queries)
+GOX_READ(KV_DATABASE_DATA, get_database_data, (QString & error), can_read(error),
+         m_database->all_records(error))
+GOX_READ(const KV_TABLE_DATA*, get_table_data, (QString & error, TEXT table), can_read(error),
+         m_database->records(error, table))
+GOX_READ(bool, any_dependents_using_existing_value, (QString & error, TEXT table, TEXT field, TEXT value),
+         can_read(error), !dependents_of_field_using_value(error, table, field, value).isEmpty())
 GOX_READ(METAFIELD_AND_SCHEMA, get_main_dependency_field_data, (QString & error, TEXT table, TEXT field),
          field(error, table, field), kv_main_dependency(m_database->schema(), table, field))
 
@@ -159,20 +165,6 @@ QStringList KV_XML_QUERY_INTERFACE::get_table_names_disconnected(QString& error,
     return other.get_table_names(error);
 }
 
-KV_DATABASE_DATA KV_XML_QUERY_INTERFACE::get_database_data(QString& error) const
-{
-    KV_DATABASE_DATA data;
-    if (!m_database->can_read(error))
-        return data;
-    for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : m_database->schema().tables) {
-        const KV_TABLE_DATA* const records = get_table_data(error, table->name);
-        if (!records)
-            return KV_DATABASE_DATA();
-        data.tables.append(*records);
-    }
-    return data;
-}
-
 KV_TABLE_DATA KV_XML_QUERY_INTERFACE::get_table_data(QString& error, const QString& table,
                                                      const QString& filter) const
 {
@@ -191,11 +183,6 @@ KV_TABLE_DATA KV_XML_QUERY_INTERFACE::get_table_data(QString& error, const QStri
         found.records.append(data->records.at(row));
     found.index_keys();
     return found;
-}
-
-const KV_TABLE_DATA* KV_XML_QUERY_INTERFACE::get_table_data(QString& error, const QString& table) const
-{
-    return m_database->records(error, table);
 }
 
 bool KV_XML_QUERY_INTERFACE::clear_table_data(QString& error, const QString& table)
@@ -244,12 +231,6 @@ void KV_XML_QUERY_INTERFACE::get_query_data_from_simple_sql(QString& error, KV_Q
     m_database->require(error, cause.isEmpty(), "query %1: %2", quoted(sql), cause);
 }
 
-bool KV_XML_QUERY_INTERFACE::any_dependents_using_existing_value(QString& error, TEXT table, TEXT field,
-                                                                 TEXT value) const
-{
-    return !dependents_of_field_using_value(error, table, field, value).isEmpty();
-}
-
 bool KV_XML_QUERY_INTERFACE::dependency_value_exists(QString& error, TEXT table, TEXT field, TEXT value) const
 {
     const KV_FIELD_SCHEMA* const known = m_database->field(error, table, field);
@@ -262,8 +243,7 @@ RELATIONSHIPS KV_XML_QUERY_INTERFACE::dependents_of_field_using_value(QString& e
                                                                       TEXT value) const
 {
     RELATIONSHIPS dependents;
-    if (!m_database->field(error, table, field))
-        return dependents;
+    m_database->field(error, table, field);
     for (const RELATIONSHIP_DATA& one : m_database->relationships())
         if (one.lookup_table == table && one.lookup_field == field && error.isEmpty() &&
             has_value(m_database->records(error, one.table), one.field, value))
