@@ -68,10 +68,7 @@ public:
     bool can_read(QString& error) { return require(error, m_is_connected, "no database is connected"); }
     bool can_read(QString& error, const QString& table);
     bool can_change(QString& error, const char* operation);
-    bool has_transaction(QString& error)
-    {
-        return require(error, in_transaction(), "no transaction has begun");
-    }
+    bool has_begun(QString& error) { return require(error, in_transaction(), "no transaction has begun"); }
 
     bool connect(QString& error, const QString& path, bool load_all);
     void disconnect();

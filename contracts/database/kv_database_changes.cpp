@@ -15,7 +15,7 @@ bool KV_DATABASE::begin_transaction(QString& error, bool saves)
 
 bool KV_DATABASE::end_transaction(QString& error)
 {
-    if (!has_transaction(error))
+    if (!has_begun(error))
         return false;
     const bool has_schema = !kv_is_same_schema(m_schema, m_transaction->schema);
     const auto relationships = has_schema ? kv_relationships(m_transaction->schema) : m_relationships;
@@ -32,7 +32,7 @@ bool KV_DATABASE::end_transaction(QString& error)
 
 bool KV_DATABASE::terminate_transaction(QString& error)
 {
-    const bool is_begun = has_transaction(error);
+    const bool is_begun = has_begun(error);
     m_transaction.reset();
     return is_begun;
 }

@@ -28,7 +28,7 @@ GOX_CHANGE(edit_record_data, (QString & error, TEXT table, TEXT key, RECORD reco
 GOX_CHANGE(remove_record, (QString & error, TEXT table, TEXT key),
            change_records(error, {{KV_EDIT_COMMAND::REMOVE_RECORD, table, key, {}}}))
 GOX_CHANGE(remove_record_within_transaction, (QString & error, TEXT table, TEXT key),
-           has_transaction(error) && remove_record(error, table, key))
+           has_begun(error) && remove_record(error, table, key))
 GOX_CHANGE(apply_edit_commands, (QString & error, const QVector<KV_EDIT_COMMAND>& commands),
            change_records(error, commands, true))
 GOX_CHANGE(save_table, (QString & error, TEXT table), save(error, {table}, false))
@@ -46,7 +46,7 @@ bool KV_XML_QUERY_INTERFACE::terminate_transaction(QString& error)
 
 bool KV_XML_QUERY_INTERFACE::key_exists_within_transaction(QString& error, TEXT table, TEXT key)
 {
-    if (!m_database->can_read(error) || !m_database->has_transaction(error))
+    if (!m_database->can_read(error) || !m_database->has_begun(error))
         return false;
     const std::optional<KV_TABLE_CHANGE> records = m_database->current_table(error, table);
     return records && records->row_of(key) >= 0;
@@ -93,7 +93,7 @@ bool KV_XML_QUERY_INTERFACE::edit_field_data(QString& error, TEXT table, TEXT ke
 {
     if (!m_database->can_change(error, "edit_field_data"))
         return false;
-    const std::optional<KV_TABLE_CHANGE> records = m_database->current_table(error, table);
+    std::optional<KV_TABLE_CHANGE> records = m_database->current_table(error, table);
     if (!records)
         return false;
     KV_RECORD_DATA record = records->record(records->row_of(key));
@@ -102,6 +102,7 @@ bool KV_XML_QUERY_INTERFACE::edit_field_data(QString& error, TEXT table, TEXT ke
         return m_database->report(error, record.fields.isEmpty() ? records->no_record(key)
                                                                  : kv_no_field_text(table, field));
     record.fields[index].value = value;
+    records.reset(); // a table that is shared would be copied to be changed
     return edit_record_data(error, table, key, record);
 }
 
