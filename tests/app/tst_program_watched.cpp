@@ -58,7 +58,7 @@ private slots:
         for (const QString& file : one.lines("without"))
             scene.tree.remove(QString(file).replace("TAG", GOX_BUILD_TAG));
         for (const QString& file : one.lines("files"))
-            scene.tree.write(file, "x");
+            scene.tree.write(file.section(' ', 0, 0), file.section(' ', 1).toUtf8());
         for (const QString& plugin : one.lines("plugins"))
             scene.tree.add_plugin(plugin);
         scene.tree.write_script(one.bytes("script"));

@@ -36,12 +36,11 @@ struct SHAPE // of random actions
 class RANDOM_ACTIONS
 {
 public:
-    RANDOM_ACTIONS(RANDOM& random, const SHAPE& shape) : m_random(random), m_shape(shape)
+    RANDOM_ACTIONS(RANDOM& random, const SHAPE& shape) : m_random(random), m_shape(shape), m_order(shape.size)
     {
-        QVector<int> order(shape.size); // so that a knot stands anywhere in the order
-        std::iota(order.begin(), order.end(), 0);
-        if (shape.knot > 0)
-            std::shuffle(order.begin(), order.end(), random);
+        std::iota(m_order.begin(), m_order.end(), 0);
+        if (shape.knot > 0) // which stands anywhere in the order
+            std::shuffle(m_order.begin(), m_order.end(), random);
         for (int i = 0; i < shape.size; ++i) {
             all.append(new STEP_ACTION);
             all[i]->processor = &m_processor;
@@ -50,9 +49,9 @@ public:
             all[i]->order_level = below(random, shape.highest_level + 1);
         }
         for (int i = 0; i < shape.knot; ++i)
-            depend(order[i], order[(i + 1) % shape.knot]);
+            depend(m_order[i], m_order[(i + 1) % shape.knot]);
         for (int edge = 0; edge < shape.size * shape.edges_per_ten / 10; ++edge)
-            add_edge(order);
+            add_edge();
     }
     ~RANDOM_ACTIONS() { qDeleteAll(all); }
 
@@ -62,12 +61,13 @@ public:
             action->selection_count = below(m_random, 4) < of_four;
     }
 
+    // Where there are no cycles, one also forgets what it depends on, but not what that led to.
     void grow()
     {
-        QVector<int> order(m_shape.size);
-        std::iota(order.begin(), order.end(), 0);
         for (int i = 0; m_shape.grows && i < 3; ++i)
-            add_edge(order);
+            add_edge();
+        if (m_shape.grows && m_shape.percent_backward == 0)
+            all[below(m_random, m_shape.size)]->dependencies.clear();
     }
 
     QVector<int> numbers(const QVector<ACTION_INTERFACE*>& actions) const
@@ -95,15 +95,16 @@ public:
 private:
     void depend(int action, int dependency) { all[action]->add_dependency(*all[dependency], false); }
 
-    void add_edge(const QVector<int>& order)
+    void add_edge()
     {
         const int a = below(m_random, m_shape.size), b = below(m_random, m_shape.size);
         const bool backward = below(m_random, 100) < m_shape.percent_backward;
-        depend(order[backward ? qMin(a, b) : qMax(a, b)], order[backward ? qMax(a, b) : qMin(a, b)]);
+        depend(m_order[backward ? qMin(a, b) : qMax(a, b)], m_order[backward ? qMax(a, b) : qMin(a, b)]);
     }
 
     RANDOM& m_random;
     const SHAPE m_shape;
+    QVector<int> m_order;
     STEP_PROCESSOR m_processor;
 };
 
