@@ -5,7 +5,7 @@
 #include <QtCore/QSaveFile>
 #include <QtCore/QXmlStreamWriter>
 
-#include "contracts/database/kv_schema_rules.h"
+#include "contracts/database/kv_schemas.h"
 #include "contracts/services/file_replacement.h"
 
 namespace {
@@ -25,29 +25,26 @@ void write_text(QXmlStreamWriter& xml, const QString& text)
     }
 }
 
-bool is_long(const QString& value)
+// Those that have a value.
+void write_attributes(QXmlStreamWriter& xml,
+                      std::initializer_list<std::pair<const char*, QString>> attributes)
 {
-    return value.size() > MAX_ATTRIBUTE_LENGTH || value.contains('\n') || value.contains('\r');
-}
-
-void write_if_set(QXmlStreamWriter& xml, const char* name, const QString& value)
-{
-    if (!value.isEmpty())
-        xml.writeAttribute(QLatin1String(name), value);
+    for (const auto& [name, value] : attributes)
+        if (!value.isEmpty())
+            xml.writeAttribute(QLatin1String(name), value);
 }
 
 void write_field(QXmlStreamWriter& xml, const KV_FIELD_SCHEMA& field)
 {
+    const QString lookup = field.lookup_table + '.' + field.lookup_field;
     xml.writeEmptyElement(QStringLiteral("field"));
-    xml.writeAttribute(QStringLiteral("name"), field.name);
-    if (field.type != KV_FIELD_SCHEMA::TEXT)
-        xml.writeAttribute(QStringLiteral("type"), kv_type_name(field.type));
-    if (field.key)
-        xml.writeAttribute(QStringLiteral("key"), QStringLiteral("true"));
-    write_if_set(xml, "default", field.default_value);
-    if (!field.lookup_table.isEmpty())
-        xml.writeAttribute(QStringLiteral("lookup"), field.lookup_table + '.' + field.lookup_field);
-    write_if_set(xml, "description", field.description);
+    write_attributes(
+        xml, {{"name", field.name},
+              {"type", field.type == KV_FIELD_SCHEMA::TEXT ? QString() : kv_type_names().value(field.type)},
+              {"key", field.key ? "true" : ""},
+              {"default", field.default_value},
+              {"lookup", field.lookup_table.isEmpty() ? QString() : lookup},
+              {"description", field.description}});
 }
 
 void write_record(QXmlStreamWriter& xml, const KV_TABLE_SCHEMA& schema, const KV_RECORD_DATA& record)
@@ -59,7 +56,7 @@ void write_record(QXmlStreamWriter& xml, const KV_TABLE_SCHEMA& schema, const KV
         const QString& value = record.fields.at(i).value;
         if (value == schema.fields.at(i).default_value)
             continue;
-        if (is_long(value))
+        if (value.size() > MAX_ATTRIBUTE_LENGTH || value.contains('\n') || value.contains('\r'))
             long_fields.append(i);
         else
             xml.writeAttribute(schema.fields.at(i).name, value);
@@ -72,36 +69,40 @@ void write_record(QXmlStreamWriter& xml, const KV_TABLE_SCHEMA& schema, const KV
     xml.writeEndElement();
 }
 
-// Collects what is written to it into larger pieces for a file.
-class PIECES : public QIODevice
+// Moves what has come together into the file.
+bool move_piece(QBuffer& piece, QIODevice& file)
 {
-public:
-    explicit PIECES(QIODevice& file) : m_file(file) { open(WriteOnly | Unbuffered); }
+    const bool is_good = write_all(file, piece.data(), piece.size());
+    piece.buffer().clear();
+    return is_good && piece.seek(0);
+}
 
-    bool finish()
-    {
-        m_is_good = m_is_good && write_all(m_file, m_piece.constData(), m_piece.size());
-        m_piece.clear();
-        return m_is_good;
-    }
-
-protected:
-    qint64 readData(char*, qint64) override { return -1; }
-    qint64 writeData(const char* data, qint64 size) override
-    {
-        m_piece.append(data, int(size));
-        return m_piece.size() < PIECE_BYTES || finish() ? size : -1;
-    }
-
-private:
-    QIODevice& m_file;
-    QByteArray m_piece;
-    bool m_is_good = true;
-};
-
-void write_schema(QIODevice& device, const KV_DATABASE_SCHEMA& schema)
+bool write_table(QIODevice& file, const KV_TABLE_DATA& table)
 {
-    QXmlStreamWriter xml(&device);
+    QBuffer piece;
+    piece.open(QIODevice::WriteOnly);
+    QXmlStreamWriter xml(&piece);
+    xml.writeStartDocument();
+    xml.writeCharacters(QStringLiteral("\n"));
+    xml.writeStartElement(QStringLiteral("table"));
+    xml.writeAttribute(QStringLiteral("name"), table.schema->name);
+    for (const KV_RECORD_DATA& record : table.records) {
+        write_record(xml, *table.schema, record);
+        if (piece.size() >= PIECE_BYTES && !move_piece(piece, file))
+            return false;
+    }
+    xml.writeCharacters(QStringLiteral("\n"));
+    xml.writeEndElement();
+    xml.writeEndDocument();
+    return move_piece(piece, file);
+}
+
+} // namespace
+
+QByteArray kv_schema_text(const KV_DATABASE_SCHEMA& schema)
+{
+    QByteArray text;
+    QXmlStreamWriter xml(&text);
     xml.setAutoFormatting(true);
     xml.setAutoFormattingIndent(2);
     xml.writeStartDocument();
@@ -109,44 +110,19 @@ void write_schema(QIODevice& device, const KV_DATABASE_SCHEMA& schema)
     xml.writeAttribute(QStringLiteral("version"), QString::number(KV_FORMAT_VERSION));
     for (const QSharedPointer<const KV_TABLE_SCHEMA>& table : schema.tables) {
         xml.writeStartElement(QStringLiteral("table"));
-        xml.writeAttribute(QStringLiteral("name"), table->name);
-        write_if_set(xml, "description", table->description);
+        write_attributes(xml, {{"name", table->name}, {"description", table->description}});
         for (const KV_FIELD_SCHEMA& field : table->fields)
             write_field(xml, field);
         xml.writeEndElement();
     }
     for (const KV_QUERY_SCHEMA& query : schema.queries) {
         xml.writeStartElement(QStringLiteral("query"));
-        xml.writeAttribute(QStringLiteral("name"), query.name);
-        write_if_set(xml, "description", query.description);
+        write_attributes(xml, {{"name", query.name}, {"description", query.description}});
         write_text(xml, query.sql);
         xml.writeEndElement();
     }
     xml.writeEndDocument();
-}
-
-void write_table(QIODevice& device, const KV_TABLE_DATA& table)
-{
-    QXmlStreamWriter xml(&device);
-    xml.writeStartDocument();
-    xml.writeCharacters(QStringLiteral("\n"));
-    xml.writeStartElement(QStringLiteral("table"));
-    xml.writeAttribute(QStringLiteral("name"), table.schema->name);
-    for (const KV_RECORD_DATA& record : table.records)
-        write_record(xml, *table.schema, record);
-    xml.writeCharacters(QStringLiteral("\n"));
-    xml.writeEndElement();
-    xml.writeEndDocument();
-}
-
-} // namespace
-
-QByteArray kv_schema_text(const KV_DATABASE_SCHEMA& schema)
-{
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    write_schema(buffer, schema);
-    return buffer.data();
+    return text;
 }
 
 void number_written_lines(KV_TABLE_DATA& table)
@@ -162,21 +138,18 @@ void number_written_lines(KV_TABLE_DATA& table)
     }
 }
 
-QString kv_write_file(const QString& path, const KV_FILE_CONTENT& content, const QString& model)
+QString kv_write_file(const QString& path, const KV_FILE_TO_WRITE& content)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return file.errorString();
-    PIECES pieces(file);
-    if (content.schema)
-        write_schema(pieces, *content.schema);
-    else
-        write_table(pieces, content.table);
-    if (!pieces.finish())
+    const QByteArray schema = content.schema ? kv_schema_text(*content.schema) : QByteArray();
+    if (!(content.schema ? write_all(file, schema, schema.size()) : write_table(file, content.table)))
         return file.errorString();
     const qint64 max_bytes = content.schema ? KV_MAX_SCHEMA_BYTES : KV_MAX_TABLE_BYTES;
     if (file.size() > max_bytes)
-        return QStringLiteral("it would be larger than %1 bytes").arg(max_bytes); // to be read again
+        return kv_text("it would be larger than %1 bytes", max_bytes); // to be read again
+    const QString model = behind_links(content.path);
     if (QFileInfo::exists(model))
         file.setPermissions(QFile::permissions(model)); // where the file system has any
     return file.commit() ? QString() : file.errorString();

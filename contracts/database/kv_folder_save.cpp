@@ -1,4 +1,4 @@
-#include "contracts/database/kv_folder_save.h"
+#include "contracts/database/kv_files.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "contracts/database/kv_text.h"
 #include "contracts/database/progress_callback.h"
 #include "contracts/services/file_replacement.h"
 
@@ -15,28 +16,26 @@ constexpr int PROBE_BYTES = 4096; // more than a lock takes
 constexpr char WAITING[] = "/unfinished_save";
 constexpr char PART[] = "/unfinished_save.part";
 constexpr char LOCK[] = "/unfinished_save.lock";
-constexpr char CHANGED[] = "somebody else changed it since it was read";
 constexpr char TO_REMOVE[] = ".removed"; // behind the name of a file that is to go
 
 QString cannot_write(const QString& path, const QString& cause)
 {
-    return QStringLiteral("%1: can't be written: %2").arg(path, cause);
+    return kv_text("%1: can't be written: %2", path, cause);
 }
 
 // Of the file that one which waits is to replace or to remove.
-QString name_of(QString waiting)
+QString name_of(const QString& waiting)
 {
-    if (waiting.endsWith(QLatin1String(TO_REMOVE)))
-        waiting.chop(int(qstrlen(TO_REMOVE)));
-    return waiting;
+    return waiting.endsWith(TO_REMOVE) ? waiting.chopped(int(qstrlen(TO_REMOVE))) : waiting;
 }
 
 // Why the file can't be replaced now. One that is to go may be gone already.
 QString hindrance_of(const KV_FILE_TO_WRITE& file)
 {
     const KV_FILE_STAMP stamp = KV_FILE_STAMP::of(file.path);
-    const bool is_gone = file.content.is_nothing() && stamp.size < 0;
-    return stamp == file.stamp || is_gone ? why_not_replaceable(behind_links(file.path)) : QString(CHANGED);
+    const bool is_gone = file.is_removal() && stamp.size < 0;
+    return stamp == file.stamp || is_gone ? why_not_replaceable(behind_links(file.path))
+                                          : "somebody else changed it since it was read";
 }
 
 // Nobody loses by it, so it is no error; but somebody has to see to it.
@@ -73,9 +72,9 @@ public:
             error = kv_unfinished_save_problem(m_folder);
         if (error.isEmpty())
             error = put_in_place();
-        return error.isEmpty() && !QDir(m_folder + PART).removeRecursively()
-                   ? cannot_write(m_folder + PART, QStringLiteral("what is left there can't be removed"))
-                   : error;
+        if (error.isEmpty() && !QDir(m_folder + PART).removeRecursively())
+            error = cannot_write(m_folder + PART, "what is left there can't be removed");
+        return error;
     }
 
     // Until the new files are whole and wait, nothing has happened to the old ones;
@@ -83,7 +82,7 @@ public:
     QString write(const QVector<KV_FILE_TO_WRITE>& files)
     {
         if (!QDir().mkdir(m_folder + PART))
-            return cannot_write(m_folder, QStringLiteral("a folder can't be made in it"));
+            return cannot_write(m_folder, "a folder can't be made in it");
         for (int i = 0; i < 2 * files.size(); ++i) {
             const KV_FILE_TO_WRITE& file = files.at(i % files.size());
             const bool is_prepared = i >= files.size(); // which took its time: looked at once more
@@ -112,11 +111,9 @@ private:
             qint64 process = 0;
             QString host, program;
             m_lock.getLockInfo(&process, &host, &program);
-            return QStringLiteral("%1: another process saves this folder (number %2 on \"%3\"); when that is "
-                                  "not so, remove this file")
-                .arg(path)
-                .arg(process)
-                .arg(host);
+            return kv_text("%1: another process saves this folder (number %2 on \"%3\"); when that is "
+                           "not so, remove this file",
+                           path, process, host);
         }
         // The lock does not say why it can't be had; a file does.
         QFile file(path);
@@ -131,8 +128,8 @@ private:
     QString prepare(const KV_FILE_TO_WRITE& file) const
     {
         const QString part = m_folder + PART + '/' + QFileInfo(file.path).fileName();
-        if (!file.content.is_nothing())
-            return kv_write_file(part, file.content, behind_links(file.path));
+        if (!file.is_removal())
+            return kv_write_file(part, file);
         QFile mark(part + TO_REMOVE);
         return mark.open(QIODevice::WriteOnly) ? QString() : mark.errorString();
     }
@@ -162,7 +159,7 @@ private:
     void report(const char* step, const QString& path, int done, int total) const
     {
         if (m_progress)
-            m_progress->progress(QString::fromLatin1(step).arg(path), done, total);
+            m_progress->progress(kv_text(step, path), done, total);
     }
 
     const QString m_folder;
@@ -175,12 +172,7 @@ private:
 KV_FILE_STAMP KV_FILE_STAMP::of(const QString& path)
 {
     const QFileInfo info(kv_file_to_read(path));
-    KV_FILE_STAMP stamp;
-    if (info.exists()) {
-        stamp.time = info.lastModified().toUTC();
-        stamp.size = info.size();
-    }
-    return stamp;
+    return info.exists() ? KV_FILE_STAMP{info.lastModified().toUTC(), info.size()} : KV_FILE_STAMP{};
 }
 
 // A file that waits may take its place between the two questions.
@@ -198,10 +190,9 @@ QString kv_unfinished_save_problem(const QString& folder)
         const QString name = name_of(file.fileName());
         const QFileInfo place(behind_links(folder + '/' + name));
         if (place.exists() && file.lastModified() < place.lastModified())
-            return QStringLiteral(
-                       "%1: somebody changed this file after a save of it was cut off; what was to "
-                       "be saved is %2: remove one of the two files")
-                .arg(folder + '/' + name, file.filePath());
+            return kv_text("%1: somebody changed this file after a save of it was cut off; what was to "
+                           "be saved is %2: remove one of the two files",
+                           folder + '/' + name, file.filePath());
     }
     return QString();
 }
@@ -226,5 +217,5 @@ QString kv_save_files(const QString& folder, const QVector<KV_FILE_TO_WRITE>& fi
     QStringList names;
     for (const KV_FILE_TO_WRITE& file : files)
         names.append(QFileInfo(file.path).fileName());
-    return error + QStringLiteral("\nno file was written: %1").arg(names.join(QStringLiteral(", ")));
+    return error + kv_text("\nno file was written: %1", names.join(QStringLiteral(", ")));
 }

@@ -2,7 +2,7 @@
 
 #include <QtCore/QStringList>
 
-#include "contracts/database/kv_schema_rules.h"
+#include "contracts/database/kv_schemas.h"
 #include "contracts/services/xml_file_reader.h"
 
 namespace {
@@ -27,8 +27,14 @@ public:
     {
         if (m_xml.open("database") && m_xml.check_version(KV_FORMAT_VERSION) &&
             m_xml.allow_attributes({"version"}))
-            while (m_xml.next_child())
-                read_child();
+            while (m_xml.next_child()) {
+                if (m_xml.name() == QLatin1String("table"))
+                    read_table();
+                else if (m_xml.name() == QLatin1String("query"))
+                    read_query();
+                else
+                    m_xml.fail(kv_text("<database> can't hold <%1>", m_xml.name().toString()));
+            }
         if (!m_xml.finish())
             return m_xml.error();
         int part = 0;
@@ -41,16 +47,6 @@ public:
     }
 
 private:
-    void read_child()
-    {
-        if (m_xml.name() == QLatin1String("table"))
-            read_table();
-        else if (m_xml.name() == QLatin1String("query"))
-            read_query();
-        else
-            m_xml.fail(QStringLiteral("<database> can't hold <%1>").arg(m_xml.name().toString()));
-    }
-
     void read_table()
     {
         if (!m_xml.allow_attributes({"name", "description"}))
@@ -76,61 +72,48 @@ private:
     void read_field(KV_TABLE_SCHEMA& table)
     {
         if (m_xml.name() != QLatin1String("field")) {
-            m_xml.fail(QStringLiteral("<table> can't hold <%1>").arg(m_xml.name().toString()));
+            m_xml.fail(kv_text("<table> can't hold <%1>", m_xml.name().toString()));
             return;
         }
         KV_FIELD_SCHEMA field;
         if (!m_xml.allow_attributes({"name", "type", "key", "default", "description", "lookup"}) ||
-            !read_type(field) || !read_key(field))
+            !read_type(field) || !read_key(field) || !read_lookup(field))
             return;
         field.name = m_xml.attribute("name");
         field.default_value = m_xml.attribute("default");
         field.description = m_xml.attribute("description");
-        if (!read_lookup(field))
-            return;
         table.fields.append(field);
         m_table_places.append(m_xml.place());
         if (m_xml.next_child())
-            m_xml.fail(QStringLiteral("<field> can't hold <%1>").arg(m_xml.name().toString()));
+            m_xml.fail(kv_text("<field> can't hold <%1>", m_xml.name().toString()));
     }
 
     bool read_type(KV_FIELD_SCHEMA& field)
     {
-        const QString name = m_xml.has_attribute("type") ? m_xml.attribute("type") : QStringLiteral("text");
-        for (const KV_FIELD_SCHEMA::TYPE type : KV_TYPES) {
-            if (kv_type_name(type) != name)
-                continue;
-            field.type = type;
-            return true;
-        }
-        return m_xml.fail(
-            QStringLiteral("the type of field \"%1\" must be text, integer, real or boolean, "
-                           "not \"%2\"")
-                .arg(m_xml.attribute("name").left(KV_QUOTED_LENGTH), name.left(KV_QUOTED_LENGTH)));
+        const QString name = m_xml.has_attribute("type") ? m_xml.attribute("type") : kv_type_names().first();
+        const int type = kv_type_names().indexOf(name);
+        field.type = KV_FIELD_SCHEMA::TYPE(qMax(type, 0));
+        return type >= 0 || m_xml.fail(kv_text(
+                                "the type of field \"%1\" must be text, integer, real or boolean, "
+                                "not \"%2\"",
+                                m_xml.attribute("name").left(KV_QUOTED_LENGTH), name.left(KV_QUOTED_LENGTH)));
     }
 
     bool read_key(KV_FIELD_SCHEMA& field)
     {
-        if (!m_xml.has_attribute("key"))
-            return true;
         const QString word = m_xml.attribute("key");
         field.key = word == QLatin1String("true");
-        return field.key || word == QLatin1String("false") ||
-               m_xml.fail(QStringLiteral("\"key\" must be true or false, not \"%1\"")
-                              .arg(word.left(KV_QUOTED_LENGTH)));
+        return field.key || word == QLatin1String("false") || !m_xml.has_attribute("key") ||
+               m_xml.fail(kv_text("\"key\" must be true or false, not \"%1\"", word.left(KV_QUOTED_LENGTH)));
     }
 
     bool read_lookup(KV_FIELD_SCHEMA& field)
     {
-        if (!m_xml.has_attribute("lookup"))
-            return true;
         const QString target = m_xml.attribute("lookup");
-        const QString problem = kv_lookup_form_problem(target);
-        if (!problem.isEmpty())
-            return m_xml.fail(problem);
+        const QString problem = m_xml.has_attribute("lookup") ? kv_lookup_form_problem(target) : QString();
         field.lookup_table = target.section('.', 0, 0);
         field.lookup_field = target.section('.', 1);
-        return true;
+        return problem.isEmpty() || m_xml.fail(problem);
     }
 
     XML_FILE_READER m_xml;

@@ -1,14 +1,14 @@
 #include "contracts/database/kv_sql.h"
 
-#include <QtCore/QDeadlineTimer>
 #include <QtCore/QLocale>
 
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "contracts/database/kv_database.h"
-#include "contracts/database/kv_schema_rules.h"
+#include "contracts/database/kv_schemas.h"
 
 namespace {
 
@@ -18,22 +18,12 @@ constexpr int MAX_BYTES = 64 << 20;            // of one value
 constexpr qint64 MAX_MEMORY = qint64(4) << 30; // bytes that SQLite may need
 constexpr quint64 ROWS = 0xffffffff;           // where the row stands in an entry of an index
 
-using STATEMENT = std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)>;
-
 // The rows of a field by value: a hash in the upper 32 bits and the row in the
 // lower ones, sorted.
 struct INDEX
 {
     qint64 revision = 0; // of the table
     QVector<quint64> entries;
-};
-
-// What the calls of SQLite get at.
-struct QUERIED
-{
-    KV_DATABASE& database;
-    QString refusal = {};      // why the statement at hand may not be run, or not go on
-    bool is_declaring = false; // a table, which SQLite enters into tables of its own
 };
 
 struct TABLE : sqlite3_vtab
@@ -57,11 +47,6 @@ struct CURSOR : sqlite3_vtab_cursor
     int row() const { return entries.isEmpty() ? place : int(entries.at(place) & ROWS); }
 };
 
-char* sqlite_text(const QString& text)
-{
-    return sqlite3_mprintf("%s", text.toUtf8().constData());
-}
-
 quint64 hash_of(const QString& value)
 {
     return quint64(qHash(value)) << 32;
@@ -78,26 +63,27 @@ QString plain(const QString& value, KV_FIELD_SCHEMA::TYPE type)
 int connect_table(sqlite3* handle, void* data, int, const char* const* words, sqlite3_vtab** table,
                   char** error)
 {
-    auto& queried = *static_cast<QUERIED*>(data);
+    auto& sql = *static_cast<KV_SQL*>(data);
     const QString name = QString::fromUtf8(words[0]);
     QStringList columns;
-    for (const KV_FIELD_SCHEMA& field : queried.database.schema().table(name)->fields)
-        columns.append('"' + field.name + "\" " + kv_type_name(field.type));
-    queried.is_declaring = true;
+    for (const KV_FIELD_SCHEMA& field : sql.database.schema().table(name)->fields)
+        columns.append('"' + field.name + "\" " + kv_type_names().value(field.type));
+    sql.is_declaring = true;
     const int code =
         sqlite3_declare_vtab(handle, QString("CREATE TABLE x (" + columns.join(',') + ')').toUtf8());
-    queried.is_declaring = false;
+    sql.is_declaring = false;
     if (code == SQLITE_OK)
-        *table = new TABLE{{}, queried.database, name, nullptr, {}};
+        *table = new TABLE{{}, sql.database, name, nullptr, {}};
     else
-        *error = sqlite_text(QStringLiteral("table \"%1\" can't be queried: %2")
-                                 .arg(name, QString::fromUtf8(sqlite3_errmsg(handle))));
+        *error = sqlite3_mprintf("table \"%s\" can't be queried: %s", words[0], sqlite3_errmsg(handle));
     return code;
 }
 
-int disconnect_table(sqlite3_vtab* table)
+// A table or cursor of SQLite's, which is one of ours.
+template <typename OURS, typename BASE>
+int destroy(BASE* base)
 {
-    delete static_cast<TABLE*>(table);
+    delete static_cast<OURS*>(base);
     return SQLITE_OK;
 }
 
@@ -121,9 +107,9 @@ int plan(sqlite3_vtab* vtab, sqlite3_index_info* info)
 {
     TABLE& table = *static_cast<TABLE*>(vtab);
     QString error;
-    table.loaded = table.database.load(table.name, error);
+    table.loaded = table.database.load(error, table.name);
     if (!table.loaded) {
-        table.zErrMsg = sqlite_text(error);
+        table.zErrMsg = sqlite3_mprintf("%s", qUtf8Printable(error));
         return SQLITE_ERROR;
     }
     info->estimatedRows = table.loaded->data.records.size();
@@ -138,28 +124,13 @@ int plan(sqlite3_vtab* vtab, sqlite3_index_info* info)
     return SQLITE_OK;
 }
 
-int open_cursor(sqlite3_vtab*, sqlite3_vtab_cursor** cursor)
-{
-    *cursor = new CURSOR{};
-    return SQLITE_OK;
-}
-
-int close_cursor(sqlite3_vtab_cursor* cursor)
-{
-    delete static_cast<CURSOR*>(cursor);
-    return SQLITE_OK;
-}
-
 // Empty the first time after a change: looking at all records once costs less than
 // sorting them.
 const QVector<quint64>& index_of(TABLE& table, int column)
 {
     INDEX& index = table.indexes[column];
-    if (index.revision != table.loaded->revision) {
-        index.revision = table.loaded->revision;
-        index.entries.clear();
-        return index.entries;
-    }
+    if (std::exchange(index.revision, table.loaded->revision) != table.loaded->revision)
+        return index.entries = {};
     const QVector<KV_RECORD_DATA>& records = table.loaded->data.records;
     if (index.entries.isEmpty()) {
         for (int row = 0; row < records.size(); ++row) {
@@ -205,17 +176,6 @@ int filter(sqlite3_vtab_cursor* base, int column_and_1, const char*, int, sqlite
     return SQLITE_OK;
 }
 
-int next(sqlite3_vtab_cursor* cursor)
-{
-    ++static_cast<CURSOR*>(cursor)->place;
-    return SQLITE_OK;
-}
-
-int is_at_end(sqlite3_vtab_cursor* cursor)
-{
-    return static_cast<CURSOR*>(cursor)->place >= static_cast<CURSOR*>(cursor)->end;
-}
-
 int column(sqlite3_vtab_cursor* base, sqlite3_context* result, int place)
 {
     const CURSOR& cursor = *static_cast<CURSOR*>(base);
@@ -233,61 +193,59 @@ int column(sqlite3_vtab_cursor* base, sqlite3_context* result, int place)
     return SQLITE_OK;
 }
 
-int row_number(sqlite3_vtab_cursor* cursor, sqlite3_int64* number)
-{
-    *number = static_cast<CURSOR*>(cursor)->row() + 1;
-    return SQLITE_OK;
-}
-
 sqlite3_module module_of_tables()
 {
     sqlite3_module module = {};
     module.xConnect = connect_table; // without xCreate a table is there under the name of its module
-    module.xDisconnect = disconnect_table;
+    module.xDisconnect = destroy<TABLE>;
     module.xBestIndex = plan;
-    module.xOpen = open_cursor;
-    module.xClose = close_cursor;
+    module.xOpen = [](sqlite3_vtab*, sqlite3_vtab_cursor** cursor) {
+        *cursor = new CURSOR{};
+        return SQLITE_OK;
+    };
+    module.xClose = destroy<CURSOR>;
     module.xFilter = filter;
-    module.xNext = next;
-    module.xEof = is_at_end;
+    module.xNext = [](sqlite3_vtab_cursor* cursor) {
+        ++static_cast<CURSOR*>(cursor)->place;
+        return SQLITE_OK;
+    };
+    module.xEof = [](sqlite3_vtab_cursor* cursor) {
+        return int(static_cast<CURSOR*>(cursor)->place >= static_cast<CURSOR*>(cursor)->end);
+    };
     module.xColumn = column;
-    module.xRowid = row_number;
+    module.xRowid = [](sqlite3_vtab_cursor* cursor, sqlite3_int64* number) {
+        *number = static_cast<CURSOR*>(cursor)->row() + 1;
+        return SQLITE_OK;
+    };
     return module;
 }
 
 // What a statement may do.
 int authorize(void* data, int action, const char* name, const char*, const char*, const char*)
 {
-    auto& queried = *static_cast<QUERIED*>(data);
+    auto& sql = *static_cast<KV_SQL*>(data);
     const bool is_foreign = action == SQLITE_READ && !qstrnicmp(name, "sqlite_", 7);
-    if (is_foreign)
-        queried.refusal = QStringLiteral("it can't use \"%1\"").arg(QString::fromUtf8(name));
-    else if (action != SQLITE_SELECT && action != SQLITE_READ && action != SQLITE_FUNCTION &&
-             action != SQLITE_RECURSIVE)
-        queried.refusal = QStringLiteral("it can only read the tables of the database");
-    if (queried.is_declaring)
-        queried.refusal.clear();
-    return queried.refusal.isEmpty() ? SQLITE_OK : SQLITE_DENY;
+    const bool only_reads = action == SQLITE_SELECT || action == SQLITE_READ || action == SQLITE_FUNCTION ||
+                            action == SQLITE_RECURSIVE;
+    if (!sql.is_declaring && is_foreign)
+        return sql.refuse(kv_text("it can't use \"%1\"", QString::fromUtf8(name))), SQLITE_DENY;
+    if (!sql.is_declaring && !only_reads)
+        return sql.refuse("it can only read the tables of the database"), SQLITE_DENY;
+    return SQLITE_OK;
 }
 
-int bind(sqlite3_stmt* statement, int place, const QVariant& value)
+int bind_value(sqlite3_stmt* statement, int place, const QVariant& value)
 {
-    const QByteArray text = value.toString().toUtf8();
-    switch (value.isNull() ? QMetaType::UnknownType : value.userType()) {
-    case QMetaType::UnknownType:
+    static const QVector<int> s_integers{QMetaType::Bool, QMetaType::Int, QMetaType::UInt,
+                                         QMetaType::LongLong, QMetaType::ULongLong};
+    if (value.isNull())
         return sqlite3_bind_null(statement, place);
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
+    if (s_integers.contains(value.userType()))
         return sqlite3_bind_int64(statement, place, value.toLongLong());
-    case QMetaType::Float:
-    case QMetaType::Double:
+    if (value.userType() == QMetaType::Float || value.userType() == QMetaType::Double)
         return sqlite3_bind_double(statement, place, value.toDouble());
-    default:
-        return sqlite3_bind_text(statement, place, text.constData(), text.size(), SQLITE_TRANSIENT);
-    }
+    const QByteArray text = value.toString().toUtf8();
+    return sqlite3_bind_text(statement, place, text.constData(), text.size(), SQLITE_TRANSIENT);
 }
 
 // Its type is what a table declares, else that of the value at hand.
@@ -295,13 +253,14 @@ KV_FIELD_SCHEMA column_of(sqlite3_stmt* statement, int place)
 {
     KV_FIELD_SCHEMA column;
     column.name = QString::fromUtf8(sqlite3_column_name(statement, place));
-    if (sqlite3_column_type(statement, place) == SQLITE_INTEGER)
+    const int declared =
+        kv_type_names().indexOf(QString(sqlite3_column_decltype(statement, place)).toLower());
+    if (declared >= 0)
+        column.type = KV_FIELD_SCHEMA::TYPE(declared);
+    else if (sqlite3_column_type(statement, place) == SQLITE_INTEGER)
         column.type = KV_FIELD_SCHEMA::INTEGER;
-    if (sqlite3_column_type(statement, place) == SQLITE_FLOAT)
+    else if (sqlite3_column_type(statement, place) == SQLITE_FLOAT)
         column.type = KV_FIELD_SCHEMA::REAL;
-    for (const KV_FIELD_SCHEMA::TYPE type : KV_TYPES)
-        if (!qstricmp(kv_type_name(type).toLatin1(), sqlite3_column_decltype(statement, place)))
-            column.type = type;
     return column;
 }
 
@@ -319,128 +278,114 @@ QString value_of(sqlite3_stmt* statement, int place, KV_FIELD_SCHEMA::TYPE type)
 
 } // namespace
 
-struct KV_SQL::CONNECTION : QUERIED
-{
-    CONNECTION(const KV_SQL& sql) : QUERIED{sql.m_database}, owner(sql), tables(database.schema().tables) {}
-    ~CONNECTION() { sqlite3_close(handle); }
-
-    QString open();
-    bool is_to_end();
-    QString cause() const { return refusal.isEmpty() ? QString::fromUtf8(sqlite3_errmsg(handle)) : refusal; }
-    STATEMENT prepare(const QString& sql, QString& error);
-    QString bind_all(sqlite3_stmt* statement, const QVariantList& values) const;
-    QString step_all(sqlite3_stmt* statement, KV_QUERY_RESULTS& results) const;
-
-    const KV_SQL& owner;
-    const QVector<QSharedPointer<const KV_TABLE_SCHEMA>> tables; // that it knows
-    sqlite3* handle = nullptr;
-    QDeadlineTimer deadline;
-};
-
-QString KV_SQL::CONNECTION::open()
+bool KV_SQL::open()
 {
     static const sqlite3_module s_module = module_of_tables();
-    const auto ask = [](void* connection) { return int(static_cast<CONNECTION*>(connection)->is_to_end()); };
-    if (sqlite3_open_v2(":memory:", &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) !=
-            SQLITE_OK ||
-        sqlite3_exec(handle, "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr) != SQLITE_OK)
-        return cause();
-    for (const auto& table : tables)
-        if (sqlite3_create_module(handle, table->name.toUtf8(), &s_module, static_cast<QUERIED*>(this)) !=
-            SQLITE_OK)
-            return cause();
-    sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-    sqlite3_db_config(handle, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
-    sqlite3_limit(handle, SQLITE_LIMIT_ATTACHED, 0);
-    sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, MAX_BYTES);
-    sqlite3_limit(handle, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, MAX_PATTERN);
-    sqlite3_set_authorizer(handle, authorize, static_cast<QUERIED*>(this));
-    sqlite3_progress_handler(handle, STEPS, ask, this);
-    return QString();
+    const auto ask = [](void* connection) { return int(static_cast<KV_SQL*>(connection)->is_to_end()); };
+    bool is_good =
+        sqlite3_open_v2(":memory:", &m_handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) ==
+            SQLITE_OK &&
+        sqlite3_exec(m_handle, "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr) == SQLITE_OK;
+    for (const auto& table : database.schema().tables)
+        is_good =
+            is_good && sqlite3_create_module(m_handle, table->name.toUtf8(), &s_module, this) == SQLITE_OK;
+    if (!is_good)
+        return false;
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+    sqlite3_limit(m_handle, SQLITE_LIMIT_ATTACHED, 0);
+    sqlite3_limit(m_handle, SQLITE_LIMIT_LENGTH, MAX_BYTES);
+    sqlite3_limit(m_handle, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, MAX_PATTERN);
+    sqlite3_set_authorizer(m_handle, authorize, this);
+    sqlite3_progress_handler(m_handle, STEPS, ask, this);
+    return true;
 }
 
-bool KV_SQL::CONNECTION::is_to_end()
+bool KV_SQL::refuse(const QString& cause)
 {
-    if (owner.is_stopped && owner.is_stopped())
-        refusal = QStringLiteral("it was ended on the way, as the build is to stop");
-    else if (deadline.hasExpired())
-        refusal = QStringLiteral("it takes longer than %1 second(s)").arg(owner.max_msecs / 1000);
+    m_refusal = cause;
+    return false;
+}
+
+bool KV_SQL::is_to_end()
+{
+    if (is_stopped && is_stopped())
+        refuse("it was ended on the way, as the build is to stop");
+    else if (m_deadline.hasExpired())
+        refuse(kv_text("it takes longer than %1 second(s)", max_msecs / 1000));
     else if (sqlite3_memory_used() > MAX_MEMORY)
-        refusal = QStringLiteral("it needs more than %1 bytes of memory").arg(MAX_MEMORY);
-    return !refusal.isEmpty();
+        refuse(kv_text("it needs more than %1 bytes of memory", MAX_MEMORY));
+    return !m_refusal.isEmpty();
 }
 
-STATEMENT KV_SQL::CONNECTION::prepare(const QString& sql, QString& error)
+bool KV_SQL::prepare(const QString& sql, sqlite3_stmt*& statement)
 {
-    sqlite3_stmt *statement = nullptr, *more = nullptr;
+    sqlite3_stmt* more = nullptr;
     const char* rest = nullptr;
     const QByteArray text = sql.toUtf8();
-    refusal.clear();
-    deadline = QDeadlineTimer(owner.max_msecs);
-    if (sqlite3_prepare_v2(handle, text, -1, &statement, &rest) != SQLITE_OK)
-        error = cause();
-    else if (!statement || !sqlite3_stmt_readonly(statement) || sqlite3_column_count(statement) == 0)
-        error = QStringLiteral("it must be a SELECT");
-    else if (sql.contains(QChar::Null) || sqlite3_prepare_v2(handle, rest, -1, &more, nullptr) != SQLITE_OK ||
-             more)
-        error = QStringLiteral("it must be one statement only");
+    m_refusal.clear();
+    m_deadline = QDeadlineTimer(max_msecs);
+    if (sqlite3_prepare_v2(m_handle, text, -1, &statement, &rest) != SQLITE_OK)
+        return false;
+    if (!statement || !sqlite3_stmt_readonly(statement) || sqlite3_column_count(statement) == 0)
+        return refuse("it must be a SELECT");
+    const bool is_alone = !sql.contains(QChar::Null) &&
+                          sqlite3_prepare_v2(m_handle, rest, -1, &more, nullptr) == SQLITE_OK && !more;
     sqlite3_finalize(more);
-    return STATEMENT(statement, sqlite3_finalize);
+    return is_alone || refuse("it must be one statement only");
 }
 
-QString KV_SQL::CONNECTION::bind_all(sqlite3_stmt* statement, const QVariantList& values) const
+bool KV_SQL::bind(sqlite3_stmt* statement, const QVariantList& values)
 {
     const int count = sqlite3_bind_parameter_count(statement);
     if (count != values.size())
-        return QStringLiteral("it has %1 place(s) for values, not %2").arg(count).arg(values.size());
+        return refuse(kv_text("it has %1 place(s) for values, not %2", count, values.size()));
     for (int i = 0; i < count; ++i)
-        if (bind(statement, i + 1, values.at(i)) != SQLITE_OK)
-            return cause();
-    return QString();
+        if (bind_value(statement, i + 1, values.at(i)) != SQLITE_OK)
+            return false;
+    return true;
 }
 
-QString KV_SQL::CONNECTION::step_all(sqlite3_stmt* statement, KV_QUERY_RESULTS& results) const
+bool KV_SQL::step(sqlite3_stmt* statement, KV_QUERY_RESULTS& results)
 {
     int code = sqlite3_step(statement);
     if (code != SQLITE_ROW && code != SQLITE_DONE)
-        return cause();
+        return false;
     for (int i = 0; i < sqlite3_column_count(statement); ++i)
         results.columns.append(column_of(statement, i));
     for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
         const QString problem = kv_count_problem(results.records.size(), results.columns.size());
         if (!problem.isEmpty())
-            return problem;
+            return refuse(problem);
         KV_RECORD_DATA record;
         record.fields.reserve(results.columns.size());
         for (int i = 0; i < results.columns.size(); ++i)
             record.fields.append({value_of(statement, i, results.columns.at(i).type)});
         results.records.append(record);
     }
-    return code == SQLITE_DONE ? QString() : cause();
+    return code == SQLITE_DONE;
 }
-
-KV_SQL::KV_SQL(KV_DATABASE& database) : m_database(database) {}
-
-KV_SQL::~KV_SQL() = default;
 
 QString KV_SQL::run(const QString& sql, const QVariantList& values, KV_QUERY_RESULTS& results)
 {
-    QString error = kv_query_text_problem(sql);
-    // A connection serves one schema: in the next one tables have other columns.
-    if (error.isEmpty() &&
-        (!m_connection || !m_connection->tables.isSharedWith(m_database.schema().tables))) {
-        m_connection.reset(new CONNECTION(*this));
-        error = m_connection->open();
-    }
-    if (!error.isEmpty())
-        return error;
+    if (const QString problem = kv_query_text_problem(sql); !problem.isEmpty())
+        return problem;
     KV_QUERY_RESULTS found;
-    const STATEMENT statement = m_connection->prepare(sql, error);
-    if (error.isEmpty())
-        error = m_connection->bind_all(statement.get(), values);
-    if (error.isEmpty())
-        error = m_connection->step_all(statement.get(), found);
-    if (error.isEmpty())
+    sqlite3_stmt* statement = nullptr;
+    const bool is_open = m_handle || open();
+    const bool is_done =
+        is_open && prepare(sql, statement) && bind(statement, values) && step(statement, found);
+    const QString cause = m_refusal.isEmpty() ? QString::fromUtf8(sqlite3_errmsg(m_handle)) : m_refusal;
+    sqlite3_finalize(statement);
+    if (!is_open)
+        close();
+    if (is_done)
         results = found;
-    return error;
+    return is_done ? QString() : cause;
+}
+
+void KV_SQL::close()
+{
+    sqlite3_close(m_handle);
+    m_handle = nullptr;
 }

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "contracts/database/kv_schema_rules.h"
+#include "contracts/database/kv_schemas.h"
 
 namespace {
 
@@ -25,16 +25,12 @@ void drop_rows(KV_TABLE_DATA& table, const QVector<int>& rows)
 
 } // namespace
 
-KV_TABLE_CHANGE::KV_TABLE_CHANGE(const KV_TABLE_DATA& before)
-    : m_base(before), m_key(before.schema ? before.schema->key_index() : -1), m_count(before.records.size())
+KV_TABLE_CHANGE::KV_TABLE_CHANGE(const KV_TABLE_DATA& before, bool is_new)
+    : m_base(before),
+      m_is_reshaped(is_new),
+      m_key(before.schema ? before.schema->key_index() : -1),
+      m_count(before.records.size())
 {
-}
-
-KV_TABLE_CHANGE KV_TABLE_CHANGE::made(const QSharedPointer<const KV_TABLE_SCHEMA>& schema)
-{
-    KV_TABLE_CHANGE change(KV_TABLE_DATA{schema, {}, {}});
-    change.m_is_reshaped = true;
-    return change;
 }
 
 bool KV_TABLE_CHANGE::has_plain_keys(bool before) const
@@ -58,8 +54,8 @@ KV_RECORD_DATA KV_TABLE_CHANGE::record(int row) const
 QString KV_TABLE_CHANGE::no_record(const QString& key) const
 {
     return m_key < 0 ? kv_no_key_text(m_base.schema->name)
-                     : QStringLiteral("table \"%1\" has no record with the key \"%2\"")
-                           .arg(m_base.schema->name, key.left(KV_QUOTED_LENGTH));
+                     : kv_text("table \"%1\" has no record with the key \"%2\"", m_base.schema->name,
+                               key.left(KV_QUOTED_LENGTH));
 }
 
 QString KV_TABLE_CHANGE::apply(const KV_EDIT_COMMAND& command)
@@ -75,7 +71,7 @@ QString KV_TABLE_CHANGE::apply(const KV_EDIT_COMMAND& command)
     if (command.kind == KV_EDIT_COMMAND::EDIT_RECORD)
         return put(row, command.record);
     if (command.kind != KV_EDIT_COMMAND::REMOVE_RECORD)
-        return QStringLiteral("there is no command %1").arg(int(command.kind));
+        return kv_text("there is no command %1", int(command.kind));
     set(row, KV_RECORD_DATA());
     return QString();
 }
@@ -95,10 +91,8 @@ QString KV_TABLE_CHANGE::check(const KV_RECORD_DATA& record, int row) const
     const QVector<KV_FIELD_SCHEMA>& fields = m_base.schema->fields;
     const KV_RECORD_DATA before = this->record(row);
     if (record.fields.size() != fields.size())
-        return QStringLiteral("a record of table \"%1\" has %2 value(s), not %3")
-            .arg(m_base.schema->name)
-            .arg(fields.size())
-            .arg(record.fields.size());
+        return kv_text("a record of table \"%1\" has %2 value(s), not %3", m_base.schema->name, fields.size(),
+                       record.fields.size());
     for (int i = 0; i < fields.size(); ++i) {
         const QString& value = record.fields.at(i).value;
         const bool is_known = !before.fields.isEmpty() && before.fields.at(i).value == value;
@@ -109,8 +103,8 @@ QString KV_TABLE_CHANGE::check(const KV_RECORD_DATA& record, int row) const
     const QString key = record.fields.value(m_key).value;
     const int owner = m_key < 0 ? -1 : row_of(key);
     return owner < 0 || owner == row ? QString()
-                                     : QStringLiteral("table \"%1\" already has a record with the key \"%2\"")
-                                           .arg(m_base.schema->name, key.left(KV_QUOTED_LENGTH));
+                                     : kv_text("table \"%1\" already has a record with the key \"%2\"",
+                                               m_base.schema->name, key.left(KV_QUOTED_LENGTH));
 }
 
 // Whatever changes a row does it here. A record without fields is none.
@@ -143,11 +137,10 @@ void KV_TABLE_CHANGE::undo_step()
 QString KV_TABLE_CHANGE::reshape(const QSharedPointer<const KV_TABLE_SCHEMA>& schema)
 {
     const KV_TABLE_DATA table = KV_TABLE_CHANGE(*this).take();
-    KV_TABLE_CHANGE next(KV_TABLE_DATA{schema, {}, {}});
-    next.m_is_reshaped = true;
+    KV_TABLE_CHANGE next(KV_TABLE_DATA{schema, {}, {}}, true);
     next.m_original = m_is_reshaped ? m_original : m_base;
-    const QString problem = kv_count_problem(qint64(m_count) - 1, schema->fields.size());
-    if (!problem.isEmpty() && m_count > 0)
+    if (const QString problem = kv_count_problem(qint64(m_count) - 1, schema->fields.size());
+        !problem.isEmpty())
         return problem;
     KV_RECORD_DATA record;
     QVector<int> sources; // of each field the place in the old records, or -1
@@ -163,7 +156,7 @@ QString KV_TABLE_CHANGE::reshape(const QSharedPointer<const KV_TABLE_SCHEMA>& sc
         record.line = old.line;
         const QString error = next.check(record, -1);
         if (!error.isEmpty())
-            return QStringLiteral("%1: %2").arg(kv_record_text(table, old), error);
+            return kv_text("%1: %2", kv_record_text(table, old), error);
         if (next.m_key >= 0)
             next.m_base.rows_by_key.insert(record.fields.at(next.m_key).value, next.m_count);
         next.m_base.records.append(record);
@@ -178,9 +171,9 @@ KV_TABLE_DATA KV_TABLE_CHANGE::take() &&
     KV_TABLE_DATA table;
     std::swap(table, m_base);
     const int size = table.records.size();
-    for (auto row = m_changed.constBegin(); row != m_changed.constEnd() && row.key() < size && m_key >= 0;
-         ++row)
-        table.rows_by_key.remove(qAsConst(table.records).at(row.key()).fields.at(m_key).value);
+    for (auto key = m_rows_by_key.constBegin(); key != m_rows_by_key.constEnd(); ++key)
+        if (*key < 0)
+            table.rows_by_key.remove(key.key());
     QVector<int> removed;
     for (auto row = m_changed.constBegin(); row != m_changed.constEnd(); ++row) {
         const int place = qMin(row.key(), table.records.size());
@@ -198,22 +191,27 @@ KV_TABLE_DATA KV_TABLE_CHANGE::take() &&
     return table;
 }
 
-QHash<QString, int> KV_TABLE_CHANGE::balance(const QString& field) const
+QSet<QString> KV_TABLE_CHANGE::values_with_balance(const QString& field, int sign) const
 {
-    QHash<QString, int> counts;
+    if (!is_changed())
+        return {};
+    QHash<QString, int> balance; // how many records more have the value than before
     const int index = m_base.schema->field_index(field);
     const int old_index = m_original.schema ? m_original.schema->field_index(field) : -1;
     if (m_is_reshaped)
         for (const KV_RECORD_DATA& record : m_base.records)
-            ++counts[record.fields.value(index).value];
+            ++balance[record.fields.value(index).value];
     for (const KV_RECORD_DATA& record : m_original.records)
-        --counts[record.fields.value(old_index).value];
+        --balance[record.fields.value(old_index).value];
     for (auto row = m_changed.begin(); row != m_changed.end(); ++row) {
-        ++counts[row->fields.value(index).value];
-        --counts[m_base.records.value(row.key()).fields.value(index).value];
+        ++balance[row->fields.value(index).value];
+        --balance[m_base.records.value(row.key()).fields.value(index).value];
     }
-    counts.remove(QString());
-    return counts;
+    QSet<QString> values;
+    for (auto value = balance.begin(); value != balance.end(); ++value)
+        if (*value * sign > 0 && !value.key().isEmpty())
+            values.insert(value.key());
+    return values;
 }
 
 QSet<QString> KV_TABLE_CHANGE::values_in_use(const QString& field, const QSet<QString>& values) const

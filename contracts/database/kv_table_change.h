@@ -8,16 +8,13 @@
 /// A table as somebody is changing it: the records as they were, shared with
 /// who keeps them, and over them the rows that are changed. So a change costs
 /// what is changed, whatever the size of the table. Types, counts and keys are
-/// checked at once, lookups are not: what they need to know, `balance` tells.
+/// checked at once, lookups are not: what they need to know, `values_with_balance` tells.
 /// Plain data; one thread at a time.
 class KV_TABLE_CHANGE
 {
 public:
-    /// Nothing is changed yet.
-    explicit KV_TABLE_CHANGE(const KV_TABLE_DATA& before = {});
-
-    /// A table that is new.
-    static KV_TABLE_CHANGE made(const QSharedPointer<const KV_TABLE_SCHEMA>& schema);
+    /// Nothing is changed yet, unless it is a table that there was not.
+    explicit KV_TABLE_CHANGE(const KV_TABLE_DATA& before = {}, bool is_new = false);
 
     bool is_changed() const { return m_is_reshaped || !m_changed.isEmpty(); }
 
@@ -44,9 +41,9 @@ public:
     /// records.
     KV_TABLE_DATA take() &&;
 
-    /// How many records more have each value in the field than before, negative
-    /// when they are fewer. Without the empty value.
-    QHash<QString, int> balance(const QString& field) const;
+    /// The values that more records have in the field than before, or that fewer have,
+    /// for a `sign` of 1 or -1. Without the empty value.
+    QSet<QString> values_with_balance(const QString& field, int sign) const;
 
     /// The `values` that stand in the field of some record.
     QSet<QString> values_in_use(const QString& field, const QSet<QString>& values) const;

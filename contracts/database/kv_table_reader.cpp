@@ -3,7 +3,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
-#include "contracts/database/kv_schema_rules.h"
+#include "contracts/database/kv_schemas.h"
 #include "contracts/services/xml_file_reader.h"
 
 namespace {
@@ -52,11 +52,12 @@ public:
         }
     }
 
-    QString read(KV_TABLE_DATA& table)
+    QString read(KV_TABLE_DATA& table, bool& has_left_out)
     {
         if (m_xml.open("table") && m_xml.allow_attributes({"name"}) && check_name())
             while (m_xml.next_child())
                 read_record();
+        has_left_out = m_has_left_out;
         if (!m_xml.finish())
             return m_xml.error();
         m_table.records.squeeze();
@@ -64,20 +65,18 @@ public:
         return QString();
     }
 
-    bool has_left_out() const { return m_has_left_out; }
-
 private:
     bool check_name()
     {
         const QString name = m_xml.attribute("name");
         return name == m_schema.name ||
-               m_xml.fail(QStringLiteral("this must be table \"%1\", not \"%2\"").arg(m_schema.name, name));
+               m_xml.fail(kv_text("this must be table \"%1\", not \"%2\"", m_schema.name, name));
     }
 
     void read_record()
     {
         if (m_xml.name() != QLatin1String("record")) {
-            m_xml.fail(QStringLiteral("<table> can't hold <%1>").arg(m_xml.name().toString()));
+            m_xml.fail(kv_text("<table> can't hold <%1>", m_xml.name().toString()));
             return;
         }
         KV_RECORD_DATA record{m_defaults, m_xml.line()};
@@ -87,7 +86,10 @@ private:
                 set(record, attribute.value());
         while (m_xml.next_child())
             read_long_value(record);
-        if (!m_xml.failed() && check_count() && add_key(record))
+        if (const QString problem = kv_count_problem(m_table.records.size(), m_schema.fields.size());
+            !problem.isEmpty())
+            m_xml.fail(problem);
+        if (!m_xml.failed() && add_key(record))
             m_table.records.append(record);
     }
 
@@ -111,8 +113,7 @@ private:
         m_field = m_schema.fields.at(next).name == name ? next : m_places.value(name.toString(), -1);
         m_has_left_out |= m_field < 0;
         if (m_field < 0 && !m_skips_unknown)
-            m_xml.fail(
-                QStringLiteral("table \"%1\" has no field \"%2\"").arg(m_schema.name, name.toString()));
+            m_xml.fail(kv_no_field_text(m_schema.name, name.toString()));
         return m_field >= 0;
     }
 
@@ -121,17 +122,11 @@ private:
         const KV_FIELD_SCHEMA& field = m_schema.fields.at(m_field);
         const int row = m_table.records.size();
         if (m_given_in.at(m_field) == row)
-            m_xml.fail(QStringLiteral("the record gives field \"%1\" twice").arg(field.name));
+            m_xml.fail(kv_text("the record gives field \"%1\" twice", field.name));
         else if (!kv_value_has_type(value, field.type))
             m_xml.fail(kv_type_problem(field, value));
         m_given_in[m_field] = row;
         record.fields[m_field].value = m_values.get(m_field, value);
-    }
-
-    bool check_count()
-    {
-        const QString problem = kv_count_problem(m_table.records.size(), m_schema.fields.size());
-        return problem.isEmpty() || m_xml.fail(problem);
     }
 
     bool add_key(const KV_RECORD_DATA& record)
@@ -144,9 +139,8 @@ private:
         int& row = m_table.rows_by_key[key];
         // New places hold 0, and so does the place of the first record.
         if (!m_table.records.isEmpty() && m_table.records.at(row).fields.at(m_key).value == key)
-            return m_xml.fail(QStringLiteral("key \"%1\" is already that of the record in line %2")
-                                  .arg(key.left(KV_QUOTED_LENGTH))
-                                  .arg(m_table.records.at(row).line));
+            return m_xml.fail(kv_text("key \"%1\" is already that of the record in line %2",
+                                      key.left(KV_QUOTED_LENGTH), m_table.records.at(row).line));
         row = m_table.records.size();
         return true;
     }
@@ -171,8 +165,8 @@ QString misspelt_file(const QString& path)
     const QStringList names = info.dir().entryList(QDir::Files);
     for (const QString& name : names)
         if (name.compare(info.fileName(), Qt::CaseInsensitive) == 0)
-            return QStringLiteral("%1: the file of this table must be called \"%2\"")
-                .arg(info.dir().filePath(name), info.fileName());
+            return kv_text("%1: the file of this table must be called \"%2\"", info.dir().filePath(name),
+                           info.fileName());
     return QString();
 }
 
@@ -184,8 +178,5 @@ QString read_database_table(const QString& path, bool skip_unknown_fields, KV_TA
     const QFileInfo info(path);
     if (!info.exists() && !info.isSymLink())
         return misspelt_file(path);
-    TABLE_READER reader(path, table.schema, skip_unknown_fields);
-    const QString error = reader.read(table);
-    has_left_out = reader.has_left_out();
-    return error;
+    return TABLE_READER(path, table.schema, skip_unknown_fields).read(table, has_left_out);
 }

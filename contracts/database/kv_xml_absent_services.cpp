@@ -2,7 +2,8 @@
 // program does not have. Who calls one learns which, instead of a silence that
 // looks like success.
 
-#include "contracts/database/kv_query_state.h"
+#include "contracts/database/kv_database.h"
+#include "contracts/database/kv_xml_query_interface.h"
 
 namespace {
 
@@ -15,19 +16,21 @@ constexpr char LOCALISATION[] = "localisation";
 constexpr char IDS[] = "ids of records and fields";
 constexpr char DIALOGS[] = "dialogs";
 
-} // namespace
-
-QString KV_XML_QUERY_INTERFACE::STATE::absent(const char* operation, const char* service)
+QString absent(KV_DATABASE& database, const char* operation, const char* service)
 {
-    return report(QStringLiteral("%1 is not available: this program has no %2 for the database")
-                      .arg(QLatin1String(operation), QLatin1String(service)));
+    QString error;
+    database.require(error, false, "%1 is not available: this program has no %2 for the database", operation,
+                     service);
+    return error;
 }
+
+} // namespace
 
 // One operation that returns `type`: an empty or false one.
 #define GOX_ABSENT(type, operation, arguments, constness, service)                                           \
     type KV_XML_QUERY_INTERFACE::operation arguments constness                                               \
     {                                                                                                        \
-        error = m_state->absent(#operation, service);                                                        \
+        error = absent(*m_database, #operation, service);                                                    \
         return type();                                                                                       \
     }
 
@@ -35,7 +38,7 @@ QString KV_XML_QUERY_INTERFACE::STATE::absent(const char* operation, const char*
 #define GOX_ABSENT_WITH_TEXT(operation, service)                                                             \
     QString KV_XML_QUERY_INTERFACE::operation(const QString&)                                                \
     {                                                                                                        \
-        return m_state->absent(#operation, service);                                                         \
+        return absent(*m_database, #operation, service);                                                     \
     }
 
 using TEXT = const QString&;

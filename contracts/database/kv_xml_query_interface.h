@@ -14,6 +14,7 @@
 #include "contracts/database/kv_records.h"
 #include "contracts/export.h"
 
+class KV_DATABASE;
 class PROGRESS_CALLBACK;
 class QDialog;
 class QWidget;
@@ -341,7 +342,5 @@ public:
     QByteArray table_digest(const QString& table) const;
 
 private:
-    struct STATE;
-
-    QScopedPointer<STATE> m_state;
+    QScopedPointer<KV_DATABASE> m_database;
 };
