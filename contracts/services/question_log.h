@@ -32,7 +32,7 @@ Q_DECLARE_TYPEINFO(RULE_QUESTION, Q_MOVABLE_TYPE);
 struct GOX_CONTRACTS_EXPORT ASKED_QUESTIONS
 {
     QVector<RULE_QUESTION> rules;
-    QStringList tables; ///< in the spelling of the schema; one that it does not know as it was asked for
+    QStringList tables;       ///< as the database calls them; "schema" for its schema
     bool asset_graph = false; ///< anything at all
 
     bool is_empty() const { return rules.isEmpty() && tables.isEmpty() && !asset_graph; }
