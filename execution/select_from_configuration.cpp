@@ -126,11 +126,11 @@ struct CHOICE
     // For lists that name what is wanted.
     bool wants_any_of(const ACTION_INTERFACE& action) const
     {
-        if (!consumer_paths.isEmpty())
+        if (!consumers.empty() && !consumer_paths.isEmpty())
             for (const FILE_ENTRY* file : action.input_files)
                 if (is_input_wanted(file))
                     return true;
-        if (!provider_paths.isEmpty())
+        if (!providers.empty() && !provider_paths.isEmpty())
             for (const PHYSICAL_PATH& path : action.target_files)
                 if (is_target_wanted(path))
                     return true;
