@@ -10,6 +10,16 @@
 #include "session/build_session.h"
 #include "session/file_entry.h"
 
+namespace {
+
+// It fails without being executed, whatever was built before, or is what it was made as.
+bool is_decided(const ACTION_INTERFACE& action)
+{
+    return !action.preset_errors.isEmpty() || action.state > ACTION_RUNNING;
+}
+
+} // namespace
+
 ACTION_JUDGE::ACTION_JUDGE(const BUILD_SESSION& session, const RECORD_CONTENT& record,
                            PRESENT_SURROUNDINGS& present, const QVector<ACTION_INTERFACE*>& plan,
                            ACTION_FILES::SOURCE source)
@@ -26,6 +36,8 @@ VERDICT ACTION_JUDGE::judge(ACTION_INTERFACE& action)
     const quint64 key = notes_of(action).key;
     if (key == 0)
         return {RUN_REASON::NO_TARGETS, nullptr, nullptr};
+    if (is_decided(action))
+        return {RUN_REASON::IS_DECIDED, nullptr, nullptr};
     if (has_double(action))
         return {RUN_REASON::HAS_DOUBLE, nullptr, nullptr};
     const BUILD_ENTRY* const entry = m_record.find(key);

@@ -138,6 +138,9 @@ QString explanation_text(ACTION_INTERFACE& action, const VERDICT& verdict, ACTIO
         return QStringLiteral("up to date");
     case RUN_REASON::NO_TARGETS:
         return QStringLiteral("has no targets");
+    case RUN_REASON::IS_DECIDED:
+        return "has " + (action.preset_errors.isEmpty() ? QStringLiteral("a state already")
+                                                        : "errors: " + action.preset_errors.first());
     case RUN_REASON::HAS_DOUBLE:
         return QStringLiteral("another action of its processor has the same targets");
     case RUN_REASON::NEVER_BUILT:
