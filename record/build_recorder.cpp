@@ -174,6 +174,15 @@ bool has_something_run(ACTION_INTERFACE& action)
     return false;
 }
 
+// Those that come later may add to what this one leaves, so that it has to begin anew
+// whenever one of them runs.
+bool is_written_later(const ACTION_INTERFACE& action, SHARED_TARGETS& shared)
+{
+    const QList<FILE_ENTRY*> targets = action.target_files.keys();
+    return std::any_of(targets.cbegin(), targets.cend(),
+                       [&](const FILE_ENTRY* target) { return shared.is_written_later(*target, action); });
+}
+
 } // namespace
 
 BUILD_RECORDER::BUILD_RECORDER(const BUILD_SESSION& session, const SHARD& shard)
@@ -277,7 +286,7 @@ bool BUILD_RECORDER::answer_action(ACTION_INTERFACE& action)
 
 bool BUILD_RECORDER::is_up_to_date(ACTION_INTERFACE& action)
 {
-    if (has_something_run(action))
+    if (has_something_run(action) || is_written_later(action, *m_shared))
         return false;
     if (!m_judge)
         m_judge =
