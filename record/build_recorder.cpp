@@ -49,6 +49,7 @@ public:
         FILE_STAMP stamp;         ///< of an input as the scan found it
         bool is_to_be_asked;      ///< the disk knows more than the scan did
         bool is_overwritten;      ///< a later action writes the target too
+        bool adds_to_own;         ///< the target may have held the action's part already
     };
 
     explicit ACTION_JOB(std::shared_ptr<JOB_SERVICES> services) : m_services(std::move(services)) {}
@@ -108,6 +109,8 @@ private:
         m_services->written.insert(target.path, left);
         if (target.is_overwritten)
             return stamp_of_overwritten();
+        if (target.adds_to_own)
+            return stamp_of_uncertain();
         const bool was_late = QDateTime::currentMSecsSinceEpoch() - end > TIME_STEP;
         return was_late && left.time > end + TIME_STEP ? stamp_of_uncertain() : left;
     }
@@ -144,7 +147,7 @@ private:
 // changed once more under the same time.
 ACTION_JOB::FILE input_of_job(const FILE_ENTRY& input, qint64 scan_began)
 {
-    ACTION_JOB::FILE file{input.physical, {}, FILE_STAMP(), !ACTION_FILES::is_known(input), false};
+    ACTION_JOB::FILE file{input.physical, {}, FILE_STAMP(), !ACTION_FILES::is_known(input), false, false};
     if (!file.is_to_be_asked)
         file.stamp = ACTION_FILES::known(input);
     if (file.stamp.time > scan_began - TIME_STEP && !input.virtual_file)
@@ -172,6 +175,18 @@ bool has_something_run(ACTION_INTERFACE& action)
             }
         }
     return false;
+}
+
+// Whether nobody has begun the file anew in this build before the action added its part.
+bool adds_to_own(const FILE_ENTRY& file, const ACTION_INTERFACE& action)
+{
+    if (file.providers.size() < 2 || file.main_provider == &action)
+        return false;
+    if (file.main_provider)
+        return !notes_of(*file.main_provider).has_run;
+    return !std::all_of(file.providers.cbegin(), file.providers.cend(), [&](ACTION_INTERFACE* other) {
+        return other == &action || notes_of(*other).has_run;
+    });
 }
 
 // Those that come later may add to what this one leaves, so that it has to begin anew
@@ -256,7 +271,8 @@ void BUILD_RECORDER::put_entry(ACTION_INTERFACE& action, int duration, const QSt
         job->inputs.append(input_of_job(*input, m_session.scan_began));
     for (auto target = action.target_files.cbegin(); target != action.target_files.cend(); ++target)
         job->targets.append({target.key()->physical, target.value(), FILE_STAMP(), true,
-                             m_shared->is_written_later(*target.key(), action)});
+                             m_shared->is_written_later(*target.key(), action),
+                             adds_to_own(*target.key(), action)});
     m_writer->put(std::move(job));
 }
 
