@@ -65,7 +65,8 @@ DIGEST ACTION_JUDGE::state_of(ACTION_INTERFACE& action)
 {
     m_state.start(notes_of(action).stamp);
     for (const FILE_ENTRY* input : qAsConst(action.input_files))
-        m_state.add_input(m_files.places.place(input->physical), m_files.input(*input));
+        if (!is_added_to(*input, action))
+            m_state.add_input(m_files.places.place(input->physical), m_files.input(*input));
     for (auto target = action.target_files.cbegin(); target != action.target_files.cend(); ++target)
         m_state.add_target(m_files.places.place(target.value()),
                            m_files.target(action, *target.key(), target.value()));

@@ -268,7 +268,8 @@ void BUILD_RECORDER::put_entry(ACTION_INTERFACE& action, int duration, const QSt
     job->warning = warning;
     job->end = QDateTime::currentMSecsSinceEpoch();
     for (const FILE_ENTRY* input : qAsConst(action.input_files))
-        job->inputs.append(input_of_job(*input, m_session.scan_began));
+        if (!is_added_to(*input, action))
+            job->inputs.append(input_of_job(*input, m_session.scan_began));
     for (auto target = action.target_files.cbegin(); target != action.target_files.cend(); ++target)
         job->targets.append({target.key()->physical, target.value(), FILE_STAMP(), true,
                              m_shared->is_written_later(*target.key(), action),

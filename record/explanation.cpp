@@ -27,8 +27,9 @@ QVector<RECORDED_FILE> inputs_now(ACTION_INTERFACE& action, const ACTION_FILES& 
 {
     QVector<RECORDED_FILE> result;
     for (const FILE_ENTRY* input : qAsConst(action.input_files))
-        result.append({PATHS::logical_path(input->physical), files.places.place(input->physical).toString(),
-                       files.input(*input)});
+        if (!is_added_to(*input, action))
+            result.append({PATHS::logical_path(input->physical),
+                           files.places.place(input->physical).toString(), files.input(*input)});
     return result;
 }
 
