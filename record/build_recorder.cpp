@@ -118,12 +118,13 @@ private:
     const std::shared_ptr<JOB_SERVICES> m_services;
 };
 
-// An action that has no good end.
+// An action that has no good end, or that the record can't tell from another one. What
+// it has written counts for those that read it.
 class END_OF_ENTRY_JOB : public RECORD_JOB
 {
 public:
     END_OF_ENTRY_JOB(ACTION_INTERFACE& action, std::shared_ptr<JOB_SERVICES> services)
-        : m_key(notes_of(action).key), m_services(std::move(services))
+        : m_key(has_double(action) ? 0 : notes_of(action).key), m_services(std::move(services))
     {
         for (auto target = action.target_files.cbegin(); target != action.target_files.cend(); ++target)
             m_targets.append(target.key()->physical);
@@ -243,11 +244,12 @@ void BUILD_RECORDER::end(ACTION_INTERFACE& action, int duration, const QString& 
         action.state == ACTION_SUCCEEDED || action.state == ACTION_SUCCEEDED_WITH_WARNINGS;
     const bool kept_its_targets = notes.keeps_entry && action.state == ACTION_SUCCEEDED && !was_stopped;
     notes.has_run = !kept_its_targets;
-    if (notes.key == 0 || kept_its_targets || has_double(action))
+    if (notes.key == 0 || kept_its_targets)
         return;
-    if (!m_shard.is_whole() && duration >= 0)
+    const bool is_double = has_double(action);
+    if (!m_shard.is_whole() && duration >= 0 && !is_double)
         m_durations.insert(notes.key, duration);
-    if (ended_well && !was_stopped)
+    if (ended_well && !was_stopped && !is_double)
         put_entry(action, duration, warning);
     else
         m_writer->put(std::make_unique<END_OF_ENTRY_JOB>(action, m_services));
