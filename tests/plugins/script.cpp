@@ -24,7 +24,7 @@ const WORDS ALL_WORDS[] = {
     {"a processor", "action scan collecting_raises collecting_warns collecting_says collecting_asks", TEXT},
     {"a processor", "order", NUMBER},
     {"a processor", "virtual", PATH},
-    {"an action", "action long group reads preset depends pulls", TEXT},
+    {"an action", "action long group reads preset depends pulls awaits lingers", TEXT},
     {"an action", "writes", PATH},
     {"an action", "stamp", TIME},
     {"an action", "begins total ends takes progress", NUMBER},
@@ -33,7 +33,8 @@ const WORDS ALL_WORDS[] = {
     {"a processor", "asks virtual_asks scan_asks made_asks", QUESTION},
     {"an action", "asks collect_asks resolve_asks", QUESTION},
     {"an action",
-     "ignores_dependencies needs_review review_fails ignores_abort awaits_abort services files knows_when",
+     "ignores_dependencies needs_review review_fails ignores_abort awaits_abort services files knows_when "
+     "copies adds",
      NOTHING}};
 
 class SCRIPT_READER

@@ -22,7 +22,8 @@
 ///       collecting_warns TEXT   a Qt warning then
 ///       collecting_says TEXT    a line of standard output, as C's library holds it back
 ///       collecting_asks TEXT    a dialog with this text then, that is no message box
-///       asks QUESTION           while actions are collected
+///       asks QUESTION           while actions are collected; the answer goes into the targets
+///                               of all actions that copy, too
 ///       virtual_asks QUESTION   while virtual files are
 ///       scan_asks QUESTION      while it says what is to be scanned
 ///       made_asks QUESTION      when it is made
@@ -44,6 +45,9 @@
 ///       collect_asks QUESTION   in collect_files; the answer goes into the targets, too
 ///       resolve_asks QUESTION   in resolve_dependencies
 ///       knows_when              returns 2 at once when is_up_to_date says so
+///       copies                  its stamp, file names and bytes of its inputs go into the targets
+///       adds                    to what a secondary target holds already
+///       lingers FILE            once the targets are written, until FILE is there, beside the script
 ///       ends N                  the result of execute; 2 without
 ///     and what execute does, in this order, each as often as wanted:
 ///       says TEXT               an output line
@@ -51,6 +55,7 @@
 ///       raises TEXT             a message box of the base library
 ///       takes N                 N milliseconds
 ///       awaits_abort            until it is asked to stop
+///       awaits FILE             the same, or until FILE is there, beside the script
 ///       progress N              progress_current
 ///       services                says which services it was given
 ///       rule NAME PROPERTY      says what the rule gives for the first input

@@ -128,8 +128,8 @@ class SCRIPTED_ACTION : public ACTION_INTERFACE
 {
 public:
     SCRIPTED_ACTION(const SCRIPT_PART& script, int group, PROCESSOR_INTERFACE* maker,
-                    const QSharedPointer<SCRIPTED_RUN>& run)
-        : ACTION_INTERFACE(maker), m_script(script), m_run(run)
+                    const QString& answers_of_maker, const QSharedPointer<SCRIPTED_RUN>& run)
+        : ACTION_INTERFACE(maker), m_script(script), m_run(run), m_answers_of_maker(answers_of_maker)
     {
         group_id = group;
         prepare();
@@ -161,7 +161,7 @@ public:
                        FILE_MAP&, RULE_CACHE& rules) override
     {
         trace("collect_files");
-        m_collected.clear();
+        m_collected = m_script.has("copies") ? m_answers_of_maker : QString();
         for (const QString& question : m_script.all("collect_asks"))
             m_collected += answer_to(question, &rules, s_database, s_asset_graph) + '\n';
         for (const QString& path : m_script.all("reads"))
@@ -199,7 +199,13 @@ public:
                 add_output_line(QStringLiteral("aborted"));
                 return ACTION_FAILED;
             }
-        return !write_targets() ? int(ACTION_FAILED) : m_script.number("ends", "2");
+        if (m_script.has("copies"))
+            copy_inputs();
+        if (!write_targets())
+            return ACTION_FAILED;
+        for (const QString& file : m_script.all("lingers"))
+            wait_for(file, "lingers");
+        return m_script.number("ends", "2");
     }
 
     bool checks_dependencies() override
@@ -237,6 +243,8 @@ private:
             FW::raise_message_box(argument);
         else if (word == "takes" || word == "awaits_abort")
             wait(argument);
+        else if (word == "awaits")
+            wait_for(argument, "awaits");
         else if (word == "progress")
             progress_current = argument.toInt();
         else if (word == "services")
@@ -259,6 +267,13 @@ private:
         QElapsedTimer watch;
         watch.start();
         while (milliseconds.isEmpty() ? !m_aborted : !is_stopped() && watch.elapsed() < milliseconds.toInt())
+            QThread::msleep(1);
+    }
+
+    void wait_for(const QString& file, const char* call)
+    {
+        trace(call);
+        while (!is_stopped() && !QFile::exists(QCoreApplication::applicationDirPath() + '/' + file))
             QThread::msleep(1);
     }
 
@@ -295,12 +310,27 @@ private:
                         (file.out_of_date_target ? " outdated_target" : ""));
     }
 
+    void copy_inputs()
+    {
+        m_answers += "stamp " + m_script.text("stamp") + '\n';
+        for (FILE_ENTRY* input : qAsConst(input_files)) {
+            if (target_files.contains(input))
+                continue;
+            QFile file(input->physical);
+            const bool is_there = file.open(QIODevice::ReadOnly);
+            m_answers += input->physical.section('/', -1) + ": " +
+                         (is_there ? QString::fromUtf8(file.readAll()) : QStringLiteral("none")) + '\n';
+        }
+    }
+
     bool write_targets()
     {
         for (const FILE_ENTRY* target : target_files.keys()) {
+            const bool adds = m_script.has("adds") && target->main_provider != this;
+            const QIODevice::OpenMode mode = adds ? QIODevice::Append : QIODevice::WriteOnly;
             QFile file(target->physical); // in the spelling that its folder has
             const QByteArray text = "made by " + (m_script.name + '\n' + m_answers).toUtf8();
-            if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush()) {
+            if (!file.open(mode) || file.write(text) != text.size() || !file.flush()) {
                 add_output_line(file.fileName() + ": " + file.errorString());
                 return false;
             }
@@ -311,6 +341,7 @@ private:
     const SCRIPT_PART m_script;
     const QSharedPointer<SCRIPTED_RUN> m_run;
     std::atomic<bool> m_aborted{false};
+    const QString m_answers_of_maker;
     QString m_collected; // answers of collect_files, a line each
     QString m_answers;   // and those of execute
 };
@@ -350,7 +381,7 @@ public:
 
     QVector<ACTION_INTERFACE*> collect_actions(FILE_MAP&, RULE_CACHE& rules) override
     {
-        ask("asks", &rules);
+        const QString answers = ask("asks", &rules);
         m_run->trace("collect_actions", m_script.name);
         for (const QString& text : m_script.all("collecting_warns"))
             qWarning("%s", qUtf8Printable(text));
@@ -366,17 +397,21 @@ public:
         QVector<ACTION_INTERFACE*> actions;
         for (const SCRIPT_PART& script : m_script.actions) {
             const bool is_null = script.name == NULL_POINTER;
-            actions.append(is_null ? nullptr : new SCRIPTED_ACTION(script, group_of(script), this, m_run));
+            actions.append(is_null ? nullptr
+                                   : new SCRIPTED_ACTION(script, group_of(script), this, answers, m_run));
             m_run->actions.insert(script.name, actions.last());
         }
         return actions;
     }
 
 private:
-    void ask(const char* word, const RULE_CACHE* rules) const
+    // The answers, a line each.
+    QString ask(const char* word, const RULE_CACHE* rules) const
     {
+        QString answers;
         for (const QString& question : m_script.all(word))
-            answer_to(question, rules, s_database, s_asset_graph);
+            answers += answer_to(question, rules, s_database, s_asset_graph) + '\n';
+        return answers;
     }
 
     int group_of(const SCRIPT_PART& action)
