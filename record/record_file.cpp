@@ -12,15 +12,15 @@ constexpr int WAIT_FOR_LOCK = 3000; // ms
 // As SQLite keeps them, so that they can be compared.
 const char* const TABLES[] = {
     "CREATE TABLE seal (id INTEGER PRIMARY KEY, entries INTEGER, sum INTEGER)",
-    "CREATE TABLE entries (slot INTEGER PRIMARY KEY, packed BLOB)",
+    "CREATE TABLE entries (block INTEGER PRIMARY KEY, packed BLOB)",
     "CREATE TABLE details (slot INTEGER PRIMARY KEY, name TEXT, checksum INTEGER, packed BLOB)",
     "CREATE TABLE surroundings (id INTEGER PRIMARY KEY, packed BLOB)",
     "CREATE TABLE libraries (id INTEGER PRIMARY KEY, packed BLOB)",
 };
 
 const char* const SETTINGS = "PRAGMA trusted_schema = OFF;"
-                             "PRAGMA cell_size_check = ON;"
-                             "PRAGMA cache_spill = OFF;" // others may read until the commit
+                             "PRAGMA cache_spill = OFF;"   // others may read until the commit
+                             "PRAGMA cache_size = -32768;" // for all pages of a transaction
                              "PRAGMA synchronous = NORMAL;";
 
 // Bytes of SQLite's header that tell how changes are written; 2 stands for a log beside

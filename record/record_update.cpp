@@ -72,7 +72,6 @@ bool RECORD_UPDATE::take_over()
 void RECORD_UPDATE::take_rows(const RECORD_ROWS& rows)
 {
     const auto key_at = [this](int slot) { return m_keys.at(slot); };
-    m_hashes = rows.hashes;
     m_sum = rows.sum;
     m_keys.reserve(rows.entries.size());
     m_slots.reserve(rows.entries.size());
@@ -132,14 +131,11 @@ void RECORD_UPDATE::add(const RECORDED_ACTION& action)
     if (entry.ended == 0)
         entry.ended = m_last_end = qMax(m_last_end + 1, QDateTime::currentMSecsSinceEpoch());
     entry.surroundings = number_of(action.surroundings);
-    const int slot = slot_of(entry.key);
-    const PACKED_ENTRY packed = pack_entry(entry);
-    const quint64 hash = row_hash(SEALED_TABLE::ENTRIES, slot, packed.data(), PACKED_ENTRY_SIZE);
-    m_sum += hash - m_hashes.at(slot);
-    m_hashes[slot] = hash;
     const QByteArray name = action.details.name.toUtf8();
     const QByteArray details = pack_details(action.details);
-    m_pending.append({slot, packed, name, details_checksum(entry, name, details), details});
+    m_pending.append(
+        {slot_of(entry.key), pack_entry(entry), name, details_checksum(entry, name, details), details});
+    m_pending_bytes += int(sizeof(PENDING)) + name.size() + details.size();
 }
 
 int RECORD_UPDATE::slot_of(quint64 key)
@@ -149,7 +145,6 @@ int RECORD_UPDATE::slot_of(quint64 key)
     if (slot == KEY_INDEX::NONE) {
         slot = m_keys.size();
         m_keys.append(key);
-        m_hashes.append(0);
         m_slots.put(key, slot, key_at);
     }
     return slot;
@@ -183,7 +178,10 @@ bool RECORD_UPDATE::commit()
     if (!begin())
         return false;
     write_surroundings();
-    write_actions();
+    write_details();
+    write_entries();
+    m_pending.clear();
+    m_pending_bytes = 0;
     return end();
 }
 
@@ -205,19 +203,46 @@ void RECORD_UPDATE::write_surroundings()
     m_pending_surroundings.clear();
 }
 
-void RECORD_UPDATE::write_actions()
+void RECORD_UPDATE::write_details()
 {
-    RECORD_STATEMENT entries(m_file, "INSERT OR REPLACE INTO entries VALUES (?, ?)");
-    RECORD_STATEMENT details(m_file, "INSERT OR REPLACE INTO details VALUES (?, ?, ?, ?)");
+    RECORD_STATEMENT statement(m_file, "INSERT OR REPLACE INTO details VALUES (?, ?, ?, ?)");
     for (const PENDING& action : qAsConst(m_pending)) {
-        write_row(entries, action.slot, action.entry.data(), PACKED_ENTRY_SIZE);
-        details.bind(1, action.slot);
-        details.bind_text(2, action.name);
-        details.bind(3, qint64(action.checksum));
-        details.bind(4, action.details.constData(), action.details.size());
-        details.step();
+        statement.bind(1, action.slot);
+        statement.bind_text(2, action.name);
+        statement.bind(3, qint64(action.checksum));
+        statement.bind(4, action.details.constData(), action.details.size());
+        statement.step();
     }
-    m_pending.clear();
+}
+
+// Actions run in much the same order each time, so a block is mostly written once.
+void RECORD_UPDATE::write_entries()
+{
+    RECORD_STATEMENT load(m_file, "SELECT packed FROM entries WHERE block = ?");
+    RECORD_STATEMENT store(m_file, "INSERT OR REPLACE INTO entries VALUES (?, ?)");
+    for (int i = 0; i < m_pending.size() && !m_file.fault();) {
+        const int number = m_pending.at(i).slot / BLOCK_ENTRIES;
+        QByteArray block = load_block(load, number);
+        for (; i < m_pending.size() && m_pending.at(i).slot / BLOCK_ENTRIES == number; ++i) {
+            const PENDING& action = m_pending.at(i);
+            block.replace(action.slot % BLOCK_ENTRIES * PACKED_ENTRY_SIZE, PACKED_ENTRY_SIZE,
+                          action.entry.data(), PACKED_ENTRY_SIZE);
+        }
+        m_sum += hash_of(SEALED_TABLE::ENTRIES, number, block);
+        write_row(store, number, block.constData(), block.size());
+    }
+}
+
+// What the sum has no longer; empty when the block is new.
+QByteArray RECORD_UPDATE::load_block(RECORD_STATEMENT& statement, int number)
+{
+    statement.bind(1, number);
+    if (!statement.step())
+        return {};
+    const QByteArray block = statement.copy(0);
+    statement.reset();
+    m_sum -= hash_of(SEALED_TABLE::ENTRIES, number, block);
+    return block;
 }
 
 bool RECORD_UPDATE::end()

@@ -26,13 +26,16 @@ public:
     /// Packs it for the next transaction.
     void add(const RECORDED_ACTION& action);
 
-    int pending() const { return m_pending.size(); } ///< actions that wait for `commit`
+    bool has_pending() const { return !m_pending.isEmpty(); }            ///< something waits for `commit`
+    bool is_full() const { return m_pending_bytes > MAX_PENDING_BYTES; } ///< `commit` should not wait
     bool commit();
 
     /// After a fault: removes the record and gives the text for the console.
     QString give_up();
 
 private:
+    static constexpr int MAX_PENDING_BYTES = 8 << 20;
+
     // An action of the next transaction.
     struct PENDING
     {
@@ -53,7 +56,9 @@ private:
     bool begin();
     void write_libraries();
     void write_surroundings();
-    void write_actions();
+    void write_details();
+    void write_entries();
+    QByteArray load_block(RECORD_STATEMENT& statement, int number);
     bool end();
 
     const QString m_folder;
@@ -67,10 +72,10 @@ private:
     qint64 m_last_end = 0;
     quint64 m_sum = 0; // of the hashes of all rows
 
-    QVector<quint64> m_keys;   // by slot
-    QVector<quint64> m_hashes; // of the rows, by slot
+    QVector<quint64> m_keys; // by slot
     KEY_INDEX m_slots;
     QVector<PENDING> m_pending;
+    int m_pending_bytes = 0;
 
     QVector<QByteArray> m_surroundings;      // packed, by number
     QVector<quint32> m_free_numbers;         // of surroundings that no entry has any more

@@ -104,7 +104,7 @@ public:
 
     /// A letter an action: its run, "x" a tombstone, "-" an entry without details, "." none,
     /// "?" one that nobody put; then all problems.
-    static QString seen(const RECORD_CONTENT& content)
+    static QString text_of(const RECORD_CONTENT& content)
     {
         QString letters;
         QStringList problems = content.problems();
