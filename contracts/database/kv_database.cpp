@@ -10,6 +10,7 @@
 #include "contracts/database/kv_schemas.h"
 #include "contracts/database/progress_callback.h"
 #include "contracts/services/file_replacement.h"
+#include "contracts/services/question_log.h"
 
 namespace {
 
@@ -46,6 +47,13 @@ bool KV_DATABASE::report(QString& error, const QString& text)
     return text.isEmpty();
 }
 
+bool KV_DATABASE::can_read(QString& error)
+{
+    static const QString schema(KV_SCHEMA_AS_TABLE);
+    QUESTION_LOG::table_asked(schema);
+    return require(error, m_is_connected, "no database is connected");
+}
+
 bool KV_DATABASE::can_read(QString& error, const QString& table)
 {
     return can_read(error) && has_table(error, m_schema, table);
@@ -75,7 +83,7 @@ bool KV_DATABASE::connect(QString& error, const QString& path, bool load_all)
         report(error, folder_problem(path)) && report(error, kv_unfinished_save_problem(path));
     if (is_folder && !is_read_only)
         kv_finish_save(path);
-    m_stamps.insert(schema_file(), KV_FILE_STAMP::of(schema_file()));
+    note_stamp(schema_file());
     m_is_connected = is_folder && report(error, read_folder(path, schema_file(), m_written_schema));
     set_schema(m_written_schema);
     QStringList errors{error};
@@ -92,6 +100,8 @@ bool KV_DATABASE::connect(QString& error, const QString& path, bool load_all)
 void KV_DATABASE::disconnect()
 {
     m_transaction.reset();
+    for (auto file = m_stamps.cbegin(); file != m_stamps.cend(); ++file)
+        m_unsteady.insert(file.key());
     m_is_connected = false;
     m_path.clear();
     m_stamps.clear();
@@ -146,6 +156,7 @@ KV_DATABASE_DATA KV_DATABASE::all_records(QString& error)
 
 KV_LOADED_TABLE* KV_DATABASE::load(QString& error, const QString& table, int step, int steps)
 {
+    QUESTION_LOG::table_asked(table);
     const QSharedPointer<KV_LOADED_TABLE> loaded = m_tables.value(table);
     if (!loaded || loaded->revision == 0) {
         if (!has_table(error, m_schema, table))
@@ -162,10 +173,36 @@ void KV_DATABASE::read(KV_LOADED_TABLE& loaded)
     const QString file = table_file(loaded.data.schema->name);
     loaded.forget();
     loaded.revision = ++m_last_revision;
-    m_stamps.insert(file, KV_FILE_STAMP::of(file));
+    note_stamp(file);
     loaded.error =
         read_database_table(kv_file_to_read(file), m_skip_unknown_fields, loaded.data, loaded.has_left_out);
     loaded.has_plain_keys = kv_are_plain_keys(loaded.data.rows_by_key);
+}
+
+// Ahead of reading a file.
+void KV_DATABASE::note_stamp(const QString& file)
+{
+    const KV_FILE_STAMP stamp = KV_FILE_STAMP::of(file);
+    if (m_stamps.contains(file) && !(m_stamps.value(file) == stamp))
+        m_unsteady.insert(file);
+    m_stamps.insert(file, stamp);
+}
+
+QByteArray KV_DATABASE::digest(const QString& table)
+{
+    const bool is_schema = table == KV_SCHEMA_AS_TABLE;
+    if (m_is_connected && !is_schema && m_schema.table_index(table) < 0)
+        return kv_file_digest(QString()); // what was told stands in the schema
+    const QString file = is_schema ? schema_file() : table_file(table);
+    const KV_FILE_STAMP stamp = KV_FILE_STAMP::of(file);
+    if (!m_is_connected || m_unsteady.contains(file) || !(m_stamps.value(file, stamp) == stamp))
+        return QByteArray();
+    FILE_DIGEST& known = m_digests[file];
+    if (known.digest.isEmpty() || !(known.stamp == stamp))
+        known = {stamp, kv_file_digest(file)};
+    if (!(KV_FILE_STAMP::of(file) == stamp))
+        known.digest.clear();
+    return known.digest;
 }
 
 bool KV_DATABASE::forget(QString& error, const QString& table)

@@ -14,6 +14,9 @@
 
 class PROGRESS_CALLBACK;
 
+/// The schema among the tables that are asked for; no table is called so.
+constexpr char KV_SCHEMA_AS_TABLE[] = "schema";
+
 /// A table as it is kept between the calls. It stays at its place in memory
 /// until the connection ends, whatever happens to the table.
 struct KV_LOADED_TABLE
@@ -64,8 +67,9 @@ public:
         return report(error, kv_problem(!is_good, form, values...));
     }
 
-    // What the operations ask first. These empty the error.
-    bool can_read(QString& error) { return require(error, m_is_connected, "no database is connected"); }
+    // What the operations ask first. These empty the error. Whoever reads anything
+    // depends on the schema, so that is noted here, and a table by `load`.
+    bool can_read(QString& error);
     bool can_read(QString& error, const QString& table);
     bool can_change(QString& error, const char* operation);
     bool has_begun(QString& error) { return require(error, in_transaction(), "no transaction has begun"); }
@@ -89,6 +93,9 @@ public:
     /// The step is for who is told of the progress.
     KV_LOADED_TABLE* load(QString& error, const QString& table, int step = 0, int steps = 1);
     bool forget(QString& error, const QString& table);
+
+    /// What KV_XML_QUERY_INTERFACE::table_digest says.
+    QByteArray digest(const QString& table);
 
     bool in_transaction() const { return m_transaction.has_value(); }
     bool begin_transaction(QString& error, bool saves);
@@ -132,6 +139,7 @@ private:
     bool is_quiet(QString& error) { return require(error, !m_transaction, "a transaction is open"); }
     bool has_table(QString& error, const KV_DATABASE_SCHEMA& schema, const QString& table);
     void read(KV_LOADED_TABLE& loaded);
+    void note_stamp(const QString& file);
     template <typename WORK>
     bool change(QString& error, WORK work);
     KV_TABLE_CHANGE* change_of(QString& error, const QString& table);
@@ -156,4 +164,12 @@ private:
     QHash<QString, KV_FILE_STAMP> m_stamps;     // by path: of files when they were read or written last
     QHash<QString, QSharedPointer<KV_LOADED_TABLE>> m_tables; // of the schema, and those that were removed
     std::optional<KV_TRANSACTION> m_transaction;
+
+    struct FILE_DIGEST
+    {
+        KV_FILE_STAMP stamp;
+        QByteArray digest; // empty for none
+    };
+    QHash<QString, FILE_DIGEST> m_digests; // by path
+    QSet<QString> m_unsteady;              // files that were told in more than one state
 };

@@ -167,12 +167,15 @@ bool KV_DATABASE::check_reference(QString& error, const RELATIONSHIP_DATA& relat
 
 void KV_DATABASE::take_over()
 {
-    if (!kv_is_same_schema(m_schema, m_transaction->schema))
+    if (!kv_is_same_schema(m_schema, m_transaction->schema)) {
         set_schema(m_transaction->schema);
+        m_unsteady.insert(schema_file());
+    }
     for (auto change = m_transaction->tables.begin(); change != m_transaction->tables.end(); ++change) {
         if (!change->is_changed())
             continue;
         const QString file = table_file(change.key());
+        m_unsteady.insert(file);
         if (!m_stamps.contains(file))
             m_stamps.insert(file, KV_FILE_STAMP::of(file));
         KV_LOADED_TABLE& loaded = *m_tables.value(change.key());

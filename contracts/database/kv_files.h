@@ -49,6 +49,10 @@ struct KV_FILE_STAMP
     bool operator==(const KV_FILE_STAMP& other) const { return time == other.time && size == other.size; }
 };
 
+/// Stands for the bytes that kv_file_to_read gives, or for that there is no file; empty
+/// when they can't be read.
+QByteArray kv_file_digest(const QString& path);
+
 /// One file that is to be replaced, or removed when it has neither schema nor table.
 struct KV_FILE_TO_WRITE
 {

@@ -309,10 +309,9 @@ void KV_XML_QUERY_INTERFACE::bound_queries(const std::function<bool()>& is_stopp
     m_database->queries.max_msecs = max_msecs;
 }
 
-// Without one nothing that asked the table is taken for up to date.
-QByteArray KV_XML_QUERY_INTERFACE::table_digest(const QString&) const
+QByteArray KV_XML_QUERY_INTERFACE::table_digest(const QString& table) const
 {
-    return QByteArray();
+    return m_database->digest(table);
 }
 
 void KV_XML_QUERY_INTERFACE::make_read_only()

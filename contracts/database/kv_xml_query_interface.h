@@ -336,9 +336,13 @@ public:
     /// or `max_msecs` of time, -1 for any. Without this a query runs to its end.
     void bound_queries(const std::function<bool()>& is_stopped, qint64 max_msecs);
 
-    /// Stands for what `table` and the schema say, as they were read. Empty when that
-    /// can't be said for the next run: there is no such table, it can't be read, it has
-    /// changes that are not saved, or its file is not the one any more that was read.
+    /// For the program, to tell later whether `table` still says the same: stands for
+    /// the bytes of its file, or of the schema's for "schema". Whoever reads is noted as
+    /// one who asks for the schema and for each table that he reads records of. Empty,
+    /// which tells nothing, when what was told is not what the file says now: it is
+    /// another file than the one that was read, or the table was changed since the
+    /// connection began. A table that the schema does not name has a digest too. Looks
+    /// at the disk each time, and reads a file once; noted nowhere.
     QByteArray table_digest(const QString& table) const;
 
 private:

@@ -233,6 +233,12 @@ QString DATABASE_SESSION::answer(QString& e, const QStringList& words, const QSt
          }},
         {"latest_mod_date", [&] { return latest_mod_date().toString(Qt::ISODate); }},
         {"progress", [&] { return QStringList(std::exchange(m_steps, {})).join('\n'); }},
+        {"noted", [&] { return noted([&] { run(rest); }); }},
+        {"digest",
+         [&] {
+             const QByteArray digest = table_digest(a);
+             return digest.isEmpty() ? QString("none") : m_digests.of(digest);
+         }},
         {"read_only", [&] { return make_read_only(), ""; }},
         {"show", [&] { return a.isEmpty() ? content_of(*this) : text_of(get_table_data(e, a)); }},
         {"hold", [&] { return text_of(m_held = get_table_data(e, a)); }},

@@ -7,6 +7,7 @@
 #include "contracts/database/kv_xml_query_interface.h"
 #include "contracts/database/progress_callback.h"
 #include "tests/support/files.h"
+#include "tests/support/noted.h"
 #include "tests/support/transcript.h"
 
 /// A database folder of its own with a service over it, and a small language
@@ -31,6 +32,8 @@
 ///                                 key, a default and a lookup
 ///     tables T T           change_schema: these tables stay, in this order
 ///     ask SQL, ask SQL <- VALUES, query NAME, query_text XML, filter T FILTER
+///     noted COMMAND        what of the command counts for an action
+///     digest T             a letter for the table's digest, the same for the same
 ///     progress             the steps that were told since this was asked last
 class DATABASE_SESSION : public PROGRESS_CALLBACK, public KV_XML_QUERY_INTERFACE, public TRANSCRIPT
 {
@@ -64,6 +67,7 @@ private:
 
     QTemporaryDir m_folder;
     QStringList m_steps;
+    LETTERS m_digests;
     const KV_TABLE_DATA* m_held = nullptr;
 };
 

@@ -120,6 +120,9 @@ private slots:
     void lookups_data() { add_cases("contracts/database/lookups.cases", KEYS); }
     void lookups() { check_session(); }
 
+    void noted_data() { add_cases("contracts/database/noted.cases", KEYS); }
+    void noted() { check_session(); }
+
     void saving_data() { add_cases("contracts/database/saving.cases", KEYS); }
     void saving() { check_session(); }
 
