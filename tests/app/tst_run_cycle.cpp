@@ -40,8 +40,10 @@ public:
         splash.show();
         Tallyline::StopWatch watch;
         Tallyline::Context packets("localhost", m_server.localPort(), "GOX", 44);
+        INCREMENTAL_PLAN plan;
         const auto status =
-            RUN_CYCLE(*session, configuration, {}, p4, splash, packets, watch, {true, true, false}).run();
+            RUN_CYCLE(*session, configuration, {}, plan, p4, splash, packets, watch, {true, true, false})
+                .run();
         note_packets();
         for (const QString& call : QString::fromUtf8(tree.read("tool/trace.txt")).split('\n'))
             if (call.contains(" execute "))
