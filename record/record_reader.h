@@ -57,8 +57,9 @@ public:
     /// what is derived from the records is then not the same for all.
     bool has_passing_problem() const { return m_has_passing_problem; }
 
-    /// Whether a writer may be started. False leaves a text in `problems`.
-    bool own_is_writable() const { return m_own_is_writable; }
+    /// The one of `problems` that says why the own record can't be written, so that no
+    /// writer may be started; empty when it can.
+    const QString& write_problem() const { return m_write_problem; }
 
     qint64 last_end() const { return m_last_end; } ///< the newest `ended` of all records, or 0
 
@@ -80,7 +81,7 @@ private:
     QVector<KNOWN_LIBRARY> m_libraries;
     QStringList m_problems;
     bool m_has_passing_problem = false;
-    bool m_own_is_writable = false;
+    QString m_write_problem;
     qint64 m_last_end = 0;
 };
 

@@ -92,7 +92,7 @@ bool RECORD_WRITER_THREAD::write_all()
     while (take_jobs(jobs))
         if (!complete(jobs) || !commit_when_due())
             return false;
-    return !m_update.has_pending() || m_update.commit();
+    return !m_update.has_pending() || m_update.commit(true);
 }
 
 // Waits for jobs, or until a commit is due. False at the end.
@@ -127,8 +127,9 @@ bool RECORD_WRITER_THREAD::commit_when_due()
 {
     if (!m_commit_time.hasExpired() && !m_update.is_full())
         return true;
-    m_commit_time = FOR_EVER;
-    return m_update.commit();
+    const bool is_well = m_update.commit();
+    m_commit_time = m_update.has_pending() ? QDeadlineTimer(COMMIT_INTERVAL) : QDeadlineTimer(FOR_EVER);
+    return is_well;
 }
 
 RECORD_WRITER::RECORD_WRITER(const QString& folder, const QString& own_name,

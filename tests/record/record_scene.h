@@ -94,6 +94,7 @@ public:
         RECORD_WRITER writer(folder.path(), name, is_read_first ? read() : nullptr, libraries);
         for (const RECORDED_ACTION& action : actions)
             writer.put(std::make_unique<JOB>(action));
+        meanwhile();
         return writer.finish();
     }
 
@@ -132,6 +133,7 @@ public:
         return text;
     }
 
+    std::function<void()> meanwhile = [] {}; ///< done while a writer writes
     const QTemporaryDir folder;
     QString name = "gox_build_record.sqlite";
     bool is_read_first = true;

@@ -1,4 +1,5 @@
 #include <QtCore/QRegularExpression>
+#include <QtCore/QThread>
 
 #include <csignal>
 #include <optional>
@@ -40,10 +41,18 @@ public:
         add("as", [&](const QString& s) { name = "gox_build_record" + s + ".sqlite"; });
         add("unread", [&](const QString&) { is_read_first = false; });
         add("sql", [&](const QString& s) { return run_sql(s); });
+        add("unlock", [&](const QString& s) {
+            meanwhile = [this, s] {
+                QThread::msleep(s.toULong());
+                run_sql("COMMIT");
+            };
+        });
         add("files", [&](const QString&) { return files_of(folder.path()).keys().join(' '); });
         add("write", [&](const QString& s) {
             FILES::write(path(s.section(' ', 0, 0)), spelled_bytes(s.section(' ', 1)));
         });
+        add("copy",
+            [&](const QString& s) { QFile::copy(path(s.section(' ', 0, 0)), path(s.section(' ', 1))); });
         add("folder", [&](const QString& s) { QDir(folder.path()).mkpath(s); });
         add("disk", [&](const QString& s) { m_disk.emplace(s != "free", s.toUInt()); });
         add("flip", [&](const QString& s) { return damage_all(s.toInt(), &flip); });
@@ -97,7 +106,7 @@ private:
             const QString found = text_of(*read());
             if (!is_part_of(found, wanted))
                 return QString("at %1: ").arg(place) + found;
-            if (place % 64 == 63) {
+            if (place % 512 == 511) {
                 const QString error = put(actions_of("0-39 5", false));
                 const QString now = text_of(*read());
                 if (!(error.isEmpty() ? is_part_of(now, QString(40, '5')) : now.isEmpty()))
