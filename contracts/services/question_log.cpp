@@ -3,9 +3,11 @@
 #include <atomic>
 #include <mutex>
 
+#include "contracts/services/digest.h"
+
 namespace {
 
-// Up to here a walk over the vector is quicker than a set.
+// Up to here a walk over the vector is quicker.
 const int MANY_RULES = 16;
 
 std::atomic<ASKED_QUESTIONS*> s_listener{nullptr};
@@ -28,17 +30,41 @@ bool tell_listener(NOTE note)
 
 void ASKED_QUESTIONS::add(const RULE_QUESTION& question)
 {
-    if (rules.size() >= MANY_RULES && m_known_rules.isEmpty())
-        for (const RULE_QUESTION& known : qAsConst(rules))
-            m_known_rules.insert(known);
-    if (m_known_rules.isEmpty() ? rules.contains(question) : m_known_rules.contains(question))
-        return;
-    if (!m_known_rules.isEmpty())
-        m_known_rules.insert(question);
+    if (rules.size() < MANY_RULES) {
+        if (rules.contains(question))
+            return;
+    } else {
+        if (m_places.size() < 2 * rules.size())
+            make_places();
+        int& number = m_places[place_of(question)];
+        if (number != 0)
+            return;
+        number = rules.size() + 1;
+    }
     rules.append(question);
     // A plugin spells a kind anew for each question.
     if (rules.size() > 1 && rules.at(rules.size() - 2).kind == question.kind)
         rules.last().kind = rules.at(rules.size() - 2).kind;
+}
+
+// Where the question stands, or an empty place for it.
+int ASKED_QUESTIONS::place_of(const RULE_QUESTION& question) const
+{
+    const quint64 last = quint64(m_places.size() - 1); // all bits set
+    quint64 place = hash_64(question.kind, hash_64(question.path)) & last;
+    while (m_places.at(int(place)) != 0 && !(rules.at(m_places.at(int(place)) - 1) == question))
+        place = (place + 1) & last;
+    return int(place);
+}
+
+void ASKED_QUESTIONS::make_places()
+{
+    int size = 4 * MANY_RULES;
+    while (size < 4 * rules.size())
+        size *= 2;
+    m_places = QVector<int>(size);
+    for (int i = 0; i < rules.size(); ++i)
+        m_places[place_of(rules.at(i))] = i + 1;
 }
 
 void ASKED_QUESTIONS::add_table(const QString& table)
