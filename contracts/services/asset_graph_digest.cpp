@@ -1,5 +1,6 @@
 #include "contracts/services/asset_graph_digest.h"
 
+#include "contracts/services/fw_memory.h"
 
 namespace QTSHARED {
 namespace {
