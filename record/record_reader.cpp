@@ -249,6 +249,18 @@ std::optional<BUILD_ENTRY_DETAILS> RECORD_CONTENT::details_of(const BUILD_ENTRY&
     return {};
 }
 
+MANY_DETAILS::MANY_DETAILS(const RECORD_CONTENT& content) : m_content(content)
+{
+    for (const std::shared_ptr<RECORD_CONTENT::PART>& part : m_content.m_parts)
+        part->file.run("BEGIN");
+}
+
+MANY_DETAILS::~MANY_DETAILS()
+{
+    for (const std::shared_ptr<RECORD_CONTENT::PART>& part : m_content.m_parts)
+        part->file.run("COMMIT");
+}
+
 QVector<BUILD_ENTRY> RECORD_CONTENT::entries_of(const QString& record_name) const
 {
     for (const std::shared_ptr<PART>& part : m_parts)

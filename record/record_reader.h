@@ -67,6 +67,7 @@ public:
     const RECORD_ROWS& own_rows() const;
 
 private:
+    friend class MANY_DETAILS;
     friend class RECORD_FOLDER;
     RECORD_CONTENT();
 
@@ -83,6 +84,20 @@ private:
     bool m_has_passing_problem = false;
     QString m_write_problem;
     qint64 m_last_end = 0;
+};
+
+/// While this lives, details are fetched several times quicker, as the records are locked
+/// against writers once and not each time. On the thread that fetches them.
+class MANY_DETAILS
+{
+public:
+    explicit MANY_DETAILS(const RECORD_CONTENT& content);
+    ~MANY_DETAILS();
+
+private:
+    Q_DISABLE_COPY(MANY_DETAILS)
+
+    const RECORD_CONTENT& m_content;
 };
 
 enum class RECORD_ACCESS
