@@ -62,7 +62,8 @@ bool RECORD_UPDATE::take_over()
     if (is_empty)
         return m_file.create_tables() && end();
     RECORD_ROWS rows = m_content->own_rows();
-    if (!has_seal_of(m_file, rows) && !read_rows(m_file, rows))
+    const bool is_as_read = !rows.entries.isEmpty() && has_seal_of(m_file, rows);
+    if (!is_as_read && !read_rows(m_file, rows))
         return false;
     take_rows(rows);
     return m_file.run("ROLLBACK"); // nothing has been written

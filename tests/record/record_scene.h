@@ -94,7 +94,10 @@ public:
         RECORD_WRITER writer(folder.path(), name, is_read_first ? read() : nullptr, libraries);
         for (const RECORDED_ACTION& action : actions)
             writer.put(std::make_unique<JOB>(action));
-        meanwhile();
+        if (meanwhile) {
+            meanwhile();
+            writer.put(std::make_unique<JOB>(actions.last()));
+        }
         return writer.finish();
     }
 
@@ -133,7 +136,7 @@ public:
         return text;
     }
 
-    std::function<void()> meanwhile = [] {}; ///< done while a writer writes
+    std::function<void()> meanwhile; ///< done while a writer writes, which gets the last action again
     const QTemporaryDir folder;
     QString name = "gox_build_record.sqlite";
     bool is_read_first = true;
