@@ -9,9 +9,15 @@ namespace {
 
 // Up to here a walk over the vector is quicker.
 const int MANY_RULES = 16;
+constexpr quint64 NUMBER = 0xffffffff; // of a question, in a place
 
 std::atomic<ASKED_QUESTIONS*> s_listener{nullptr};
 std::mutex s_mutex; // held by whoever writes to the listener or changes it
+
+quint64 hash_of(const RULE_QUESTION& question)
+{
+    return hash_64(question.kind, hash_64(question.path)) & ~NUMBER;
+}
 
 // A listener that goes while somebody waits for the mutex is not written to.
 template <typename NOTE>
@@ -35,11 +41,12 @@ void ASKED_QUESTIONS::add(const RULE_QUESTION& question)
             return;
     } else {
         if (m_places.size() < 2 * rules.size())
-            make_places();
-        int& number = m_places[place_of(question)];
-        if (number != 0)
+            grow();
+        const quint64 hash = hash_of(question);
+        quint64& place = place_of(hash, &question);
+        if (place != 0)
             return;
-        number = rules.size() + 1;
+        place = hash | quint64(rules.size() + 1);
     }
     rules.append(question);
     // A plugin spells a kind anew for each question.
@@ -47,24 +54,33 @@ void ASKED_QUESTIONS::add(const RULE_QUESTION& question)
         rules.last().kind = rules.at(rules.size() - 2).kind;
 }
 
-// Where the question stands, or an empty place for it.
-int ASKED_QUESTIONS::place_of(const RULE_QUESTION& question) const
+// Where the question stands, or an empty place for it; for null an empty place.
+quint64& ASKED_QUESTIONS::place_of(quint64 hash, const RULE_QUESTION* question)
 {
     const quint64 last = quint64(m_places.size() - 1); // all bits set
-    quint64 place = hash_64(question.kind, hash_64(question.path)) & last;
-    while (m_places.at(int(place)) != 0 && !(rules.at(m_places.at(int(place)) - 1) == question))
-        place = (place + 1) & last;
-    return int(place);
+    quint64 index = (hash >> 32) & last;
+    quint64* const places = m_places.data();
+    const auto is_it = [&](quint64 place) {
+        return question && (place & ~NUMBER) == hash && rules.at(int(place & NUMBER) - 1) == *question;
+    };
+    while (places[index] != 0 && !is_it(places[index]))
+        index = (index + 1) & last;
+    return places[index];
 }
 
-void ASKED_QUESTIONS::make_places()
+void ASKED_QUESTIONS::grow()
 {
+    QVector<quint64> known = m_places;
+    if (known.isEmpty())
+        for (int i = 0; i < rules.size(); ++i)
+            known.append(hash_of(rules.at(i)) | quint64(i + 1));
     int size = 4 * MANY_RULES;
     while (size < 4 * rules.size())
         size *= 2;
-    m_places = QVector<int>(size);
-    for (int i = 0; i < rules.size(); ++i)
-        m_places[place_of(rules.at(i))] = i + 1;
+    m_places = QVector<quint64>(size);
+    for (const quint64 place : qAsConst(known))
+        if (place != 0)
+            place_of(place & ~NUMBER, nullptr) = place;
 }
 
 void ASKED_QUESTIONS::add_table(const QString& table)

@@ -36,16 +36,16 @@ struct GOX_CONTRACTS_EXPORT ASKED_QUESTIONS
     void add(const ASKED_QUESTIONS& other);
 
     /// Gives back what only further questions need.
-    void settle() { m_places = QVector<int>(); }
+    void settle() { m_places = QVector<quint64>(); }
 
 private:
-    int place_of(const RULE_QUESTION& question) const;
-    void make_places();
+    quint64& place_of(quint64 hash, const RULE_QUESTION* question);
+    void grow();
 
-    // A hash table over `rules`, once these are many: their numbers, from 1 up. Where
-    // the rules of a million files are asked for, a set would cost as much as the
-    // answers.
-    QVector<int> m_places;
+    // A hash table over `rules`, once these are many: the upper half of the hash and a
+    // number from 1 up, 0 for an empty place. Where the rules of a million files are
+    // asked for, a set would cost as much as the answers.
+    QVector<quint64> m_places;
 };
 
 /// Where the rules, the database and the asset graph say what they are asked, so
