@@ -10,6 +10,16 @@
 #include "session/build_session.h"
 #include "session/file_entry.h"
 
+namespace {
+
+// It fails without being executed, whatever was built before, or is what it was made as.
+bool is_decided(const ACTION_INTERFACE& action)
+{
+    return !action.preset_errors.isEmpty() || action.state > ACTION_RUNNING;
+}
+
+} // namespace
+
 ACTION_JUDGE::ACTION_JUDGE(const BUILD_SESSION& session, const RECORD_CONTENT& record,
                            PRESENT_SURROUNDINGS& present, const QVector<ACTION_INTERFACE*>& plan,
                            ACTION_FILES::SOURCE source)
@@ -26,6 +36,8 @@ VERDICT ACTION_JUDGE::judge(ACTION_INTERFACE& action)
     const quint64 key = notes_of(action).key;
     if (key == 0)
         return {RUN_REASON::NO_TARGETS, nullptr, nullptr};
+    if (is_decided(action))
+        return {RUN_REASON::IS_DECIDED, nullptr, nullptr};
     if (has_double(action))
         return {RUN_REASON::HAS_DOUBLE, nullptr, nullptr};
     const BUILD_ENTRY* const entry = m_record.find(key);
@@ -53,7 +65,8 @@ DIGEST ACTION_JUDGE::state_of(ACTION_INTERFACE& action)
 {
     m_state.start(notes_of(action).stamp);
     for (const FILE_ENTRY* input : qAsConst(action.input_files))
-        m_state.add_input(m_files.places.place(input->physical), m_files.input(*input));
+        if (!is_added_to(*input, action))
+            m_state.add_input(m_files.places.place(input->physical), m_files.input(*input));
     for (auto target = action.target_files.cbegin(); target != action.target_files.cend(); ++target)
         m_state.add_target(m_files.places.place(target.value()),
                            m_files.target(action, *target.key(), target.value()));

@@ -19,6 +19,7 @@ enum class RUN_REASON : quint8
 {
     NONE, ///< it is up to date
     NO_TARGETS,
+    IS_DECIDED, ///< it has errors, or a state, before it could run
     HAS_DOUBLE, ///< the record can't tell it from another one
     NEVER_BUILT,
     FAILED_SINCE,  ///< or was stopped

@@ -105,6 +105,12 @@ FILE_STAMP stamp_of_uncertain()
     return {NO_TIME, NO_SIZE - 2};
 }
 
+bool is_added_to(const FILE_ENTRY& input, const ACTION_INTERFACE& action)
+{
+    return input.providers.size() > 1 && input.main_provider && input.main_provider != &action &&
+           input.providers.contains(const_cast<ACTION_INTERFACE*>(&action));
+}
+
 bool has_double(ACTION_INTERFACE& action)
 {
     if (action.target_files.isEmpty())

@@ -100,6 +100,10 @@ FILE_STAMP stamp_of_overwritten();
 /// to none that a file has.
 FILE_STAMP stamp_of_uncertain();
 
+/// Whether the action adds to the file, one of its inputs, what others begin anew: what
+/// counts is then how it left the file, not how it found it.
+bool is_added_to(const FILE_ENTRY& input, const ACTION_INTERFACE& action);
+
 /// Another action of the same processor has the same targets, so that the record
 /// can't tell the two apart.
 bool has_double(ACTION_INTERFACE& action);

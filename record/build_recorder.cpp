@@ -49,6 +49,7 @@ public:
         FILE_STAMP stamp;         ///< of an input as the scan found it
         bool is_to_be_asked;      ///< the disk knows more than the scan did
         bool is_overwritten;      ///< a later action writes the target too
+        bool adds_to_own;         ///< the target may have held the action's part already
     };
 
     explicit ACTION_JOB(std::shared_ptr<JOB_SERVICES> services) : m_services(std::move(services)) {}
@@ -108,6 +109,8 @@ private:
         m_services->written.insert(target.path, left);
         if (target.is_overwritten)
             return stamp_of_overwritten();
+        if (target.adds_to_own)
+            return stamp_of_uncertain();
         const bool was_late = QDateTime::currentMSecsSinceEpoch() - end > TIME_STEP;
         return was_late && left.time > end + TIME_STEP ? stamp_of_uncertain() : left;
     }
@@ -115,12 +118,13 @@ private:
     const std::shared_ptr<JOB_SERVICES> m_services;
 };
 
-// An action that has no good end.
+// An action that has no good end, or that the record can't tell from another one. What
+// it has written counts for those that read it.
 class END_OF_ENTRY_JOB : public RECORD_JOB
 {
 public:
     END_OF_ENTRY_JOB(ACTION_INTERFACE& action, std::shared_ptr<JOB_SERVICES> services)
-        : m_key(notes_of(action).key), m_services(std::move(services))
+        : m_key(has_double(action) ? 0 : notes_of(action).key), m_services(std::move(services))
     {
         for (auto target = action.target_files.cbegin(); target != action.target_files.cend(); ++target)
             m_targets.append(target.key()->physical);
@@ -144,7 +148,7 @@ private:
 // changed once more under the same time.
 ACTION_JOB::FILE input_of_job(const FILE_ENTRY& input, qint64 scan_began)
 {
-    ACTION_JOB::FILE file{input.physical, {}, FILE_STAMP(), !ACTION_FILES::is_known(input), false};
+    ACTION_JOB::FILE file{input.physical, {}, FILE_STAMP(), !ACTION_FILES::is_known(input), false, false};
     if (!file.is_to_be_asked)
         file.stamp = ACTION_FILES::known(input);
     if (file.stamp.time > scan_began - TIME_STEP && !input.virtual_file)
@@ -172,6 +176,27 @@ bool has_something_run(ACTION_INTERFACE& action)
             }
         }
     return false;
+}
+
+// Whether nobody has begun the file anew in this build before the action added its part.
+bool adds_to_own(const FILE_ENTRY& file, const ACTION_INTERFACE& action)
+{
+    if (file.providers.size() < 2 || file.main_provider == &action)
+        return false;
+    if (file.main_provider)
+        return !notes_of(*file.main_provider).has_run;
+    return !std::all_of(file.providers.cbegin(), file.providers.cend(), [&](ACTION_INTERFACE* other) {
+        return other == &action || notes_of(*other).has_run;
+    });
+}
+
+// Those that come later may add to what this one leaves, so that it has to begin anew
+// whenever one of them runs.
+bool is_written_later(const ACTION_INTERFACE& action, SHARED_TARGETS& shared)
+{
+    const QList<FILE_ENTRY*> targets = action.target_files.keys();
+    return std::any_of(targets.cbegin(), targets.cend(),
+                       [&](const FILE_ENTRY* target) { return shared.is_written_later(*target, action); });
 }
 
 } // namespace
@@ -219,11 +244,12 @@ void BUILD_RECORDER::end(ACTION_INTERFACE& action, int duration, const QString& 
         action.state == ACTION_SUCCEEDED || action.state == ACTION_SUCCEEDED_WITH_WARNINGS;
     const bool kept_its_targets = notes.keeps_entry && action.state == ACTION_SUCCEEDED && !was_stopped;
     notes.has_run = !kept_its_targets;
-    if (notes.key == 0 || kept_its_targets || has_double(action))
+    if (notes.key == 0 || kept_its_targets)
         return;
-    if (!m_shard.is_whole() && duration >= 0)
+    const bool is_double = has_double(action);
+    if (!m_shard.is_whole() && duration >= 0 && !is_double)
         m_durations.insert(notes.key, duration);
-    if (ended_well && !was_stopped)
+    if (ended_well && !was_stopped && !is_double)
         put_entry(action, duration, warning);
     else
         m_writer->put(std::make_unique<END_OF_ENTRY_JOB>(action, m_services));
@@ -244,10 +270,12 @@ void BUILD_RECORDER::put_entry(ACTION_INTERFACE& action, int duration, const QSt
     job->warning = warning;
     job->end = QDateTime::currentMSecsSinceEpoch();
     for (const FILE_ENTRY* input : qAsConst(action.input_files))
-        job->inputs.append(input_of_job(*input, m_session.scan_began));
+        if (!is_added_to(*input, action))
+            job->inputs.append(input_of_job(*input, m_session.scan_began));
     for (auto target = action.target_files.cbegin(); target != action.target_files.cend(); ++target)
         job->targets.append({target.key()->physical, target.value(), FILE_STAMP(), true,
-                             m_shared->is_written_later(*target.key(), action)});
+                             m_shared->is_written_later(*target.key(), action),
+                             adds_to_own(*target.key(), action)});
     m_writer->put(std::move(job));
 }
 
@@ -277,7 +305,7 @@ bool BUILD_RECORDER::answer_action(ACTION_INTERFACE& action)
 
 bool BUILD_RECORDER::is_up_to_date(ACTION_INTERFACE& action)
 {
-    if (has_something_run(action))
+    if (has_something_run(action) || is_written_later(action, *m_shared))
         return false;
     if (!m_judge)
         m_judge =

@@ -27,8 +27,9 @@ QVector<RECORDED_FILE> inputs_now(ACTION_INTERFACE& action, const ACTION_FILES& 
 {
     QVector<RECORDED_FILE> result;
     for (const FILE_ENTRY* input : qAsConst(action.input_files))
-        result.append({PATHS::logical_path(input->physical), files.places.place(input->physical).toString(),
-                       files.input(*input)});
+        if (!is_added_to(*input, action))
+            result.append({PATHS::logical_path(input->physical),
+                           files.places.place(input->physical).toString(), files.input(*input)});
     return result;
 }
 
@@ -138,6 +139,9 @@ QString explanation_text(ACTION_INTERFACE& action, const VERDICT& verdict, ACTIO
         return QStringLiteral("up to date");
     case RUN_REASON::NO_TARGETS:
         return QStringLiteral("has no targets");
+    case RUN_REASON::IS_DECIDED:
+        return "has " + (action.preset_errors.isEmpty() ? QStringLiteral("a state already")
+                                                        : "errors: " + action.preset_errors.first());
     case RUN_REASON::HAS_DOUBLE:
         return QStringLiteral("another action of its processor has the same targets");
     case RUN_REASON::NEVER_BUILT:
