@@ -118,7 +118,8 @@ bool RUN_CYCLE::build()
     } else {
         was_stopped = watch_build();
     }
-    m_was_stopped |= was_stopped;
+    const bool is_cut_short = m_session.results.actions.size() < m_session.selected_actions.size();
+    m_was_stopped |= was_stopped || is_cut_short;
     report_summary(m_session.selected_actions, m_session.written_logs, was_stopped);
     return true;
 }
