@@ -146,7 +146,7 @@ void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file,
     if (folder.is_spelled_so) {
         entry->physical = path;
     } else {
-        entry->physical = m_spellings.normalised(path);
+        entry->physical = m_spellings.normalised(path, key);
         m_spellings.file_added(entry->physical, key);
         folder.note_spellings(entry->physical, path);
         folder.is_spelled_so = static_cast<const QString&>(entry->physical).startsWith(folder.physical) &&
