@@ -40,6 +40,7 @@
 #include "session/run_report.h"
 #include "session/signal_stack.h"
 #include "session/start_up_hooks.h"
+#include "session/work_at_hand.h"
 
 namespace {
 
@@ -256,8 +257,10 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     RUN_CYCLE cycle(session, configuration, order.options, incremental, p4, splash, metrics, total_watch,
                     order.attendance);
     const std::optional<int> exit_status = cycle.run();
-    if (report.is_wanted())
+    if (report.is_wanted()) {
+        WORK_AT_HAND::note(QStringLiteral("the report")); // which asks plugins for their texts
         report.content.actions = reported_actions(session, cycle.judgement());
+    }
     report.content.was_stopped = cycle.was_stopped();
     const int status = report.write(exit_status.value_or(1));
     return exit_status ? std::optional<int>(status) : std::nullopt;

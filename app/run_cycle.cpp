@@ -140,8 +140,9 @@ bool RUN_CYCLE::build()
     } else {
         was_stopped = watch_build();
     }
+    const bool is_cut_short = m_session.results.actions.size() < m_session.selected_actions.size();
+    m_was_stopped |= was_stopped || is_cut_short;
     finish_record();
-    m_was_stopped |= was_stopped;
     report_summary(m_session.selected_actions, m_session.written_logs, was_stopped, m_incremental.judgement);
     return true;
 }

@@ -29,7 +29,7 @@ public:
     /// process, or nothing when the build could not be prepared.
     std::optional<int> run();
 
-    /// Whether a build was asked to end, by a person or from outside.
+    /// Whether a build was asked to end, by a person or from outside, or was left.
     bool was_stopped() const { return m_was_stopped; }
 
     /// What was known of the last plan ahead of its build.

@@ -51,10 +51,11 @@ void report_missing_raw_data()
 {
     const QFileInfo tool_folder(QCoreApplication::applicationDirPath());
     const QString raw_data = QFileInfo(tool_folder.canonicalFilePath()).path() + "/raw_data";
-    RUN_REPORT::error(
-        QStringLiteral("There is no data tree: the folder %1 does not exist. The program has to lie "
-                       "in a folder beside raw_data.")
-            .arg(raw_data));
+    const QString error = QStringLiteral("There is no data tree: the folder %1 does not exist. The program "
+                                         "has to lie in a folder beside raw_data.")
+                              .arg(raw_data);
+    RUN_REPORT::keep_error(error);
+    RUN_REPORT::error(error);
 }
 
 void report_other_folder()

@@ -221,14 +221,18 @@ COST measure_reading(const QString& folder, int count, FIGURES& figures)
 
 void bench_record(const BENCH_OPTIONS& options, FIGURES& figures)
 {
+    const QTemporaryDir many;
+    const int count = options.quick ? 20000 : 100000;
+    measure_writing(many.path(), count, figures);
+    measure_reading(many.path(), count, figures);
+
     const SYNTHETIC_TREE tree = SYNTHETIC_TREE::of_size(options.trees, options.quick ? 10000 : 1000000);
-    const int count = tree.working_files;
     const QTemporaryDir folder;
-    measure_writing(folder.path(), count, figures);
-    const COST reading = measure_reading(folder.path(), count, figures);
+    write_record(folder.path(), tree.working_files, 0);
+    const COST reading = measure_reading(folder.path(), tree.working_files, figures);
     use_tree(tree.path);
     SESSION_RUN start_up = run_in_child([&] { return start_up_over(tree); }); // warms
     start_up = run_in_child([&] { return start_up_over(tree); });
-    figures.ratio(QString("record of %1 actions, read").arg(count), reading,
+    figures.ratio(QString("record of %1 actions, read").arg(tree.working_files), reading,
                   "the start-up with these actions", start_up.cost, 0.25);
 }

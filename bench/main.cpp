@@ -19,10 +19,18 @@ struct SECTION
 };
 
 const SECTION SECTIONS[] = {
-    {"scan", bench_scan},         {"start-up", bench_start_up},         {"peer", bench_peer},
-    {"planning", bench_planning}, {"build-thread", bench_build_thread}, {"selection", bench_selection},
-    {"progress", bench_progress}, {"database", bench_database},         {"graph", bench_graph},
-    {"record", bench_record},     {"incremental", bench_incremental},
+    {"scan", bench_scan},
+    {"start-up", bench_start_up},
+    {"peer", bench_peer},
+    {"planning", bench_planning},
+    {"build-thread", bench_build_thread},
+    {"report", bench_report},
+    {"selection", bench_selection},
+    {"progress", bench_progress},
+    {"database", bench_database},
+    {"graph", bench_graph},
+    {"record", bench_record},
+    {"incremental", bench_incremental},
 };
 
 QString names_of_sections()

@@ -77,6 +77,7 @@ void bench_start_up(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_peer(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_planning(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_build_thread(const BENCH_OPTIONS& options, FIGURES& figures);
+void bench_report(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_progress(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_selection(const BENCH_OPTIONS& options, FIGURES& figures);
 void bench_database(const BENCH_OPTIONS& options, FIGURES& figures);

@@ -1,10 +1,9 @@
 // The report of a run as JSON: an object for the run and one for each action, each on
-// a line of its own.
+// a line of its own. Written by hand, because Qt's way over a document costs as much as
+// a large build has for the whole of its report.
 
 #include <QtCore/QIODevice>
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
-#include <QtCore/QJsonObject>
+#include <QtCore/QMap>
 
 #include "contracts/actions/action_interface.h"
 #include "execution/build_report.h"
@@ -13,85 +12,159 @@ namespace {
 
 const int FORMAT_VERSION = 1;
 
-QByteArray text_of(const QJsonObject& object)
+void append_escaped(QByteArray& text, uchar letter)
 {
-    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+    static const char DIGITS[] = "0123456789abcdef";
+    switch (letter) {
+    case '"':
+    case '\\':
+        text.append('\\').append(char(letter));
+        break;
+    case '\n':
+        text.append("\\n");
+        break;
+    case '\t':
+        text.append("\\t");
+        break;
+    default:
+        text.append("\\u00").append(DIGITS[letter >> 4]).append(DIGITS[letter & 15]);
+    }
 }
+
+// Half a letter, which is no text, becomes a question mark in UTF-8.
+QByteArray json_of(const QString& value)
+{
+    const QByteArray bytes = value.toUtf8();
+    QByteArray text;
+    text.reserve(bytes.size() + 2);
+    text.append('"');
+    for (const char letter : bytes) {
+        const bool is_plain = uchar(letter) >= 0x20 && letter != '"' && letter != '\\';
+        if (is_plain)
+            text.append(letter);
+        else
+            append_escaped(text, uchar(letter));
+    }
+    return text.append('"');
+}
+
+QByteArray json_of(bool value)
+{
+    return value ? "true" : "false";
+}
+
+QByteArray json_of(qint64 value)
+{
+    return QByteArray::number(value);
+}
+
+QByteArray json_of(const QStringList& values)
+{
+    QByteArray text("[");
+    for (const QString& value : values) {
+        if (text.size() > 1)
+            text.append(',');
+        text.append(json_of(value));
+    }
+    return text.append(']');
+}
+
+class JSON_OBJECT
+{
+public:
+    template <typename VALUE>
+    JSON_OBJECT& add(const char* name, const VALUE& value)
+    {
+        return add_text(name, json_of(value));
+    }
+
+    JSON_OBJECT& add_if_set(const char* name, const QString& value)
+    {
+        return value.isEmpty() ? *this : add(name, value);
+    }
+
+    JSON_OBJECT& add_text(const char* name, const QByteArray& json)
+    {
+        m_text.append(m_text.isEmpty() ? "{\"" : ",\"").append(name).append("\":").append(json);
+        return *this;
+    }
+
+    QByteArray text() const { return m_text.isEmpty() ? QByteArray("{}") : m_text + '}'; }
+
+private:
+    QByteArray m_text;
+};
 
 // An output ends with a line end, which begins no further line.
-QJsonArray lines_of(const REPORTED_ACTION& action)
+QStringList lines_of(const REPORTED_ACTION& action)
 {
-    QStringRef text = action.output.leftRef(action.said);
+    QString text = action.output.left(action.said);
     if (text.endsWith('\n'))
         text.chop(1);
-    QJsonArray lines;
-    if (!text.isEmpty())
-        for (const QStringRef& line : text.split('\n'))
-            lines.append(line.toString());
-    return lines;
+    return text.isEmpty() ? QStringList() : text.split('\n');
 }
 
-void insert_if_set(QJsonObject& object, const QString& key, const QString& value)
+QByteArray json_of(const REPORTED_ACTION& action)
 {
-    if (!value.isEmpty())
-        object.insert(key, value);
+    const QString state = state_word(action);
+    JSON_OBJECT object;
+    object.add("processor", action.processor)
+        .add("name", action.name)
+        .add("short_name", action.short_name)
+        .add("state", state);
+    if (state == QLatin1String("unknown"))
+        object.add("state_number", qint64(action.state));
+    if (action.duration >= 0)
+        object.add("duration_ms", qint64(action.duration));
+    return object.add("targets", action.targets)
+        .add("messages", lines_of(action))
+        .add_if_set("reason", action.reason)
+        .add_if_set("explanation", action.explanation)
+        .text();
 }
 
-QJsonObject object_of(const REPORTED_ACTION& action)
+QByteArray counts_of(const QVector<REPORTED_ACTION>& actions)
 {
-    QJsonObject object{{"processor", action.processor},
-                       {"name", action.name},
-                       {"short_name", action.short_name},
-                       {"state", state_word(action)},
-                       {"duration_ms", action.duration < 0 ? QJsonValue() : QJsonValue(action.duration)},
-                       {"targets", QJsonArray::fromStringList(action.targets)},
-                       {"messages", lines_of(action)}};
-    if (object.value(QStringLiteral("state")) == QLatin1String("unknown"))
-        object.insert(QStringLiteral("state_number"), action.state);
-    insert_if_set(object, QStringLiteral("reason"), action.reason);
-    insert_if_set(object, QStringLiteral("explanation"), action.explanation);
-    return object;
-}
-
-QJsonObject counts_of(const BUILD_REPORT& report)
-{
-    QMap<QString, int> counts;
-    for (const REPORTED_ACTION& action : report.actions)
+    QMap<QString, qint64> counts;
+    for (const REPORTED_ACTION& action : actions)
         ++counts[state_word(action)];
-    QJsonObject object;
+    JSON_OBJECT object;
     for (auto count = counts.cbegin(); count != counts.cend(); ++count)
-        object.insert(count.key(), count.value());
-    return object;
+        object.add(count.key().toLatin1(), count.value());
+    return object.text();
 }
 
-QJsonObject object_of(const BUILD_REPORT& report)
+QByteArray json_of_run(const BUILD_REPORT& report)
 {
-    QJsonObject object{{"gox_version", report.program_version},
-                       {"started", report.started.toString(Qt::ISODateWithMs)},
-                       {"duration_ms", report.duration},
-                       {"status", report.status},
-                       {"stopped", report.was_stopped},
-                       {"dry_run", report.is_dry_run},
-                       {"configuration", report.configuration},
-                       {"start_up", report.has_started_up ? "succeeded" : "failed"},
-                       {"errors", QJsonArray::fromStringList(report.start_up_errors)},
-                       {"remarks", QJsonArray::fromStringList(report.remarks)},
-                       {"counts", counts_of(report)}};
-    insert_if_set(object, QStringLiteral("configuration_file"), report.configuration_file);
+    JSON_OBJECT object;
+    object.add("gox_version", report.program_version)
+        .add("started", report.started.toString(Qt::ISODateWithMs))
+        .add("duration_ms", report.duration)
+        .add("status", qint64(report.status))
+        .add("stopped", report.was_stopped)
+        .add("dry_run", report.is_dry_run);
     if (report.shards > 0)
-        object.insert(QStringLiteral("shard"), QJsonObject{{"number", report.shard}, {"of", report.shards}});
-    return object;
+        object.add_text(
+            "shard",
+            JSON_OBJECT().add("number", qint64(report.shard)).add("of", qint64(report.shards)).text());
+    return object.add("configuration", report.configuration)
+        .add_if_set("configuration_file", report.configuration_file)
+        .add("start_up", QString(report.has_started_up ? "succeeded" : "failed"))
+        .add("errors", report.start_up_errors)
+        .add("remarks", report.remarks)
+        .add_text("counts", counts_of(report.actions))
+        .text();
 }
 
 } // namespace
 
 void write_json_report(const BUILD_REPORT& report, QIODevice& device)
 {
-    device.write("{\"format\":\"gox-build-report\",\"version\":" + QByteArray::number(FORMAT_VERSION) +
-                 ",\n\"run\":" + text_of(object_of(report)) + ",\n\"actions\":[");
+    device.write("{\"format\":\"gox-build-report\",\"version\":" + json_of(qint64(FORMAT_VERSION)) +
+                 ",\n\"run\":" + json_of_run(report) + ",\n\"actions\":[");
     const char* separator = "\n";
     for (const REPORTED_ACTION& action : report.actions) {
-        device.write(separator + text_of(object_of(action)));
+        device.write(separator + json_of(action));
         separator = ",\n";
     }
     device.write("\n]}\n");

@@ -10,6 +10,10 @@
 
 namespace {
 
+// Many readers give up on a text of 10 MB, and with it on the whole report.
+const int MOST_OF_MESSAGES = 1000000; // letters
+const int MOST_OF_LINE = 1000;
+
 struct OUTCOME
 {
     const char* element; // null for an action that succeeded
@@ -59,6 +63,17 @@ QString for_xml(QString text)
             text[i] = QChar::ReplacementCharacter;
     }
     return text;
+}
+
+// Without its middle when it is longer than that.
+QString shortened(const QString& text, int most)
+{
+    const int left_out = text.size() - most;
+    if (left_out <= 0)
+        return text;
+    return text.left(most / 2) +
+           QStringLiteral("\n... %1 letters are left out here, the log has them ...\n").arg(left_out) +
+           text.right(most - most / 2);
 }
 
 struct SUITE
@@ -167,9 +182,9 @@ private:
     void write_outcome(const char* element, const QString& type, const QString& message, const QString& text)
     {
         m_xml.writeStartElement(QLatin1String(element));
-        attribute("message", message);
+        attribute("message", message.left(MOST_OF_LINE));
         attribute("type", type);
-        m_xml.writeCharacters(for_xml(text));
+        m_xml.writeCharacters(for_xml(text.isEmpty() ? message : text)); // GitLab shows no message
         m_xml.writeEndElement();
     }
 
@@ -233,10 +248,9 @@ private:
         begin_case(suite, name);
         attribute("time", seconds(qMax(action.duration, 0)));
         const OUTCOME outcome = outcome_of(action, m_report.is_dry_run);
-        const QString messages = action.output.left(action.said);
+        const QString messages = shortened(action.output.left(action.said), MOST_OF_MESSAGES);
         if (outcome.element)
-            write_outcome(outcome.element, state_word(action), outcome.message,
-                          messages.isEmpty() ? outcome.message : messages);
+            write_outcome(outcome.element, state_word(action), outcome.message, messages);
         else if (!messages.isEmpty())
             m_xml.writeTextElement(QStringLiteral("system-out"), for_xml(messages));
         m_xml.writeEndElement();

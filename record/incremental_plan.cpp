@@ -59,6 +59,7 @@ void INCREMENTAL_PLAN::judge(BUILD_SESSION& session)
 {
     PRESENT_SURROUNDINGS present(session, record->libraries());
     ACTION_JUDGE judge(session, *record, present, whole, ACTION_FILES::SCANNED);
+    const MANY_DETAILS many_details(*record);
     const JUDGEMENT verdicts(whole, judge);
     QVector<ACTION_INTERFACE*> running;
     for (int place = 0; place < whole.size(); ++place) {

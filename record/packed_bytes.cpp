@@ -4,6 +4,7 @@ namespace {
 
 constexpr quint8 MORE = 0x80; // bytes of a count follow
 constexpr int COUNT_BITS = 32;
+constexpr int MOST_SHARED = 255; // so that a few bytes can't become a lot of text
 
 bool is_ascii(const QChar* text, int size)
 {
@@ -33,6 +34,16 @@ void PACKER::text_part(const QChar* text, int size)
     } else {
         qToLittleEndian<ushort>(text, size, room(size * 2));
     }
+}
+
+void PACKER::text_after(QString& base, const QString& text)
+{
+    const int most = std::min({base.size(), text.size(), MOST_SHARED});
+    const int shared =
+        int(std::mismatch(base.cbegin(), base.cbegin() + most, text.cbegin()).first - base.cbegin());
+    number(quint8(shared));
+    text_part(text.constData() + shared, text.size() - shared);
+    base = text;
 }
 
 bool UNPACKER::flag()
@@ -77,6 +88,15 @@ QString UNPACKER::text()
     QString text(int(size), Qt::Uninitialized);
     qFromLittleEndian<ushort>(letters, int(size), text.data());
     return text;
+}
+
+QString UNPACKER::text_after(QString& base)
+{
+    const int shared = number<quint8>();
+    if (shared > base.size())
+        fail();
+    base = base.left(shared) + text();
+    return base;
 }
 
 QByteArray UNPACKER::bytes()

@@ -4,19 +4,22 @@
 #include <QtCore/QString>
 #include <QtCore/QtEndian>
 
+#include <algorithm>
+
 #include "contracts/services/digest.h"
 
 // How values become bytes. A number takes its size, in little-endian order. A count
 // takes 7 bits a byte, the lowest first, the highest bit of all bytes but the last is
 // set. A text is twice its length in UTF-16 units, as a count, and its ASCII letters;
 // where it has others, that count and 1, and its UTF-16 units. So every text comes back
-// as it was.
+// as it was. A text behind another one is the number of letters that both begin with, 255
+// at most, as one byte, and the rest as a text.
 
 /// Packs values behind one another.
 class PACKER
 {
 public:
-    PACKER() { m_bytes.reserve(512); }
+    PACKER() : m_bytes(512, Qt::Uninitialized) {}
 
     template <typename T>
     void number(T value)
@@ -35,20 +38,25 @@ public:
     void bytes(const QByteArray& bytes)
     {
         count(quint32(bytes.size()));
-        m_bytes.append(bytes);
+        std::copy(bytes.begin(), bytes.end(), room(bytes.size()));
     }
+    /// A text that begins as `base` does, which becomes the text.
+    void text_after(QString& base, const QString& text);
 
-    const QByteArray& packed() const { return m_bytes; }
+    QByteArray packed() const { return m_bytes.left(m_size); }
 
 private:
     char* room(int size)
     {
-        const int before = m_bytes.size();
-        m_bytes.resize(before + size);
-        return m_bytes.data() + before;
+        const int place = m_size;
+        m_size += size;
+        if (m_size > m_bytes.size())
+            m_bytes.resize(2 * m_size);
+        return m_bytes.data() + place;
     }
 
-    QByteArray m_bytes;
+    QByteArray m_bytes; // more than are filled
+    int m_size = 0;
 };
 
 /// Takes such bytes apart and trusts none of them. From the first thing that is wrong
@@ -78,6 +86,7 @@ public:
     /// The number of elements that take at least so many bytes each.
     int list(int element_size);
     QString text();
+    QString text_after(QString& base);
     QByteArray bytes();
 
     void fail()

@@ -15,7 +15,7 @@ constexpr qint64 LAST_TIME = qint64(1) << 48; // ms since 1970, in the year 1088
 constexpr int STAMP_SIZE = 2 * 8;
 
 // The fewest bytes that an element of each list takes.
-constexpr int MIN_FILE = 3 + STAMP_SIZE;
+constexpr int MIN_FILE = 2 * 2 + STAMP_SIZE;
 constexpr int MIN_ANSWER = 4;
 constexpr int MIN_VALUE = 2;
 constexpr int MIN_TABLE = 2;
@@ -32,37 +32,34 @@ FILE_STAMP unpack_stamp(UNPACKER& unpacker)
     return {time, unpacker.number<qint64>()};
 }
 
-int equal_letters_at_end(const QString& a, const QString& b)
+// Files of an action lie mostly in one folder.
+void pack_files(PACKER& packer, const QVector<RECORDED_FILE>& files)
 {
-    const int most = qMin(a.size(), b.size());
-    int count = 0;
-    while (count < most && a.at(a.size() - 1 - count) == b.at(b.size() - 1 - count))
-        ++count;
-    return count;
+    QString logical;
+    QString place;
+    packer.count(quint32(files.size()));
+    for (const RECORDED_FILE& file : files) {
+        packer.text_after(logical, file.logical);
+        packer.text_after(place, file.place);
+        pack_stamp(packer, file.stamp);
+    }
 }
 
-// The place ends mostly as the logical path does.
-void pack_file(PACKER& packer, const RECORDED_FILE& file)
+QVector<RECORDED_FILE> unpack_files(UNPACKER& unpacker)
 {
-    const int shared = equal_letters_at_end(file.logical, file.place);
-    packer.text(file.logical);
-    packer.count(quint32(shared));
-    packer.text_part(file.place.constData(), file.place.size() - shared);
-    pack_stamp(packer, file.stamp);
-}
-
-RECORDED_FILE unpack_file(UNPACKER& unpacker)
-{
-    RECORDED_FILE file;
-    file.logical = unpacker.text();
-    const quint32 shared = unpacker.count();
-    if (shared > quint32(file.logical.size()))
-        unpacker.fail();
-    file.place = unpacker.text();
-    file.stamp = unpack_stamp(unpacker);
-    if (unpacker.is_good())
-        file.place += file.logical.rightRef(int(shared));
-    return file;
+    QVector<RECORDED_FILE> files;
+    QString logical;
+    QString place;
+    const int count = unpacker.list(MIN_FILE);
+    files.reserve(count);
+    for (int i = 0; i < count && unpacker.is_good(); ++i) {
+        RECORDED_FILE file;
+        file.logical = unpacker.text_after(logical);
+        file.place = unpacker.text_after(place);
+        file.stamp = unpack_stamp(unpacker);
+        files.append(file);
+    }
+    return files;
 }
 
 void pack_answer(PACKER& packer, const RECORDED_ANSWER& answer)
@@ -203,8 +200,8 @@ QByteArray pack_details(const BUILD_ENTRY_DETAILS& details)
 {
     PACKER packer;
     packer.number(details.stamp);
-    pack_list(packer, details.inputs, pack_file);
-    pack_list(packer, details.targets, pack_file);
+    pack_files(packer, details.inputs);
+    pack_files(packer, details.targets);
     pack_list(packer, details.answers, pack_answer);
     packer.text(details.warning);
     return packer.packed();
@@ -214,8 +211,8 @@ bool unpack_details(const QByteArray& bytes, BUILD_ENTRY_DETAILS& details)
 {
     UNPACKER unpacker(bytes.constData(), bytes.size());
     details.stamp = unpacker.number<qint64>();
-    details.inputs = unpack_list(unpacker, MIN_FILE, unpack_file);
-    details.targets = unpack_list(unpacker, MIN_FILE, unpack_file);
+    details.inputs = unpack_files(unpacker);
+    details.targets = unpack_files(unpacker);
     details.answers = unpack_list(unpacker, MIN_ANSWER, unpack_answer);
     details.warning = unpacker.text();
     return unpacker.is_done();

@@ -13,6 +13,9 @@
 constexpr int PACKED_ENTRY_SIZE = 57;
 using PACKED_ENTRY = std::array<char, PACKED_ENTRY_SIZE>;
 
+/// Entries lie in rows of so many, which fill a page: reading is several times quicker.
+constexpr int BLOCK_ENTRIES = 64;
+
 PACKED_ENTRY pack_entry(const BUILD_ENTRY& entry);
 bool unpack_entry(const char* bytes, int size, BUILD_ENTRY& entry);
 

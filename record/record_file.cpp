@@ -7,20 +7,20 @@ namespace {
 
 constexpr int APPLICATION = 0x474F5842; // "GOXB"
 constexpr int VERSION = 1;
-constexpr int WAIT_FOR_LOCK = 3000; // ms
+constexpr int WAIT_FOR_LOCK = 2000; // ms
 
 // As SQLite keeps them, so that they can be compared.
 const char* const TABLES[] = {
     "CREATE TABLE seal (id INTEGER PRIMARY KEY, entries INTEGER, sum INTEGER)",
-    "CREATE TABLE entries (slot INTEGER PRIMARY KEY, packed BLOB)",
+    "CREATE TABLE entries (block INTEGER PRIMARY KEY, packed BLOB)",
     "CREATE TABLE details (slot INTEGER PRIMARY KEY, name TEXT, checksum INTEGER, packed BLOB)",
     "CREATE TABLE surroundings (id INTEGER PRIMARY KEY, packed BLOB)",
     "CREATE TABLE libraries (id INTEGER PRIMARY KEY, packed BLOB)",
 };
 
 const char* const SETTINGS = "PRAGMA trusted_schema = OFF;"
-                             "PRAGMA cell_size_check = ON;"
-                             "PRAGMA cache_spill = OFF;" // others may read until the commit
+                             "PRAGMA cache_spill = OFF;"   // others may read until the commit
+                             "PRAGMA cache_size = -32768;" // for all pages of a transaction
                              "PRAGMA synchronous = NORMAL;";
 
 // Bytes of SQLite's header that tell how changes are written; 2 stands for a log beside
@@ -31,10 +31,23 @@ constexpr char WITH_LOG = 2;
 
 const char* const SIDE_FILES[] = {"-journal", "-wal", "-shm"};
 
-bool is_damage(int code)
+RECORD_FAULT::KIND kind_of(int code)
 {
-    return code == SQLITE_CORRUPT || code == SQLITE_NOTADB || code == SQLITE_MISMATCH ||
-           code == SQLITE_ERROR || code == SQLITE_TOOBIG || code == SQLITE_FORMAT;
+    switch (code) {
+    case SQLITE_CORRUPT:
+    case SQLITE_ERROR:
+    case SQLITE_FORMAT:
+    case SQLITE_MISMATCH:
+    case SQLITE_NOTADB:
+    case SQLITE_TOOBIG:
+        return RECORD_FAULT::DAMAGED;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+    case SQLITE_PROTOCOL:
+        return RECORD_FAULT::LOCKED;
+    default:
+        return RECORD_FAULT::FAILED;
+    }
 }
 
 bool is_empty_or_gone(const QString& path)
@@ -190,6 +203,12 @@ bool RECORD_FILE::run(const char* sql)
     return !m_fault;
 }
 
+void RECORD_FILE::roll_back()
+{
+    sqlite3_exec(m_database, "ROLLBACK", nullptr, nullptr, nullptr); // fails where it was rolled back already
+    m_fault = {};
+}
+
 qint64 RECORD_FILE::number(const char* sql)
 {
     RECORD_STATEMENT statement(*this, sql);
@@ -211,7 +230,7 @@ void RECORD_FILE::note_fault(int code)
     const bool comes_from_system = code == SQLITE_IOERR || code == SQLITE_CANTOPEN;
     if (comes_from_system && system != 0)
         cause += ": " + qt_error_string(system);
-    fail(cause, is_damage(code) ? RECORD_FAULT::DAMAGED : RECORD_FAULT::FAILED);
+    fail(cause, kind_of(code));
 }
 
 bool remove_record(const QString& path)

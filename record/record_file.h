@@ -15,7 +15,8 @@ struct RECORD_FAULT
     {
         NONE,
         DAMAGED, ///< it is no sound record of this version: a new one may take its place
-        FAILED,  ///< it can't be got at: locked, no permission, a full disk
+        LOCKED,  ///< somebody else reads or writes it for longer than one wants to wait
+        FAILED,  ///< it can't be got at: no permission, a full disk
     };
 
     KIND kind = NONE;
@@ -90,6 +91,7 @@ public:
     bool create_tables(); ///< in a file that is empty
 
     bool run(const char* sql);
+    void roll_back(); ///< ends a transaction and forgets the fault
     /// The first number of the first row; 0 when there is none.
     qint64 number(const char* sql);
 

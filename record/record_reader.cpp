@@ -24,14 +24,14 @@ bool is_newer(const BUILD_ENTRY& a, const BUILD_ENTRY& b)
     return a.ended != b.ended ? a.ended > b.ended : a.is_gone && !b.is_gone;
 }
 
-// Why nothing can be written to the record, or empty. Opening changes nothing.
+// Why nothing can be written to the record, or empty. Looking changes nothing.
 QString write_fault(const QString& path)
 {
+    if (!QFileInfo(QFileInfo(path).path()).isWritable())
+        return QStringLiteral("the folder is not writable");
     QFile file(path);
-    const QFileInfo folder(QFileInfo(path).path());
-    if (file.exists())
-        return file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly) ? QString() : file.errorString();
-    return folder.isWritable() ? QString() : QStringLiteral("the folder is not writable");
+    const bool is_writable = !file.exists() || file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly);
+    return is_writable ? QString() : file.errorString();
 }
 
 } // namespace
@@ -213,9 +213,10 @@ void RECORD_FOLDER::check_writing(const QString& own_name)
 {
     const QString path = m_folder.absoluteFilePath(own_name);
     const QString fault = write_fault(path);
-    m_content->m_own_is_writable = fault.isEmpty();
-    if (!fault.isEmpty())
-        tell(path, "can't be written: " + fault + ", so everything is built, and nothing is recorded");
+    if (fault.isEmpty())
+        return;
+    tell(path, "can't be written: " + fault + ", so everything is built, and nothing is recorded");
+    m_content->m_write_problem = m_content->m_problems.last();
 }
 
 RECORD_CONTENT::RECORD_CONTENT() = default;
@@ -246,6 +247,18 @@ std::optional<BUILD_ENTRY_DETAILS> RECORD_CONTENT::details_of(const BUILD_ENTRY&
     if (part.file.fault())
         problem = part.path + ": " + part.file.fault().cause + ", so what depends on it is built";
     return {};
+}
+
+MANY_DETAILS::MANY_DETAILS(const RECORD_CONTENT& content) : m_content(content)
+{
+    for (const std::shared_ptr<RECORD_CONTENT::PART>& part : m_content.m_parts)
+        part->file.run("BEGIN");
+}
+
+MANY_DETAILS::~MANY_DETAILS()
+{
+    for (const std::shared_ptr<RECORD_CONTENT::PART>& part : m_content.m_parts)
+        part->file.run("COMMIT");
 }
 
 QVector<BUILD_ENTRY> RECORD_CONTENT::entries_of(const QString& record_name) const

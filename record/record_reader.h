@@ -57,8 +57,9 @@ public:
     /// what is derived from the records is then not the same for all.
     bool has_passing_problem() const { return m_has_passing_problem; }
 
-    /// Whether a writer may be started. False leaves a text in `problems`.
-    bool own_is_writable() const { return m_own_is_writable; }
+    /// The one of `problems` that says why the own record can't be written, so that no
+    /// writer may be started; empty when it can.
+    const QString& write_problem() const { return m_write_problem; }
 
     qint64 last_end() const { return m_last_end; } ///< the newest `ended` of all records, or 0
 
@@ -66,6 +67,7 @@ public:
     const RECORD_ROWS& own_rows() const;
 
 private:
+    friend class MANY_DETAILS;
     friend class RECORD_FOLDER;
     RECORD_CONTENT();
 
@@ -80,8 +82,22 @@ private:
     QVector<KNOWN_LIBRARY> m_libraries;
     QStringList m_problems;
     bool m_has_passing_problem = false;
-    bool m_own_is_writable = false;
+    QString m_write_problem;
     qint64 m_last_end = 0;
+};
+
+/// While this lives, details are fetched several times quicker, as the records are locked
+/// against writers once and not each time. On the thread that fetches them.
+class MANY_DETAILS
+{
+public:
+    explicit MANY_DETAILS(const RECORD_CONTENT& content);
+    ~MANY_DETAILS();
+
+private:
+    Q_DISABLE_COPY(MANY_DETAILS)
+
+    const RECORD_CONTENT& m_content;
 };
 
 enum class RECORD_ACCESS

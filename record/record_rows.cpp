@@ -20,19 +20,24 @@ void read_table(RECORD_FILE& file, RECORD_ROWS& rows, SEALED_TABLE table, const 
             file.fail(QStringLiteral("a row of it can't be read"));
             return;
         }
-        const quint64 hash = row_hash(table, row, bytes, size);
-        rows.sum += hash;
-        if (table == SEALED_TABLE::ENTRIES)
-            rows.hashes.append(hash);
+        rows.sum += row_hash(table, row, bytes, size);
     }
 }
 
-bool take_entry(const char* bytes, int size, RECORD_ROWS& rows)
+// Only the last block has fewer entries than the others.
+bool take_block(const char* bytes, int size, RECORD_ROWS& rows)
 {
-    BUILD_ENTRY entry;
-    if (!unpack_entry(bytes, size, entry) || entry.surroundings >= quint32(rows.surroundings.size()))
+    const int count = size / PACKED_ENTRY_SIZE;
+    if (count == 0 || count > BLOCK_ENTRIES || size % PACKED_ENTRY_SIZE != 0 ||
+        rows.entries.size() % BLOCK_ENTRIES != 0)
         return false;
-    rows.entries.append(entry);
+    for (int i = 0; i < count; ++i) {
+        BUILD_ENTRY entry;
+        if (!unpack_entry(bytes + i * PACKED_ENTRY_SIZE, PACKED_ENTRY_SIZE, entry) ||
+            entry.surroundings >= quint32(rows.surroundings.size()))
+            return false;
+        rows.entries.append(entry);
+    }
     return true;
 }
 
@@ -74,8 +79,8 @@ bool read_rows(RECORD_FILE& file, RECORD_ROWS& rows)
                [&](const char* bytes, int size) {
                    return take_element(bytes, size, rows.libraries, unpack_library);
                });
-    read_table(file, rows, SEALED_TABLE::ENTRIES, "SELECT slot, packed FROM entries ORDER BY slot",
-               [&](const char* bytes, int size) { return take_entry(bytes, size, rows); });
+    read_table(file, rows, SEALED_TABLE::ENTRIES, "SELECT block, packed FROM entries ORDER BY block",
+               [&](const char* bytes, int size) { return take_block(bytes, size, rows); });
     if (seal.entries != rows.entries.size() || seal.sum != rows.sum)
         fail_seal(file);
     return !file.fault();

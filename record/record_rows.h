@@ -8,7 +8,7 @@
 /// The tables of a record whose rows count in its seal.
 enum class SEALED_TABLE : quint64
 {
-    ENTRIES = 1,
+    ENTRIES = 1, ///< blocks of BLOCK_ENTRIES entries, the last one of fewer
     SURROUNDINGS = 2,
     LIBRARIES = 3,
 };
@@ -16,11 +16,10 @@ enum class SEALED_TABLE : quint64
 /// What a row adds to the sum of the seal.
 quint64 row_hash(SEALED_TABLE table, qint64 row, const char* bytes, int size);
 
-/// What one record holds, but for the details. A row's number is its place here.
+/// What one record holds, but for the details. The place of an entry here is its slot.
 struct RECORD_ROWS
 {
     QVector<BUILD_ENTRY> entries; ///< `surroundings` are places in the list below
-    QVector<quint64> hashes;      ///< of the rows of `entries`
     QVector<SURROUNDINGS> surroundings;
     QVector<KNOWN_LIBRARY> libraries;
     quint64 sum = 0; ///< of the hashes of all rows, modulo 2^64

@@ -38,18 +38,21 @@ bool RECORD_UPDATE::open()
 {
     if (!m_content)
         m_content = read_records(m_folder, m_own_name, RECORD_ACCESS::READ_AND_WRITE);
+    m_write_problem = m_content->write_problem();
     m_last_end = m_content->last_end();
+    if (!m_write_problem.isEmpty())
+        return false;
     if (!take_over() && m_file.fault().kind == RECORD_FAULT::DAMAGED) {
         m_file.close();
         remove_record(m_path);
         take_over();
     }
     m_content.reset();
-    write_libraries();
-    return end();
+    m_has_new_libraries = m_libraries != m_written_libraries;
+    return !m_file.fault();
 }
 
-// Begins a transaction, and takes what the record holds as the base of all that follows.
+// Takes what the record holds as the base of all that follows.
 bool RECORD_UPDATE::take_over()
 {
     bool is_empty = false;
@@ -57,22 +60,18 @@ bool RECORD_UPDATE::take_over()
         return false;
     m_data_version = m_file.number("PRAGMA data_version");
     if (is_empty)
-        return m_file.create_tables();
-    if (has_seal_of(m_file, m_content->own_rows())) {
-        take_rows(m_content->own_rows());
-        return true;
-    }
-    RECORD_ROWS rows;
-    if (!read_rows(m_file, rows))
+        return m_file.create_tables() && end();
+    RECORD_ROWS rows = m_content->own_rows();
+    const bool is_as_read = !rows.entries.isEmpty() && has_seal_of(m_file, rows);
+    if (!is_as_read && !read_rows(m_file, rows))
         return false;
     take_rows(rows);
-    return true;
+    return m_file.run("ROLLBACK"); // nothing has been written
 }
 
 void RECORD_UPDATE::take_rows(const RECORD_ROWS& rows)
 {
     const auto key_at = [this](int slot) { return m_keys.at(slot); };
-    m_hashes = rows.hashes;
     m_sum = rows.sum;
     m_keys.reserve(rows.entries.size());
     m_slots.reserve(rows.entries.size());
@@ -102,25 +101,15 @@ void RECORD_UPDATE::take_surroundings(const RECORD_ROWS& rows)
 // The libraries of other configurations are kept.
 void RECORD_UPDATE::take_libraries(const RECORD_ROWS& rows)
 {
-    for (int row = 0; row < rows.libraries.size(); ++row) {
-        const KNOWN_LIBRARY& library = rows.libraries.at(row);
-        m_sum -= hash_of(SEALED_TABLE::LIBRARIES, row, pack_library(library));
-        const bool is_known_anew =
-            std::any_of(m_libraries.cbegin(), m_libraries.cend(),
-                        [&](const KNOWN_LIBRARY& other) { return other.file == library.file; });
-        if (!is_known_anew)
+    const QVector<KNOWN_LIBRARY> asked = m_libraries;
+    m_written_libraries = m_libraries = rows.libraries;
+    for (const KNOWN_LIBRARY& library : asked) {
+        const auto known = std::find_if(m_libraries.begin(), m_libraries.end(),
+                                        [&](const auto& other) { return other.file == library.file; });
+        if (known != m_libraries.end())
+            *known = library;
+        else
             m_libraries.append(library);
-    }
-}
-
-void RECORD_UPDATE::write_libraries()
-{
-    m_file.run("DELETE FROM libraries");
-    RECORD_STATEMENT statement(m_file, "INSERT INTO libraries VALUES (?, ?)");
-    for (int row = 0; row < m_libraries.size(); ++row) {
-        const QByteArray packed = pack_library(m_libraries.at(row));
-        m_sum += hash_of(SEALED_TABLE::LIBRARIES, row, packed);
-        write_row(statement, row, packed.constData(), packed.size());
     }
 }
 
@@ -132,14 +121,11 @@ void RECORD_UPDATE::add(const RECORDED_ACTION& action)
     if (entry.ended == 0)
         entry.ended = m_last_end = qMax(m_last_end + 1, QDateTime::currentMSecsSinceEpoch());
     entry.surroundings = number_of(action.surroundings);
-    const int slot = slot_of(entry.key);
-    const PACKED_ENTRY packed = pack_entry(entry);
-    const quint64 hash = row_hash(SEALED_TABLE::ENTRIES, slot, packed.data(), PACKED_ENTRY_SIZE);
-    m_sum += hash - m_hashes.at(slot);
-    m_hashes[slot] = hash;
     const QByteArray name = action.details.name.toUtf8();
     const QByteArray details = pack_details(action.details);
-    m_pending.append({slot, packed, name, details_checksum(entry, name, details), details});
+    m_pending.append(
+        {slot_of(entry.key), pack_entry(entry), name, details_checksum(entry, name, details), details});
+    m_pending_bytes += int(sizeof(PENDING)) + name.size() + details.size();
 }
 
 int RECORD_UPDATE::slot_of(quint64 key)
@@ -149,7 +135,6 @@ int RECORD_UPDATE::slot_of(quint64 key)
     if (slot == KEY_INDEX::NONE) {
         slot = m_keys.size();
         m_keys.append(key);
-        m_hashes.append(0);
         m_slots.put(key, slot, key_at);
     }
     return slot;
@@ -178,12 +163,34 @@ quint32 RECORD_UPDATE::new_number(const QByteArray& packed)
     return number;
 }
 
-bool RECORD_UPDATE::commit()
+bool RECORD_UPDATE::commit(bool is_last)
+{
+    const quint64 former_sum = m_sum;
+    if (write_pending()) {
+        m_pending.clear();
+        m_pending_surroundings.clear();
+        m_pending_bytes = 0;
+        m_full_at = FULL_AT;
+        m_has_new_libraries = false;
+        return true;
+    }
+    if (is_last || m_file.fault().kind != RECORD_FAULT::LOCKED || m_pending_bytes > MAX_PENDING_BYTES)
+        return false;
+    m_file.roll_back();
+    m_sum = former_sum;
+    m_full_at = qMax(FULL_AT, 2 * m_pending_bytes);
+    return true;
+}
+
+bool RECORD_UPDATE::write_pending()
 {
     if (!begin())
         return false;
+    if (m_has_new_libraries)
+        write_libraries();
     write_surroundings();
-    write_actions();
+    write_details();
+    write_entries();
     return end();
 }
 
@@ -195,6 +202,18 @@ bool RECORD_UPDATE::begin()
     return !m_file.fault();
 }
 
+void RECORD_UPDATE::write_libraries()
+{
+    for (int row = 0; row < m_written_libraries.size(); ++row)
+        m_sum -= hash_of(SEALED_TABLE::LIBRARIES, row, pack_library(m_written_libraries.at(row)));
+    RECORD_STATEMENT statement(m_file, "INSERT OR REPLACE INTO libraries VALUES (?, ?)");
+    for (int row = 0; row < m_libraries.size(); ++row) {
+        const QByteArray packed = pack_library(m_libraries.at(row));
+        m_sum += hash_of(SEALED_TABLE::LIBRARIES, row, packed);
+        write_row(statement, row, packed.constData(), packed.size());
+    }
+}
+
 void RECORD_UPDATE::write_surroundings()
 {
     RECORD_STATEMENT statement(m_file, "INSERT OR REPLACE INTO surroundings VALUES (?, ?)");
@@ -202,22 +221,48 @@ void RECORD_UPDATE::write_surroundings()
         const QByteArray& packed = m_surroundings.at(int(number));
         write_row(statement, number, packed.constData(), packed.size());
     }
-    m_pending_surroundings.clear();
 }
 
-void RECORD_UPDATE::write_actions()
+void RECORD_UPDATE::write_details()
 {
-    RECORD_STATEMENT entries(m_file, "INSERT OR REPLACE INTO entries VALUES (?, ?)");
-    RECORD_STATEMENT details(m_file, "INSERT OR REPLACE INTO details VALUES (?, ?, ?, ?)");
+    RECORD_STATEMENT statement(m_file, "INSERT OR REPLACE INTO details VALUES (?, ?, ?, ?)");
     for (const PENDING& action : qAsConst(m_pending)) {
-        write_row(entries, action.slot, action.entry.data(), PACKED_ENTRY_SIZE);
-        details.bind(1, action.slot);
-        details.bind_text(2, action.name);
-        details.bind(3, qint64(action.checksum));
-        details.bind(4, action.details.constData(), action.details.size());
-        details.step();
+        statement.bind(1, action.slot);
+        statement.bind_text(2, action.name);
+        statement.bind(3, qint64(action.checksum));
+        statement.bind(4, action.details.constData(), action.details.size());
+        statement.step();
     }
-    m_pending.clear();
+}
+
+// Actions run in much the same order each time, so a block is mostly written once.
+void RECORD_UPDATE::write_entries()
+{
+    RECORD_STATEMENT load(m_file, "SELECT packed FROM entries WHERE block = ?");
+    RECORD_STATEMENT store(m_file, "INSERT OR REPLACE INTO entries VALUES (?, ?)");
+    for (int i = 0; i < m_pending.size() && !m_file.fault();) {
+        const int number = m_pending.at(i).slot / BLOCK_ENTRIES;
+        QByteArray block = load_block(load, number);
+        for (; i < m_pending.size() && m_pending.at(i).slot / BLOCK_ENTRIES == number; ++i) {
+            const PENDING& action = m_pending.at(i);
+            block.replace(action.slot % BLOCK_ENTRIES * PACKED_ENTRY_SIZE, PACKED_ENTRY_SIZE,
+                          action.entry.data(), PACKED_ENTRY_SIZE);
+        }
+        m_sum += hash_of(SEALED_TABLE::ENTRIES, number, block);
+        write_row(store, number, block.constData(), block.size());
+    }
+}
+
+// What the sum has no longer; empty when the block is new.
+QByteArray RECORD_UPDATE::load_block(RECORD_STATEMENT& statement, int number)
+{
+    statement.bind(1, number);
+    if (!statement.step())
+        return {};
+    const QByteArray block = statement.copy(0);
+    statement.reset();
+    m_sum -= hash_of(SEALED_TABLE::ENTRIES, number, block);
+    return block;
 }
 
 bool RECORD_UPDATE::end()
@@ -231,6 +276,8 @@ bool RECORD_UPDATE::end()
 
 QString RECORD_UPDATE::give_up()
 {
+    if (!m_write_problem.isEmpty())
+        return m_write_problem;
     const QString text = m_path + ": can't be written: " + m_file.fault().cause;
     m_file.close();
     return text + (remove_record(m_path)

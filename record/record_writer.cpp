@@ -11,8 +11,7 @@
 
 namespace {
 
-constexpr int COMMIT_INTERVAL = 900;  // ms; a commit takes its time too
-constexpr int COMMIT_ACTIONS = 20000; // whose rows may be in memory
+constexpr int COMMIT_INTERVAL = 900; // ms; a commit takes its time too
 constexpr auto FOR_EVER = QDeadlineTimer::Forever;
 
 } // namespace
@@ -93,7 +92,7 @@ bool RECORD_WRITER_THREAD::write_all()
     while (take_jobs(jobs))
         if (!complete(jobs) || !commit_when_due())
             return false;
-    return m_update.pending() == 0 || m_update.commit();
+    return !m_update.has_pending() || m_update.commit(true);
 }
 
 // Waits for jobs, or until a commit is due. False at the end.
@@ -126,10 +125,11 @@ bool RECORD_WRITER_THREAD::complete(const JOBS& jobs)
 
 bool RECORD_WRITER_THREAD::commit_when_due()
 {
-    if (!m_commit_time.hasExpired() && m_update.pending() < COMMIT_ACTIONS)
+    if (!m_commit_time.hasExpired() && !m_update.is_full())
         return true;
-    m_commit_time = FOR_EVER;
-    return m_update.commit();
+    const bool is_well = m_update.commit();
+    m_commit_time = m_update.has_pending() ? QDeadlineTimer(COMMIT_INTERVAL) : QDeadlineTimer(FOR_EVER);
+    return is_well;
 }
 
 RECORD_WRITER::RECORD_WRITER(const QString& folder, const QString& own_name,

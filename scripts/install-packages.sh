@@ -8,7 +8,7 @@ packages_for() {
     case "$1" in
     build) echo build-essential cmake ninja-build pkg-config qtbase5-dev libqt5svg5 libsqlite3-dev libxxhash-dev graphviz libgraphviz-dev fonts-dejavu-core ;;
     sample) echo libzip-dev ;;
-    test) echo libzip-dev libbenchmark-dev xvfb ;;
+    test) echo libzip-dev libbenchmark-dev xvfb libxml2-utils python3-jsonschema ;;
     format) echo clang-format ;;
     fuzz) echo clang ;;
     *)

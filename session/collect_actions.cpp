@@ -136,6 +136,15 @@ void collect_sources(FILE_ENTRY* entry, QSet<FILE_ENTRY*>& seen_through, TAKE ta
     }
 }
 
+// Most files have one reader and one writer. A vector that grows by itself takes room
+// for five at once, which over all files is a good part of the memory of a start-up.
+void append_tightly(QVector<ACTION_INTERFACE*>& users, ACTION_INTERFACE* action)
+{
+    if (users.isEmpty())
+        users.reserve(1);
+    users.append(action);
+}
+
 // What is built would replace data that was shipped.
 void report_targets_in_companions(PROCESSOR_INTERFACE& processor, const QVector<ACTION_INTERFACE*>& actions)
 {
@@ -278,13 +287,14 @@ bool BUILD_SESSION::writes_retail(const ACTION_FILES& files, const QString& reta
 void BUILD_SESSION::link_inputs(ACTION_INTERFACE& action, ACTION_FILES& files)
 {
     QSet<FILE_ENTRY*> seen_through;
+    action.input_files.reserve(action.input_files.size() + files.inputs.size());
     for (const LOGICAL_PATH& input : qAsConst(files.inputs)) {
         FILE_ENTRY* const entry = file_lookup.value(input);
         if (!entry)
             continue;
         files.direct_inputs.append(entry);
         action.input_files.append(entry);
-        entry->consumers.append(&action);
+        append_tightly(entry->consumers, &action);
         collect_sources(entry, seen_through, [&](FILE_ENTRY* source) { files.sources.append(source); });
     }
     for (const FILE_ENTRY* source : qAsConst(files.sources)) {
@@ -312,7 +322,7 @@ void BUILD_SESSION::link_targets(ACTION_INTERFACE& action, ACTION_FILES& files)
         if (!target.secondary)
             entry->main_provider = &action;
         action.target_files.insert(entry, target.physical_path);
-        entry->providers.append(&action);
+        append_tightly(entry->providers, &action);
         entry->intermediate = target.intermediate;
 
         const bool has_local = entry->local_state != FILE_STATE_NO_CHANGE;

@@ -10,5 +10,6 @@ class CONFIGURATION;
 bool is_unattended(const CONFIGURATION& configuration, const COMMAND_LINE_OPTIONS& options);
 
 /// Shows an error as a message box (title "GOX", button Ok), or, where the mode
-/// of the run hides the box, tells it to standard error alone. GUI thread.
+/// of the run hides the box, tells it to standard error alone. RUN_REPORT keeps it.
+/// GUI thread.
 void show_error_box(const QString& text, bool hidden);

@@ -19,46 +19,83 @@ int last_slash(const QString& text)
 
 } // namespace
 
+// A file, or one of the folders above it, as the beginnings of three texts.
+struct FILE_SPELLINGS::STEP
+{
+    STEP(const QString& file, const QString& file_key)
+        : text(file),
+          lower(lower_case_by_letter(file)),
+          key(file_key),
+          size(text.size()),
+          key_size(key.size())
+    {
+    }
+
+    // False when there is no folder above.
+    bool go_up()
+    {
+        key_size = key.leftRef(key_size).lastIndexOf('/');
+        size = text.leftRef(size).lastIndexOf('/');
+        return key_size >= 0;
+    }
+
+    QString path() const { return text.left(size); }
+    LOGICAL_PATH logical() const { return LOGICAL_PATH(key.left(key_size)); }
+    QString name() const { return lower.left(size); }
+    // The same for a look-up alone: the letters are not copied.
+    QString borrowed_name() const { return QString::fromRawData(lower.constData(), size); }
+
+    const QString& text;
+    const QString lower;
+    const QString& key;
+    int size;
+    int key_size;
+};
+
 FILE_SPELLINGS::FILE_SPELLINGS(const FILE_MAP& files) : m_files(files) {}
 
 PHYSICAL_PATH FILE_SPELLINGS::normalised(const PHYSICAL_PATH& path)
 {
-    const QString& text = path;
-    const LOGICAL_PATH logical = PATHS::logical_path(path);
-    const QString& key = logical;
-    int size = text.size();
-    int key_size = key.size();
-    while (true) {
-        const bool is_folder = size < text.size();
-        const QString spelling = spelling_of(text.left(size), key.left(key_size), is_folder);
+    return normalised(path, PATHS::logical_path(path));
+}
+
+PHYSICAL_PATH FILE_SPELLINGS::normalised(const PHYSICAL_PATH& path, const LOGICAL_PATH& key)
+{
+    STEP step(path, key);
+    bool is_folder = false;
+    do {
+        const QString spelling = spelling_of(step, is_folder);
         if (!spelling.isEmpty())
-            return PHYSICAL_PATH(spelling + text.midRef(size));
-        key_size = key.leftRef(key_size).lastIndexOf('/');
-        if (key_size < 0)
-            return path;
-        size = text.leftRef(size).lastIndexOf('/');
-    }
+            return PHYSICAL_PATH(spelling + step.text.midRef(step.size));
+        is_folder = true;
+    } while (step.go_up());
+    return path;
 }
 
 // A file can have the path that is asked for, or be a folder's namesake; it
 // comes before everything below the folder in the map.
-QString FILE_SPELLINGS::spelling_of(const QString& path, const QString& key, bool remember_nothing_found)
+QString FILE_SPELLINGS::spelling_of(const STEP& step, bool remember_nothing_found)
 {
     if (m_has_strays)
-        return walk_keys(path, key);
-    const PHYSICAL_PATH name(path);
-    const auto known = m_folders.constFind(name);
+        return walk_keys(step.path(), step.logical());
+    const auto known = m_folders.constFind(step.borrowed_name());
     if (known != m_folders.constEnd())
         return *known;
-    const auto namesake = m_files.find(LOGICAL_PATH(key));
-    if (namesake != m_files.end() && namesake.value() && namesake.value()->physical == PHYSICAL_PATH(path))
-        return namesake.value()->physical;
+    if (has_namesake(step))
+        return m_files.value(step.logical())->physical;
     if (m_is_complete)
         return QString();
-    const QString spelling = walk_keys(path, key);
+    const QString spelling = walk_keys(step.path(), step.logical());
     if (remember_nothing_found || !spelling.isEmpty())
-        m_folders.insert(name, spelling);
+        m_folders.insert(step.name(), spelling);
     return spelling;
+}
+
+bool FILE_SPELLINGS::has_namesake(const STEP& step) const
+{
+    const auto namesake = m_files.find(step.logical());
+    return namesake != m_files.end() && namesake.value() &&
+           namesake.value()->physical == PHYSICAL_PATH(step.path());
 }
 
 // The plain procedure for one step. Keys that begin with the folder's key are
@@ -93,30 +130,26 @@ void FILE_SPELLINGS::file_added(const PHYSICAL_PATH& physical, const LOGICAL_PAT
         m_folders.clear();
         return;
     }
-    if (m_folders.remove(physical) > 0)
+    STEP step(text, key_text);
+    if (m_folders.remove(step.lower) > 0)
         m_is_complete = false; // a folder's namesake
-    int size = last_slash(text);
-    for (int key_size = last_slash(key_text); key_size >= 0;
-         key_size = key_text.leftRef(key_size).lastIndexOf('/')) {
-        const QString folder = text.left(size);
-        const PHYSICAL_PATH name(folder);
-        const auto known = m_folders.find(name);
+    while (step.go_up()) {
+        const QString folder = step.path();
+        const auto known = m_folders.find(step.borrowed_name());
         if (known != m_folders.end() && *known == folder)
             break; // and so are the folders above it
         if (known != m_folders.end() && !known->isEmpty()) {
             forget(text); // another spelling: the map's order decides which is the first
             return;
         }
-        const auto namesake = m_files.find(LOGICAL_PATH(key_text.left(key_size)));
-        if (namesake != m_files.end() && namesake.value()->physical == PHYSICAL_PATH(folder)) {
+        if (has_namesake(step)) {
             forget(text); // it comes ahead of the folder's files
             return;
         }
         if (known != m_folders.end())
             *known = folder;
         else if (m_is_complete)
-            m_folders.insert(name, folder);
-        size = text.leftRef(size).lastIndexOf('/');
+            m_folders.insert(step.name(), folder);
     }
 }
 
@@ -136,9 +169,9 @@ void FILE_SPELLINGS::file_moved(const PHYSICAL_PATH& former, const PHYSICAL_PATH
 void FILE_SPELLINGS::forget(const QString& path)
 {
     m_is_complete = false;
-    QString folder = path;
+    QString folder = lower_case_by_letter(path);
     while (!folder.isEmpty()) {
-        m_folders.remove(PHYSICAL_PATH(folder));
+        m_folders.remove(folder);
         folder.truncate(std::max(0, last_slash(folder)));
     }
 }

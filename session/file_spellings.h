@@ -28,6 +28,9 @@ public:
     /// `path` in the letter case of what is known.
     PHYSICAL_PATH normalised(const PHYSICAL_PATH& path);
 
+    /// The same for a path whose logical path is known to be `key`.
+    PHYSICAL_PATH normalised(const PHYSICAL_PATH& path, const LOGICAL_PATH& key);
+
     /// The file of `key` now lies at `physical`.
     void file_added(const PHYSICAL_PATH& physical, const LOGICAL_PATH& key);
 
@@ -38,14 +41,18 @@ public:
     void file_moved(const PHYSICAL_PATH& former, const PHYSICAL_PATH& now);
 
 private:
+    struct STEP;
+
     QString walk_keys(const QString& folder, const QString& folder_key) const;
-    QString spelling_of(const QString& path, const QString& key, bool remember_nothing_found);
+    QString spelling_of(const STEP& step, bool remember_nothing_found);
+    bool has_namesake(const STEP& step) const;
     void forget(const QString& path);
 
     const FILE_MAP& m_files;
 
-    // Spelling by folder. Empty: the map has no file below it.
-    QHash<PHYSICAL_PATH, QString> m_folders;
+    // Spelling by folder, whose path stands here in lower case: so a look-up folds no
+    // letters. Empty: the map has no file below it.
+    QHash<QString, QString> m_folders;
     bool m_is_complete = true; // a folder that is not in m_folders has no file below it
     bool m_has_strays = false; // some file's key is not the logical path of its place: nothing is remembered
 };

@@ -33,7 +33,7 @@ LOGICAL_PATH key_in_folder(const QString& folder_key, const QString& path, int n
 
 // The rule files in the folders above the scan roots, in the order of the data
 // roots, so that a file that wins over its companion is met second.
-void append_rule_files_above(const QSet<PHYSICAL_PATH>& folders, QVector<DIRECTORY_SCANNER::FILE_INFO>& files)
+FW::VECTOR<DIRECTORY_SCANNER::FILE_INFO> rule_files_above(const QSet<PHYSICAL_PATH>& folders)
 {
     QStringList paths;
     for (const QString& root : PATHS::all()) {
@@ -46,11 +46,13 @@ void append_rule_files_above(const QSet<PHYSICAL_PATH>& folders, QVector<DIRECTO
         in_root.sort();
         paths += in_root;
     }
+    FW::VECTOR<DIRECTORY_SCANNER::FILE_INFO> files;
     for (const QString& path : qAsConst(paths)) {
         const QFileInfo rule_file(path);
         if (rule_file.exists())
-            files.append({path, rule_file.lastModified().toUTC(), rule_file.size()});
+            files.push_back({path, rule_file.lastModified().toUTC(), rule_file.size()});
     }
+    return files;
 }
 
 // A tree that is wrong throughout must not fill the console.
@@ -71,10 +73,15 @@ bool BUILD_SESSION::scan_local_files(QTextStream& log)
     SATELLITE& scanner = SATELLITE::instance();
     for (const PHYSICAL_PATH& directory : qAsConst(directories))
         scanner.add_path(directory);
-    QVector<DIRECTORY_SCANNER::FILE_INFO> files;
+    // The scanner's threads go on with the later folders while the first are entered.
+    QStringList shadowing;
+    SCANNED_FOLDER folder(file_map);
     bool is_complete = true;
     for (const PHYSICAL_PATH& directory : qAsConst(directories))
-        is_complete = scanner.get_files(directory, files) && is_complete;
+        is_complete = scanner.take_files(directory, [&](auto& files) {
+            if (is_complete)
+                enter_scanned_files(files, folder, shadowing);
+        }) && is_complete;
     if (!is_complete) {
         const QString text = QStringLiteral("Error while scanning local files! (Error: %1, %2)")
                                  .arg(QString::number(scanner.error_number), scanner.get_error());
@@ -82,19 +89,20 @@ bool BUILD_SESSION::scan_local_files(QTextStream& log)
         log << text;
         return false;
     }
-    append_rule_files_above(parent_directories, files);
-
-    file_lookup.reserve(file_lookup.size() + files.size());
-    QStringList shadowing;
-    SCANNED_FOLDER folder(file_map);
-    for (const DIRECTORY_SCANNER::FILE_INFO& file : qAsConst(files))
-        enter_scanned_file(file, folder, shadowing);
+    enter_scanned_files(rule_files_above(parent_directories), folder, shadowing);
     if (!shadowing.isEmpty() && !configuration->silent)
         ask_about_shadowing_files(shadowing);
     remark_some(scanner.take_left_out());
     remark_some(folder.case_twins);
     scanner.stop();
     return true;
+}
+
+void BUILD_SESSION::enter_scanned_files(const FW::VECTOR<DIRECTORY_SCANNER::FILE_INFO>& files,
+                                        SCANNED_FOLDER& folder, QStringList& shadowing)
+{
+    for (const DIRECTORY_SCANNER::FILE_INFO& file : files)
+        enter_scanned_file(file, folder, shadowing);
 }
 
 void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file, SCANNED_FOLDER& folder,
@@ -141,7 +149,7 @@ void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file,
     if (folder.is_spelled_so) {
         entry->physical = path;
     } else {
-        entry->physical = m_spellings.normalised(path);
+        entry->physical = m_spellings.normalised(path, key);
         m_spellings.file_added(entry->physical, key);
         folder.note_spellings(entry->physical, path);
         folder.is_spelled_so = static_cast<const QString&>(entry->physical).startsWith(folder.physical) &&

@@ -109,6 +109,11 @@ QVector<ACTION_INTERFACE*> ACTION_INTERFACE::reached_through_pulls()
 
 void ACTION_INTERFACE::select(QSet<ACTION_INTERFACE*>& touched)
 {
+    if (pulls.isEmpty()) { // as most actions have it, so without a list of their own
+        ++selection_count;
+        touched.insert(this);
+        return;
+    }
     for (ACTION_INTERFACE* action : reached_through_pulls()) {
         ++action->selection_count;
         touched.insert(action);

@@ -198,10 +198,11 @@ QByteArray KV_DATABASE::digest(const QString& table)
     if (!m_is_connected || m_unsteady.contains(file) || !(m_stamps.value(file, stamp) == stamp))
         return QByteArray();
     FILE_DIGEST& known = m_digests[file];
-    if (known.digest.isEmpty() || !(known.stamp == stamp))
+    if (known.digest.isEmpty() || !(known.stamp == stamp)) {
         known = {stamp, kv_file_digest(file)};
-    if (!(KV_FILE_STAMP::of(file) == stamp))
-        known.digest.clear();
+        if (!(KV_FILE_STAMP::of(file) == stamp)) // replaced meanwhile
+            known.digest.clear();
+    }
     return known.digest;
 }
 

@@ -1,10 +1,9 @@
 #include <QtCore/QFile>
 #include <QtCore/QtEndian>
 
-#include <vector>
-
 #include "contracts/database/kv_files.h"
 #include "contracts/services/digest.h"
+#include "contracts/services/fw_memory.h"
 
 namespace {
 
@@ -25,7 +24,7 @@ QByteArray kv_file_digest(const QString& path)
         return bytes_of(digest_of(QByteArray("no file")));
     if (!file.open(QIODevice::ReadOnly))
         return QByteArray();
-    std::vector<DIGEST> parts;
+    FW::VECTOR<DIGEST> parts;
     QByteArray part;
     while (!(part = file.read(PART)).isEmpty())
         parts.push_back(digest_of(part));

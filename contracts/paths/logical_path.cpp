@@ -28,8 +28,8 @@ int first_difference(const ushort* a, const ushort* b, int size)
 
 bool LOGICAL_PATH::operator<(const QString& other) const
 {
-    const ushort* const a = m_text.utf16();
-    const ushort* const b = other.utf16();
+    const ushort* const a = reinterpret_cast<const ushort*>(m_text.constData());
+    const ushort* const b = reinterpret_cast<const ushort*>(other.constData());
     const int a_size = m_text.size();
     const int b_size = other.size();
     const int common = std::min(a_size, b_size);

@@ -33,7 +33,14 @@ bool is_below_or_equal(const QString& path, const QString& root)
         return false;
     if (path.size() > root.size() && path.at(root.size()) != '/')
         return false;
-    return path.startsWith(root) || path.startsWith(root, Qt::CaseInsensitive);
+    if (path.startsWith(root))
+        return true;
+    // The roots lie side by side and differ in their names only, so the ends tell
+    // them apart soonest; the beginnings are long and alike.
+    const int half = root.size() / 2;
+    const QStringRef start = path.leftRef(root.size());
+    return start.mid(half).compare(root.midRef(half), Qt::CaseInsensitive) == 0 &&
+           start.left(half).compare(root.leftRef(half), Qt::CaseInsensitive) == 0;
 }
 
 const ROOT* root_of(const QString& path)

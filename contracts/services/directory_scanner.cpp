@@ -30,7 +30,7 @@ struct TREE
     FW::VECTOR<std::unique_ptr<FOLDER>> folders; // in the order of discovery, the root first
     FW::VECTOR<FOLDER*> waiting;                 // to be read, the last first
     std::size_t unread = 0;                      // waiting or being read
-    int fetches = 0;                             // get_files calls that were announced
+    int fetches = 0;                             // calls to fetch it that were announced
 };
 
 /// The directory as it begins the paths of its files.
@@ -42,64 +42,50 @@ QString without_trailing_slashes(const QString& directory)
     return directory.left(size);
 }
 
-/// All folders of a tree in the order in which their files are delivered.
-FW::VECTOR<FOLDER*> depth_first(const TREE& tree)
+/// Hands `visit` the folder and all below it in the order in which their files are
+/// delivered. Where the walk goes on from a folder is looked up after its visit.
+template <typename VISIT>
+void visit_depth_first(FOLDER* root, VISIT visit)
 {
-    FW::VECTOR<FOLDER*> result;
-    result.reserve(tree.folders.size());
     FW::VECTOR<FOLDER*> ahead;
-    if (!tree.folders.empty())
-        ahead.push_back(tree.folders.front().get());
+    if (root)
+        ahead.push_back(root);
     while (!ahead.empty()) {
         FOLDER* const folder = ahead.back();
         ahead.pop_back();
-        result.push_back(folder);
+        visit(*folder);
         ahead.insert(ahead.end(), folder->folders.rbegin(), folder->folders.rend());
     }
-    return result;
 }
 
-struct FAILURE
+/// What the folders of a tree have to tell, put together in the order of delivery, so
+/// that the same fault gives the same text each time.
+struct OUTCOME
 {
-    int number = 0;
-    QString text; // empty when there was none
+    void add(FOLDER& folder)
+    {
+        folder.left_out.sort();
+        left_out += folder.left_out;
+        if (folder.error_number)
+            fail(folder.error_number, folder.error);
+    }
+    void fail(int number, const QString& cause)
+    {
+        if (++failures > 1)
+            return;
+        error_number = number;
+        error = cause;
+    }
+    QString text() const
+    {
+        return failures > 1 ? error + QString(" (and %1 more)").arg(failures - 1) : error;
+    }
+
+    int failures = 0;
+    int error_number = 0; // of the first failure
+    QString error;
+    QStringList left_out;
 };
-
-/// The first failure in the order of delivery, so that the same fault gives the
-/// same text each time, and how many others there are.
-FAILURE failure_of(const FW::VECTOR<FOLDER*>& folders)
-{
-    FAILURE result;
-    std::size_t file_count = 0;
-    int others = -1;
-    for (const FOLDER* const folder : folders) {
-        file_count += folder->files.size();
-        if (folder->error_number && ++others == 0)
-            result = {folder->error_number, folder->error};
-    }
-    if (others > 0)
-        result.text += QString(" (and %1 more)").arg(others);
-    if (result.text.isEmpty() && file_count > MOST_FILES)
-        result = {EOVERFLOW, QString("%1 files are too many").arg(file_count)};
-    return result;
-}
-
-void append_files(const FW::VECTOR<FOLDER*>& folders, bool is_last,
-                  QVector<DIRECTORY_SCANNER::FILE_INFO>& files)
-{
-    std::size_t count = std::size_t(files.size());
-    for (const FOLDER* const folder : folders)
-        count += folder->files.size();
-    files.reserve(int(std::min(count, MOST_FILES)));
-    for (FOLDER* const folder : folders) {
-        if (!is_last) {
-            std::copy(folder->files.begin(), folder->files.end(), std::back_inserter(files));
-            continue;
-        }
-        std::move(folder->files.begin(), folder->files.end(), std::back_inserter(files));
-        decltype(folder->files)().swap(folder->files);
-    }
-}
 
 } // namespace
 
@@ -108,15 +94,24 @@ void append_files(const FW::VECTOR<FOLDER*>& folders, bool is_last,
 class DIRECTORY_SCANNER::WORKERS
 {
 public:
+    /// When the files of a folder are handed over.
+    enum WHEN
+    {
+        TREE_IS_READ,
+        FOLDER_IS_READ
+    };
+
     WORKERS(int thread_count, WALK walk) : m_thread_count(thread_count), m_walk(walk) {}
     ~WORKERS() { stop(); }
 
     void announce(const QString& directory);
-    FAILURE fetch(const QString& directory, QVector<FILE_INFO>& files, QStringList& left_out);
+    OUTCOME fetch(const QString& directory, WHEN when, const TAKE_FILES& take);
     void stop();
 
 private:
     TREE& begin(const QString& key, bool is_nothing);
+    void wait_for(const TREE& tree);
+    void wait_for(const FOLDER& folder);
     void start_threads();
     void work(const TREE* only);
     TREE* tree_with_work(const TREE* only) const;
@@ -127,6 +122,8 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_work_waits;
     std::condition_variable m_tree_ended;
+    std::condition_variable m_folder_read;
+    const FOLDER* m_awaited = nullptr; // what m_folder_read is waited with for
     std::map<QString, std::unique_ptr<TREE>> m_trees;
     FW::VECTOR<TREE*> m_unread; // trees that are not read yet, in the order of announcement
     FW::VECTOR<std::thread> m_threads;
@@ -170,38 +167,54 @@ void DIRECTORY_SCANNER::WORKERS::start_threads()
     }
 }
 
-FAILURE DIRECTORY_SCANNER::WORKERS::fetch(const QString& directory, QVector<FILE_INFO>& files,
-                                          QStringList& left_out)
+OUTCOME DIRECTORY_SCANNER::WORKERS::fetch(const QString& directory, WHEN when, const TAKE_FILES& take)
 {
     const QString key = without_trailing_slashes(directory);
     std::unique_lock<std::mutex> lock(m_mutex);
-    TREE* const tree = &begin(key, directory.isEmpty());
-    if (m_threads.empty()) {
-        lock.unlock();
-        work(tree);
-        lock.lock();
-    }
-    m_tree_ended.wait(lock, [tree] { return tree->unread == 0; });
-    const bool is_last = --tree->fetches <= 0;
+    TREE& tree = begin(key, directory.isEmpty());
+    FOLDER* const root = tree.folders.empty() ? nullptr : tree.folders.front().get();
+    const bool is_last = --tree.fetches <= 0;
     std::unique_ptr<TREE> owned;
     if (is_last) {
         owned = std::move(m_trees[key]);
         m_trees.erase(key);
     }
     lock.unlock();
+    if (m_threads.empty())
+        work(&tree);
+    if (when == TREE_IS_READ)
+        wait_for(tree);
 
-    const FW::VECTOR<FOLDER*> folders = depth_first(*tree);
-    FAILURE failure = failure_of(folders);
-    if (failure.text.isEmpty()) {
-        append_files(folders, is_last, files);
-        for (FOLDER* const folder : folders) {
-            if (folder->left_out.isEmpty())
-                continue;
-            folder->left_out.sort();
-            left_out += folder->left_out;
-        }
-    }
-    return failure;
+    OUTCOME outcome;
+    visit_depth_first(root, [&](FOLDER& folder) {
+        if (when == FOLDER_IS_READ)
+            wait_for(folder);
+        outcome.add(folder);
+        if (outcome.failures > 0 || folder.files.empty())
+            return;
+        FW::VECTOR<FILE_INFO> files;
+        if (is_last)
+            files.swap(folder.files);
+        else
+            files = folder.files;
+        take(files);
+    });
+    wait_for(tree);
+    return outcome;
+}
+
+void DIRECTORY_SCANNER::WORKERS::wait_for(const TREE& tree)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_tree_ended.wait(lock, [&] { return tree.unread == 0; });
+}
+
+void DIRECTORY_SCANNER::WORKERS::wait_for(const FOLDER& folder)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_awaited = &folder;
+    m_folder_read.wait(lock, [&] { return folder.is_read; });
+    m_awaited = nullptr;
 }
 
 /// Reads folders until stop; with a tree given, until none of its folders waits.
@@ -243,6 +256,9 @@ void DIRECTORY_SCANNER::WORKERS::read_one(TREE& tree, FOLDER_READER& reader,
     tree.waiting.insert(tree.waiting.end(), folder.folders.rbegin(), folder.folders.rend());
     std::move(found.begin(), found.end(), std::back_inserter(tree.folders));
     tree.unread += folder.folders.size();
+    folder.is_read = true;
+    if (m_awaited == &folder)
+        m_folder_read.notify_one();
     if (folder.folders.size() > 1)
         m_work_waits.notify_all(); // this thread goes on with one of them
     if (--tree.unread == 0) {
@@ -281,11 +297,34 @@ void DIRECTORY_SCANNER::add_path(const QString& directory)
 
 bool DIRECTORY_SCANNER::get_files(const QString& directory, QVector<FILE_INFO>& files)
 {
-    const FAILURE failure = m_workers->fetch(directory, files, m_left_out);
-    if (failure.text.isEmpty())
+    const int former = files.size();
+    std::size_t count = std::size_t(former);
+    OUTCOME outcome = m_workers->fetch(directory, WORKERS::TREE_IS_READ, [&](auto& of_folder) {
+        count += of_folder.size();
+        if (count <= MOST_FILES)
+            std::move(of_folder.begin(), of_folder.end(), std::back_inserter(files));
+    });
+    if (outcome.failures == 0 && count > MOST_FILES)
+        outcome.fail(EOVERFLOW, QString("%1 files are too many").arg(count));
+    if (outcome.failures > 0)
+        files.resize(former);
+    return conclude(outcome.error_number, outcome.text(), outcome.left_out);
+}
+
+bool DIRECTORY_SCANNER::take_files(const QString& directory, const TAKE_FILES& take)
+{
+    const OUTCOME outcome = m_workers->fetch(directory, WORKERS::FOLDER_IS_READ, take);
+    return conclude(outcome.error_number, outcome.text(), outcome.left_out);
+}
+
+bool DIRECTORY_SCANNER::conclude(int failure, const QString& error, const QStringList& left_out)
+{
+    if (error.isEmpty()) {
+        m_left_out += left_out;
         return true;
-    error_number = failure.number;
-    m_error = failure.text;
+    }
+    error_number = failure;
+    m_error = error;
     return false;
 }
 

@@ -5,9 +5,11 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
+#include <functional>
 #include <memory>
 
 #include "contracts/export.h"
+#include "contracts/services/fw_memory.h"
 
 /// The bulk file lister: walks whole folder trees with several threads.
 ///
@@ -66,9 +68,18 @@ public:
     /// concerned.
     bool get_files(const QString& directory, QVector<FILE_INFO>& files);
 
-    /// What the get_files calls since the last call of this left out because of its
-    /// name: a text for each, with the path, in which the bytes that are no UTF-8
-    /// are escaped. In the order of the folders, those of a folder sorted.
+    /// The same in pieces: hands `take` the files of one folder after another while
+    /// the walk goes on, so that the caller works on the first ones meanwhile. They
+    /// are the caller's to move away. Folders without files are left out.
+    ///
+    /// False as with get_files; then `take` has had the folders in front of the first
+    /// failure and none behind it.
+    using TAKE_FILES = std::function<void(FW::VECTOR<FILE_INFO>& files)>;
+    bool take_files(const QString& directory, const TAKE_FILES& take);
+
+    /// What the calls of get_files and take_files since the last call of this left out
+    /// because of its name: a text for each, with the path, in which the bytes that are no
+    /// UTF-8 are escaped. In the order of the folders, those of a folder sorted.
     QStringList take_left_out();
 
     /// Path and cause of the last failure, empty before the first. A later
@@ -84,6 +95,9 @@ protected:
 
 private:
     class WORKERS;
+
+    // Notes how a call ended; false when there was an error.
+    bool conclude(int failure, const QString& error, const QStringList& left_out);
 
     std::unique_ptr<WORKERS> m_workers;
     QString m_error;

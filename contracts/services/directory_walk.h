@@ -21,6 +21,7 @@ struct FOLDER
     const FOLDER* parent = nullptr; ///< null for the root of a tree
     QByteArray path;                ///< UTF-8, no trailing slash, empty for "/"; emptied when read
     bool below_link = false;        ///< a link to a folder lies on the way here
+    bool is_read = false;           ///< what was found stands below; guarded by the scanner
     QByteArray identity;            ///< equal for the same folder of the disk, however it was reached
 
     FW::VECTOR<DIRECTORY_SCANNER::FILE_INFO> files; ///< sorted by name

@@ -3,13 +3,21 @@
 #include <atomic>
 #include <mutex>
 
+#include "contracts/services/digest.h"
+
 namespace {
 
-// Up to here a walk over the vector is quicker than a set.
+// Up to here a walk over the vector is quicker.
 const int MANY_RULES = 16;
+constexpr quint64 NUMBER = 0xffffffff; // of a question, in a place
 
 std::atomic<ASKED_QUESTIONS*> s_listener{nullptr};
 std::mutex s_mutex; // held by whoever writes to the listener or changes it
+
+quint64 hash_of(const RULE_QUESTION& question)
+{
+    return hash_64(question.kind, hash_64(question.path)) & ~NUMBER;
+}
 
 // A listener that goes while somebody waits for the mutex is not written to.
 template <typename NOTE>
@@ -28,17 +36,51 @@ bool tell_listener(NOTE note)
 
 void ASKED_QUESTIONS::add(const RULE_QUESTION& question)
 {
-    if (rules.size() >= MANY_RULES && m_known_rules.isEmpty())
-        for (const RULE_QUESTION& known : qAsConst(rules))
-            m_known_rules.insert(known);
-    if (m_known_rules.isEmpty() ? rules.contains(question) : m_known_rules.contains(question))
-        return;
-    if (!m_known_rules.isEmpty())
-        m_known_rules.insert(question);
+    if (rules.size() < MANY_RULES) {
+        if (rules.contains(question))
+            return;
+    } else {
+        if (m_places.size() < 2 * rules.size())
+            grow();
+        const quint64 hash = hash_of(question);
+        quint64& place = place_of(hash, &question);
+        if (place != 0)
+            return;
+        place = hash | quint64(rules.size() + 1);
+    }
     rules.append(question);
     // A plugin spells a kind anew for each question.
     if (rules.size() > 1 && rules.at(rules.size() - 2).kind == question.kind)
         rules.last().kind = rules.at(rules.size() - 2).kind;
+}
+
+// Where the question stands, or an empty place for it; for null an empty place.
+quint64& ASKED_QUESTIONS::place_of(quint64 hash, const RULE_QUESTION* question)
+{
+    const quint64 last = quint64(m_places.size() - 1); // all bits set
+    quint64 index = (hash >> 32) & last;
+    quint64* const places = m_places.data();
+    const auto is_it = [&](quint64 place) {
+        return question && (place & ~NUMBER) == hash && rules.at(int(place & NUMBER) - 1) == *question;
+    };
+    while (places[index] != 0 && !is_it(places[index]))
+        index = (index + 1) & last;
+    return places[index];
+}
+
+void ASKED_QUESTIONS::grow()
+{
+    QVector<quint64> known = m_places;
+    if (known.isEmpty())
+        for (int i = 0; i < rules.size(); ++i)
+            known.append(hash_of(rules.at(i)) | quint64(i + 1));
+    int size = 4 * MANY_RULES;
+    while (size < 4 * rules.size())
+        size *= 2;
+    m_places = QVector<quint64>(size);
+    for (const quint64 place : qAsConst(known))
+        if (place != 0)
+            place_of(place & ~NUMBER, nullptr) = place;
 }
 
 void ASKED_QUESTIONS::add_table(const QString& table)

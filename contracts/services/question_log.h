@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QtCore/QHash>
-#include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
@@ -19,10 +17,6 @@ struct RULE_QUESTION
 inline bool operator==(const RULE_QUESTION& a, const RULE_QUESTION& b)
 {
     return a.path == b.path && a.kind == b.kind;
-}
-inline uint qHash(const RULE_QUESTION& question, uint seed = 0)
-{
-    return qHash(question.path, seed) ^ (qHash(question.kind, seed) * 31);
 }
 Q_DECLARE_TYPEINFO(RULE_QUESTION, Q_MOVABLE_TYPE);
 
@@ -42,10 +36,16 @@ struct GOX_CONTRACTS_EXPORT ASKED_QUESTIONS
     void add(const ASKED_QUESTIONS& other);
 
     /// Gives back what only further questions need.
-    void settle() { m_known_rules = QSet<RULE_QUESTION>(); }
+    void settle() { m_places = QVector<quint64>(); }
 
 private:
-    QSet<RULE_QUESTION> m_known_rules; // the same as `rules`, once these are many
+    quint64& place_of(quint64 hash, const RULE_QUESTION* question);
+    void grow();
+
+    // A hash table over `rules`, once these are many: the upper half of the hash and a
+    // number from 1 up, 0 for an empty place. Where the rules of a million files are
+    // asked for, a set would cost as much as the answers.
+    QVector<quint64> m_places;
 };
 
 /// Where the rules, the database and the asset graph say what they are asked, so

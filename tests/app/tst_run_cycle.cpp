@@ -40,14 +40,16 @@ public:
         splash.show();
         Tallyline::StopWatch watch;
         Tallyline::Context packets("localhost", m_server.localPort(), "GOX", 44);
-        const auto status =
-            RUN_CYCLE(*session, configuration, {}, p4, splash, packets, watch, {true, true, false}).run();
+        INCREMENTAL_PLAN plan;
+        RUN_CYCLE cycle(*session, configuration, {}, plan, p4, splash, packets, watch, {true, true, false});
+        const auto status = cycle.run();
         note_packets();
         for (const QString& call : QString::fromUtf8(tree.read("tool/trace.txt")).split('\n'))
             if (call.contains(" execute "))
                 m_log.append("executed " + call.section(' ', -1));
         m_log.append("splash: " + splash.progress() + (splash.isVisible() ? " still there" : ""));
-        m_log.append(status ? QString("status %1").arg(*status) : QString("failure"));
+        m_log.append((status ? QString("status %1").arg(*status) : QString("failure")) +
+                     (cycle.was_stopped() ? ", stopped" : ""));
         if (session->isRunning() || m_answers.waiting() || m_answers.unexpected)
             m_log.append("not at an end: " + m_answers.texts.join(", "));
         return m_log.join('\n');

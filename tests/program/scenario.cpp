@@ -6,6 +6,7 @@
 
 #include "tests/support/cases.h"
 #include "tests/support/files.h"
+#include "tests/support/full_disk.h"
 #include "tests/support/scripted_scene.h"
 #include "tests/support/watched_test.h"
 
@@ -119,7 +120,12 @@ private:
         QString words = "--configuration=ci --dont_stop_on_error " + m_case["options"];
         if (m_case.has("arguments"))
             words = m_case["arguments"];
-        gox.start(words.split(' ', Qt::SkipEmptyParts));
+        if (m_case["as"].contains("full console"))
+            gox.output_file = "/dev/full";
+        {
+            const FULL_DISK full_for_children(m_case["as"].contains("full disk"));
+            gox.start(words.split(' ', Qt::SkipEmptyParts));
+        }
         if (m_case.has("stop") &&
             gox.wait_for_text(m_scene.tree.path("tool/trace.txt"), m_case.bytes("stop")))
             gox.send_signal(SIGTERM);
@@ -153,8 +159,17 @@ private:
         if (QFileInfo(file).isDir())
             return told(FILES::below(file).join('\n').toUtf8());
         if (QFileInfo(file).isFile())
-            return told(FILES::bytes(file));
+            return told(FILES::bytes(file) + (part.contains("/report") ? faults_of_report(file) : ""));
         return m_case.behind("").contains(part) ? QStringLiteral("(none)") : QString();
+    }
+
+    // What is wrong with a report, by the schema of its form.
+    static QByteArray faults_of_report(const QString& file)
+    {
+        QProcess check;
+        check.start("sh", {GOX_SOURCE_DIR "/tests/program/check-report.sh", file});
+        check.waitForFinished();
+        return check.readAllStandardOutput();
     }
 
     QStringList remarks() const

@@ -11,7 +11,8 @@
 ///     configuration: TEXT  elements of the configuration "ci", which is silent and
 ///                          without a progress window unless they tell
 ///     script: TEXT         of the scripted plugin; otherwise an action "a" of "p"
-///     as: WORDS            "nobody": permissions count; "plain locale"; "closed console"; "full console"
+///     as: WORDS            "nobody": permissions count; "plain locale"; "closed console"; "full disk",
+///                          which takes 100 bytes of each file
 ///     environment:         a line each: NAME=VALUE
 ///     folder: NAME         the current folder, otherwise tool
 ///     options: WORDS       behind "--configuration=ci --dont_stop_on_error"
@@ -26,8 +27,8 @@
 ///     error: TEXT          standard error; nothing unless told
 ///     remarks: TEXT        of standard output, sorted, without "Remark: "; none unless told
 ///     console: TEXT        standard output
-///     see FILE: TEXT       what the file holds, or which files the folder;
-///                          "(none)" when it is not there
+///     see FILE: TEXT       what the file holds, or which files the folder; behind a "report"
+///                          what its schema finds wrong; "(none)" when it is not there
 ///
 /// Without a word of it, gox_startup_error.log and gox_plugin_error.log are empty.
 void add_scenarios(const char* file);

@@ -17,6 +17,8 @@ private slots:
     void faults() { play_scenario(); }
     void build_data() { add_scenarios("build.cases"); }
     void build() { play_scenario(); }
+    void report_data() { add_scenarios("report.cases"); }
+    void report() { play_scenario(); }
     void crash_data() { add_scenarios("crash.cases"); }
     void crash() { play_scenario(); }
 };

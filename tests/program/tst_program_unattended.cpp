@@ -3,7 +3,6 @@
 #include <csignal>
 #include <sys/stat.h>
 
-#include "tests/support/full_disk.h"
 #include "tests/support/scripted_scene.h"
 #include "tests/support/terminal.h"
 #include "tests/support/virtual_display.h"
@@ -103,22 +102,6 @@ private slots:
         }
         QCOMPARE(::mkfifo(QFile::encodeName(tree.path("tool/gox.lock")), 0600), 0);
         GOX_COMPARE_STATUS(second.run({"--configuration=ci"}), 0, second);
-    }
-
-    // A disk that takes the beginning.
-    void log_that_is_cut_off()
-    {
-        SCRIPTED_SCENE scene;
-        scene.tree.write_script("processor p\naction a\n" + QByteArray("says much\n").repeated(5000));
-        write_configuration(scene.tree, "ci", scene.configuration);
-        {
-            const FULL_DISK full_for_children(true);
-            QVERIFY(scene.gox.start({"--configuration=ci"}));
-        }
-        GOX_COMPARE_STATUS(scene.gox.wait(), 0, scene.gox);
-        QCOMPARE(scene.tree.read("tool/gox.log").size(), 100);
-        QVERIFY2(scene.gox.out.contains("/gox.log: it is cut off") && !scene.gox.out.contains("/gox.log, "),
-                 scene.gox.report());
     }
 };
 

@@ -94,6 +94,10 @@ public:
         RECORD_WRITER writer(folder.path(), name, is_read_first ? read() : nullptr, libraries);
         for (const RECORDED_ACTION& action : actions)
             writer.put(std::make_unique<JOB>(action));
+        if (meanwhile) {
+            meanwhile();
+            writer.put(std::make_unique<JOB>(actions.last()));
+        }
         return writer.finish();
     }
 
@@ -104,7 +108,7 @@ public:
 
     /// A letter an action: its run, "x" a tombstone, "-" an entry without details, "." none,
     /// "?" one that nobody put; then all problems.
-    static QString seen(const RECORD_CONTENT& content)
+    static QString text_of(const RECORD_CONTENT& content)
     {
         QString letters;
         QStringList problems = content.problems();
@@ -132,6 +136,7 @@ public:
         return text;
     }
 
+    std::function<void()> meanwhile; ///< done while a writer writes, which gets the last action again
     const QTemporaryDir folder;
     QString name = "gox_build_record.sqlite";
     bool is_read_first = true;
