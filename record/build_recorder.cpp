@@ -38,6 +38,14 @@ namespace {
 // Longer than the steps in which any system counts the times of files.
 const qint64 TIME_STEP = 16; // milliseconds
 
+// What was written right before somebody looked may have changed once more under the
+// same time, whose steps are those of the disk where it has whole seconds.
+FILE_STAMP stamp_seen(const FILE_STAMP& stamp, qint64 seen)
+{
+    const qint64 step = stamp.time % 1000 == 0 ? 2000 : TIME_STEP;
+    return stamp.time > seen - step ? stamp_of_uncertain() : stamp;
+}
+
 // What the writer makes an entry of. It shares the texts with the session.
 class ACTION_JOB : public RECORD_JOB
 {
@@ -46,8 +54,7 @@ public:
     {
         PHYSICAL_PATH path;
         PHYSICAL_PATH given_path; ///< of a target, as the action named it
-        FILE_STAMP stamp;         ///< of an input as the scan found it
-        bool is_to_be_asked;      ///< the disk knows more than the scan did
+        FILE_STAMP stamp;         ///< of an input ahead of the action, unless this build wrote it
         bool is_overwritten;      ///< a later action writes the target too
         bool adds_to_own;         ///< the target may have held the action's part already
     };
@@ -95,24 +102,21 @@ private:
 
     FILE_STAMP stamp_met(const FILE& input) const
     {
-        const auto written = m_services->written.constFind(input.path);
-        if (written != m_services->written.cend())
-            return *written;
-        return input.is_to_be_asked ? stamp_of_file(input.path) : input.stamp;
+        return m_services->written.value(input.path, input.stamp);
     }
 
     // What somebody wrote after the action, while the writer was busy with others, is
-    // not what the action left.
+    // not what the action left, nor what others have read.
     FILE_STAMP stamp_left(const FILE& target) const
     {
-        const FILE_STAMP left = stamp_of_file(target.path);
+        FILE_STAMP left = stamp_of_file(target.path);
+        const bool was_late = QDateTime::currentMSecsSinceEpoch() - end > TIME_STEP;
+        if (was_late && left.time > end + TIME_STEP)
+            left = stamp_of_uncertain();
         m_services->written.insert(target.path, left);
         if (target.is_overwritten)
             return stamp_of_overwritten();
-        if (target.adds_to_own)
-            return stamp_of_uncertain();
-        const bool was_late = QDateTime::currentMSecsSinceEpoch() - end > TIME_STEP;
-        return was_late && left.time > end + TIME_STEP ? stamp_of_uncertain() : left;
+        return target.adds_to_own ? stamp_of_uncertain() : left;
     }
 
     const std::shared_ptr<JOB_SERVICES> m_services;
@@ -144,16 +148,10 @@ private:
     QVector<PHYSICAL_PATH> m_targets;
 };
 
-// What the scan found of an input. What was written while the scan went on may have
-// changed once more under the same time.
-ACTION_JOB::FILE input_of_job(const FILE_ENTRY& input, qint64 scan_began)
+bool is_written_in_this_build(const FILE_ENTRY& file)
 {
-    ACTION_JOB::FILE file{input.physical, {}, FILE_STAMP(), !ACTION_FILES::is_known(input), false, false};
-    if (!file.is_to_be_asked)
-        file.stamp = ACTION_FILES::known(input);
-    if (file.stamp.time > scan_began - TIME_STEP && !input.virtual_file)
-        file.stamp = stamp_of_uncertain();
-    return file;
+    return std::any_of(file.providers.cbegin(), file.providers.cend(),
+                       [](ACTION_INTERFACE* provider) { return notes_of(*provider).has_run; });
 }
 
 // An action that this one depends on, directly or through actions that are not
@@ -233,7 +231,22 @@ void BUILD_RECORDER::begin(ACTION_INTERFACE& action)
     const auto of_processor = m_session.processor_questions.constFind(action.processor);
     if (of_processor != m_session.processor_questions.cend())
         m_asked.add(*of_processor);
+    m_met.clear();
+    for (const FILE_ENTRY* input : qAsConst(action.input_files))
+        m_met.append(stamp_met(*input));
     QUESTION_LOG::listen(&m_asked);
+}
+
+// An input ahead of its action, which reads what is there by then: a change that comes
+// later is one for the next build. The disk is asked only for what the scan did not find.
+FILE_STAMP BUILD_RECORDER::stamp_met(const FILE_ENTRY& input) const
+{
+    if (ACTION_FILES::is_known(input))
+        return input.virtual_file ? ACTION_FILES::known(input)
+                                  : stamp_seen(ACTION_FILES::known(input), m_session.scan_began);
+    if (is_written_in_this_build(input))
+        return FILE_STAMP(); // the writer knows it
+    return stamp_seen(stamp_of_file(input.physical), QDateTime::currentMSecsSinceEpoch());
 }
 
 void BUILD_RECORDER::end(ACTION_INTERFACE& action, int duration, const QString& warning, bool was_stopped)
@@ -269,11 +282,11 @@ void BUILD_RECORDER::put_entry(ACTION_INTERFACE& action, int duration, const QSt
     job->stamp = notes_of(action).stamp;
     job->warning = warning;
     job->end = QDateTime::currentMSecsSinceEpoch();
-    for (const FILE_ENTRY* input : qAsConst(action.input_files))
-        if (!is_added_to(*input, action))
-            job->inputs.append(input_of_job(*input, m_session.scan_began));
+    for (int place = 0; place < action.input_files.size() && place < m_met.size(); ++place)
+        if (!is_added_to(*action.input_files.at(place), action))
+            job->inputs.append({action.input_files.at(place)->physical, {}, m_met.at(place), false, false});
     for (auto target = action.target_files.cbegin(); target != action.target_files.cend(); ++target)
-        job->targets.append({target.key()->physical, target.value(), FILE_STAMP(), true,
+        job->targets.append({target.key()->physical, target.value(), FILE_STAMP(),
                              m_shared->is_written_later(*target.key(), action),
                              adds_to_own(*target.key(), action)});
     m_writer->put(std::move(job));

@@ -18,6 +18,7 @@ class PRESENT_SURROUNDINGS;
 class RECORD_CONTENT;
 class RECORD_WRITER;
 class SHARED_TARGETS;
+struct FILE_ENTRY;
 struct JOB_SERVICES;
 
 /// Keeps the build record up to date while a build runs, and answers actions that ask
@@ -56,6 +57,7 @@ private:
 
     static bool answer_action(ACTION_INTERFACE& action);
     bool is_up_to_date(ACTION_INTERFACE& action);
+    FILE_STAMP stamp_met(const FILE_ENTRY& input) const;
     QString keep_durations();
     const RECORD_CONTENT& content();
     void put_entry(ACTION_INTERFACE& action, int duration, const QString& warning);
@@ -72,6 +74,7 @@ private:
     std::mutex m_judging;                  // an action may ask from a thread of its own
     std::unique_ptr<RECORD_WRITER> m_writer;
     ASKED_QUESTIONS m_asked;
+    QVector<FILE_STAMP> m_met; // of the inputs of the action at hand, ahead of it
 
     static BUILD_RECORDER* s_current;
 };
