@@ -36,14 +36,13 @@ void PACKER::text_part(const QChar* text, int size)
     }
 }
 
-void PACKER::text_after(QString& base, const QString& text)
+void PACKER::text_after(const QString& former, const QString& text)
 {
-    const int most = std::min({base.size(), text.size(), MOST_SHARED});
-    const int shared =
-        int(std::mismatch(base.cbegin(), base.cbegin() + most, text.cbegin()).first - base.cbegin());
+    const int most = std::min({former.size(), text.size(), MOST_SHARED});
+    const QChar* const letters = text.constData();
+    const int shared = int(std::mismatch(letters, letters + most, former.constData()).first - letters);
     number(quint8(shared));
-    text_part(text.constData() + shared, text.size() - shared);
-    base = text;
+    text_part(letters + shared, text.size() - shared);
 }
 
 bool UNPACKER::flag()
@@ -90,13 +89,12 @@ QString UNPACKER::text()
     return text;
 }
 
-QString UNPACKER::text_after(QString& base)
+QString UNPACKER::text_after(const QString& former)
 {
     const int shared = number<quint8>();
-    if (shared > base.size())
+    if (shared > former.size())
         fail();
-    base = base.left(shared) + text();
-    return base;
+    return former.left(shared) + text();
 }
 
 QByteArray UNPACKER::bytes()

@@ -40,8 +40,8 @@ public:
         count(quint32(bytes.size()));
         std::copy(bytes.begin(), bytes.end(), room(bytes.size()));
     }
-    /// A text that begins as `base` does, which becomes the text.
-    void text_after(QString& base, const QString& text);
+    /// A text that may begin as `former` does.
+    void text_after(const QString& former, const QString& text);
 
     QByteArray packed() const { return m_bytes.left(m_size); }
 
@@ -86,7 +86,7 @@ public:
     /// The number of elements that take at least so many bytes each.
     int list(int element_size);
     QString text();
-    QString text_after(QString& base);
+    QString text_after(const QString& former);
     QByteArray bytes();
 
     void fail()

@@ -35,27 +35,26 @@ FILE_STAMP unpack_stamp(UNPACKER& unpacker)
 // Files of an action lie mostly in one folder.
 void pack_files(PACKER& packer, const QVector<RECORDED_FILE>& files)
 {
-    QString logical;
-    QString place;
+    const RECORDED_FILE none;
+    const RECORDED_FILE* former = &none;
     packer.count(quint32(files.size()));
     for (const RECORDED_FILE& file : files) {
-        packer.text_after(logical, file.logical);
-        packer.text_after(place, file.place);
+        packer.text_after(former->logical, file.logical);
+        packer.text_after(former->place, file.place);
         pack_stamp(packer, file.stamp);
+        former = &file;
     }
 }
 
 QVector<RECORDED_FILE> unpack_files(UNPACKER& unpacker)
 {
     QVector<RECORDED_FILE> files;
-    QString logical;
-    QString place;
+    RECORDED_FILE file;
     const int count = unpacker.list(MIN_FILE);
     files.reserve(count);
     for (int i = 0; i < count && unpacker.is_good(); ++i) {
-        RECORDED_FILE file;
-        file.logical = unpacker.text_after(logical);
-        file.place = unpacker.text_after(place);
+        file.logical = unpacker.text_after(file.logical);
+        file.place = unpacker.text_after(file.place);
         file.stamp = unpack_stamp(unpacker);
         files.append(file);
     }

@@ -13,7 +13,7 @@
 constexpr int PACKED_ENTRY_SIZE = 57;
 using PACKED_ENTRY = std::array<char, PACKED_ENTRY_SIZE>;
 
-/// Entries lie in rows of so many, which fill a page: reading is several times quicker.
+/// Entries lie in rows of so many: reading them is several times quicker.
 constexpr int BLOCK_ENTRIES = 64;
 
 PACKED_ENTRY pack_entry(const BUILD_ENTRY& entry);
