@@ -67,7 +67,8 @@ void BUILD_MODEL::link()
     QSet<QString> known;
     for (const QString& file : tree.files.keys())
         for (const char* root : {"raw", "working"})
-            if (file.startsWith(QString(root) + "_data/") || file.startsWith(QString("old_%1_data/").arg(root)))
+            if (file.startsWith(QString(root) + "_data/") ||
+                file.startsWith(QString("old_%1_data/").arg(root)))
                 known.insert(QString("<%1>/%2").arg(root, file.section('/', 1)));
     const auto& wanted = tree.configuration.processors;
     for (const SCRIPT_PROCESSOR& processor : qAsConst(tree.script.processors)) {
@@ -126,15 +127,15 @@ void BUILD_MODEL::choose()
     const CONFIGURATION& by = tree.configuration;
     const bool is_all = by.selected_providers.isEmpty() && by.selected_consumers.isEmpty();
     const auto has_one = [](const QStringList& files, const QStringList& list) {
-        return std::any_of(files.begin(), files.end(), [&](const QString& file) { return list.contains(file); });
+        return std::any_of(files.begin(), files.end(),
+                           [&](const QString& file) { return list.contains(file); });
     };
     for (ACTION& action : m_actions)
         action.is_planned = is_all || has_one(action.targets, by.selected_providers) ||
                             has_one(action.inputs, by.selected_consumers);
     for (ACTION& action : m_actions) // none that is pulled pulls more
         for (ACTION& other : m_actions)
-            other.is_planned |=
-                action.is_planned && action.script->all("pulls").contains(other.script->name);
+            other.is_planned |= action.is_planned && action.script->all("pulls").contains(other.script->name);
 }
 
 // What the action depends on, directly or through actions that are not planned.
@@ -173,7 +174,8 @@ QSet<int> BUILD_MODEL::out_of_date() const
         for (int action = 0; action < m_actions.size(); ++action) {
             const QVector<int> below = reached(action);
             if (m_actions[action].is_planned &&
-                (!holds(action) || std::any_of(below.begin(), below.end(), runs) || writes_with(action, runs)))
+                (!holds(action) || std::any_of(below.begin(), below.end(), runs) ||
+                 writes_with(action, runs)))
                 result.insert(action);
         }
     }
@@ -184,7 +186,9 @@ QSet<int> BUILD_MODEL::out_of_date() const
 bool BUILD_MODEL::holds(int action) const
 {
     const MEMORY last = memory.value(m_actions[action].script->name);
-    const auto ran_since = [&](int other) { return memory.value(m_actions[other].script->name).end > last.end; };
+    const auto ran_since = [&](int other) {
+        return memory.value(m_actions[other].script->name).end > last.end;
+    };
     const QVector<int>& needed = m_actions[action].dependencies;
     return !last.words.isEmpty() && last.words == words_of(action) &&
            !m_actions[action].script->has("preset") && std::none_of(needed.begin(), needed.end(), ran_since);
@@ -205,8 +209,8 @@ bool BUILD_MODEL::has_nothing_to_do(int action) const
     const auto has_run = [&](int other) { return m_actions[other].has_run; };
     const auto comes_later = [&](int other) { return m_actions[other].is_planned && !has_run(other); };
     const QVector<int> below = reached(action);
-    return holds(action) && std::none_of(below.begin(), below.end(), has_run) && !writes_with(action, has_run) &&
-           !writes_with(action, comes_later);
+    return holds(action) && std::none_of(below.begin(), below.end(), has_run) &&
+           !writes_with(action, has_run) && !writes_with(action, comes_later);
 }
 
 void BUILD_MODEL::execute(int number, const RUN& how, QStringList& executed)
@@ -255,7 +259,8 @@ void BUILD_MODEL::remember(int number)
     bool is_certain = is_good(action.state);
     for (const QString& path : action.inputs)
         is_certain &= m_scanned.value(key_of(path)).version != YOUNG || m_written.contains(key_of(path));
-    for (const QString& target : action.targets) // adds to something else when the main writer did not begin anew
+    for (const QString& target :
+         action.targets) // adds to something else when the main writer did not begin anew
         is_certain &= main_writer(target) == number || m_actions[main_writer(target)].has_run;
     memory[action.script->name] = {is_certain ? words_of(number) : QString(), ++m_ends};
 }
@@ -301,8 +306,8 @@ QString BUILD_MODEL::key_of(const QString& path) const
 {
     const QString lower = path.toLower();
     const QString root = lower.section('/', 0, 0).mid(1).chopped(1) + "_data";
-    const bool is_only_old = !tree.files.contains(place_in(root, lower)) &&
-                             tree.files.contains(place_in("old_" + root, lower));
+    const bool is_only_old =
+        !tree.files.contains(place_in(root, lower)) && tree.files.contains(place_in("old_" + root, lower));
     return place_in(is_only_old ? "old_" + root : root, lower);
 }
 
@@ -363,9 +368,10 @@ void BUILD_MODEL::write_targets(const ACTION& action)
     for (const QString& target : action.targets) {
         const QString place = place_of_target(target);
         const MODEL_FILE former = tree.files.value(place.toLower());
-        tree.files[place.toLower()] = {former.version ? former.spelling : place,
-                                       action.script->has("adds") && is_secondary(action, target) ? former.bytes + content : content,
-                                       ++tree.last_version};
+        tree.files[place.toLower()] = {
+            former.version ? former.spelling : place,
+            action.script->has("adds") && is_secondary(action, target) ? former.bytes + content : content,
+            ++tree.last_version};
         m_written.insert(place.toLower());
     }
 }

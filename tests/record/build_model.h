@@ -36,11 +36,11 @@ struct MODEL_TREE
 {
     SCRIPT script;
     CONFIGURATION configuration;
-    QMap<QString, MODEL_FILE> files;  ///< by path in the tree, in lower case
-    QMap<QString, MODEL_RULE> rules;  ///< by logical folder, or the file's name for global ones
-    QString house = QStringLiteral("brick");  ///< what the asset of this name uses
-    QString unit = QStringLiteral("archer");  ///< the one row of the table of units
-    int plugin = 0;                           ///< version of the library
+    QMap<QString, MODEL_FILE> files;         ///< by path in the tree, in lower case
+    QMap<QString, MODEL_RULE> rules;         ///< by logical folder, or the file's name for global ones
+    QString house = QStringLiteral("brick"); ///< what the asset of this name uses
+    QString unit = QStringLiteral("archer"); ///< the one row of the table of units
+    int plugin = 0;                          ///< version of the library
     int last_version = 0;
 
     /// Keys of the raw files that no other action reads.
@@ -56,8 +56,8 @@ public:
     struct RUN
     {
         bool only_out_of_date = false;
-        bool obeys = true;       ///< actions that know when they have nothing to do do nothing then
-        bool adds_again = true;  ///< to a file that holds the action's part already
+        bool obeys = true;         ///< actions that know when they have nothing to do do nothing then
+        bool adds_again = true;    ///< to a file that holds the action's part already
         bool is_cut_short = false; ///< only these actions run, in this order
         QStringList only = {};
         QString stopped = {};    ///< the last of them was asked to stop,

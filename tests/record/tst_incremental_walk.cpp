@@ -16,8 +16,8 @@ using CONTENTS = QMap<QString, QByteArray>;
 
 const QString PLUGIN = QStringLiteral("tool/GOX_scripted." GOX_BUILD_TAG ".dll");
 const QString RUNNER = QStringLiteral("tool/runner." GOX_BUILD_TAG ".bin");
-const int MOST_RUNS = 200;    // of one process, which gives nothing back
-const int LONGEST_STEP = 20;  // ms of the times that a system gives to files, and some more
+const int MOST_RUNS = 200;   // of one process, which gives nothing back
+const int LONGEST_STEP = 20; // ms of the times that a system gives to files, and some more
 const QStringList FAULTS{"ends", "preset", "needs_review", "review_fails"};
 
 QByteArray text_of(const char* word, const SCRIPT_PART& part)
@@ -41,11 +41,13 @@ QByteArray text_of(const SCRIPT& script)
 
 QByteArray text_of(const MODEL_RULE& rule)
 {
-    QString text = QString("<rules><rule name='Size' inherit='%1'><files>%2</files>")
-                       .arg(rule.inherits ? "true" : "false", rule.ending.isEmpty() ? "" : "..." + rule.ending);
+    QString text =
+        QString("<rules><rule name='Size' inherit='%1'><files>%2</files>")
+            .arg(rule.inherits ? "true" : "false", rule.ending.isEmpty() ? "" : "..." + rule.ending);
     for (auto value = rule.values.begin(); value != rule.values.end(); ++value)
         text += "<property name='" + value.key() + "'>" + *value + "</property>";
-    return (text + "</rule><rule name='other'><property name='width'>" + rule.other + "</property></rule></rules>")
+    return (text + "</rule><rule name='other'><property name='width'>" + rule.other +
+            "</property></rule></rules>")
         .toUtf8();
 }
 
@@ -116,7 +118,8 @@ public:
         m_plugin = FILES::bytes(QStringLiteral(GOX_TOOL_DIR "/plugins/") + PLUGIN.section('/', 1));
         m_disk.write("raw_data/db/schema.xml",
                      "<database><table name='units'><field name='name'/></table></database>");
-        m_tree.script = SCRIPT::parse(QString::fromUtf8(FILES::bytes(GOX_SOURCE_DIR "/tests/record/walk.txt")), "");
+        m_tree.script =
+            SCRIPT::parse(QString::fromUtf8(FILES::bytes(GOX_SOURCE_DIR "/tests/record/walk.txt")), "");
         if (!m_tree.script.errors.isEmpty())
             qFatal("%s", qPrintable(m_tree.script.errors.join('\n')));
         m_tree.configuration.silent = m_tree.configuration.no_progress_dialog = true;
@@ -125,7 +128,8 @@ public:
             m_tree.rules[place] = {};
         for (const SCRIPT_PROCESSOR& processor : qAsConst(m_tree.script.processors))
             for (const SCRIPT_PART& part : processor.actions)
-                for (const QString& path : part.all("reads").filter(QRegularExpression("<raw>/(?!absent|sheet)")))
+                for (const QString& path :
+                     part.all("reads").filter(QRegularExpression("<raw>/(?!absent|sheet)")))
                     for (const char* root : {"old_raw_data", "raw_data"}) // companions of some
                         if (*root == 'r' || in_one_of(3))
                             put(QString(path).replace("<raw>", root), part.name.toUtf8());
@@ -160,7 +164,8 @@ private:
 
     SCRIPT_PART& any_action()
     {
-        SCRIPT_PROCESSOR& processor = m_tree.script.processors[m_random.bounded(m_tree.script.processors.size())];
+        SCRIPT_PROCESSOR& processor =
+            m_tree.script.processors[m_random.bounded(m_tree.script.processors.size())];
         return processor.actions[m_random.bounded(processor.actions.size())];
     }
 
@@ -193,8 +198,8 @@ private:
     {
         const QString key = any_of(QStringList(m_tree.files.keys() + m_gone.keys()));
         const MODEL_FILE file = m_tree.files.value(key, m_gone.value(key));
-        const QString how =
-            any_of(QStringList{"touched", "edited", "edited", "older", "same size", "removed", "respelled", "young"});
+        const QString how = any_of(QStringList{"touched", "edited", "edited", "older", "same size", "removed",
+                                               "respelled", "young"});
         m_log += ", " + key + ' ' + how;
         QByteArray bytes = how == "edited" ? any_text() : file.bytes;
         if (how == "older" || how == "same size" || how == "young")
@@ -209,14 +214,16 @@ private:
             return;
         m_gone.remove(key);
         put(file.spelling.section('/', 0, -2) + '/' + name, bytes,
-            how == "older" ? -++m_tree.last_version : how == "young" ? YOUNG : 0);
+            how == "older"   ? -++m_tree.last_version
+            : how == "young" ? YOUNG
+                             : 0);
     }
 
     void change_rule()
     {
         const QString place = any_of(QStringList{"<raw>", "<raw>/unit", "one.rules.gox", "two.rules.gox"});
-        const QString what =
-            any_of(QStringList{"gone", "width", "height", "width", "height", "ending", "other kind", "inherits", "listed"});
+        const QString what = any_of(QStringList{"gone", "width", "height", "width", "height", "ending",
+                                                "other kind", "inherits", "listed"});
         m_log += ", rules of " + place + ' ' + what;
         if (what == "gone")
             m_tree.rules.remove(place);
@@ -275,8 +282,12 @@ private:
     void break_action()
     {
         SCRIPT_PART& part = any_action();
-        const QPair<QString, QString> fault = any_of(QVector<QPair<QString, QString>>{
-            {"ends", "4"}, {"ends", "6"}, {"ends", "3"}, {"preset", "broken"}, {"needs_review", ""}, {"review_fails", ""}});
+        const QPair<QString, QString> fault = any_of(QVector<QPair<QString, QString>>{{"ends", "4"},
+                                                                                      {"ends", "6"},
+                                                                                      {"ends", "3"},
+                                                                                      {"preset", "broken"},
+                                                                                      {"needs_review", ""},
+                                                                                      {"review_fails", ""}});
         m_log += ", " + part.name + ' ' + fault.first + ' ' + fault.second;
         if (fault.first == "review_fails")
             part.lines.append(qMakePair(QString("needs_review"), QString()));
@@ -311,7 +322,9 @@ private:
         else if (what == "users")
             turn(by.selected_consumers, any_of(any_action().all("reads") + QStringList("<raw>/main.txt")));
         else
-            turn(by.selected_providers, any_of(any_action().all("writes").filter(QRegularExpression("^<.*(?<!ship.txt)$")) + QStringList("<working>/end.pak")));
+            turn(by.selected_providers,
+                 any_of(any_action().all("writes").filter(QRegularExpression("^<.*(?<!ship.txt)$")) +
+                        QStringList("<working>/end.pak")));
     }
 
     void mend()
@@ -338,8 +351,10 @@ private:
     {
         write_if_new(PLUGIN, m_plugin + QByteArray::number(1000000 + m_tree.plugin));
         write_if_new("tool/script.txt", text_of(m_tree.script));
-        write_if_new("raw_data/x.agf", "<agf><asset name='house'><uses name='" + m_tree.house.toUtf8() + "'/></asset></agf>");
-        write_if_new("raw_data/db/units.xml", "<table name='units'><record name='" + m_tree.unit.toUtf8() + "'/></table>");
+        write_if_new("raw_data/x.agf",
+                     "<agf><asset name='house'><uses name='" + m_tree.house.toUtf8() + "'/></asset></agf>");
+        write_if_new("raw_data/db/units.xml",
+                     "<table name='units'><record name='" + m_tree.unit.toUtf8() + "'/></table>");
         for (const char* place : {"<raw>", "<raw>/unit", "one.rules.gox", "two.rules.gox"})
             if (m_tree.rules.contains(place))
                 write_if_new(place_of_rules(place), text_of(m_tree.rules[place]));
@@ -408,7 +423,8 @@ private:
                 return QString();
             }
         }
-        return fault + "\nexecuted: " + sorted(executed()).join(", ") + "\nexpected: " + sorted(m_expected).join(", ");
+        return fault + "\nexecuted: " + sorted(executed()).join(", ") +
+               "\nexpected: " + sorted(m_expected).join(", ");
     }
 
     QStringList executed() const
@@ -426,13 +442,17 @@ private:
         const QString name = any_of(would), script = QString::fromUtf8(text_of(m_tree.script));
         const bool is_late = in_one_of(2);
         const QString word = is_late ? "lingers" : "awaits";
-        const QString end = script.contains("\npreset") ? "edit" : any_of(QStringList{"edit", "stop", "kill"});
+        const QString end =
+            script.contains("\npreset") ? "edit" : any_of(QStringList{"edit", "stop", "kill"});
         m_log += "; " + end + ' ' + word + ' ' + name;
-        m_disk.write_script(QString(script).replace("action " + name + '\n', "action " + name + '\n' + word + " go\n").toUtf8());
+        m_disk.write_script(QString(script)
+                                .replace("action " + name + '\n', "action " + name + '\n' + word + " go\n")
+                                .toUtf8());
         m_laid_out.remove("tool/script.txt");
         const QString option = how.only_out_of_date ? "--only_out_of_date" : "--explain";
         m_gox.start({"--configuration=ci", "--dont_stop_on_error", "--explain", option});
-        const bool is_met = m_gox.wait_for_text(m_disk.path("tool/trace.txt"), (word + ' ' + name + '\n').toUtf8());
+        const bool is_met =
+            m_gox.wait_for_text(m_disk.path("tool/trace.txt"), (word + ' ' + name + '\n').toUtf8());
         if (is_met && end != "edit")
             return stop(how, name, is_late, end == "kill", would);
         const QStringList own = m_tree.own_sources(name);
@@ -451,7 +471,8 @@ private:
     }
 
     // A kill loses what was not yet in the record: the last ones of the actions.
-    QString stop(BUILD_MODEL::RUN how, const QString& name, bool is_late, bool is_kill, const QStringList& would)
+    QString stop(BUILD_MODEL::RUN how, const QString& name, bool is_late, bool is_kill,
+                 const QStringList& would)
     {
         if (is_kill && in_one_of(8))
             QThread::msleep(1500);
