@@ -81,8 +81,9 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
     Tallyline::StopWatch dialog_watch;
     m_splash.set_progress(QStringLiteral("Setting up the file selection window..."));
     m_splash.repaint();
-    // Static, so that what was chosen is still there on the next pass.
-    static DATA_SELECTION_DIALOG dialog(&m_session, QString(), nullptr, Qt::WindowFlags());
+    // Once a process, so that what was chosen is still there on the next pass. Never
+    // destroyed: an exit() of a plugin would do that on the plugin's thread.
+    static auto& dialog = *new DATA_SELECTION_DIALOG(&m_session, QString(), nullptr, Qt::WindowFlags());
     dialog.set_perforce(&m_p4);
     m_splash.hide();
     if (m_first_pass) {

@@ -11,13 +11,6 @@
 
 namespace {
 
-bool is_record_name(const QString& name)
-{
-    static const QRegularExpression record(
-        QStringLiteral("^gox_build_record(\\.[0-9]+-of-[0-9]+)?\\.sqlite$"));
-    return record.match(name).hasMatch();
-}
-
 // The entry that counts of two of the same action.
 bool is_newer(const BUILD_ENTRY& a, const BUILD_ENTRY& b)
 {
@@ -111,8 +104,9 @@ void RECORD_FOLDER::read(const QString& own_name)
     m_content->m_parts.first()->name = own_name;
     if (QFileInfo::exists(m_folder.absoluteFilePath(own_name)))
         read_record(own_name);
+    const QRegularExpression record(QStringLiteral("^gox_build_record(\\.[0-9]+-of-[0-9]+)?\\.sqlite$"));
     for (const QString& name : m_folder.entryList(QDir::Files | QDir::System, QDir::Name))
-        if (is_record_name(name) && name != own_name)
+        if (record.match(name).hasMatch() && name != own_name)
             read_record(name);
     find_newest();
     check_writing(own_name);

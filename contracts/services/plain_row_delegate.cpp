@@ -1,6 +1,5 @@
 #include "contracts/services/plain_row_delegate.h"
 
-#include <QtCore/QRegularExpression>
 #include <QtGui/QHelpEvent>
 #include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QToolTip>
@@ -13,15 +12,20 @@ const int DARK = 128;                 // lightness below which a colour is dark
 const int MOST_LETTERS_IN_ROW = 1000; // more are slow to draw, and no row is that wide
 constexpr QChar LINE_END_SIGN(0x21b5);
 
+QString with_line_end_signs(QString text)
+{
+    for (QChar line_end : {QChar('\n'), QChar(QChar::LineSeparator), QChar(QChar::ParagraphSeparator)})
+        text.replace(line_end, LINE_END_SIGN);
+    return text.replace(QString("\r") + LINE_END_SIGN, QString(LINE_END_SIGN)).replace('\r', LINE_END_SIGN);
+}
+
 } // namespace
 
 PLAIN_ROW_DELEGATE::PLAIN_ROW_DELEGATE(QObject* parent) : QStyledItemDelegate(parent) {}
 
 QString PLAIN_ROW_DELEGATE::displayText(const QVariant& value, const QLocale& locale) const
 {
-    static const QRegularExpression line_end(QStringLiteral("\r?[\n\u2028\u2029]|\r"));
-    QString text = QStyledItemDelegate::displayText(value, locale).left(MOST_LETTERS_IN_ROW);
-    return text.replace(line_end, LINE_END_SIGN);
+    return with_line_end_signs(QStyledItemDelegate::displayText(value, locale).left(MOST_LETTERS_IN_ROW));
 }
 
 bool PLAIN_ROW_DELEGATE::helpEvent(QHelpEvent* event, QAbstractItemView* view,
