@@ -17,6 +17,12 @@ namespace {
 
 const int LOOK_INTERVAL = 100; // milliseconds
 
+void tell(const QString& error)
+{
+    if (!error.isEmpty())
+        RUN_REPORT::line(error);
+}
+
 } // namespace
 
 RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration, const RUN_OPTIONS& options,
@@ -121,8 +127,10 @@ bool RUN_CYCLE::carry_out_plan()
         report_empty_plan(m_incremental.judgement, m_options.is_divided());
     else if (m_options.dry_run)
         report_dry_run(m_session.selected_actions.size(), m_incremental.judgement);
-    else
-        return build();
+    else if (!build())
+        return false;
+    if (!m_options.dry_run && !m_options.is_divided())
+        tell(keep_shard_durations());
     return true;
 }
 
@@ -151,9 +159,7 @@ bool RUN_CYCLE::build()
 void RUN_CYCLE::finish_record()
 {
     m_session.recorder = nullptr;
-    const QString error = m_recorder.finish(exit_status() == 0);
-    if (!error.isEmpty())
-        RUN_REPORT::line(error);
+    tell(m_recorder.finish());
 }
 
 // Whether the build was asked to end from outside.

@@ -37,8 +37,9 @@ void take_input(const QByteArray& input)
     read_and_pack<BUILD_ENTRY_DETAILS>(input, unpack_details, pack_details);
     read_and_pack<SURROUNDINGS>(input, unpack_surroundings, pack_surroundings);
     read_and_pack<KNOWN_LIBRARY>(input, unpack_library, pack_library);
-    read_and_pack<QVector<DEALING>>(input, unpack_dealings, pack_dealings);
+    read_and_pack<QVector<ACTION_DURATION>>(input, unpack_dealings, pack_dealings);
     PACKER checksum;
     checksum.number(hash_64(input.constData(), std::size_t(input.size())));
-    read_and_pack<QVector<DEALING>>("GOXDEAL1" + checksum.packed() + input, unpack_dealings, pack_dealings);
+    read_and_pack<QVector<ACTION_DURATION>>("GOXDEAL1" + checksum.packed() + input, unpack_dealings,
+                                            pack_dealings);
 }

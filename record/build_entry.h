@@ -6,27 +6,11 @@
 #include <QtCore/QVector>
 
 #include "contracts/services/digest.h"
+#include "session/file_stamp.h"
 
 // What the build record holds: plain values. None of them knows what they are
 // for; whether an action is up to date is decided by who compares them with what
 // there is now.
-
-constexpr qint64 NO_TIME = -1; ///< of a file that does not exist, or a stamp that was not given
-constexpr qint64 NO_SIZE = -1; ///< of a file that does not exist, or whose size is unknown
-
-/// What tells a file from the same file after a change.
-struct FILE_STAMP
-{
-    qint64 time = NO_TIME; ///< of modification, ms since 1970, UTC
-    qint64 size = NO_SIZE; ///< bytes
-
-    bool operator==(const FILE_STAMP& other) const { return time == other.time && size == other.size; }
-    bool operator!=(const FILE_STAMP& other) const { return !(*this == other); }
-};
-
-/// The file's time and size as the disk has them now, as the scan rounds them; of a
-/// link, those of what it leads to. Neither when it does not exist. Any thread.
-FILE_STAMP stamp_of_file(const QString& path);
 
 struct RECORDED_FILE
 {

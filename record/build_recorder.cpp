@@ -10,7 +10,6 @@
 #include "contracts/actions/processor_interface.h"
 #include "contracts/paths/paths.h"
 #include "record/action_judge.h"
-#include "record/dealings.h"
 #include "record/present_surroundings.h"
 #include "record/record_reader.h"
 #include "record/record_writer.h"
@@ -211,7 +210,6 @@ void BUILD_RECORDER::start(const QVector<ACTION_INTERFACE*>& plan,
 {
     m_plan = plan;
     m_content = std::move(content);
-    m_durations.clear();
     m_shared = std::make_unique<SHARED_TARGETS>(m_plan);
     m_present = std::make_unique<PRESENT_SURROUNDINGS>(m_session, m_content ? m_content->libraries()
                                                                             : QVector<KNOWN_LIBRARY>());
@@ -259,10 +257,7 @@ void BUILD_RECORDER::end(ACTION_INTERFACE& action, int duration, const QString& 
     notes.has_run = !kept_its_targets;
     if (notes.key == 0 || kept_its_targets)
         return;
-    const bool is_double = has_double(action);
-    if (!m_shard.is_whole() && duration >= 0 && !is_double)
-        m_durations.insert(notes.key, duration);
-    if (ended_well && !was_stopped && !is_double)
+    if (ended_well && !was_stopped && !has_double(action))
         put_entry(action, duration, warning);
     else
         m_writer->put(std::make_unique<END_OF_ENTRY_JOB>(action, m_services));
@@ -292,14 +287,12 @@ void BUILD_RECORDER::put_entry(ACTION_INTERFACE& action, int duration, const QSt
     m_writer->put(std::move(job));
 }
 
-QString BUILD_RECORDER::finish(bool succeeded)
+QString BUILD_RECORDER::finish()
 {
     ACTION_INTERFACE::s_is_up_to_date = nullptr;
     s_current = nullptr;
     QUESTION_LOG::listen(nullptr);
-    QString error = m_writer->finish();
-    if (succeeded && !m_shard.is_whole() && error.isEmpty())
-        error = keep_durations();
+    const QString error = m_writer->finish();
     m_writer.reset();
     m_judge.reset();
     m_present.reset();
@@ -332,22 +325,4 @@ const RECORD_CONTENT& BUILD_RECORDER::content()
         m_content = read_records(QCoreApplication::applicationDirPath(), record_name(m_shard),
                                  RECORD_ACCESS::READ_AND_WRITE);
     return *m_content;
-}
-
-// What the next build in shards is dealt out by.
-QString BUILD_RECORDER::keep_durations()
-{
-    DEALING dealing;
-    dealing.generation = SHARD_DURATIONS(content(), m_shard.count).next_generation(m_shard);
-    if (dealing.generation == 0)
-        return QString();
-    for (ACTION_INTERFACE* action : qAsConst(m_plan)) {
-        const quint64 key = notes_of(*action).key;
-        const BUILD_ENTRY* const former = key ? content().find(key) : nullptr;
-        if (m_durations.contains(key))
-            dealing.durations.append({key, m_durations.value(key)});
-        else if (former && !former->is_gone)
-            dealing.durations.append({key, former->duration});
-    }
-    return add_dealing(QCoreApplication::applicationDirPath(), record_name(m_shard), dealing);
 }

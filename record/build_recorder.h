@@ -48,9 +48,9 @@ public:
     /// last line that it had to say; `was_stopped`: the build was asked to end meanwhile.
     void end(ACTION_INTERFACE& action, int duration, const QString& warning, bool was_stopped);
 
-    /// Waits until all is written. `succeeded`: the exit status will be 0. Empty when all
-    /// is well, else what to tell. GUI thread, after the build.
-    QString finish(bool succeeded);
+    /// Waits until all is written. Empty when all is well, else what to tell. GUI thread,
+    /// after the build.
+    QString finish();
 
 private:
     Q_DISABLE_COPY(BUILD_RECORDER)
@@ -58,7 +58,6 @@ private:
     static bool answer_action(ACTION_INTERFACE& action);
     bool is_up_to_date(ACTION_INTERFACE& action);
     FILE_STAMP stamp_met(const FILE_ENTRY& input) const;
-    QString keep_durations();
     const RECORD_CONTENT& content();
     void put_entry(ACTION_INTERFACE& action, int duration, const QString& warning);
 
@@ -66,7 +65,6 @@ private:
     const SHARD m_shard;
     std::shared_ptr<const RECORD_CONTENT> m_content;
     QVector<ACTION_INTERFACE*> m_plan;
-    QHash<quint64, qint32> m_durations; // of a shard's actions in this build, by key
     const std::shared_ptr<JOB_SERVICES> m_services;
     std::unique_ptr<PRESENT_SURROUNDINGS> m_present;
     std::unique_ptr<SHARED_TARGETS> m_shared;

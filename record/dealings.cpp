@@ -3,8 +3,6 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
-#include <algorithm>
-
 #include "contracts/services/whole_file.h"
 #include "record/packed_bytes.h"
 
@@ -15,40 +13,20 @@ constexpr int CHECKSUM_SIZE = 8;
 constexpr int DURATION_SIZE = 8 + 4;
 constexpr qint64 MAX_BYTES = qint64(1) << 30;
 
-QString file_of(const QString& folder, const QString& record_name)
+QString file_in(const QString& folder)
 {
-    return QDir(folder).absoluteFilePath(record_name + ".dealings");
-}
-
-QVector<ACTION_DURATION> unpack_durations(UNPACKER& unpacker)
-{
-    QVector<ACTION_DURATION> durations;
-    const int count = unpacker.list(DURATION_SIZE);
-    durations.reserve(count);
-    for (int i = 0; i < count; ++i) {
-        const quint64 key = unpacker.number<quint64>();
-        durations.append({key, unpacker.number<qint32>()});
-    }
-    return durations;
-}
-
-bool is_earlier(const DEALING& a, const DEALING& b)
-{
-    return a.generation < b.generation;
+    return QDir(folder).absoluteFilePath(QStringLiteral("gox_build_record.sqlite.dealings"));
 }
 
 } // namespace
 
-QByteArray pack_dealings(const QVector<DEALING>& dealings)
+QByteArray pack_dealings(const QVector<ACTION_DURATION>& durations)
 {
     PACKER packer;
-    for (const DEALING& dealing : dealings) {
-        packer.number(dealing.generation);
-        packer.count(quint32(dealing.durations.size()));
-        for (const ACTION_DURATION& action : dealing.durations) {
-            packer.number(action.key);
-            packer.number(action.duration);
-        }
+    packer.count(quint32(durations.size()));
+    for (const ACTION_DURATION& action : durations) {
+        packer.number(action.key);
+        packer.number(action.duration);
     }
     const QByteArray& list = packer.packed();
     PACKER checksum;
@@ -56,7 +34,7 @@ QByteArray pack_dealings(const QVector<DEALING>& dealings)
     return MAGIC + checksum.packed() + list;
 }
 
-bool unpack_dealings(const QByteArray& bytes, QVector<DEALING>& dealings)
+bool unpack_dealings(const QByteArray& bytes, QVector<ACTION_DURATION>& durations)
 {
     const int head = MAGIC.size() + CHECKSUM_SIZE;
     const int size = bytes.size() - head;
@@ -64,48 +42,35 @@ bool unpack_dealings(const QByteArray& bytes, QVector<DEALING>& dealings)
         return false;
     const char* const list = bytes.constData() + head;
     UNPACKER unpacker(list, size);
-    dealings.clear();
-    while (unpacker.is_good() && !unpacker.is_done()) {
-        const qint64 generation = unpacker.number<qint64>();
-        dealings.append({generation, unpack_durations(unpacker)});
+    durations.clear();
+    const int count = unpacker.list(DURATION_SIZE);
+    durations.reserve(count);
+    for (int i = 0; i < count; ++i) {
+        const quint64 key = unpacker.number<quint64>();
+        durations.append({key, unpacker.number<qint32>()});
     }
-    const bool is_rising =
-        std::adjacent_find(dealings.begin(), dealings.end(), [](const DEALING& a, const DEALING& b) {
-            return !is_earlier(a, b);
-        }) == dealings.end();
-    return unpacker.is_done() && is_rising &&
-           UNPACKER(list - CHECKSUM_SIZE, CHECKSUM_SIZE).number<quint64>() ==
-               hash_64(list, std::size_t(size));
+    return unpacker.is_done() && UNPACKER(list - CHECKSUM_SIZE, CHECKSUM_SIZE).number<quint64>() ==
+                                     hash_64(list, std::size_t(size));
 }
 
-QVector<DEALING> read_dealings(const QString& folder, const QString& record_name, QString& error)
+QVector<ACTION_DURATION> read_dealings(const QString& folder, QString& error)
 {
     error.clear();
-    QVector<DEALING> dealings;
-    QFile file(file_of(folder, record_name));
+    QVector<ACTION_DURATION> durations;
+    QFile file(file_in(folder));
     if (!file.exists())
-        return dealings;
+        return durations;
     QByteArray bytes;
     if (file.open(QIODevice::ReadOnly) && file.size() <= MAX_BYTES)
         bytes = file.readAll();
     if (file.error() != QFile::NoError)
         error = file.fileName() + ": " + file.errorString();
-    if (!unpack_dealings(bytes, dealings))
-        dealings.clear();
-    return dealings;
+    if (!unpack_dealings(bytes, durations))
+        durations.clear();
+    return durations;
 }
 
-QString add_dealing(const QString& folder, const QString& record_name, const DEALING& dealing)
+QString write_dealings(const QString& folder, const QVector<ACTION_DURATION>& durations)
 {
-    QString error; // then what was there can't be kept, and must not be lost
-    QVector<DEALING> dealings = read_dealings(folder, record_name, error);
-    if (!error.isEmpty())
-        return error;
-    const auto place = std::lower_bound(dealings.begin(), dealings.end(), dealing, is_earlier);
-    if (place != dealings.end() && place->generation == dealing.generation)
-        *place = dealing;
-    else
-        dealings.insert(place, dealing);
-    return write_whole_file(file_of(folder, record_name),
-                            pack_dealings(dealings.mid(qMax(0, dealings.size() - DEALINGS_KEPT))));
+    return write_whole_file(file_in(folder), pack_dealings(durations));
 }

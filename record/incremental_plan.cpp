@@ -42,7 +42,7 @@ QString INCREMENTAL_PLAN::apply(BUILD_SESSION& session)
 
 QString INCREMENTAL_PLAN::take_own_share(BUILD_SESSION& session)
 {
-    const SHARD_DURATIONS durations(*record, shard.count);
+    const SHARD_DURATIONS durations(*record);
     if (!durations.error().isEmpty())
         return "The plan can't be dealt out: " + durations.error();
     const QVector<ACTION_INTERFACE*> plan = session.selected_actions;

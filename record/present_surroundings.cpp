@@ -35,8 +35,10 @@ DIGEST PRESENT_SURROUNDINGS::library_of(const PROCESSOR_INTERFACE& processor)
     if (known != m_libraries.cend())
         return *known;
     const QString library = m_session.processor_libraries.value(&processor);
-    return *m_libraries.insert(&processor,
-                               library.isEmpty() ? DIGEST() : m_digests.digest_of_library(library));
+    DIGEST digest = library.isEmpty() ? DIGEST() : m_digests.digest_of_library(library);
+    if (stamp_of_file(library) != m_session.library_stamps.value(library))
+        digest = DIGEST(); // that of another library than the one that is at work
+    return *m_libraries.insert(&processor, digest);
 }
 
 QByteArray PRESENT_SURROUNDINGS::table(const QString& name) const

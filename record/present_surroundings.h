@@ -22,7 +22,7 @@ public:
 
     DIGEST rules();
     DIGEST graph();
-    DIGEST library_of(const PROCESSOR_INTERFACE& processor); ///< null when it can't be read
+    DIGEST library_of(const PROCESSOR_INTERFACE& processor); ///< null: can't be told
     QByteArray table(const QString& name) const;             ///< empty: equal to none
 
     /// Of an action of that processor that asked these questions.

@@ -263,6 +263,15 @@ QVector<BUILD_ENTRY> RECORD_CONTENT::entries_of(const QString& record_name) cons
     return {};
 }
 
+QVector<ACTION_DURATION> RECORD_CONTENT::durations() const
+{
+    QVector<ACTION_DURATION> result;
+    for (const BUILD_ENTRY& entry : m_entries)
+        if (!entry.is_gone && find(entry.key) == &entry)
+            result.append({entry.key, entry.duration});
+    return result;
+}
+
 const RECORD_ROWS& RECORD_CONTENT::own_rows() const
 {
     return m_parts.first()->rows;

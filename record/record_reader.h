@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "record/build_entry.h"
+#include "record/dealings.h"
 #include "record/key_index.h"
 #include "record/library_digests.h"
 
@@ -45,6 +46,9 @@ public:
     /// All entries of one record, such as "gox_build_record.sqlite", in no order that
     /// means anything; empty when there is none of that name or it could not be read.
     QVector<BUILD_ENTRY> entries_of(const QString& record_name) const;
+
+    /// Of all actions that have a good entry, the newest.
+    QVector<ACTION_DURATION> durations() const;
 
     /// Of the own record.
     const QVector<KNOWN_LIBRARY>& libraries() const { return m_libraries; }

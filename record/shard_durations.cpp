@@ -1,23 +1,10 @@
 #include "record/shard_durations.h"
 
 #include <QtCore/QCoreApplication>
-
-#include <algorithm>
+#include <QtCore/QDir>
 
 #include "record/dealings.h"
 #include "record/record_reader.h"
-
-namespace {
-
-const DEALING* find(const QVector<DEALING>& dealings, qint64 generation)
-{
-    for (const DEALING& dealing : dealings)
-        if (dealing.generation == generation)
-            return &dealing;
-    return nullptr;
-}
-
-} // namespace
 
 QString record_name(const SHARD& shard)
 {
@@ -26,33 +13,30 @@ QString record_name(const SHARD& shard)
     return "gox_build_record" + of_shard + ".sqlite";
 }
 
-SHARD_DURATIONS::SHARD_DURATIONS(const RECORD_CONTENT& record, int shards)
+SHARD_DURATIONS::SHARD_DURATIONS(const RECORD_CONTENT& record)
 {
-    const QString folder = QCoreApplication::applicationDirPath();
-    QVector<QVector<DEALING>> dealings;
-    for (int number = 1; number <= shards && m_error.isEmpty(); ++number) {
-        dealings.append(read_dealings(folder, record_name({number, shards}), m_error));
-        m_latest.append(dealings.last().isEmpty() ? 0 : dealings.last().last().generation);
-    }
+    const QVector<ACTION_DURATION> kept = read_dealings(QCoreApplication::applicationDirPath(), m_error);
+    for (const ACTION_DURATION& action : kept)
+        m_durations.insert(action.key, action.duration);
+    if (!m_error.isEmpty() || !kept.isEmpty())
+        return;
     if (record.has_passing_problem())
         m_error = record.problems().first();
-    if (!m_error.isEmpty())
-        return;
-    m_generation = *std::min_element(m_latest.cbegin(), m_latest.cend());
-    if (std::all_of(dealings.cbegin(), dealings.cend(),
-                    [&](const QVector<DEALING>& kept) { return find(kept, m_generation) != nullptr; })) {
-        for (const QVector<DEALING>& kept : qAsConst(dealings))
-            for (const ACTION_DURATION& action : find(kept, m_generation)->durations)
-                m_durations.insert(action.key, action.duration);
-        return;
-    }
     for (const BUILD_ENTRY& entry : record.entries_of(record_name({})))
         if (!entry.is_gone)
             m_durations.insert(entry.key, entry.duration);
 }
 
-qint64 SHARD_DURATIONS::next_generation(const SHARD& own) const
+QString keep_shard_durations()
 {
-    const qint64 next = m_generation + 1;
-    return m_error.isEmpty() && m_latest.at(own.number - 1) < next ? next : 0;
+    const QString folder = QCoreApplication::applicationDirPath();
+    const QStringList of_shards{QStringLiteral("gox_build_record.*-of-*.sqlite")};
+    if (QDir(folder).entryList(of_shards, QDir::Files).isEmpty())
+        return QString();
+    const auto record = read_records(folder, record_name({}), RECORD_ACCESS::READ_ONLY);
+    const QVector<ACTION_DURATION> durations = record->durations();
+    if (!record->problems().isEmpty() || durations.isEmpty())
+        return QString();
+    const QString error = write_dealings(folder, durations);
+    return error.isEmpty() ? error : error + ", so shards are dealt out as before";
 }

@@ -21,16 +21,13 @@ struct SHARD
 QString record_name(const SHARD& shard);
 
 /// How long actions took the last time, as all shards of one build see it, whenever each
-/// of them starts and whatever the others have written by then.
-///
-/// Each shard keeps the durations of its last finished builds, which have numbers. A
-/// number counts once all shards have it, and the last of them gets it when it ends:
-/// until then all use the one before. Where there is no such number, as before the first
-/// build in shards is done, the record of an undivided build says it.
+/// of them starts and whatever the others have written by then: as the last undivided run
+/// has left it. Shards change nothing of it, since none of them can tell whether the others
+/// have started yet.
 class SHARD_DURATIONS
 {
 public:
-    SHARD_DURATIONS(const RECORD_CONTENT& record, int shards);
+    explicit SHARD_DURATIONS(const RECORD_CONTENT& record);
 
     /// Not empty: what the other shards see can't be known, so that nothing can be dealt
     /// out. File and cause.
@@ -39,13 +36,12 @@ public:
     /// Milliseconds; -1 when it is not known.
     qint64 of(quint64 key) const { return key ? m_durations.value(key, -1) : -1; }
 
-    /// What to keep of a shard's build that has ended well; 0 where that number is
-    /// kept already, as when a build server starts the shard again.
-    qint64 next_generation(const SHARD& own) const;
-
 private:
     QString m_error;
-    QVector<qint64> m_latest; // by shard: the last number that it has
-    qint64 m_generation = 0;  // the one in use
     QHash<quint64, qint64> m_durations;
 };
+
+/// For the end of an undivided run: shards are dealt out by what the records of all know
+/// by now. Does nothing where no shard has ever run, since the record of undivided runs
+/// tells it then. Empty on success; otherwise what to tell. GUI thread.
+QString keep_shard_durations();

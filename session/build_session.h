@@ -14,6 +14,7 @@
 #include "session/build_results.h"
 #include "session/file_entry.h"
 #include "session/file_spellings.h"
+#include "session/file_stamp.h"
 #include "session/lockable_map.h"
 
 class ACTION_INTERFACE;
@@ -73,6 +74,7 @@ public:
     QVector<PLUGIN_INTERFACE*> plugins;           ///< in load order; belong to their libraries
     QVector<PROCESSOR_INTERFACE*> processors;     ///< in ascending order of their order number
     QHash<const PROCESSOR_INTERFACE*, QString> processor_libraries; ///< the library that each comes from
+    QHash<QString, FILE_STAMP> library_stamps; ///< of each library right before it was loaded
     /// What a processor asked until its actions were there, and what none of its
     /// actions alone has to do with: it counts for all of them. No entry: nothing.
     QHash<const PROCESSOR_INTERFACE*, ASKED_QUESTIONS> processor_questions;

@@ -99,9 +99,11 @@ bool BUILD_SESSION::load_plugins(QTextStream& log)
         const QString path = files.next();
         if (is_excluded(path))
             continue;
+        const QString file = files.fileInfo().absoluteFilePath();
+        library_stamps.insert(file, stamp_of_file(file));
         if (PLUGIN_INTERFACE* const plugin = load_plugin(path, failures)) {
             plugins.append(plugin);
-            m_plugin_files.append(files.fileInfo().absoluteFilePath());
+            m_plugin_files.append(file);
         }
     }
     report_broken_links(pattern);

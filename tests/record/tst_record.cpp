@@ -203,15 +203,13 @@ private:
                          FILES::hour(s.section(' ', 1).toInt()));
         });
         add("deal", [&](const QString& s) {
-            const int generation = s.section(' ', 0, 0).toInt();
-            return add_dealing(folder.path(), name,
-                               {generation, {{quint64(generation) << 60, s.section(' ', 1).toInt()}}});
+            return write_dealings(folder.path(), {{quint64(s.toInt()) << 60, s.toInt()}});
         });
         add("dealings", [&](const QString&) {
             QString text;
-            for (const DEALING& dealing : read_dealings(folder.path(), name, text))
-                text += QString("%1: %2 ").arg(dealing.generation).arg(dealing.durations.first().duration);
-            return text.trimmed();
+            for (const ACTION_DURATION& action : read_dealings(folder.path(), text))
+                text += QString("%1: %2").arg(action.key >> 60).arg(action.duration);
+            return text;
         });
     }
 

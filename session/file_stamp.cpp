@@ -1,7 +1,7 @@
+#include "session/file_stamp.h"
+
 #include <QtCore/QDateTime>
 #include <QtCore/QFileInfo>
-
-#include "record/build_entry.h"
 
 FILE_STAMP stamp_of_file(const QString& path)
 {
