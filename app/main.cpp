@@ -17,6 +17,7 @@
 #include "app/attendance.h"
 #include "app/configuration_choice.h"
 #include "app/crash_report.h"
+#include "app/memory.h"
 #include "app/platform_choice.h"
 #include "app/program_options.h"
 #include "app/report_file.h"
@@ -270,6 +271,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
 
 int main(int argc, char** argv)
 {
+    prepare_heap();
     prepare_process();
     if (answer_without_start(argc, argv))
         return 0;

@@ -2,6 +2,7 @@
 
 #include <QtCore/QTimer>
 
+#include "app/crash_report.h"
 #include "contracts/actions/action_interface.h"
 #include "contracts/configuration/configuration.h"
 #include "contracts/services/progress_widget.h"
@@ -87,9 +88,8 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
     Tallyline::StopWatch dialog_watch;
     m_splash.set_progress(QStringLiteral("Setting up the file selection window..."));
     m_splash.repaint();
-    // Once a process, so that what was chosen is still there on the next pass. Never
-    // destroyed: an exit() of a plugin would do that on the plugin's thread.
-    static auto& dialog = *new DATA_SELECTION_DIALOG(&m_session, QString(), nullptr, Qt::WindowFlags());
+    // Static, so that what was chosen is still there on the next pass.
+    static DATA_SELECTION_DIALOG dialog(&m_session, QString(), nullptr, Qt::WindowFlags());
     dialog.set_perforce(&m_p4);
     m_splash.hide();
     if (m_first_pass) {
@@ -136,6 +136,7 @@ bool RUN_CYCLE::carry_out_plan()
 
 bool RUN_CYCLE::build()
 {
+    const EXIT_WATCH exit_watch; // younger than the window of the choice
     send_event("BuildStarted");
     m_recorder.start(m_incremental.whole, m_incremental.record);
     m_session.recorder = &m_recorder;

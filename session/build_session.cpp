@@ -26,6 +26,10 @@ BUILD_SESSION::BUILD_SESSION(const CONFIGURATION& run_configuration, const COMMA
 BUILD_SESSION::~BUILD_SESSION()
 {
     shutting_down = true;
+    // The nodes of a million files are left to the end of the process, which comes next:
+    // giving them back one by one costs a tenth of a run.
+    new FILE_MAP(std::move(file_map));
+    new QHash<LOGICAL_PATH, FILE_ENTRY*>(std::move(file_lookup));
 }
 
 PHYSICAL_PATH BUILD_SESSION::normalise_path_case(const PHYSICAL_PATH& path)
