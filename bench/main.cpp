@@ -8,6 +8,7 @@
 #include <QtCore/QProcess>
 #include <QtWidgets/QApplication>
 
+#include "app/memory.h"
 #include "bench/measure.h"
 
 namespace {
@@ -80,6 +81,7 @@ int run_each(QStringList names, const BENCH_OPTIONS& options)
 
 int main(int argc, char** argv)
 {
+    prepare_heap(); // as the program does
     qputenv("QT_QPA_PLATFORM", "offscreen");
     // The offscreen platform has a remark on each window.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
