@@ -21,7 +21,9 @@ struct WORDS
 const WORDS ALL_WORDS[] = {
     {"a script", "trace processor", TEXT},
     {"a script", "crashes", CRASH},
-    {"a processor", "action scan collecting_raises collecting_warns collecting_says collecting_asks", TEXT},
+    {"a processor",
+     "action scan collecting_raises collecting_warns collecting_says collecting_asks collecting_awaits",
+     TEXT},
     {"a processor", "order", NUMBER},
     {"a processor", "virtual", PATH},
     {"an action", "action long group reads preset depends pulls awaits lingers", TEXT},
