@@ -372,18 +372,46 @@ private:
         const QStringList would = BUILD_MODEL(m_model).run(how).executed;
         if (!would.isEmpty() && m_memories.size() == 1 && number % 50 > 0 && in_one_of(4))
             return run_with_a_stop(how, would);
-        const int status = pass(how, in_one_of(6));
+        const int status = in_one_of(10)  ? shards(how, 1 + m_random.bounded(4), in_one_of(2))
+                           : in_one_of(6) ? alone(how)
+                                          : quick(how);
         return check(how, status);
     }
 
-    int pass(const BUILD_MODEL::RUN& how, bool in_process_of_its_own)
+    // By processes that know nothing of each other, in any order or at the same time.
+    int shards(const BUILD_MODEL::RUN& how, int count, bool at_once)
     {
-        const QString option = how.only_out_of_date ? "--only_out_of_date" : "--explain";
-        m_log += "; " + option + (in_process_of_its_own ? " alone" : "");
-        if (in_process_of_its_own) {
-            const int status = m_gox.run({"--configuration=ci", "--dont_stop_on_error", "--explain", option});
-            return status;
+        m_log += QString("; %1 shards %2").arg(count).arg(at_once ? "at once" : "");
+        int status = 0;
+        QVector<QSharedPointer<PROGRAM_RUN>> runs;
+        for (int first = m_random.bounded(count), number = 0; number < count; ++number) {
+            runs.append(QSharedPointer<PROGRAM_RUN>::create(m_disk));
+            runs.last()->start(
+                options(how) +
+                QStringList(QString("--shard=%1/%2").arg((first + number) % count + 1).arg(count)));
+            if (!at_once)
+                status |= runs.last()->wait();
         }
+        for (const auto& run : runs)
+            status |= at_once ? run->wait() : 0;
+        return status;
+    }
+
+    static QStringList options(const BUILD_MODEL::RUN& how)
+    {
+        return {"--configuration=ci", "--dont_stop_on_error", "--explain",
+                how.only_out_of_date ? "--only_out_of_date" : "--explain"};
+    }
+
+    int alone(const BUILD_MODEL::RUN& how)
+    {
+        m_log += "; alone " + options(how).last();
+        return m_gox.run(options(how));
+    }
+
+    int quick(const BUILD_MODEL::RUN& how)
+    {
+        m_log += "; " + options(how).last();
         if (m_passes++ % MOST_RUNS == 0)
             end_runner(), m_runner.setWorkingDirectory(m_disk.path("tool")),
                 m_runner.setProcessChannelMode(QProcess::ForwardedErrorChannel),
@@ -449,8 +477,7 @@ private:
                                 .replace("action " + name + '\n', "action " + name + '\n' + word + " go\n")
                                 .toUtf8());
         m_laid_out.remove("tool/script.txt");
-        const QString option = how.only_out_of_date ? "--only_out_of_date" : "--explain";
-        m_gox.start({"--configuration=ci", "--dont_stop_on_error", "--explain", option});
+        m_gox.start(options(how));
         const bool is_met =
             m_gox.wait_for_text(m_disk.path("tool/trace.txt"), (word + ' ' + name + '\n').toUtf8());
         if (is_met && end != "edit")
