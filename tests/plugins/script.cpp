@@ -1,6 +1,6 @@
 #include "tests/plugins/script.h"
 
-#include <QtCore/QMap>
+#include <QtCore/QHash>
 #include <QtCore/QRegularExpression>
 
 namespace {
@@ -39,6 +39,16 @@ const WORDS ALL_WORDS[] = {
      "copies adds",
      NOTHING}};
 
+// Patterns are dear to make, and a script has many lines.
+bool has_form(const QString& argument, const char* form)
+{
+    static QHash<const char*, QRegularExpression> patterns;
+    QRegularExpression& pattern = patterns[form];
+    if (pattern.pattern().isEmpty())
+        pattern.setPattern("^(" + QString(form) + ")$");
+    return pattern.match(argument).hasMatch();
+}
+
 class SCRIPT_READER
 {
 public:
@@ -71,7 +81,7 @@ private:
         const char* const form = form_of(word);
         if (!form)
             return fail("\"%1\" is no word of %2", word, m_context);
-        if (!QRegularExpression("^(" + QString(form) + ")$").match(argument).hasMatch())
+        if (!has_form(argument, form))
             fail("\"%1\" can't have the argument \"%2\"", word, argument);
         if (word == "trace") {
             m_script.trace = argument;

@@ -81,10 +81,13 @@ void BUILD_MODEL::link()
         for (const SCRIPT_PART& part : processor.actions)
             link(processor, part, known);
     }
-    for (ACTION& action : m_actions)
+    for (ACTION& action : m_actions) {
+        const QStringList named = action.script->all("depends") + action.script->all("pulls");
         for (int other = 0; other < m_actions.size(); ++other)
-            if (&m_actions[other] != &action && depends(action, m_actions[other], other))
+            if (&m_actions[other] != &action &&
+                (named.contains(m_actions[other].script->name) || reads_from(action, other)))
                 action.dependencies.append(other);
+    }
 }
 
 void BUILD_MODEL::link(const SCRIPT_PROCESSOR& processor, const SCRIPT_PART& part, QSet<QString>& known)
@@ -115,13 +118,13 @@ int BUILD_MODEL::main_writer(const QString& target) const
     return -1;
 }
 
-bool BUILD_MODEL::depends(const ACTION& action, const ACTION& other, int number_of_other) const
+bool BUILD_MODEL::reads_from(const ACTION& action, int other) const
 {
-    for (const QString& target : other.targets)
+    for (const QString& target : m_actions[other].targets)
         if (action.inputs.contains(target) ||
-            (action.targets.contains(target) && main_writer(target) == number_of_other))
+            (action.targets.contains(target) && main_writer(target) == other))
             return true;
-    return (action.script->all("depends") + action.script->all("pulls")).contains(other.script->name);
+    return false;
 }
 
 void BUILD_MODEL::choose()
