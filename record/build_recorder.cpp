@@ -4,6 +4,8 @@
 #include <QtCore/QDateTime>
 
 #include <algorithm>
+#include <chrono>
+#include <filesystem>
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/action_notes.h"
@@ -34,14 +36,26 @@ struct JOB_SERVICES
 
 namespace {
 
-// Longer than the steps in which any system counts the times of files.
+// Longer than the steps in which any system counts the times of files, but for disks
+// that keep whole seconds.
 const qint64 TIME_STEP = 16; // milliseconds
+const qint64 COARSE_STEP = 2000;
+
+// As exactly as the disk has it, which no file of a fine disk is by chance.
+bool has_whole_seconds(const QString& path)
+{
+    using namespace std::chrono;
+    std::error_code error;
+    const auto time = std::filesystem::last_write_time(path.toStdU16String(), error);
+    return error || time.time_since_epoch() % seconds(1) == nanoseconds(0);
+}
 
 // What was written right before somebody looked may have changed once more under the
-// same time, whose steps are those of the disk where it has whole seconds.
-FILE_STAMP stamp_seen(const FILE_STAMP& stamp, qint64 seen)
+// same time.
+FILE_STAMP stamp_seen(const QString& path, const FILE_STAMP& stamp, qint64 seen)
 {
-    const qint64 step = stamp.time % 1000 == 0 ? 2000 : TIME_STEP;
+    const bool may_be_coarse = stamp.time % 1000 == 0 && stamp.time > seen - COARSE_STEP;
+    const qint64 step = may_be_coarse && has_whole_seconds(path) ? COARSE_STEP : TIME_STEP;
     return stamp.time > seen - step ? stamp_of_uncertain() : stamp;
 }
 
@@ -240,11 +254,12 @@ void BUILD_RECORDER::begin(ACTION_INTERFACE& action)
 FILE_STAMP BUILD_RECORDER::stamp_met(const FILE_ENTRY& input) const
 {
     if (ACTION_FILES::is_known(input))
-        return input.virtual_file ? ACTION_FILES::known(input)
-                                  : stamp_seen(ACTION_FILES::known(input), m_session.scan_began);
+        return input.virtual_file
+                   ? ACTION_FILES::known(input)
+                   : stamp_seen(input.physical, ACTION_FILES::known(input), m_session.scan_began);
     if (is_written_in_this_build(input))
         return FILE_STAMP(); // the writer knows it
-    return stamp_seen(stamp_of_file(input.physical), QDateTime::currentMSecsSinceEpoch());
+    return stamp_seen(input.physical, stamp_of_file(input.physical), QDateTime::currentMSecsSinceEpoch());
 }
 
 void BUILD_RECORDER::end(ACTION_INTERFACE& action, int duration, const QString& warning, bool was_stopped)

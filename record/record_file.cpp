@@ -7,7 +7,6 @@ namespace {
 
 constexpr int APPLICATION = 0x474F5842; // "GOXB"
 constexpr int VERSION = 1;
-constexpr int WAIT_FOR_LOCK = 2000; // ms
 
 // As SQLite keeps them, so that they can be compared.
 const char* const TABLES[] = {
@@ -106,6 +105,8 @@ QByteArray RECORD_STATEMENT::copy(int column) const
     return QByteArray(data, size(column));
 }
 
+int RECORD_FILE::s_lock_patience = 2000;
+
 bool RECORD_FILE::open(const QString& path, ACCESS access)
 {
     close();
@@ -126,7 +127,7 @@ bool RECORD_FILE::open(const QString& path, ACCESS access)
         note_fault(code);
         return false;
     }
-    sqlite3_busy_timeout(m_database, WAIT_FOR_LOCK);
+    sqlite3_busy_timeout(m_database, s_lock_patience);
     sqlite3_db_config(m_database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     return run(SETTINGS);
 }

@@ -78,6 +78,10 @@ public:
         LOOK,  ///< leaves the folder as it is: what was left half done is taken back in a copy
     };
 
+    /// How long others may hold it before that counts as a fault, in milliseconds. Tests
+    /// have less patience.
+    static int s_lock_patience;
+
     RECORD_FILE() = default;
     ~RECORD_FILE() { close(); }
 

@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr int COMMIT_INTERVAL = 900;          // ms; a commit takes its time too
 constexpr unsigned long LINGER_INTERVAL = 10; // ms; to be woken costs who puts more than the rest of it
 constexpr auto FOR_EVER = QDeadlineTimer::Forever;
 
@@ -120,7 +119,7 @@ bool RECORD_WRITER_THREAD::complete(const JOBS& jobs)
         job->complete(action);
         m_update.add(action);
         if (m_commit_time.isForever())
-            m_commit_time = QDeadlineTimer(COMMIT_INTERVAL);
+            m_commit_time = QDeadlineTimer(RECORD_WRITER::s_commit_interval);
         if (!commit_when_due())
             return false;
     }
@@ -132,9 +131,12 @@ bool RECORD_WRITER_THREAD::commit_when_due()
     if (!m_commit_time.hasExpired() && !m_update.is_full())
         return true;
     const bool is_well = m_update.commit();
-    m_commit_time = m_update.has_pending() ? QDeadlineTimer(COMMIT_INTERVAL) : QDeadlineTimer(FOR_EVER);
+    m_commit_time =
+        m_update.has_pending() ? QDeadlineTimer(RECORD_WRITER::s_commit_interval) : QDeadlineTimer(FOR_EVER);
     return is_well;
 }
+
+int RECORD_WRITER::s_commit_interval = 900;
 
 RECORD_WRITER::RECORD_WRITER(const QString& folder, const QString& own_name,
                              std::shared_ptr<const RECORD_CONTENT> content,

@@ -41,6 +41,10 @@ public:
 class RECORD_WRITER
 {
 public:
+    /// Milliseconds from the first action that waits to its commit, which takes its time
+    /// too. Tests have less patience.
+    static int s_commit_interval;
+
     /// Starts the thread. The record `folder`/`own_name` is taken over when it is sound, of
     /// this version and nobody else's, and is made anew otherwise. `content` is what was
     /// read from the folder; null where nobody read it, then the writer does. `libraries`

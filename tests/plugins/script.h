@@ -9,7 +9,7 @@
 /// "#" starts a comment line, and leading blanks do not count. The argument is
 /// the rest of the line, so that names and texts may hold blanks.
 ///
-///     trace FILE                calls go into FILE, beside the script
+///     trace [+]FILE             calls go into FILE, beside the script, with "+" behind what it holds
 ///     crashes CALL HOW          the first such call does not come back: a call as the trace
 ///                               names it, "display_text", or of the plugin, "load",
 ///                               "construct" or "processors_of_plugin"; HOW is a signal's
@@ -22,6 +22,7 @@
 ///       collecting_warns TEXT   a Qt warning then
 ///       collecting_says TEXT    a line of standard output, as C's library holds it back
 ///       collecting_asks TEXT    a dialog with this text then, that is no message box
+///       collecting_awaits FILE  goes on then once FILE is there, beside the script
 ///       asks QUESTION           while actions are collected; the answer goes into the targets
 ///                               of all actions that copy, too
 ///       virtual_asks QUESTION   while virtual files are

@@ -39,8 +39,9 @@ class SCRIPTED_RUN
 public:
     SCRIPTED_RUN(const SCRIPT& script, const QString& folder) : m_crash(script.crash)
     {
-        m_trace.setFileName(folder + '/' + script.trace);
-        if (!script.trace.isEmpty() && !m_trace.open(QIODevice::WriteOnly))
+        const bool adds = script.trace.startsWith('+');
+        m_trace.setFileName(folder + '/' + script.trace.mid(adds));
+        if (!script.trace.isEmpty() && !m_trace.open(adds ? QIODevice::Append : QIODevice::WriteOnly))
             qFatal("%s: %s", qPrintable(m_trace.fileName()), qPrintable(m_trace.errorString()));
     }
 
@@ -71,6 +72,11 @@ int use_up_the_stack(volatile int depth)
 {
     volatile char space[4096] = {};
     return depth < 0 ? space[0] : use_up_the_stack(depth + 1) + space[1];
+}
+
+bool is_there(const QString& file) // beside the script
+{
+    return QFile::exists(QCoreApplication::applicationDirPath() + '/' + file);
 }
 
 PHYSICAL_PATH scripted_place(const QString& path)
@@ -273,7 +279,7 @@ private:
     void wait_for(const QString& file, const char* call)
     {
         trace(call);
-        while (!is_stopped() && !QFile::exists(QCoreApplication::applicationDirPath() + '/' + file))
+        while (!is_stopped() && !is_there(file))
             QThread::msleep(1);
     }
 
@@ -389,6 +395,9 @@ public:
             std::puts(qPrintable(text)); // stays in the memory of the process
         for (const QString& text : m_script.all("collecting_raises"))
             FW::raise_message_box(text);
+        for (const QString& file : m_script.all("collecting_awaits"))
+            while (!is_there(file))
+                QThread::msleep(1);
         for (const QString& text : m_script.all("collecting_asks")) {
             QDialog dialog;
             new QLabel(text, &dialog);

@@ -19,6 +19,8 @@ private slots:
     void build() { play_scenario(); }
     void report_data() { add_scenarios("report.cases"); }
     void report() { play_scenario(); }
+    void up_to_date_data() { add_scenarios("up_to_date.cases"); }
+    void up_to_date() { play_scenario(); }
     void crash_data() { add_scenarios("crash.cases"); }
     void crash() { play_scenario(); }
 };

@@ -43,10 +43,12 @@ BUILD_MODEL::RESULT BUILD_MODEL::run(const RUN& how)
     m_written.clear();
     link();
     choose();
-    QSet<int> running = how.only_out_of_date ? out_of_date() : QSet<int>();
+    QSet<int> running = out_of_date();
     RESULT result;
     for (int action : in_order())
-        if (!how.only_out_of_date && m_actions[action].is_planned)
+        if (!how.only_out_of_date && m_actions[action].is_planned &&
+            (how.adds_again || !m_actions[action].script->has("adds") ||
+             writes_with(action, [this](int other) { return m_actions[other].is_planned; })))
             running.insert(action);
     for (int action : in_order())
         if (running.contains(action) && !how.is_cut_short)
@@ -79,10 +81,13 @@ void BUILD_MODEL::link()
         for (const SCRIPT_PART& part : processor.actions)
             link(processor, part, known);
     }
-    for (ACTION& action : m_actions)
+    for (ACTION& action : m_actions) {
+        const QStringList named = action.script->all("depends") + action.script->all("pulls");
         for (int other = 0; other < m_actions.size(); ++other)
-            if (&m_actions[other] != &action && depends(action, m_actions[other], other))
+            if (&m_actions[other] != &action &&
+                (named.contains(m_actions[other].script->name) || reads_from(action, other)))
                 action.dependencies.append(other);
+    }
 }
 
 void BUILD_MODEL::link(const SCRIPT_PROCESSOR& processor, const SCRIPT_PART& part, QSet<QString>& known)
@@ -113,13 +118,13 @@ int BUILD_MODEL::main_writer(const QString& target) const
     return -1;
 }
 
-bool BUILD_MODEL::depends(const ACTION& action, const ACTION& other, int number_of_other) const
+bool BUILD_MODEL::reads_from(const ACTION& action, int other) const
 {
-    for (const QString& target : other.targets)
+    for (const QString& target : m_actions[other].targets)
         if (action.inputs.contains(target) ||
-            (action.targets.contains(target) && main_writer(target) == number_of_other))
+            (action.targets.contains(target) && main_writer(target) == other))
             return true;
-    return (action.script->all("depends") + action.script->all("pulls")).contains(other.script->name);
+    return false;
 }
 
 void BUILD_MODEL::choose()
@@ -209,8 +214,9 @@ bool BUILD_MODEL::has_nothing_to_do(int action) const
     const auto has_run = [&](int other) { return m_actions[other].has_run; };
     const auto comes_later = [&](int other) { return m_actions[other].is_planned && !has_run(other); };
     const QVector<int> below = reached(action);
-    return holds(action) && std::none_of(below.begin(), below.end(), has_run) &&
-           !writes_with(action, has_run) && !writes_with(action, comes_later);
+    return m_actions[action].script->has("knows_when") && holds(action) &&
+           std::none_of(below.begin(), below.end(), has_run) && !writes_with(action, has_run) &&
+           !writes_with(action, comes_later);
 }
 
 void BUILD_MODEL::execute(int number, const RUN& how, QStringList& executed)
@@ -228,8 +234,7 @@ void BUILD_MODEL::execute(int number, const RUN& how, QStringList& executed)
     action.state = ACTION_FAILED;
     if (!script.has("preset")) {
         executed.append(script.name);
-        if (((how.obeys && script.has("knows_when")) || (!how.adds_again && script.has("adds"))) &&
-            has_nothing_to_do(number)) {
+        if (how.obeys && has_nothing_to_do(number)) {
             action.state = ACTION_SUCCEEDED;
             return;
         }

@@ -100,7 +100,7 @@ private:
     void link();
     void link(const SCRIPT_PROCESSOR& processor, const SCRIPT_PART& part, QSet<QString>& known);
     bool is_secondary(const ACTION& action, const QString& target) const;
-    bool depends(const ACTION& action, const ACTION& other, int number_of_other) const;
+    bool reads_from(const ACTION& action, int other) const;
     int main_writer(const QString& target) const;
     void choose();
     QVector<int> reached(int action) const;

@@ -1,3 +1,4 @@
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QProcess>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QRegularExpression>
@@ -16,7 +17,7 @@ using CONTENTS = QMap<QString, QByteArray>;
 
 const QString PLUGIN = QStringLiteral("tool/GOX_scripted." GOX_BUILD_TAG ".dll");
 const QString RUNNER = QStringLiteral("tool/runner." GOX_BUILD_TAG ".bin");
-const int MOST_RUNS = 200;   // of one process, which gives nothing back
+const int MOST_RUNS = 200;   // of one process, which does not give all back
 const int LONGEST_STEP = 20; // ms of the times that a system gives to files, and some more
 const QStringList FAULTS{"ends", "preset", "needs_review", "review_fails"};
 
@@ -84,7 +85,7 @@ CONTENTS targets_in(const MODEL_TREE& tree)
 {
     CONTENTS targets;
     for (const MODEL_FILE& file : tree.files)
-        if (file.spelling.contains(QRegularExpression("^(working_data|retail_build)/")))
+        if (file.spelling.startsWith("working_data/") || file.spelling.startsWith("retail_build/"))
             targets.insert(file.spelling, file.bytes);
     return targets;
 }
@@ -104,6 +105,67 @@ QStringList sorted(QStringList list)
     return list;
 }
 
+/// Runs of the program in one process or in its children; see quick_runs.cpp.
+class QUICK_RUNS
+{
+public:
+    QUICK_RUNS(const TEMPORARY_TREE& disk, const QStringList& arguments)
+        : m_disk(disk), m_arguments(arguments)
+    {
+    }
+    ~QUICK_RUNS() { end(); }
+
+    void start(const BUILD_MODEL::RUN& how, int number = 0, int count = 0)
+    {
+        if (m_runs++ % MOST_RUNS == 0)
+            begin();
+        const QString what = how.only_out_of_date ? "incremental" : "whole";
+        m_process.write(QString("%1 %2 %3\n").arg(what).arg(number).arg(count).toUtf8());
+        m_child = next_number();
+    }
+
+    // False when the run has ended without it.
+    bool wait_for_text(const QString& file, const QByteArray& text)
+    {
+        while (!m_disk.read(file).contains(text))
+            if (m_process.canReadLine() || m_process.waitForReadyRead(2))
+                return false;
+        return true;
+    }
+
+    void send_signal(int number) { ::kill(m_child, number); }
+    int wait() { return next_number(); } ///< the status
+
+private:
+    void begin()
+    {
+        end();
+        m_process.setWorkingDirectory(m_disk.path("tool"));
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.start(m_disk.path(RUNNER), m_arguments);
+    }
+
+    void end()
+    {
+        m_process.closeWriteChannel();
+        m_process.waitForFinished();
+    }
+
+    int next_number()
+    {
+        while (!m_process.canReadLine())
+            if (!m_process.waitForReadyRead(20000))
+                qFatal("a run hangs");
+        return m_process.readLine().trimmed().toInt();
+    }
+
+    const TEMPORARY_TREE& m_disk;
+    const QStringList m_arguments;
+    QProcess m_process;
+    int m_runs = 0;
+    int m_child = 0;
+};
+
 } // namespace
 
 /// A random walk over a data tree and all else that builds rest on. What it changes, it
@@ -111,7 +173,8 @@ QStringList sorted(QStringList list)
 class WALK
 {
 public:
-    explicit WALK(quint32 seed) : m_random(seed), m_gox(m_disk)
+    explicit WALK(quint32 seed)
+        : m_random(seed), m_gox(m_disk), m_runs(m_disk, {}), m_children(m_disk, {"forks"})
     {
         m_disk.lay_out_program();
         QFile::copy(GOX_RUNNER, m_disk.path(RUNNER));
@@ -137,8 +200,6 @@ public:
         put("old_working_data/ship.txt", "shipped");
     }
 
-    ~WALK() { end_runner(); }
-
     /// What went wrong; empty when nothing did.
     QString step(int number)
     {
@@ -148,7 +209,9 @@ public:
         if (number % 50 == 0 || m_memories.size() > 1)
             mend();
         lay_out();
+        QThread::msleep(ulong(m_rest.remainingTime()));
         QString fault = run(number);
+        m_rest.setRemainingTime(LONGEST_STEP);
         if (fault.isEmpty() && number % 50 == 0)
             fault = difference(lower(clean_build()), lower(targets_in(m_disk)));
         return fault.isEmpty() ? fault : fault + m_log + '\n' + m_gox.report();
@@ -349,7 +412,8 @@ private:
     // Puts what is derived from the model on the disk.
     void lay_out()
     {
-        write_if_new(PLUGIN, m_plugin + QByteArray::number(1000000 + m_tree.plugin));
+        if (std::exchange(m_laid_out_plugin, m_tree.plugin) != m_tree.plugin)
+            write_if_new(PLUGIN, m_plugin + QByteArray::number(1000000 + m_tree.plugin));
         write_if_new("tool/script.txt", text_of(m_tree.script));
         write_if_new("raw_data/x.agf",
                      "<agf><asset name='house'><uses name='" + m_tree.house.toUtf8() + "'/></asset></agf>");
@@ -372,33 +436,50 @@ private:
         const QStringList would = BUILD_MODEL(m_model).run(how).executed;
         if (!would.isEmpty() && m_memories.size() == 1 && number % 50 > 0 && in_one_of(4))
             return run_with_a_stop(how, would);
-        const int status = pass(how, in_one_of(6));
+        const int status = in_one_of(10)   ? shards(how, 1 + m_random.bounded(3), in_one_of(4))
+                           : in_one_of(20) ? alone(how)
+                                           : quick(how);
         return check(how, status);
     }
 
-    int pass(const BUILD_MODEL::RUN& how, bool in_process_of_its_own)
+    // By processes that know nothing of each other, in any order or at the same time.
+    int shards(const BUILD_MODEL::RUN& how, int count, bool at_once)
     {
-        const QString option = how.only_out_of_date ? "--only_out_of_date" : "--explain";
-        m_log += "; " + option + (in_process_of_its_own ? " alone" : "");
-        if (in_process_of_its_own) {
-            const int status = m_gox.run({"--configuration=ci", "--dont_stop_on_error", "--explain", option});
-            return status;
+        m_log += QString("; %1 shards %2 ").arg(count).arg(at_once ? "at once" : "") + options(how).last();
+        int status = 0;
+        QVector<QSharedPointer<PROGRAM_RUN>> runs;
+        for (int first = m_random.bounded(count), turn = 0; turn < count; ++turn) {
+            const int number = (first + turn) % count + 1;
+            if (!at_once) {
+                status |= quick(how, number, count);
+                continue;
+            }
+            runs.append(QSharedPointer<PROGRAM_RUN>::create(m_disk));
+            runs.last()->start(options(how) + QStringList(QString("--shard=%1/%2").arg(number).arg(count)));
         }
-        if (m_passes++ % MOST_RUNS == 0)
-            end_runner(), m_runner.setWorkingDirectory(m_disk.path("tool")),
-                m_runner.setProcessChannelMode(QProcess::ForwardedErrorChannel),
-                m_runner.start(m_disk.path(RUNNER), QStringList());
-        QThread::msleep(LONGEST_STEP); // since the last run
-        m_runner.write(how.only_out_of_date ? "incremental\n" : "whole\n");
-        while (!m_runner.canReadLine() && m_runner.waitForReadyRead(20000)) {
-        }
-        return m_runner.readLine().trimmed().toInt();
+        for (const auto& run : runs)
+            status |= run->wait();
+        return status;
     }
 
-    void end_runner()
+    static QStringList options(const BUILD_MODEL::RUN& how)
     {
-        m_runner.closeWriteChannel();
-        m_runner.waitForFinished();
+        return {"--configuration=ci", "--dont_stop_on_error", "--explain",
+                how.only_out_of_date ? "--only_out_of_date" : "--explain"};
+    }
+
+    int alone(const BUILD_MODEL::RUN& how)
+    {
+        m_log += "; alone " + options(how).last();
+        return m_gox.run(options(how));
+    }
+
+    int quick(const BUILD_MODEL::RUN& how, int number = 0, int count = 0)
+    {
+        m_log += "; " + options(how).last();
+        QUICK_RUNS& runs = count > 0 ? m_children : m_runs;
+        runs.start(how, number, count);
+        return runs.wait();
     }
 
     // What each target holds is what a run of all actions would make of it, and no other
@@ -449,10 +530,8 @@ private:
                                 .replace("action " + name + '\n', "action " + name + '\n' + word + " go\n")
                                 .toUtf8());
         m_laid_out.remove("tool/script.txt");
-        const QString option = how.only_out_of_date ? "--only_out_of_date" : "--explain";
-        m_gox.start({"--configuration=ci", "--dont_stop_on_error", "--explain", option});
-        const bool is_met =
-            m_gox.wait_for_text(m_disk.path("tool/trace.txt"), (word + ' ' + name + '\n').toUtf8());
+        m_children.start(how);
+        const bool is_met = m_children.wait_for_text("tool/trace.txt", (word + ' ' + name + '\n').toUtf8());
         if (is_met && end != "edit")
             return stop(how, name, is_late, end == "kill", would);
         const QStringList own = m_tree.own_sources(name);
@@ -467,17 +546,17 @@ private:
             };
         }
         m_disk.write("tool/go", "");
-        return check(how, m_gox.wait());
+        return check(how, m_children.wait());
     }
 
     // A kill loses what was not yet in the record: the last ones of the actions.
     QString stop(BUILD_MODEL::RUN how, const QString& name, bool is_late, bool is_kill,
                  const QStringList& would)
     {
-        if (is_kill && in_one_of(8))
-            QThread::msleep(1500);
-        m_gox.send_signal(is_kill ? SIGKILL : SIGTERM);
-        m_gox.wait();
+        if (is_kill && in_one_of(16))
+            QThread::msleep(1000); // there was a commit
+        m_children.send_signal(is_kill ? SIGKILL : SIGTERM);
+        m_children.wait();
         how.is_cut_short = true;
         how.only = executed();
         if (is_kill && !is_late)
@@ -522,9 +601,10 @@ private:
     QRandomGenerator m_random;
     TEMPORARY_TREE m_disk;
     PROGRAM_RUN m_gox;
-    QProcess m_runner; // tests/record/runs_in_one_process.cpp
-    int m_passes = 0;
+    QUICK_RUNS m_runs, m_children;
+    QDeadlineTimer m_rest; // of the files' times
     QByteArray m_plugin;
+    int m_laid_out_plugin = -1;
     CONTENTS m_laid_out;
     QMap<QString, MODEL_FILE> m_gone;
     BUILD_MODEL m_model;

@@ -10,6 +10,7 @@
 #endif
 
 #include "record/dealings.h"
+#include "record/record_file.h"
 #include "tests/record/record_scene.h"
 #include "tests/support/cases.h"
 #include "tests/support/full_disk.h"
@@ -153,8 +154,8 @@ private:
             if (child == 0)
                 record_for_ever();
             while (read()->last_end() == before)
-                usleep(10000);
-            usleep(QRandomGenerator::global()->bounded(300000));
+                usleep(1000);
+            usleep(QRandomGenerator::global()->bounded(60000));
             ::kill(child, SIGKILL);
             waitpid(child, nullptr, 0);
             const QString looked = look_only();
@@ -222,6 +223,11 @@ class TST_RECORD : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
+    void initTestCase()
+    {
+        RECORD_FILE::s_lock_patience = 100;
+        RECORD_WRITER::s_commit_interval = 20;
+    }
     void tells_data() { add_cases("record/record.cases", {"script"}); }
     void tells()
     {
