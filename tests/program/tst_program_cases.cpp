@@ -19,6 +19,8 @@ private slots:
     void build() { play_scenario(); }
     void report_data() { add_scenarios("report.cases"); }
     void report() { play_scenario(); }
+    void shards_data() { add_scenarios("shards.cases"); }
+    void shards() { play_scenario(); }
     void crash_data() { add_scenarios("crash.cases"); }
     void crash() { play_scenario(); }
 };
