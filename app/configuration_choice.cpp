@@ -6,6 +6,8 @@
 
 #include "contracts/services/command_line_options.h"
 #include "contracts/services/plain_message_box.h"
+#include "session/run_files.h"
+#include "session/run_options.h"
 
 namespace {
 
@@ -46,15 +48,16 @@ CHOSEN_CONFIGURATION load_configuration(const QString& name)
     return chosen;
 }
 
-void check_options(const COMMAND_LINE_OPTIONS& options, bool is_dry_run)
+void check_options(const COMMAND_LINE_OPTIONS& options, const RUN_OPTIONS& asked)
 {
     const QMap<QString, QString>& all = options.get_all();
     for (auto option = all.cbegin(); option != all.cend(); ++option) {
         if (is_option(option.key(), "configuration") && option.value().isEmpty())
             show_plain_box(QMessageBox::Warning, nullptr,
                            "Missing value for parameter '" + option.key() + "'!");
-        if (is_option(option.key(), "handle_crash") && !is_dry_run)
-            QFile::remove(QStringLiteral("call_stack.txt"));
+        if (is_option(option.key(), "handle_crash") && !asked.dry_run)
+            QFile::remove(
+                RUN_FILES::name_for_share(QStringLiteral("call_stack.txt"), asked.shard, asked.shards));
     }
 }
 

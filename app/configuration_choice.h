@@ -6,6 +6,7 @@
 #include "contracts/configuration/configuration.h"
 
 class COMMAND_LINE_OPTIONS;
+struct RUN_OPTIONS;
 
 /// The configuration of a run, as far as it could be read.
 struct CHOSEN_CONFIGURATION
@@ -32,7 +33,7 @@ CHOSEN_CONFIGURATION load_configuration(const QString& name);
 
 /// Does what options ask for on their own, but touches no file where a dry run was
 /// asked for, and shows a box for each `configuration` without a value. Main thread.
-void check_options(const COMMAND_LINE_OPTIONS& options, bool is_dry_run);
+void check_options(const COMMAND_LINE_OPTIONS& options, const RUN_OPTIONS& asked);
 
 /// Asks which configuration to use. False when the person cancelled.
 bool ask_for_configuration(QString& name);

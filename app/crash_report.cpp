@@ -182,13 +182,17 @@ void watch_signals()
 
 void install_crash_report()
 {
-    const QByteArray file =
-        QFile::encodeName(QDir::currentPath() + QLatin1String("/call_stack.txt")).left(sizeof s_file - 1);
-    std::snprintf(s_file, sizeof s_file, "%s", file.constData());
+    name_call_stack(QStringLiteral("call_stack.txt"));
     CALL_STACK::prepare();
     std::set_terminate(on_terminate);
     if (!HAS_SANITIZER)
         watch_signals();
+}
+
+void name_call_stack(const QString& name)
+{
+    const QByteArray file = QFile::encodeName(QDir::current().filePath(name)).left(sizeof s_file - 1);
+    std::snprintf(s_file, sizeof s_file, "%s", file.constData());
 }
 
 void leave_no_call_stack()

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtCore/qglobal.h>
+#include <QtCore/QString>
 
 /// From here on a crash leaves a last word: a fatal signal, or an exception that
 /// nobody catches, writes what the process was at (WORK_AT_HAND), the cause and
@@ -10,6 +10,10 @@
 ///
 /// Programs that are built with a sanitizer leave the signals to it.
 void install_crash_report();
+
+/// From here on the last word goes into the file of this name in the folder that is the
+/// current one now. Main thread.
+void name_call_stack(const QString& name);
 
 /// From here on the last word goes to standard error alone.
 void leave_no_call_stack();

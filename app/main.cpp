@@ -159,7 +159,9 @@ bool choose_configuration(const COMMAND_LINE_OPTIONS& options, QStringList optio
     }
     order.attendance = attend(has_display, order.configuration, options, application);
     show_option_errors(option_errors);
-    check_options(options, is_to_choose ? options.exists(QStringLiteral("dry_run")) : order.options.dry_run);
+    RUN_OPTIONS asked = order.options;
+    asked.dry_run |= is_to_choose && options.exists(QStringLiteral("dry_run"));
+    check_options(options, asked);
     report_other_folder();
     if (is_to_choose) {
         if (!has_display)
@@ -188,6 +190,7 @@ void refuse_to_begin(const QString& fault)
 void apply(const RUN_OPTIONS& options)
 {
     RUN_FILES::set_share(options.shard, options.shards);
+    name_call_stack(RUN_FILES::name(QStringLiteral("call_stack.txt")));
     if (options.dry_run) {
         RUN_FILES::write_none();
         leave_no_call_stack();

@@ -45,6 +45,39 @@ bool may_run(qint64 process, const QString& host)
 #endif
 }
 
+// "process 4711", the run that holds the lock; empty when none does, or when nobody can
+// tell. What a run that ended badly has left of its lock is gone then.
+QString holder_of(QLockFile& lock)
+{
+    qint64 process = 0;
+    QString host;
+    QString program;
+    if (!lock.getLockInfo(&process, &host, &program))
+        return QString();
+    // The number of a run that crashed may be another program's by now, or this
+    // one's. Whether a run still has its file open the system itself knows.
+    if (lock.removeStaleLockFile() || !may_run(process, host))
+        return QString();
+    return "process " + QString::number(process) + (is_this_machine(host) ? QString() : " on " + host);
+}
+
+// The other shares of the same build are meant to run at the same time. An undivided
+// run is not, nor is a share of a build that was divided in another way.
+QString holder_of_other_lock()
+{
+    const QFileInfo own(lock_file());
+    const QString of_build = own.fileName().mid(qMax(0, own.fileName().indexOf(QLatin1String("-of-"))));
+    const QStringList locks{QStringLiteral("gox.lock"), QStringLiteral("gox.*-of-*.lock")};
+    for (const QFileInfo& file : own.dir().entryInfoList(locks, QDir::Files)) {
+        QLockFile lock(file.filePath());
+        lock.setStaleLockTime(0);
+        const QString holder = file.fileName().endsWith(of_build) ? QString() : holder_of(lock);
+        if (!holder.isEmpty())
+            return holder;
+    }
+    return QString();
+}
+
 } // namespace
 
 void report_missing_raw_data()
@@ -74,19 +107,14 @@ void report_other_folder()
 TREE_LOCK::TREE_LOCK() : m_file(lock_file())
 {
     m_file.setStaleLockTime(0); // a run may take days
-    if (!RUN_FILES::are_written() || !is_usable(lock_file()) || m_file.tryLock(0) ||
-        m_file.error() != QLockFile::LockFailedError)
+    if (!RUN_FILES::are_written())
         return;
-    qint64 process = 0;
-    QString host;
-    QString program;
-    if (!m_file.getLockInfo(&process, &host, &program))
-        return;
-    // The number of a run that crashed may be another program's by now, or this
-    // one's. Whether a run still has its file open the system itself knows.
-    if (m_file.removeStaleLockFile())
-        m_file.tryLock(0);
-    else if (may_run(process, host))
-        m_other_run =
-            "process " + QString::number(process) + (is_this_machine(host) ? QString() : " on " + host);
+    const bool is_taken = is_usable(lock_file()) && !m_file.tryLock(0);
+    if (is_taken && m_file.error() == QLockFile::LockFailedError) {
+        m_other_run = holder_of(m_file);
+        if (m_other_run.isEmpty())
+            m_file.tryLock(0);
+    }
+    if (m_other_run.isEmpty())
+        m_other_run = holder_of_other_lock();
 }

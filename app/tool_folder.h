@@ -21,8 +21,9 @@ class TREE_LOCK
 public:
     TREE_LOCK();
 
-    /// "process 4711" or "process 4711 on build7", the run that holds the lock
-    /// already; empty when there is none, or when nobody can tell.
+    /// "process 4711" or "process 4711 on build7", the run that holds the lock already,
+    /// or the lock of another build than the one that this run has its share of; empty
+    /// when there is none, or when nobody can tell.
     QString other_run() const { return m_other_run; }
 
 private:

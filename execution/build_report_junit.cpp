@@ -144,6 +144,14 @@ public:
     }
 
 private:
+    // Where the reports of all shares are read together, suites of one name and one second
+    // may be taken for one, and so may cases of one name.
+    QString share() const { return QStringLiteral("%1-of-%2").arg(m_report.shard).arg(m_report.shards); }
+    QString name_in_run(const QString& name) const
+    {
+        return m_report.shards > 0 ? name + ' ' + share() : name;
+    }
+
     static QString seconds(qint64 milliseconds) { return QString::number(milliseconds / 1000.0, 'f', 3); }
 
     void line(int depth) { m_xml.writeCharacters('\n' + QString(depth, ' ')); }
@@ -158,6 +166,8 @@ private:
         line(1);
         m_xml.writeStartElement(QStringLiteral("testsuite"));
         attribute("name", name);
+        if (m_report.shards > 0)
+            attribute("id", share());
         attribute("tests", QString::number(tests));
         attribute("failures", QString::number(outcomes.value("failure")));
         attribute("errors", QString::number(outcomes.value("error")));
@@ -216,7 +226,7 @@ private:
         const int errors = (m_report.has_started_up ? 0 : 1) + (is_cut_short ? 1 : 0);
         begin_suite(suite, is_cut_short ? 2 : 1, {{"error", errors}});
         write_properties();
-        begin_case(suite, QStringLiteral("start-up"));
+        begin_case(suite, name_in_run(QStringLiteral("start-up")));
         if (!m_report.has_started_up)
             write_outcome("error", QStringLiteral("failed"), QStringLiteral("the start-up failed"),
                           m_report.start_up_errors.join('\n'));
@@ -224,7 +234,7 @@ private:
             m_xml.writeTextElement(QStringLiteral("system-out"), for_xml(m_report.remarks.join('\n')));
         m_xml.writeEndElement();
         if (is_cut_short) {
-            begin_case(suite, QStringLiteral("build"));
+            begin_case(suite, name_in_run(QStringLiteral("build")));
             write_outcome("error", QStringLiteral("stopped"), QStringLiteral("the build was stopped"),
                           QString());
             m_xml.writeEndElement();

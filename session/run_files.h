@@ -3,7 +3,7 @@
 #include <QtCore/QString>
 
 /// How the files are called that a run writes of its own accord (logs, lock, record,
-/// report), and whether it writes any. Set once, before the first of them is
+/// report, call stack), and whether it writes any. Set once, before the first of them is
 /// opened; read by any thread then.
 namespace RUN_FILES {
 

@@ -168,7 +168,7 @@ private:
     {
         QProcess check;
         check.start("sh", {GOX_SOURCE_DIR "/tests/program/check-report.sh", file});
-        check.waitForFinished();
+        check.waitForFinished(-1);
         return check.readAllStandardOutput();
     }
 

@@ -21,6 +21,8 @@ private slots:
     void report() { play_scenario(); }
     void up_to_date_data() { add_scenarios("up_to_date.cases"); }
     void up_to_date() { play_scenario(); }
+    void shards_data() { add_scenarios("shards.cases"); }
+    void shards() { play_scenario(); }
     void crash_data() { add_scenarios("crash.cases"); }
     void crash() { play_scenario(); }
 };
