@@ -108,6 +108,7 @@ bool RUN_CYCLE::plan()
 {
     WORK_AT_HAND::note(QStringLiteral("the planning of the build"));
     m_session.plan_build();
+    const int planned = m_session.selected_actions.size();
     const QString error = m_incremental.apply(m_session);
     for (const QString& problem : qAsConst(m_incremental.problems))
         RUN_REPORT::line(problem);
@@ -115,6 +116,8 @@ bool RUN_CYCLE::plan()
         RUN_REPORT::error(error);
         return false;
     }
+    if (m_options.is_divided())
+        report_share(m_incremental.shard, m_incremental.whole.size(), planned);
     if (m_options.explain || m_options.dry_run)
         report_explanations(m_session.selected_actions, m_incremental.judgement);
     return true;

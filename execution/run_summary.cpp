@@ -9,6 +9,7 @@
 #include "contracts/actions/processor_interface.h"
 #include "execution/action_reason.h"
 #include "record/plan_judgement.h"
+#include "record/shard_durations.h"
 #include "session/log_file.h"
 #include "session/run_report.h"
 #include "session/start_up_hooks.h"
@@ -130,6 +131,15 @@ void report_explanations(const QVector<ACTION_INTERFACE*>& plan, const PLAN_JUDG
 {
     for (ACTION_INTERFACE* action : plan)
         RUN_REPORT::line(name_of(*action) + ": " + judgement.explanations.value(action));
+}
+
+void report_share(const SHARD& shard, int actions, int planned)
+{
+    RUN_REPORT::line(QStringLiteral("Share %1 of %2: %3 of %4 action(s).")
+                         .arg(shard.number)
+                         .arg(shard.count)
+                         .arg(actions)
+                         .arg(planned));
 }
 
 void report_empty_plan(const PLAN_JUDGEMENT& judgement, bool is_share)

@@ -5,6 +5,7 @@
 
 class ACTION_INTERFACE;
 struct PLAN_JUDGEMENT;
+struct SHARD;
 
 // What the console of an unattended run hears of a build. Nothing of it says
 // anything while RUN_REPORT is off.
@@ -31,6 +32,9 @@ void report_stop();
 
 /// Why each action of the plan runs: a line each. GUI thread.
 void report_explanations(const QVector<ACTION_INTERFACE*>& plan, const PLAN_JUDGEMENT& judgement);
+
+/// How many actions of the plan are the share's. GUI thread.
+void report_share(const SHARD& shard, int actions, int planned);
 
 /// There is nothing to build. `is_share`: of what this process is to build. GUI thread.
 void report_empty_plan(const PLAN_JUDGEMENT& judgement, bool is_share);
