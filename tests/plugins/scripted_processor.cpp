@@ -67,10 +67,11 @@ private:
     QFile m_trace;
 };
 
-// Not a loop to the compiler, which would find that it never ends.
+// Not a loop to the compiler, which would find that it never ends. In steps that are
+// smaller than the page behind the stack, or the stack of another thread is hit.
 int use_up_the_stack(volatile int depth)
 {
-    volatile char space[4096] = {};
+    volatile char space[512] = {};
     return depth < 0 ? space[0] : use_up_the_stack(depth + 1) + space[1];
 }
 
