@@ -50,7 +50,7 @@ public:
         });
         add("meanwhile", [&](const QString& s) {
             meanwhile = [this, s] {
-                while (read()->last_end() == 0)
+                for (int tries = 0; read()->last_end() == 0 && tries < 500; ++tries)
                     QThread::msleep(10);
                 run_sql(s);
             };
