@@ -50,7 +50,7 @@ public:
         });
         add("meanwhile", [&](const QString& s) {
             meanwhile = [this, s] {
-                while (read()->last_end() == 0)
+                for (int tries = 0; read()->last_end() == 0 && tries < 500; ++tries)
                     QThread::msleep(10);
                 run_sql(s);
             };
@@ -154,7 +154,8 @@ private:
             if (child == 0)
                 record_for_ever();
             while (read()->last_end() == before)
-                usleep(1000);
+                if (usleep(1000); waitpid(child, nullptr, WNOHANG) != 0)
+                    return QString("nothing was committed");
             usleep(QRandomGenerator::global()->bounded(60000));
             ::kill(child, SIGKILL);
             waitpid(child, nullptr, 0);
@@ -170,7 +171,7 @@ private:
 #ifdef Q_OS_UNIX
     [[noreturn]] void record_for_ever() const
     {
-        alarm(60);
+        alarm(10);
         RECORD_WRITER writer(folder.path(), name, nullptr);
         for (int i = 0;; ++i)
             writer.put(std::make_unique<JOB>(MADE_ACTION(i % ACTIONS, i / ACTIONS).made));
