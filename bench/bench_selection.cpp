@@ -323,10 +323,14 @@ COST open_plain_list(const POPUP_SCENE& scene)
     QListWidget list;
     list.setUniformItemSizes(true);
     return cost_of([&] {
-        for (const auto& action : scene.actions) {
+        QSet<ACTION_INTERFACE*> actions; // as files share them
+        for (const auto& entry : scene.entries)
+            for (ACTION_INTERFACE* action : entry->consumers)
+                actions.insert(action);
+        for (ACTION_INTERFACE* action : actions) {
             auto* const row =
                 new QListWidgetItem(action->processor->name() + " / " + action->display_text(true));
-            row->setData(Qt::UserRole, QVariant::fromValue(static_cast<void*>(action.get())));
+            row->setData(Qt::UserRole, QVariant::fromValue(static_cast<void*>(action)));
             row->setCheckState(action->selection_count >= 1 ? Qt::Checked : Qt::Unchecked);
             list.addItem(row);
         }
