@@ -1,7 +1,10 @@
 // The file trees of the selection window: opening them, and what a click costs.
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QPointer>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QCheckBox>
+#include <QtWidgets/QListWidget>
 
 #include <memory>
 
@@ -262,6 +265,90 @@ void many_folders(const BENCH_OPTIONS& options, FIGURES& figures)
     figures.ratio(what, large, QString("with %1").arg(count), small, 15);
 }
 
+/// A folder whose files have that many actions, ten a file.
+struct POPUP_SCENE
+{
+    explicit POPUP_SCENE(int count);
+
+    BENCH_PROCESSOR processor{nullptr};
+    std::vector<std::unique_ptr<BENCH_ACTION>> actions;
+    std::vector<std::unique_ptr<FILE_ENTRY>> entries;
+    BENCH_SESSION session;
+};
+
+POPUP_SCENE::POPUP_SCENE(int count)
+{
+    for (int i = 0; i < count; ++i) {
+        if (i % 10 == 0) {
+            const QString name = QString("Set/Name_of_%1.tga").arg(i, 7, 10, QChar('0'));
+            entries.push_back(std::make_unique<FILE_ENTRY>());
+            entries.back()->physical = PHYSICAL_PATH("/data/tree/raw_data/" + name);
+            session->file_map.map.insert(LOGICAL_PATH("<raw>/" + name.toLower()), entries.back().get());
+        }
+        actions.push_back(std::make_unique<BENCH_ACTION>(&processor, i));
+        session->actions.append(actions.back().get());
+        entries.back()->consumers.append(actions.back().get());
+    }
+    session->file_map.lock(true);
+}
+
+COST click_for_popup(POPUP_SCENE& scene)
+{
+    DATA_SELECTION_DIALOG window(&*scene.session, QString(), nullptr, Qt::WindowFlags());
+    window.show();
+    PROXY& raw = *window.raw_data_proxy;
+    const auto click = [&] {
+        raw.setData(raw.index(0, 0), QVariant(), Qt::CheckStateRole);
+        QCoreApplication::processEvents();
+    };
+    COST best;
+    for (int round = 0; round < 3; ++round) {
+        const COST cost = cost_of(click);
+        best = round == 0 ? cost : least(best, cost);
+        const QPointer<QWidget> popup = QApplication::activePopupWidget();
+        if (!popup ||
+            popup->findChild<QListWidget*>("consumer_list")->count() != int(scene.actions.size()) + 1)
+            give_up("a click does not open the list of all actions");
+        popup->hide();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        if (popup)
+            give_up("a list of actions stays behind");
+    }
+    return best;
+}
+
+// The plain way: all that a row shows lies in the row, and each is added by itself.
+COST open_plain_list(const POPUP_SCENE& scene)
+{
+    QListWidget list;
+    list.setUniformItemSizes(true);
+    return cost_of([&] {
+        QSet<ACTION_INTERFACE*> actions; // as files share them
+        for (const auto& entry : scene.entries)
+            for (ACTION_INTERFACE* action : entry->consumers)
+                actions.insert(action);
+        for (ACTION_INTERFACE* action : actions) {
+            auto* const row =
+                new QListWidgetItem(action->processor->name() + " / " + action->display_text(true));
+            row->setData(Qt::UserRole, QVariant::fromValue(static_cast<void*>(action)));
+            row->setCheckState(action->selection_count >= 1 ? Qt::Checked : Qt::Unchecked);
+            list.addItem(row);
+        }
+        list.show();
+        QCoreApplication::processEvents();
+    });
+}
+
+void list_actions(const BENCH_OPTIONS& options, FIGURES& figures)
+{
+    POPUP_SCENE scene(options.quick ? 100000 : 1000000);
+    const COST own = click_for_popup(scene);
+    const COST plain = least(open_plain_list(scene), open_plain_list(scene));
+    const QString what = QString("popup of %1 actions").arg(scene.actions.size());
+    figures.value(what, own.processor / double(scene.actions.size()) * 1e6, "us an action", 0);
+    figures.ratio(what, own, "a plain list", plain, 0.8);
+}
+
 } // namespace
 
 void bench_selection(const BENCH_OPTIONS& options, FIGURES& figures)
@@ -273,5 +360,6 @@ void bench_selection(const BENCH_OPTIONS& options, FIGURES& figures)
         filter_all(scene, figures);
     }
     click_a_folder(options, figures);
+    list_actions(options, figures);
     many_folders(options, figures);
 }

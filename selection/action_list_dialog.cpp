@@ -2,13 +2,15 @@
 
 #include <QtCore/QHash>
 #include <QtCore/QSet>
+#include <QtCore/QSignalBlocker>
+#include <QtGui/QHideEvent>
 #include <QtGui/QPainter>
 #include <QtWidgets/QListWidget>
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/dialog_helper.h"
-#include "contracts/actions/processor_interface.h"
 #include "contracts/services/plain_row_delegate.h"
+#include "selection/action_row.h"
 
 namespace {
 
@@ -31,45 +33,47 @@ struct TALLY
     }
 };
 
-QString row_text(ACTION_INTERFACE& action, bool long_form)
-{
-    return action.processor->name() + QStringLiteral(" / ") + action.display_text(long_form);
-}
-
 bool is_selected(const ACTION_INTERFACE& action)
 {
     return action.selection_count >= 1;
 }
 
-// A row without an action is the one for all.
-QListWidgetItem* make_row(const QString& text, const ACTION_INTERFACE* action)
+// The row for all has no action.
+QListWidgetItem* make_row_for_all()
 {
-    QListWidgetItem* const row = new QListWidgetItem(text);
+    QListWidgetItem* const row = new QListWidgetItem(ACTION_LIST_DIALOG::tr("<All>"));
     row->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
-    if (action)
-        DIALOG_HELPER::set_action_pointer(row, action);
     return row;
 }
 
 // A merged list has one row for all actions with the same short text.
-void make_rows(QListWidget& list, const ACTIONS& actions, bool merged)
+QList<QListWidgetItem*> make_rows(const ACTIONS& actions, bool merged)
 {
+    QList<QListWidgetItem*> rows;
     QSet<QString> texts;
     for (ACTION_INTERFACE* action : actions) {
-        const QString text = row_text(*action, !merged);
-        if (!merged || !texts.contains(text))
-            list.addItem(make_row(text, action));
-        texts.insert(text);
+        if (merged) {
+            const int known = texts.size();
+            texts.insert(ACTION_ROW::text_of(*action, false));
+            if (texts.size() == known)
+                continue;
+        }
+        rows.append(new ACTION_ROW(action, !merged));
     }
+    if (rows.size() > 1)
+        rows.prepend(make_row_for_all());
+    return rows;
 }
 
-// One walk over the actions, whatever the number of rows.
+// One walk over the actions, whatever the number of rows. The view hears of them
+// all together.
 void show_states(const QListWidget& list, const ACTIONS& actions, bool merged)
 {
+    const QSignalBlocker unseen(list.model());
     QHash<QString, TALLY> merged_rows; // by text
     if (merged)
         for (ACTION_INTERFACE* action : actions)
-            merged_rows[row_text(*action, false)].add(is_selected(*action));
+            merged_rows[ACTION_ROW::text_of(*action, false)].add(is_selected(*action));
     TALLY all;
     for (int row = list.count() - 1; row >= 0; --row) { // the row for all comes last
         QListWidgetItem& item = *list.item(row);
@@ -82,6 +86,7 @@ void show_states(const QListWidget& list, const ACTIONS& actions, bool merged)
         item.setCheckState(tally.state());
         all.add(tally.state() == Qt::Checked);
     }
+    list.viewport()->update();
 }
 
 ACTIONS actions_meant_by(QListWidgetItem& item, const ACTIONS& actions, bool merged)
@@ -92,7 +97,7 @@ ACTIONS actions_meant_by(QListWidgetItem& item, const ACTIONS& actions, bool mer
     ACTIONS meant;
     if (merged) {
         for (ACTION_INTERFACE* action : actions)
-            if (row_text(*action, false) == item.text())
+            if (ACTION_ROW::text_of(*action, false) == item.text())
                 meant.append(action);
     } else if (clicked) {
         meant.append(clicked);
@@ -121,6 +126,28 @@ ACTION_LIST_DIALOG::ACTION_LIST_DIALOG(const ACTIONS& providers, const ACTIONS& 
     fill(ui.consumer_list, consumers, false);
     fill(ui.provider_list, providers, false);
     (providers.isEmpty() ? ui.consumer_list : ui.provider_list)->setFocus();
+    for (QListWidget* list : {ui.provider_list, ui.consumer_list})
+        if (list->count() == 0) // the other one needs the room
+            list->setMaximumHeight(list->fontMetrics().height() + 2 * list->frameWidth());
+    say_how_to_leave();
+}
+
+void ACTION_LIST_DIALOG::say_how_to_leave()
+{
+    QLabel* const hint = new QLabel(this);
+    hint->setObjectName(QStringLiteral("close_hint"));
+    hint->setText(windowType() == Qt::Popup ? tr("Escape, or a click beside this list, closes it.")
+                                            : tr("Escape closes this list."));
+    hint->setWordWrap(true);
+    ui.verticalLayout->addWidget(hint);
+    setAccessibleDescription(hint->text());
+}
+
+void ACTION_LIST_DIALOG::hideEvent(QHideEvent* event)
+{
+    QDialog::hideEvent(event);
+    if (testAttribute(Qt::WA_DeleteOnClose) && !event->spontaneous())
+        deleteLater(); // its lists may still be handling the event that hides it
 }
 
 void ACTION_LIST_DIALOG::paintEvent(QPaintEvent* event)
@@ -147,9 +174,7 @@ void ACTION_LIST_DIALOG::fill(QListWidget* list, const ACTIONS& actions, bool me
 {
     updating = true;
     list->clear();
-    make_rows(*list, actions, merged);
-    if (list->count() > 1)
-        list->insertItem(0, make_row(tr("<All>"), nullptr));
+    ACTION_ROW::add_to(*list, make_rows(actions, merged));
     show_states(*list, actions, merged);
     updating = false;
 }

@@ -17,7 +17,11 @@ class ACTION_INTERFACE;
 /// brought up to date; the other one shows what it showed.
 ///
 /// A merged list has one row for all actions with the same short text. A list
-/// with several rows begins with a row for all of them. GUI thread.
+/// with several rows begins with a row for all of them. A list without rows leaves
+/// its room to the other one.
+///
+/// With Qt::WA_DeleteOnClose the dialog ends once it is hidden, which is all that
+/// happens to some popups. GUI thread.
 class ACTION_LIST_DIALOG : public QDialog
 {
     Q_OBJECT
@@ -36,6 +40,7 @@ protected:
     /// A popup has no frame of its own; without an edge it can't be told from what
     /// it covers.
     void paintEvent(QPaintEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private slots:
     void item_changed(QListWidgetItem* item);
@@ -45,6 +50,7 @@ private slots:
 private:
     using ACTIONS = QList<ACTION_INTERFACE*>;
 
+    void say_how_to_leave();
     void fill(QListWidget* list, const ACTIONS& actions, bool merged);
 
     Ui::ACTION_LIST_DIALOG ui;

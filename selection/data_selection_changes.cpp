@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "contracts/actions/action_interface.h"
 #include "contracts/services/file_list_dialog.h"
 #include "contracts/services/plain_message_box.h"
@@ -115,6 +117,22 @@ void DATA_SELECTION_DIALOG::update_start_button()
     ui.start_button->setEnabled(!chosen_actions.isEmpty() && !session->rule_cache.rules_changed);
 }
 
+// Counts what planning would take, which is more than what was chosen by hand.
+QString DATA_SELECTION_DIALOG::tip_of_start(bool counted) const
+{
+    if (session->rule_cache.rules_changed)
+        return tr("Rules were changed. Start GOX again to build with them.");
+    if (chosen_actions.isEmpty())
+        return tr("Nothing is selected.");
+    const auto is_selected = [](const ACTION_INTERFACE* action) { return action->selection_count >= 1; };
+    const QVector<ACTION_INTERFACE*>& all = session->actions;
+    const int count = counted ? int(std::count_if(all.begin(), all.end(), is_selected)) : 0;
+    const QString what = !counted     ? tr("Builds what is selected")
+                         : count == 1 ? tr("Builds 1 action")
+                                      : tr("Builds %1 actions").arg(count);
+    return tr("%1 (Alt+S, or Return in a tree)").arg(what);
+}
+
 void DATA_SELECTION_DIALOG::mass_selection_change_started()
 {
     refresh_enabled = false;
@@ -172,6 +190,7 @@ void DATA_SELECTION_DIALOG::apply_filter()
     mass_selection_change_ended();
     for (PROXY* proxy : {raw_data_proxy, working_data_proxy, retail_build_proxy})
         proxy->set_filter(filter);
+    offer_rules(); // the current row may be hidden now
     selection_changing = was_changing;
 }
 

@@ -59,6 +59,7 @@ void DATA_SELECTION_DIALOG::connect_widgets()
     connect(ui.pushButton_5, SIGNAL(clicked()), this, SLOT(configuration_editor()));
     connect(ui.pushButton_6, SIGNAL(clicked()), this, SLOT(graph()));
     connect(ui.start_button, SIGNAL(clicked()), this, SLOT(start()));
+    ui.start_button->installEventFilter(this);
 }
 
 void DATA_SELECTION_DIALOG::set_up_trees()
@@ -78,6 +79,8 @@ DATA_SELECTION_FILE_MODEL_FILTER_PROXY* DATA_SELECTION_DIALOG::set_up_tree(QTree
     PROXY* const proxy = new PROXY(new DATA_SELECTION_FILE_MODEL(&session->file_map, root_kind, nullptr));
     proxy->setParent(this);
     tree->setModel(proxy);
+    connect(tree->selectionModel(), SIGNAL(currentChanged(QModelIndex, QModelIndex)), this,
+            SLOT(offer_rules()));
     return proxy;
 }
 
@@ -108,6 +111,34 @@ void DATA_SELECTION_DIALOG::hide_unused_widgets()
                                ui.pushButton_5, ui.pushButton_6, ui.pushButton_7};
     for (QWidget* widget : unused)
         widget->hide();
+}
+
+bool DATA_SELECTION_DIALOG::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched != ui.start_button)
+        return QDialog::eventFilter(watched, event);
+    switch (event->type()) {
+    case QEvent::ToolTip:
+    case QEvent::FocusIn: // a screen reader reads the tool tip then
+        ui.start_button->setToolTip(tip_of_start(true));
+        break;
+    case QEvent::Leave:
+    case QEvent::FocusOut:
+    case QEvent::EnabledChange: // the choice may change, and a count with it
+        ui.start_button->setToolTip(tip_of_start(false));
+        break;
+    default:
+        break;
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+void DATA_SELECTION_DIALOG::done(int result)
+{
+    // A window that only its frame was moved with counts as one without a place, and
+    // would come up in the middle of the screen again.
+    setAttribute(Qt::WA_Moved);
+    QDialog::done(result);
 }
 
 void DATA_SELECTION_DIALOG::closeEvent(QCloseEvent* event)

@@ -70,6 +70,8 @@ public:
     /// the files directly in it take part. Nothing for an invalid index.
     void select_files_only(const QModelIndex& index);
 
+    void done(int result) override; ///< the next pass finds the window where it was
+
     /// Opens the list of the actions that touch the row's files; nothing for an
     /// invalid index.
     void view_actions(const QModelIndex& index);
@@ -90,6 +92,10 @@ public:
 protected:
     void closeEvent(QCloseEvent* event) override;  ///< remembers where the window was
     void keyPressEvent(QKeyEvent* event) override; ///< Escape asks before it loses a choice
+
+    /// The tool tip of "Start" is made when somebody asks for it: it says what would
+    /// be built, or why nothing can be.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private slots:
     void get_latest_toggled(bool checked);
@@ -116,6 +122,7 @@ private slots:
     void preferences_editor();
     void graph();
     void start();
+    void offer_rules();
 
 private:
     using PROXY = DATA_SELECTION_FILE_MODEL_FILTER_PROXY;
@@ -137,6 +144,7 @@ private:
     void select_everything(bool selected);
     QSet<ACTION_INTERFACE*> choose(ACTION_INTERFACE* action, bool selected);
     void update_start_button();
+    QString tip_of_start(bool counted) const;
 
     // data_selection_windows.cpp
     void run_rule_editor(CACHED_RULE* rule, const QString& property);

@@ -24,13 +24,15 @@ namespace {
 using ACTIONS = QList<ACTION_INTERFACE*>;
 
 // A set has another order in every run; the session's reads better and stays.
-ACTIONS in_order_of(const QVector<ACTION_INTERFACE*>& all, QSet<ACTION_INTERFACE*> actions)
+ACTIONS in_order_of(const QVector<ACTION_INTERFACE*>& all, const QSet<ACTION_INTERFACE*>& actions)
 {
     ACTIONS ordered;
-    for (auto action = all.cbegin(); action != all.cend() && !actions.isEmpty(); ++action)
-        if (actions.remove(*action))
+    for (auto action = all.cbegin(); action != all.cend() && ordered.size() < actions.size(); ++action)
+        if (actions.contains(*action))
             ordered.append(*action);
-    return ordered + actions.values();
+    return ordered.size() == actions.size()
+               ? ordered
+               : ordered + (actions - QSet<ACTION_INTERFACE*>(all.begin(), all.end())).values();
 }
 
 // As near to the cursor as the screen lets all of the window be seen.
@@ -75,7 +77,7 @@ void DATA_SELECTION_DIALOG::show_action_list(const QSet<ACTION_INTERFACE*>& prov
     if (popup) {
         ACTION_LIST_DIALOG* const list =
             new ACTION_LIST_DIALOG(provider_list, consumer_list, this, Qt::Popup);
-        list->setAttribute(Qt::WA_DeleteOnClose); // later, when its lists are done with the event
+        list->setAttribute(Qt::WA_DeleteOnClose);
         move_to_cursor(*list);
         listen_to(*list);
         list->show();
@@ -133,10 +135,22 @@ void DATA_SELECTION_DIALOG::view_working_data_rules()
     view_rules(ui.working_data_files->currentIndex());
 }
 
+// Rules hold for files.
+void DATA_SELECTION_DIALOG::offer_rules()
+{
+    const auto is_file = [](const PROXY* proxy, const QTreeView* tree) {
+        return proxy && proxy->file_entry(tree->currentIndex());
+    };
+    ui.view_raw_data_rules->setEnabled(is_file(raw_data_proxy, ui.raw_data_files));
+    ui.view_working_data_rules->setEnabled(is_file(working_data_proxy, ui.working_data_files));
+}
+
 void DATA_SELECTION_DIALOG::show_filter_dialog()
 {
     const DATA_SELECTION_FILTER former = filter;
-    FILTER_DIALOG(&filter, this, Qt::WindowFlags()).exec();
+    FILTER_DIALOG dialog(&filter, this, Qt::WindowFlags());
+    dialog.setWindowTitle(tr("GOX - Filter"));
+    dialog.exec();
     if (filter != former)
         apply_filter();
 }

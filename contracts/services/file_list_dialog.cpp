@@ -2,16 +2,17 @@
 
 #include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QLabel>
-#include <QtWidgets/QListWidget>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QVBoxLayout>
 
-#include "contracts/services/plain_row_delegate.h"
+#include "contracts/services/file_check_list.h"
 
 FILE_LIST_DIALOG::FILE_LIST_DIALOG(const QString& title, const QString& text, const QString& accept_label,
                                    const QStringList& files, const QString& reject_label,
                                    const bool& all_checked, QWidget* parent, Qt::WindowFlags flags)
-    : QDialog(parent, flags), m_list(new QListWidget(this))
+    : QDialog(parent, flags),
+      m_list(new FILE_CHECK_LIST(files, all_checked ? Qt::Checked : Qt::Unchecked, this)),
+      m_count(new QLabel(this))
 {
     setObjectName(QStringLiteral("FILE_LIST_DIALOG"));
     setWindowTitle(title);
@@ -21,13 +22,11 @@ FILE_LIST_DIALOG::FILE_LIST_DIALOG(const QString& title, const QString& text, co
     label->setWordWrap(true);
 
     m_list->setObjectName(QStringLiteral("file_list"));
-    m_list->setItemDelegate(new PLAIN_ROW_DELEGATE(m_list));
-    m_list->setUniformItemSizes(true);
-    for (const QString& file : files) {
-        QListWidgetItem* const item = new QListWidgetItem(file, m_list);
-        item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
-        item->setCheckState(all_checked ? Qt::Checked : Qt::Unchecked);
-    }
+    m_list->setAccessibleName(tr("Files"));
+    m_list->setAccessibleDescription(text);
+    m_count->setObjectName(QStringLiteral("count_label"));
+    connect(m_list, SIGNAL(checked_rows_changed()), this, SLOT(count_checked_files()));
+    count_checked_files();
 
     QDialogButtonBox* const buttons = new QDialogButtonBox(this);
     QPushButton* const accept_button = buttons->addButton(accept_label, QDialogButtonBox::AcceptRole);
@@ -41,15 +40,17 @@ FILE_LIST_DIALOG::FILE_LIST_DIALOG(const QString& title, const QString& text, co
     QVBoxLayout* const layout = new QVBoxLayout(this);
     layout->addWidget(label);
     layout->addWidget(m_list);
+    layout->addWidget(m_count);
     layout->addWidget(buttons);
     resize(fontMetrics().averageCharWidth() * 100, fontMetrics().lineSpacing() * 24);
 }
 
 QStringList FILE_LIST_DIALOG::get_selected_files() const
 {
-    QStringList files;
-    for (int row = 0; row < m_list->count(); ++row)
-        if (m_list->item(row)->checkState() == Qt::Checked)
-            files.append(m_list->item(row)->text());
-    return files;
+    return m_list->checked_files();
+}
+
+void FILE_LIST_DIALOG::count_checked_files()
+{
+    m_count->setText(tr("%1 of %2 checked").arg(m_list->checked_count()).arg(m_list->count()));
 }

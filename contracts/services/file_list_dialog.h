@@ -5,9 +5,11 @@
 
 #include "contracts/export.h"
 
-class QListWidget;
+class FILE_CHECK_LIST;
+class QLabel;
 
-/// Asks about a list of files, each with a check box. GUI thread.
+/// Asks about a list of files, each with a check box, and says how many are checked.
+/// GUI thread.
 class GOX_CONTRACTS_EXPORT FILE_LIST_DIALOG : public QDialog
 {
     Q_OBJECT
@@ -22,6 +24,10 @@ public:
     /// The files whose rows are checked, in the order of the list.
     QStringList get_selected_files() const;
 
+private slots:
+    void count_checked_files();
+
 private:
-    QListWidget* m_list;
+    FILE_CHECK_LIST* m_list;
+    QLabel* m_count;
 };

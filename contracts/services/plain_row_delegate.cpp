@@ -34,7 +34,8 @@ bool PLAIN_ROW_DELEGATE::helpEvent(QHelpEvent* event, QAbstractItemView* view,
     const QString text = index.data(Qt::DisplayRole).toString();
     const QString own = index.data(Qt::ToolTipRole).toString();
     const int visible = (option.rect & view->viewport()->rect()).width();
-    const bool is_cut_off = text.size() > MOST_LETTERS_IN_ROW || visible < sizeHint(option, index).width();
+    const bool is_cut_off =
+        text.size() > MOST_LETTERS_IN_ROW || visible < QStyledItemDelegate::sizeHint(option, index).width();
     if (event->type() != QEvent::ToolTip || (own.isEmpty() && !is_cut_off))
         return QStyledItemDelegate::helpEvent(event, view, option, index);
     const QString all = !is_cut_off ? own : own.isEmpty() ? text : text + "\n\n" + own;

@@ -71,6 +71,7 @@ private:
                                      note(proxy->headerData(0, Qt::Horizontal).toString() +
                                           (m_window.selection_changing ? " while changing" : ""));
                              });
+        add("tip", [this](const QString& name) { return tip_at(widget(name), {4, 4}); });
         add("again", [this](const QString&) { m_window.show(); });
         add("opened", [this](const QString& path) { m_window.select_opened_files({path}); });
         add("edited",

@@ -3,6 +3,7 @@
 
 #include <QtCore/QSettings>
 #include <QtGui/QScreen>
+#include <QtGui/QWindow>
 #include <QtTest/QtTest>
 
 #include "contracts/rules/rule_schema.h"
@@ -88,8 +89,9 @@ private slots:
             QTest::keyClick(&tree, Qt::Key_Space);
             popup = QApplication::activePopupWidget();
             QVERIFY(popup && screen.adjusted(0, 0, 4, 4).contains(popup->geometry()));
-            popup->close();
+            popup->hide();
         }
+        QTRY_VERIFY(!window.findChild<QWidget*>("ACTION_LIST_DIALOG"));
     }
 
     void geometry()
@@ -106,8 +108,9 @@ private slots:
             window.show();
             const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
             QVERIFY(screen.intersects(window.geometry()) && window.width() <= screen.width());
-            QVERIFY(window.height() >= 495); // what the form gives it
-            window.setGeometry(40, 50, 610, 420);
+            QVERIFY(window.height() >= 495);                      // what the form gives it
+            window.windowHandle()->setGeometry(40, 50, 610, 420); // by its frame
+            QTRY_COMPARE(window.geometry(), QRect(40, 50, 610, 420));
             window.accept();
             QCOMPARE(store.value("DataSelectionGeometry"), stored);
             window.show();
