@@ -56,6 +56,7 @@ public:
             };
         });
         add("files", [&](const QString&) { return files_of(folder.path()).keys().join(' '); });
+        add("open", [&](const QString&) { return open_files(); });
         add("write", [&](const QString& s) {
             FILES::write(path(s.section(' ', 0, 0)), spelled_bytes(s.section(' ', 1)));
         });
@@ -83,6 +84,16 @@ private:
             actions.last().entry.is_gone = are_gone;
         }
         return actions;
+    }
+
+    // None where the system does not tell.
+    QString open_files() const
+    {
+        QStringList files;
+        for (const QFileInfo& file : QDir("/proc/self/fd").entryInfoList(QDir::Files | QDir::System))
+            if (file.symLinkTarget().startsWith(folder.path()))
+                files.append(file.symLinkTarget());
+        return files.join('\n');
     }
 
     QString look_only()
