@@ -4,6 +4,7 @@
 #include "contracts/services/file_list_dialog.h"
 #include "contracts/services/plain_message_box.h"
 #include "contracts/services/qt_workarounds.h"
+#include "selection/action_order.h"
 #include "selection/chosen_files.h"
 #include "selection/data_selection_dialog.h"
 #include "selection/data_selection_file_model_filter_proxy.h"
@@ -56,12 +57,14 @@ void DATA_SELECTION_DIALOG::item_checked(const QModelIndex& index)
         return;
     const QModelIndexList rows = rows_meant_by(index);
     if (session->preferences->show_action_selection_popup()) { // collecting costs, and is for the list alone
-        QSet<ACTION_INTERFACE*> providers;
-        QSet<ACTION_INTERFACE*> consumers;
+        QVector<ACTION_INTERFACE*> providers;
+        QVector<ACTION_INTERFACE*> consumers;
         for (const QModelIndex& row : rows)
             proxy->collect_file_actions(row, providers, consumers);
-        if (providers.size() + consumers.size() >= 2) {
-            show_action_list(providers, consumers, true);
+        const QList<ACTION_INTERFACE*> listed_providers = in_order_of(session->actions, providers);
+        const QList<ACTION_INTERFACE*> listed_consumers = in_order_of(session->actions, consumers);
+        if (listed_providers.size() + listed_consumers.size() >= 2) {
+            open_action_list(listed_providers, listed_consumers, true);
             return;
         }
     }

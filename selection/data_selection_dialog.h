@@ -147,6 +147,8 @@ private:
     QString tip_of_start(bool counted) const;
 
     // data_selection_windows.cpp
+    void open_action_list(const QList<ACTION_INTERFACE*>& providers,
+                          const QList<ACTION_INTERFACE*>& consumers, bool popup);
     void run_rule_editor(CACHED_RULE* rule, const QString& property);
 
     QSet<ACTION_INTERFACE*> m_chosen_by_hand;

@@ -239,22 +239,39 @@ void DATA_SELECTION_FILE_MODEL::select_index(const QModelIndex& index, bool sele
         select_file(file_entry(index), selected);
 }
 
+void DATA_SELECTION_FILE_MODEL::visit_files_at(const QModelIndex& index,
+                                               const std::function<void(const FILE_ENTRY&)>& visit) const
+{
+    const auto visit_known = [&](const FILE_ENTRY* file) {
+        if (file)
+            visit(*file);
+    };
+    if (const DATA_SELECTION_FOLDER* folder = own_folder(index))
+        visit_files(folder, true, visit_known);
+    else
+        visit_known(file_entry(index));
+}
+
 void DATA_SELECTION_FILE_MODEL::collect_file_actions(const QModelIndex& index,
                                                      QSet<ACTION_INTERFACE*>& providers,
                                                      QSet<ACTION_INTERFACE*>& consumers) const
 {
-    const auto collect = [&](const FILE_ENTRY* file) {
-        if (!file)
-            return;
-        for (ACTION_INTERFACE* action : file->providers)
+    visit_files_at(index, [&](const FILE_ENTRY& file) {
+        for (ACTION_INTERFACE* action : file.providers)
             providers.insert(action);
-        for (ACTION_INTERFACE* action : file->consumers)
+        for (ACTION_INTERFACE* action : file.consumers)
             consumers.insert(action);
-    };
-    if (const DATA_SELECTION_FOLDER* folder = own_folder(index))
-        visit_files(folder, true, collect);
-    else
-        collect(file_entry(index));
+    });
+}
+
+void DATA_SELECTION_FILE_MODEL::collect_file_actions(const QModelIndex& index,
+                                                     QVector<ACTION_INTERFACE*>& providers,
+                                                     QVector<ACTION_INTERFACE*>& consumers) const
+{
+    visit_files_at(index, [&](const FILE_ENTRY& file) {
+        providers += file.providers;
+        consumers += file.consumers;
+    });
 }
 
 std::pair<int, bool> DATA_SELECTION_FILE_MODEL::update_check_states(DATA_SELECTION_FOLDER* folder)

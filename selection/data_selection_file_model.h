@@ -6,6 +6,7 @@
 #include <QtCore/QStringRef>
 #include <QtGui/QIcon>
 
+#include <functional>
 #include <utility>
 
 #include "contracts/paths/logical_path.h"
@@ -113,6 +114,10 @@ public:
     void collect_file_actions(const QModelIndex& index, QSet<ACTION_INTERFACE*>& providers,
                               QSet<ACTION_INTERFACE*>& consumers) const;
 
+    /// The same, with repeats: a set of a million actions takes longer than the walk.
+    void collect_file_actions(const QModelIndex& index, QVector<ACTION_INTERFACE*>& providers,
+                              QVector<ACTION_INTERFACE*>& consumers) const;
+
     /// Works out `check_state` of the folder and of all below: partly checked when
     /// what is in it differs or is partly checked itself. Files and folders without
     /// actions take no part. Gives the state and whether anything took part.
@@ -134,6 +139,8 @@ signals:
     void action_selected(ACTION_INTERFACE* action, bool selected);
 
 private:
+    /// The row's file, or those in and below the row's folder, as far as they are there.
+    void visit_files_at(const QModelIndex& index, const std::function<void(const FILE_ENTRY&)>& visit) const;
     static DATA_SELECTION_FOLDER* containing_folder(const QModelIndex& index);
     static DATA_SELECTION_FOLDER* own_folder(const QModelIndex& index); // null for a file row
     static bool is_row(const QModelIndex& index); // false for an invalid index and one behind the last row

@@ -89,6 +89,13 @@ void DATA_SELECTION_FILE_MODEL_FILTER_PROXY::collect_file_actions(const QModelIn
     model()->collect_file_actions(mapToSource(index), providers, consumers);
 }
 
+void DATA_SELECTION_FILE_MODEL_FILTER_PROXY::collect_file_actions(const QModelIndex& index,
+                                                                  QVector<ACTION_INTERFACE*>& providers,
+                                                                  QVector<ACTION_INTERFACE*>& consumers) const
+{
+    model()->collect_file_actions(mapToSource(index), providers, consumers);
+}
+
 FILE_ENTRY* DATA_SELECTION_FILE_MODEL_FILTER_PROXY::file_entry(const QModelIndex& index) const
 {
     return model()->file_entry(mapToSource(index));

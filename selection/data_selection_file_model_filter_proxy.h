@@ -50,6 +50,8 @@ public:
     int check_state(const QModelIndex& index) const;
     void collect_file_actions(const QModelIndex& index, QSet<ACTION_INTERFACE*>& providers,
                               QSet<ACTION_INTERFACE*>& consumers) const;
+    void collect_file_actions(const QModelIndex& index, QVector<ACTION_INTERFACE*>& providers,
+                              QVector<ACTION_INTERFACE*>& consumers) const;
     FILE_ENTRY* file_entry(const QModelIndex& index) const;
     void refresh();
 

@@ -12,6 +12,7 @@
 #include "rules/rule_editor_dialog.h"
 #include "rules/rule_list_dialog.h"
 #include "selection/action_list_dialog.h"
+#include "selection/action_order.h"
 #include "selection/data_selection_dialog.h"
 #include "selection/data_selection_file_model_filter_proxy.h"
 #include "selection/filter_dialog.h"
@@ -20,20 +21,6 @@
 #include "settings/preferences_editor_dialog.h"
 
 namespace {
-
-using ACTIONS = QList<ACTION_INTERFACE*>;
-
-// A set has another order in every run; the session's reads better and stays.
-ACTIONS in_order_of(const QVector<ACTION_INTERFACE*>& all, const QSet<ACTION_INTERFACE*>& actions)
-{
-    ACTIONS ordered;
-    for (auto action = all.cbegin(); action != all.cend() && ordered.size() < actions.size(); ++action)
-        if (actions.contains(*action))
-            ordered.append(*action);
-    return ordered.size() == actions.size()
-               ? ordered
-               : ordered + (actions - QSet<ACTION_INTERFACE*>(all.begin(), all.end())).values();
-}
 
 // As near to the cursor as the screen lets all of the window be seen.
 void move_to_cursor(QWidget& window)
@@ -66,8 +53,14 @@ QMap<RULE_SCHEMA*, RULE> rules_of(const FILE_ENTRY& file, const RULE_CACHE& cach
 void DATA_SELECTION_DIALOG::show_action_list(const QSet<ACTION_INTERFACE*>& providers,
                                              const QSet<ACTION_INTERFACE*>& consumers, bool popup)
 {
-    const ACTIONS provider_list = in_order_of(session->actions, providers);
-    const ACTIONS consumer_list = in_order_of(session->actions, consumers);
+    open_action_list(
+        in_order_of(session->actions, QVector<ACTION_INTERFACE*>(providers.begin(), providers.end())),
+        in_order_of(session->actions, QVector<ACTION_INTERFACE*>(consumers.begin(), consumers.end())), popup);
+}
+
+void DATA_SELECTION_DIALOG::open_action_list(const QList<ACTION_INTERFACE*>& providers,
+                                             const QList<ACTION_INTERFACE*>& consumers, bool popup)
+{
     const auto listen_to = [this](const ACTION_LIST_DIALOG& list) {
         connect(&list, SIGNAL(action_selection_changed(ACTION_INTERFACE*, bool)), this,
                 SLOT(action_selection_changed(ACTION_INTERFACE*, bool)));
@@ -75,14 +68,13 @@ void DATA_SELECTION_DIALOG::show_action_list(const QSet<ACTION_INTERFACE*>& prov
         connect(&list, SIGNAL(mass_selection_change_ended()), this, SLOT(mass_selection_change_ended()));
     };
     if (popup) {
-        ACTION_LIST_DIALOG* const list =
-            new ACTION_LIST_DIALOG(provider_list, consumer_list, this, Qt::Popup);
+        ACTION_LIST_DIALOG* const list = new ACTION_LIST_DIALOG(providers, consumers, this, Qt::Popup);
         list->setAttribute(Qt::WA_DeleteOnClose);
         move_to_cursor(*list);
         listen_to(*list);
         list->show();
     } else {
-        ACTION_LIST_DIALOG list(provider_list, consumer_list, this, Qt::WindowFlags());
+        ACTION_LIST_DIALOG list(providers, consumers, this, Qt::WindowFlags());
         listen_to(list);
         list.exec();
     }
@@ -93,10 +85,11 @@ void DATA_SELECTION_DIALOG::view_actions(const QModelIndex& index)
     const PROXY* const proxy = proxy_of(index);
     if (!proxy)
         return;
-    QSet<ACTION_INTERFACE*> providers;
-    QSet<ACTION_INTERFACE*> consumers;
+    QVector<ACTION_INTERFACE*> providers;
+    QVector<ACTION_INTERFACE*> consumers;
     proxy->collect_file_actions(index, providers, consumers);
-    show_action_list(providers, consumers, false);
+    open_action_list(in_order_of(session->actions, providers), in_order_of(session->actions, consumers),
+                     false);
 }
 
 void DATA_SELECTION_DIALOG::view_raw_data_actions()
