@@ -9,6 +9,12 @@
 #include <QtWidgets/QStyle>
 #include <QtWidgets/QToolButton>
 
+namespace {
+
+const int LETTERS_IN_VIEW = 20; // some of them lie below the button that clears
+
+} // namespace
+
 FIND_LINE::FIND_LINE(QWidget* parent)
     : QWidget(parent),
       m_text(new QLineEdit(this)),
@@ -32,6 +38,7 @@ void FIND_LINE::add_widgets()
     m_text->setAccessibleName(tr("Find"));
     m_text->setToolTip(tr("Enter goes to the next hit, Shift+Enter to the one before, Escape closes"));
     m_text->setClearButtonEnabled(true);
+    m_text->setMinimumWidth(LETTERS_IN_VIEW * fontMetrics().averageCharWidth());
     m_match_case->setObjectName(QStringLiteral("find_match_case"));
     m_found->setObjectName(QStringLiteral("find_result"));
     QHBoxLayout* const layout = new QHBoxLayout(this);
