@@ -172,15 +172,19 @@ void RULE_EDITOR_DIALOG::add_rows_of_rules()
     }
 }
 
-// A folder of the last errors may have no rule and no file, and has no row then.
+// They can be seen without a search. One in a root without files has no row.
 void RULE_EDITOR_DIALOG::mark_unreadable_folders()
 {
     const QMap<QString, QString> errors = m_cache->unreadable_folders();
     for (auto error = errors.cbegin(); error != errors.cend(); ++error) {
         const PHYSICAL_PATH file = m_cache->file_of_folder(LOGICAL_PATH(error.key()));
-        if (QTreeWidgetItem* const row =
-                row_of_folder(display_path(PHYSICAL_PATH(file.section('/', 0, -2))), m_folder_rows))
-            show_as_unreadable(*row, *error);
+        const PHYSICAL_PATH folder(file.section('/', 0, -2));
+        QTreeWidgetItem* row = row_of_folder(display_path(folder), m_folder_rows);
+        if (!row)
+            continue;
+        show_as_unreadable(*row, *error);
+        while ((row = row->parent()))
+            row->setExpanded(true);
     }
 }
 
