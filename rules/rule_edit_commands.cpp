@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "contracts/paths/paths.h"
 #include "contracts/rules/rule_key.h"
 #include "rules/rule_rows.h"
 
@@ -45,16 +44,12 @@ void RULE_INSERT_COMMAND::redo()
 // The rows above show that a rule is there; the top one always does.
 void RULE_INSERT_COMMAND::take_over_folder()
 {
-    QString folder;
-    QTreeWidgetItem* row = m_parent_row;
-    for (; row->parent(); row = row->parent()) {
-        folder.prepend('/' + row->text(NAME_COLUMN));
-        row->setForeground(NAME_COLUMN, Qt::black);
+    for (QTreeWidgetItem* row = m_parent_row; row->parent(); row = row->parent()) {
+        show_as_holding(*row);
         row->setHidden(false);
     }
-    const QString root = '<' + row->text(NAME_COLUMN) + '>';
-    m_rule->path = LOGICAL_PATH(root + lower_case_by_letter(folder));
-    m_rule->physical_path = PHYSICAL_PATH(PATHS::physical_path(LOGICAL_PATH(root)) + folder);
+    m_rule->path = folder_of_row(*m_parent_row);
+    m_rule->physical_path = physical_folder_of_row(*m_parent_row);
 }
 
 void RULE_INSERT_COMMAND::insert_rule()

@@ -7,7 +7,10 @@
 #include <QtWidgets/QMenu>
 
 #include "contracts/rules/rule_cache.h"
+#include "contracts/services/find_line.h"
 #include "contracts/services/plain_message_box.h"
+#include "rules/rule_editor_settings.h"
+#include "rules/rule_finder.h"
 #include "rules/rule_rows.h"
 #include "rules/rule_value_delegate.h"
 
@@ -32,10 +35,11 @@ bool wants_to_save(QWidget* parent, const QString& question)
     return box.exec() == QMessageBox::Yes;
 }
 
-// Whether the row, or any below it, holds a rule.
+// Whether the row, or any below it, holds a rule, or may hold one that could not be
+// read.
 bool show_rows(QTreeWidgetItem* row, bool all)
 {
-    bool holds_rule = rule_of_row(*row);
+    bool holds_rule = rule_of_row(*row) || is_unreadable(*row);
     for (int i = 0; i < row->childCount(); ++i)
         holds_rule = show_rows(row->child(i), all) || holds_rule;
     row->setHidden(!holds_rule && !all);
@@ -55,7 +59,9 @@ RULE_EDITOR_DIALOG::RULE_EDITOR_DIALOG(RULE_CACHE& cache,
     add_rows_of_folders(files, m_folder_rows, top_rows);
     add_rows_of_rules();
     ui.rules->insertTopLevelItems(0, top_rows);
+    mark_unreadable_folders();
     make_actions();
+    restore_rule_editor(*this, *ui.rules, m_folder_rows);
     connect(ui.rules, SIGNAL(itemSelectionChanged()), this, SLOT(selection_changed()));
     connect(ui.rules, SIGNAL(itemChanged(QTreeWidgetItem*, int)), this,
             SLOT(item_changed(QTreeWidgetItem*, int)));
@@ -106,6 +112,9 @@ void RULE_EDITOR_DIALOG::make_actions()
     undo->setShortcut(QKeySequence::fromString(QStringLiteral("Ctrl+Z")));
     QAction* const redo = m_undo_stack.createRedoAction(this);
     redo->setShortcut(QKeySequence::fromString(QStringLiteral("Ctrl+Y")));
+    m_find = make_action(tr("Find..."), "Ctrl+F", SLOT(find()));
+    m_read_again = make_action(tr("Read the rule file again"), "F5", SLOT(read_again()));
+    addActions({m_find, m_read_again});
     ui.rules->addActions({m_add, m_add_above, m_add_below, m_delete, make_separator(this), m_cut, m_copy,
                           m_paste, m_paste_above, m_paste_below, make_separator(this), undo, redo});
 }
@@ -136,6 +145,13 @@ QAction* RULE_EDITOR_DIALOG::make_menu(const QString& text, const char* operatio
     return menu->menuAction();
 }
 
+// Behind the edits, from the first time on that the menu opens.
+void RULE_EDITOR_DIALOG::complete_menu()
+{
+    if (!ui.rules->actions().contains(m_find))
+        ui.rules->addActions({make_separator(this), m_find, m_read_again});
+}
+
 void RULE_EDITOR_DIALOG::add_rows_of_rules()
 {
     const QMultiMap<QString, CACHED_RULE*> rules = m_cache->rules;
@@ -154,6 +170,46 @@ void RULE_EDITOR_DIALOG::add_rows_of_rules()
         for (; row; row = row->parent())
             row->setForeground(NAME_COLUMN, Qt::black);
     }
+}
+
+// They can be seen without a search. One in a root without files has no row.
+void RULE_EDITOR_DIALOG::mark_unreadable_folders()
+{
+    const QMap<QString, QString> errors = m_cache->unreadable_folders();
+    for (auto error = errors.cbegin(); error != errors.cend(); ++error) {
+        const PHYSICAL_PATH file = m_cache->file_of_folder(LOGICAL_PATH(error.key()));
+        const PHYSICAL_PATH folder(file.section('/', 0, -2));
+        QTreeWidgetItem* row = row_of_folder(display_path(folder), m_folder_rows);
+        if (!row)
+            continue;
+        show_as_unreadable(*row, *error);
+        while ((row = row->parent()))
+            row->setExpanded(true);
+    }
+}
+
+void RULE_EDITOR_DIALOG::show_folder(const PHYSICAL_PATH& folder)
+{
+    QTreeWidgetItem* const row = m_folder_rows.value(key_of_folder(display_path(folder)));
+    if (!row)
+        return;
+    for (QTreeWidgetItem* opened = row; opened; opened = opened->parent()) {
+        opened->setHidden(false);
+        opened->setExpanded(true);
+    }
+    ui.rules->setCurrentItem(row);
+    m_folder_in_view = row;
+}
+
+// With the folder at the top, as much of what is in it as possible can be seen.
+void RULE_EDITOR_DIALOG::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    if (!m_folder_in_view)
+        return;
+    ui.rules->scrollToItem(m_folder_in_view, QAbstractItemView::PositionAtTop);
+    ui.rules->scrollToItem(ui.rules->currentItem());
+    m_folder_in_view = nullptr;
 }
 
 void RULE_EDITOR_DIALOG::select_rule(const CACHED_RULE* rule, const QString& property)
@@ -210,9 +266,25 @@ void RULE_EDITOR_DIALOG::save()
     m_undo_stack.setClean();
 }
 
+void RULE_EDITOR_DIALOG::find()
+{
+    if (!m_find_line) {
+        m_find_line = new FIND_LINE(this);
+        for (const char* const step : {SIGNAL(changed()), SIGNAL(next()), SIGNAL(previous())})
+            connect(m_find_line, step, m_delegate, SLOT(commit())); // ahead of the step itself
+        new RULE_FINDER(*ui.rules, *m_find_line);
+        ui.verticalLayout->insertWidget(1, m_find_line);
+        m_find_line->set_tab_order_behind(ui.rules);
+    }
+    m_find_line->open();
+}
+
 void RULE_EDITOR_DIALOG::reject()
 {
-    close();
+    if (m_find_line && m_find_line->isVisible())
+        m_find_line->close();
+    else
+        close();
 }
 
 void RULE_EDITOR_DIALOG::closeEvent(QCloseEvent* event)
@@ -227,12 +299,15 @@ void RULE_EDITOR_DIALOG::closeEvent(QCloseEvent* event)
             tr("Some rules have been changed. You need to restart GOX if you want to process data."));
         s_restart_was_asked_for = true;
     }
+    keep_rule_editor(*this, *ui.rules);
     event->accept();
 }
 
 // The keyboard's way to a value: its column can't be reached by arrow keys.
 bool RULE_EDITOR_DIALOG::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched == ui.rules && event->type() == QEvent::ContextMenu)
+        complete_menu();
     if (watched == ui.rules && event->type() == QEvent::KeyPress) {
         const QKeyEvent* const key = static_cast<QKeyEvent*>(event);
         if ((key->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier && press_key(key->key()))

@@ -8,6 +8,7 @@
 #include "rules/rule_folder_rows.h"
 #include "ui_rule_editor_dialog.h"
 
+class FIND_LINE;
 class P4_CONNECTION;
 class RULE_CACHE;
 class RULE_VALUE_DELEGATE;
@@ -15,6 +16,9 @@ class RULE_VALUE_DELEGATE;
 /// The rules of a run in the folder tree of the data: they can be added, copied,
 /// changed and removed, with undo, and saved back to their files. Every edit
 /// goes straight into the live cache and marks it as changed.
+///
+/// A folder whose rule file could not be read is red and says why. Ctrl+F finds rules,
+/// properties and values. Size, width of the first column and open folders come back.
 ///
 /// Rules whose kind has no schema, and those of global files, are not shown;
 /// they stay in the cache and are saved like the others.
@@ -33,6 +37,10 @@ public:
     RULE_EDITOR_DIALOG(RULE_CACHE& cache, const LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files,
                        P4_CONNECTION& p4, QWidget* parent, Qt::WindowFlags flags);
     ~RULE_EDITOR_DIALOG() override;
+
+    /// To be called before `exec`: opens the folder and those above it, makes its row
+    /// current and brings it into view. Nothing happens when it has no row.
+    void show_folder(const PHYSICAL_PATH& folder);
 
     /// To be called before `exec`: makes a row of the rule's folder current, by
     /// preference that of `property`. It is taken from the first row there that
@@ -56,7 +64,15 @@ public slots:
     void add_below(const QString& name);
     void save(); ///< says what came of it
 
-    /// Closes the window, with the questions of `closeEvent`.
+    /// Takes over what stands in the rule file of the selected row's folder now, for
+    /// one that has changed on disk or could not be read. All other edits stay, and
+    /// undo brings back what it was.
+    void read_again();
+
+    void find(); ///< opens the find line
+
+    /// Closes the find line where it is open, else the window, with the questions of
+    /// `closeEvent`.
     void reject() override;
 
 protected:
@@ -64,6 +80,7 @@ protected:
     /// that changed rules need a new start. Never refuses.
     void closeEvent(QCloseEvent* event) override;
 
+    void showEvent(QShowEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
@@ -72,6 +89,10 @@ private:
     QAction* make_action(const QString& text, const char* shortcut, const char* slot);
     QAction* make_menu(const QString& text, const char* operation);
     void add_rows_of_rules();
+    void mark_unreadable_folders();
+    void complete_menu();
+    PHYSICAL_PATH file_of_folder(const QTreeWidgetItem& row) const;
+    QTreeWidgetItem* selected_folder() const;
     QTreeWidgetItem* selected_row(bool with_rule) const;
     void add_new(const QString& name, int position);
     void paste_at(int position);
@@ -94,5 +115,9 @@ private:
     QAction* m_add = nullptr;
     QAction* m_add_above = nullptr;
     QAction* m_add_below = nullptr;
+    QAction* m_find = nullptr;
+    QAction* m_read_again = nullptr;
+    FIND_LINE* m_find_line = nullptr;            // null until it is used
+    QTreeWidgetItem* m_folder_in_view = nullptr; // to be brought there once the window is shown
     RULE_VALUE_DELEGATE* m_delegate;
 };

@@ -1,9 +1,13 @@
+#include <QtCore/QFileInfo>
 #include <QtWidgets/QAction>
 
 #include "contracts/rules/rule_cache.h"
+#include "contracts/services/plain_message_box.h"
 #include "rules/rule_edit_commands.h"
 #include "rules/rule_editor_dialog.h"
+#include "rules/rule_file_command.h"
 #include "rules/rule_rows.h"
+#include "rules/rule_value_delegate.h"
 
 // What the rule editor offers to do with its rows.
 
@@ -12,6 +16,7 @@ void RULE_EDITOR_DIALOG::selection_changed()
     for (QAction* const action :
          {m_delete, m_cut, m_copy, m_paste, m_paste_above, m_paste_below, m_add, m_add_above, m_add_below})
         action->setVisible(false);
+    m_read_again->setVisible(selected_folder());
     const QList<QTreeWidgetItem*> selected = ui.rules->selectedItems();
     if (selected.size() != 1)
         return;
@@ -148,4 +153,42 @@ void RULE_EDITOR_DIALOG::insert_rule(CACHED_RULE* rule, int position)
     QTreeWidgetItem* const row = make_rule_row(rule, *RULE_SCHEMA::s_schemas.value(rule->name.toLower()));
     m_undo_stack.push(new RULE_INSERT_COMMAND(true, rule, &m_cache->rules, index, row, parent));
     m_cache->rules_changed = true;
+}
+
+// That of the selected row, whichever kind that has, when it may have a rule file.
+QTreeWidgetItem* RULE_EDITOR_DIALOG::selected_folder() const
+{
+    QTreeWidgetItem* row = ui.rules->selectedItems().value(0);
+    while (row && kind_of_row(*row) != FOLDER_ROW)
+        row = row->parent();
+    return row && QFileInfo::exists(file_of_folder(*row)) ? row : nullptr;
+}
+
+PHYSICAL_PATH RULE_EDITOR_DIALOG::file_of_folder(const QTreeWidgetItem& row) const
+{
+    const PHYSICAL_PATH known = m_cache->file_of_folder(folder_of_row(row));
+    return known == PHYSICAL_PATH() ? PHYSICAL_PATH(physical_folder_of_row(row) + "/rules.gox") : known;
+}
+
+void RULE_EDITOR_DIALOG::read_again()
+{
+    m_delegate->commit();
+    QTreeWidgetItem* const folder = selected_folder();
+    if (!folder)
+        return;
+    const PHYSICAL_PATH file = file_of_folder(*folder);
+    RULE_FILE_READING reading;
+    const QString error = m_cache->read_again(file, reading);
+    if (!error.isEmpty()) {
+        if (is_unreadable(*folder))
+            show_as_unreadable(*folder, error);
+        show_plain_box(QMessageBox::Critical, this, tr("The rules stay as they are.\n") + error);
+        return;
+    }
+    const bool was_clean = m_undo_stack.isClean();
+    m_undo_stack.push(new RULE_FILE_COMMAND(*m_cache, reading, *folder));
+    if (was_clean)
+        m_undo_stack.setClean();
+    m_cache->rules_changed = true;
+    show_plain_box(QMessageBox::Information, this, tr("%1 has been read again.").arg(file));
 }

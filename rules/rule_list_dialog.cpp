@@ -2,12 +2,16 @@
 
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QHeaderView>
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QTreeWidget>
 
 #include "contracts/rules/cached_rule.h"
+#include "contracts/rules/rule_cache.h"
 #include "contracts/rules/rule_key.h"
 #include "contracts/rules/rule_schema.h"
 #include "contracts/services/plain_row_delegate.h"
+#include "contracts/services/plain_tool_tip.h"
+#include "rules/rule_rows.h"
 
 namespace {
 
@@ -18,6 +22,12 @@ enum COLUMN : int
     COLUMN_ORIGIN,
     COLUMN_COUNT
 };
+
+CACHED_RULE* origin_of(const QTreeWidgetItem& row)
+{
+    const quint64 address = row.data(COLUMN_ORIGIN, Qt::UserRole).toULongLong();
+    return reinterpret_cast<CACHED_RULE*>(quintptr(address));
+}
 
 } // namespace
 
@@ -55,10 +65,39 @@ void RULE_LIST_DIALOG::add_rule(const RULE_SCHEMA& schema, const RULE& rule)
     rule_row->setExpanded(true);
 }
 
+void RULE_LIST_DIALOG::tell_files(const PHYSICAL_PATH& file, const RULE_CACHE& cache)
+{
+    name_file(file);
+    for (int i = 0; i < ui.rules->topLevelItemCount(); ++i) {
+        QTreeWidgetItem& rule_row = *ui.rules->topLevelItem(i);
+        for (int k = 0; k < rule_row.childCount(); ++k) {
+            QTreeWidgetItem& row = *rule_row.child(k);
+            if (!is_global(*origin_of(row)))
+                continue;
+            for (int column = 0; column < COLUMN_COUNT; ++column)
+                row.setToolTip(column, QString());
+            row.setToolTip(COLUMN_ORIGIN, tr("Global rules of ") + cache.file_of(*origin_of(row)));
+        }
+    }
+}
+
+void RULE_LIST_DIALOG::name_file(const PHYSICAL_PATH& file)
+{
+    QLabel* const label = new QLabel(tr("Rules for ") + display_path(file), this);
+    label->setObjectName(QStringLiteral("file"));
+    label->setTextFormat(Qt::PlainText);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    label->setToolTip(plain_tool_tip(file));
+    // A long path has more lines, and never makes the window wider.
+    label->setWordWrap(true);
+    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    ui.verticalLayout->insertWidget(0, label);
+    ui.rules->setAccessibleName(label->text());
+}
+
 void RULE_LIST_DIALOG::item_double_clicked(QTreeWidgetItem* item, int)
 {
-    chosen_rule =
-        reinterpret_cast<CACHED_RULE*>(quintptr(item->data(COLUMN_ORIGIN, Qt::UserRole).toULongLong()));
+    chosen_rule = origin_of(*item);
     chosen_property = item->text(COLUMN_NAME);
     if (chosen_rule)
         accept();

@@ -4,10 +4,12 @@
 #include <QtCore/QString>
 #include <QtWidgets/QDialog>
 
+#include "contracts/paths/physical_path.h"
 #include "contracts/rules/rule.h"
 #include "ui_rule_list_dialog.h"
 
 class CACHED_RULE;
+class RULE_CACHE;
 class RULE_SCHEMA;
 
 /// Shows which rules hold for one file: each with the properties that some rule
@@ -20,6 +22,11 @@ public:
     /// The rules are read here and not kept; their origins must outlive the
     /// dialog.
     RULE_LIST_DIALOG(const QMap<RULE_SCHEMA*, RULE>& resolved, QWidget* parent, Qt::WindowFlags flags);
+
+    /// To be called before `exec`: names `file` above its rules. A value of a global
+    /// rule, which the rule editor does not show, says in its tool tip which file of
+    /// `cache` it comes from.
+    void tell_files(const PHYSICAL_PATH& file, const RULE_CACHE& cache);
 
 private:
     Ui::RULE_LIST_DIALOG ui;
@@ -40,4 +47,5 @@ private slots:
 
 private:
     void add_rule(const RULE_SCHEMA& schema, const RULE& rule);
+    void name_file(const PHYSICAL_PATH& file);
 };

@@ -7,6 +7,8 @@
 
 namespace {
 
+const QColor RED(192, 0, 0); // a lighter one is hard to read on white
+
 QString tr(const char* text)
 {
     return QCoreApplication::translate("RULE_EDITOR_DIALOG", text);
@@ -24,6 +26,39 @@ QString help_on_files()
               "You can specify more than one entry separating by comma. E.g.: *.txt, -design_*.txt, "
               "design_todo_*.txt ('code.txt' would be affected, 'design_info.txt' wouldn't be but "
               "design_todo_x.txt would be too)");
+}
+
+QString help_on_inheriting(const QString& kind)
+{
+    return tr("Checked: what this rule leaves open comes from other %1 rules: those above it in this\n"
+              "folder, those of the folders above, and global ones.\n"
+              "Not checked: all of these are switched off for the files of this rule.")
+        .arg(kind);
+}
+
+// A folder: "<root>" and what is below it, with a slash in front.
+struct PLACE
+{
+    QString root;
+    QString below;
+};
+
+PLACE place_of(const QTreeWidgetItem& row)
+{
+    PLACE place;
+    const QTreeWidgetItem* folder = &row;
+    for (; folder->parent(); folder = folder->parent())
+        place.below.prepend('/' + folder->text(NAME_COLUMN));
+    place.root = '<' + folder->text(NAME_COLUMN) + '>';
+    return place;
+}
+
+bool holds_rule(const QTreeWidgetItem& folder)
+{
+    for (int i = 0; i < folder.childCount(); ++i)
+        if (rule_of_row(*folder.child(i)) || folder.child(i)->foreground(NAME_COLUMN) != QBrush(Qt::gray))
+            return true;
+    return false;
 }
 
 void set_rule(QTreeWidgetItem* row, CACHED_RULE* rule)
@@ -58,6 +93,41 @@ RULE_ROW_KIND kind_of_row(const QTreeWidgetItem& row)
     return row.parent() && rule_of_row(*row.parent()) ? VALUE_ROW : RULE_ROW;
 }
 
+bool is_global(const CACHED_RULE& rule)
+{
+    return rule.path == LOGICAL_PATH(QStringLiteral("<>"));
+}
+
+LOGICAL_PATH folder_of_row(const QTreeWidgetItem& row)
+{
+    const PLACE place = place_of(row);
+    return LOGICAL_PATH(place.root + lower_case_by_letter(place.below));
+}
+
+PHYSICAL_PATH physical_folder_of_row(const QTreeWidgetItem& row)
+{
+    const PLACE place = place_of(row);
+    return PHYSICAL_PATH(PATHS::physical_path(LOGICAL_PATH(place.root)) + place.below);
+}
+
+void show_as_holding(QTreeWidgetItem& row)
+{
+    if (!is_unreadable(row))
+        row.setForeground(NAME_COLUMN, Qt::black);
+}
+
+void show_as_unreadable(QTreeWidgetItem& row, const QString& error)
+{
+    row.setToolTip(NAME_COLUMN, error);
+    row.setData(NAME_COLUMN, Qt::AccessibleDescriptionRole, error);
+    row.setForeground(NAME_COLUMN, !error.isEmpty() ? RED : holds_rule(row) ? Qt::black : Qt::gray);
+}
+
+bool is_unreadable(const QTreeWidgetItem& row)
+{
+    return !rule_of_row(row) && !row.toolTip(NAME_COLUMN).isEmpty();
+}
+
 QString display_path(const PHYSICAL_PATH& path)
 {
     const LOGICAL_PATH logical = PATHS::logical_path(path);
@@ -72,6 +142,7 @@ QTreeWidgetItem* make_rule_row(CACHED_RULE* rule, const RULE_SCHEMA& schema)
 {
     QTreeWidgetItem* const row = new QTreeWidgetItem(QStringList{rule->name, tr("Inherit properties")});
     row->setToolTip(NAME_COLUMN, schema.description);
+    row->setToolTip(VALUE_COLUMN, help_on_inheriting(rule->name));
     row->setCheckState(VALUE_COLUMN, rule->inherit_properties ? Qt::Checked : Qt::Unchecked);
     QFont font = row->font(NAME_COLUMN);
     font.setBold(true);

@@ -4,6 +4,7 @@
 #include <QtCore/QString>
 #include <QtWidgets/QTreeWidgetItem>
 
+#include "contracts/paths/logical_path.h"
 #include "contracts/paths/physical_path.h"
 #include "contracts/rules/cached_rule.h"
 #include "contracts/rules/rule_schema.h"
@@ -30,6 +31,21 @@ RULE_ROW_KIND kind_of_row(const QTreeWidgetItem& row);
 
 /// Null for a folder row. Not owned by the row.
 CACHED_RULE* rule_of_row(const QTreeWidgetItem& row);
+
+/// Whether it comes from a file that holds for all folders, and has no place in the tree.
+bool is_global(const CACHED_RULE& rule);
+
+/// Of a folder row.
+LOGICAL_PATH folder_of_row(const QTreeWidgetItem& row);
+PHYSICAL_PATH physical_folder_of_row(const QTreeWidgetItem& row);
+
+/// Makes a folder row black: a rule lies in it or below.
+void show_as_holding(QTreeWidgetItem& row);
+
+/// Makes a folder row red whose rule file can't be read, with `error` as its tool
+/// tip, and one without an error what its other rows make it.
+void show_as_unreadable(QTreeWidgetItem& row, const QString& error);
+bool is_unreadable(const QTreeWidgetItem& row);
 
 /// How a path is shown: the logical root's name without its brackets, a slash
 /// and the rest in the disk's spelling. Empty outside the data roots.

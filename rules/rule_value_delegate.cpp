@@ -1,8 +1,18 @@
 #include "rules/rule_value_delegate.h"
 
+#include <QtGui/QHelpEvent>
 #include <QtGui/QKeyEvent>
+#include <QtWidgets/QToolTip>
 
 #include <limits>
+
+#include "contracts/services/plain_tool_tip.h"
+
+namespace {
+
+const int FRAME_AND_MARGINS = 12; // of a line edit, both sides
+
+} // namespace
 
 RULE_VALUE_DELEGATE::RULE_VALUE_DELEGATE(QObject* parent) : PLAIN_ROW_DELEGATE(parent) {}
 
@@ -13,10 +23,12 @@ void RULE_VALUE_DELEGATE::commit()
 }
 
 QWidget* RULE_VALUE_DELEGATE::createEditor(QWidget* parent, const QStyleOptionViewItem&,
-                                           const QModelIndex&) const
+                                           const QModelIndex& index) const
 {
+    m_edited = index;
     m_editor = new QLineEdit(parent);
     m_editor->setMaxLength(std::numeric_limits<int>::max()); // or a long value would be cut
+    m_editor->setAccessibleName(index.siblingAtColumn(0).data().toString());
     return m_editor;
 }
 
@@ -42,6 +54,8 @@ void RULE_VALUE_DELEGATE::setModelData(QWidget* editor, QAbstractItemModel* mode
 bool RULE_VALUE_DELEGATE::eventFilter(QObject* watched, QEvent* event)
 {
     QLineEdit* const edit = qobject_cast<QLineEdit*>(watched);
+    if (edit && event->type() == QEvent::ToolTip)
+        return show_tool_tip(edit, static_cast<QHelpEvent*>(event)->globalPos());
     if (!edit || (event->type() != QEvent::KeyPress && event->type() != QEvent::ShortcutOverride))
         return PLAIN_ROW_DELEGATE::eventFilter(watched, event);
     QKeyEvent* const key = static_cast<QKeyEvent*>(event);
@@ -55,6 +69,16 @@ bool RULE_VALUE_DELEGATE::eventFilter(QObject* watched, QEvent* event)
     if (is_for_dialog)
         event->ignore();
     return is_for_dialog || PLAIN_ROW_DELEGATE::eventFilter(watched, event);
+}
+
+bool RULE_VALUE_DELEGATE::show_tool_tip(QLineEdit* edit, const QPoint& place) const
+{
+    const QString own = m_edited.data(Qt::ToolTipRole).toString();
+    const QString text = edit->text();
+    const bool is_cut_off = edit->fontMetrics().horizontalAdvance(text) > edit->width() - FRAME_AND_MARGINS;
+    const QString all = !is_cut_off ? own : own.isEmpty() ? text : text + "\n\n" + own;
+    QToolTip::showText(place, plain_tool_tip(all), edit);
+    return true;
 }
 
 void RULE_VALUE_DELEGATE::prepare_for_key(QLineEdit* edit, int key)

@@ -13,6 +13,7 @@ class CONFIGURATION_EDITOR_DIALOG;
 class DATA_SELECTION_FILE_MODEL_FILTER_PROXY;
 class QMenu;
 class P4_CONNECTION;
+class PHYSICAL_PATH;
 class RULE_EDITOR_DIALOG;
 
 /// The window in which a person chooses what to build: the three file trees, and
@@ -149,7 +150,7 @@ private:
     // data_selection_windows.cpp
     void open_action_list(const QList<ACTION_INTERFACE*>& providers,
                           const QList<ACTION_INTERFACE*>& consumers, bool popup);
-    void run_rule_editor(CACHED_RULE* rule, const QString& property);
+    void run_rule_editor(CACHED_RULE* rule, const QString& property, const PHYSICAL_PATH& file);
 
     QSet<ACTION_INTERFACE*> m_chosen_by_hand;
     P4_CONNECTION* m_p4 = nullptr;

@@ -8,6 +8,7 @@
 #include "contracts/actions/processor_interface.h"
 #include "contracts/paths/paths.h"
 #include "contracts/rules/rule_schema.h"
+#include "contracts/services/plain_message_box.h"
 #include "graph/graph_settings_dialog.h"
 #include "rules/rule_editor_dialog.h"
 #include "rules/rule_list_dialog.h"
@@ -46,6 +47,12 @@ QMap<RULE_SCHEMA*, RULE> rules_of(const FILE_ENTRY& file, const RULE_CACHE& cach
             resolved.insert(schema, rule);
     }
     return resolved;
+}
+
+// Empty for a rule of a folder, which the rule editor shows.
+PHYSICAL_PATH file_of_global(const CACHED_RULE& rule, const RULE_CACHE& cache)
+{
+    return rule.path == LOGICAL_PATH(QStringLiteral("<>")) ? cache.file_of(rule) : PHYSICAL_PATH();
 }
 
 } // namespace
@@ -114,8 +121,17 @@ void DATA_SELECTION_DIALOG::view_rules(const QModelIndex& index)
     if (!file)
         return;
     RULE_LIST_DIALOG list(rules_of(*file, session->rule_cache), nullptr, Qt::WindowFlags());
-    if (list.exec() == QDialog::Accepted)
-        run_rule_editor(list.chosen_rule, list.chosen_property);
+    list.tell_files(file->physical, session->rule_cache);
+    if (list.exec() != QDialog::Accepted)
+        return;
+    const PHYSICAL_PATH global_file = file_of_global(*list.chosen_rule, session->rule_cache);
+    if (global_file == PHYSICAL_PATH())
+        run_rule_editor(list.chosen_rule, list.chosen_property, file->physical);
+    else
+        show_plain_box(QMessageBox::Information, this,
+                       tr("This value comes from a global rule. To change it, edit the file\n%1\n"
+                          "and start GOX again.")
+                           .arg(global_file));
 }
 
 void DATA_SELECTION_DIALOG::view_raw_data_rules()
@@ -166,7 +182,7 @@ void DATA_SELECTION_DIALOG::preferences_editor()
 
 void DATA_SELECTION_DIALOG::rule_editor()
 {
-    run_rule_editor(nullptr, QString());
+    run_rule_editor(nullptr, QString(), PHYSICAL_PATH());
 }
 
 void DATA_SELECTION_DIALOG::configuration_editor()
@@ -189,16 +205,20 @@ void DATA_SELECTION_DIALOG::graph()
     QDir::setCurrent(former);
 }
 
-// Shows the rule editor at that property of that rule, or as it was left.
-void DATA_SELECTION_DIALOG::run_rule_editor(CACHED_RULE* rule, const QString& property)
+// Shows the rule editor at that property of that rule of a file, or as it was left.
+void DATA_SELECTION_DIALOG::run_rule_editor(CACHED_RULE* rule, const QString& property,
+                                            const PHYSICAL_PATH& file)
 {
     if (!rule_editor_dialog && m_p4)
         rule_editor_dialog =
             new RULE_EDITOR_DIALOG(session->rule_cache, session->file_map, *m_p4, this, Qt::WindowFlags());
     if (!rule_editor_dialog)
         return;
-    if (rule)
+    if (rule) {
+        rule_editor_dialog->show_folder(PHYSICAL_PATH(file.section('/', 0, -2)));
+        rule_editor_dialog->show_folder(rule->physical_path);
         rule_editor_dialog->select_rule(rule, property);
+    }
     rule_editor_dialog->exec();
     if (session->rule_cache.rules_changed) // the files were judged by rules that no longer hold
         ui.start_button->setEnabled(false);

@@ -3,6 +3,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 #include <QtGui/QCloseEvent>
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QFileDialog>
@@ -164,9 +165,28 @@ void CONFIGURATION_EDITOR_DIALOG::write(const QString& path)
 {
     QString error;
     if (shown_configuration().save(path, false, error))
-        show_plain_box(QMessageBox::Information, this, tr("Configuration file has been saved."));
+        show_plain_box(QMessageBox::Information, this, tr("Configuration file has been saved."),
+                       QDir::cleanPath(path) + '\n' + what_runs(path));
     else
         show_plain_box(QMessageBox::Critical, this, tr("Failed to save configuration file!") + '\n' + error);
+}
+
+// How GOX is told to run the configuration, or why it will not find it.
+QString CONFIGURATION_EDITOR_DIALOG::what_runs(const QString& path)
+{
+    QString why_not;
+    const QString name = configuration_name_of_file(path, QDir::currentPath(), why_not);
+    if (name.isEmpty())
+        return tr("GOX will not find it: %1.").arg(why_not);
+    if (name == QLatin1String("default"))
+        return tr("GOX runs it when no configuration is named.");
+    const QString option = (name.contains(' ') ? "\"--configuration=%1\"" : "--configuration=%1");
+    QStringList lines{tr("GOX runs it with %1.").arg(option.arg(name))};
+    if (name.contains('/'))
+        lines += tr("--configuration=choose does not offer it, as it lies in a folder of its own.");
+    if (name.contains(QRegularExpression(QStringLiteral("[<>:\"|?*\\\\]"))))
+        lines += tr("Windows can have no file of this name.");
+    return lines.join('\n');
 }
 
 void CONFIGURATION_EDITOR_DIALOG::show_configuration(const CONFIGURATION& configuration)

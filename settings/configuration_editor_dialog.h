@@ -7,7 +7,8 @@
 #include "ui_configuration_editor_dialog.h"
 
 /// Composes run configurations: loads a file into its widgets and writes the
-/// widgets out to another one or to the default. The configuration of the
+/// widgets out to another one or to the default, and says which file that is and how
+/// GOX is told to run it, or that it will not find it. The configuration of the
 /// running process is never touched, and every closing says so.
 ///
 /// What has no widget (`no_progress_dialog`, `p4_option`, `clean_asset_graph`)
@@ -51,6 +52,7 @@ private:
     CONFIGURATION shown_configuration() const;
     QVector<QRadioButton*> merge_buttons() const; ///< in the order of their values, which begin with 1
     void write(const QString& path);
+    static QString what_runs(const QString& path);
 
     Ui::CONFIGURATION_EDITOR_DIALOG ui;
     bool processor_change_running = false; // while the slot itself changes check states

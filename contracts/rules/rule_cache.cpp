@@ -88,6 +88,27 @@ PHYSICAL_PATH RULE_CACHE::file_of(const CACHED_RULE& rule) const
     return m_files->path_of(rule);
 }
 
+PHYSICAL_PATH RULE_CACHE::file_of_folder(const LOGICAL_PATH& folder) const
+{
+    return m_files->path_of_folder(folder);
+}
+
+QMap<QString, QString> RULE_CACHE::unreadable_folders() const
+{
+    return m_files->unreadable();
+}
+
+QString RULE_CACHE::read_again(const PHYSICAL_PATH& file, RULE_FILE_READING& reading)
+{
+    const LOGICAL_PATH folder = PATHS::logical_path(PHYSICAL_PATH(file.section('/', 0, -2)));
+    return m_files->read_again(file, folder, rules, reading);
+}
+
+void RULE_CACHE::exchange(RULE_FILE_READING& reading)
+{
+    m_files->exchange(reading, rules);
+}
+
 QDateTime RULE_CACHE::last_change(const LOGICAL_PATH& path, const QString& name) const
 {
     QDateTime latest;

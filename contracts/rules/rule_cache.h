@@ -17,6 +17,7 @@ class P4_CONNECTION;
 class RULE_FILES;
 struct DIGEST;
 struct FILE_ENTRY;
+struct RULE_FILE_READING;
 
 /// All rules of a run. The session holds the one cache; processors get it as an
 /// argument and ask it with `get`.
@@ -80,6 +81,25 @@ public:
     /// The rule file that `rule`, one of `rules`, was read from or saved to; empty
     /// for a new one. GUI thread or, while nobody edits, the build thread.
     PHYSICAL_PATH file_of(const CACHED_RULE& rule) const;
+
+    /// The rule file of a data folder, empty for one that is not known to have any.
+    PHYSICAL_PATH file_of_folder(const LOGICAL_PATH& folder) const;
+
+    /// Why the rule files of data folders could not be read. Key: the folder.
+    QMap<QString, QString> unreadable_folders() const;
+
+    /// Reads the rule file of a data folder once more, or for the first time where
+    /// it has come into being meanwhile. Nothing changes until `exchange`. Empty on
+    /// success; otherwise the error, which for a file that could not be read before
+    /// is from then on what `unreadable_folders` says. GUI thread, like `exchange`.
+    QString read_again(const PHYSICAL_PATH& file, RULE_FILE_READING& reading);
+
+    /// Puts what a file was found to hold in the place of the rules that were known
+    /// to stand in it; these come back in `reading`, and exchanging it again is the
+    /// way back. Rules that were added to the folder and never saved stay, as do
+    /// those of all other files. Rules that leave the cache are the caller's, who
+    /// must keep them as long as the way back may be gone.
+    void exchange(RULE_FILE_READING& reading);
 
     /// When the answer of `get` may have changed last: the latest modification
     /// time of the rule files that `get` goes through for it, those of folders

@@ -76,6 +76,28 @@ void add_leaving(const QVector<CACHED_RULE>& old_rules, QVector<RULE_IN_FILE>& i
     }
 }
 
+QList<CACHED_RULE*> oldest_first(const QMultiMap<QString, CACHED_RULE*>& rules, const QString& key)
+{
+    QList<CACHED_RULE*> equals = rules.values(key);
+    std::reverse(equals.begin(), equals.end());
+    return equals;
+}
+
+// The rules `equals` with `arriving` where the first of those that leave stood.
+QList<CACHED_RULE*> exchanged(const QList<CACHED_RULE*>& equals, const QSet<quint64>& leaving,
+                              const QList<CACHED_RULE*>& arriving)
+{
+    QList<CACHED_RULE*> before, behind;
+    bool is_behind = false;
+    for (CACHED_RULE* const rule : equals) {
+        if (leaving.contains(rule->identity().number()))
+            is_behind = true;
+        else
+            (is_behind ? behind : before).append(rule);
+    }
+    return before + arriving + behind;
+}
+
 // On a disk that knows letter case, two spellings would be one file to the scan.
 bool stands_in_other_case(const QString& path)
 {
@@ -136,6 +158,21 @@ QString RULE_FILES::read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, 
     QDateTime& last_change = m_last_change[static_cast<const QString&>(folder).toLower()];
     last_change = qMax(last_change, QFileInfo(path).lastModified().toUTC());
     RULE_FILE file;
+    const QString error = load(path, folder, file, rules);
+    if (!error.isEmpty()) {
+        if (QFileInfo::exists(path)) // otherwise nothing is there that could be overwritten
+            enter(file);
+        return error;
+    }
+    const int index = enter(file);
+    for (const CACHED_RULE* const rule : qAsConst(rules))
+        m_origin.insert(rule->identity().number(), index);
+    return QString();
+}
+
+QString RULE_FILES::load(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, RULE_FILE& file,
+                         QVector<CACHED_RULE*>& rules)
+{
     file.path = path;
     file.folder = folder;
     XML_FILE_READER xml(path);
@@ -143,11 +180,8 @@ QString RULE_FILES::read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, 
     QVector<CACHED_RULE> read;
     if (!xml.open(RULE_FILE_ROOT, &text) || !read_rules(xml, read)) {
         file.unreadable = xml.error();
-        if (QFileInfo::exists(path)) // otherwise nothing is there that could be overwritten
-            enter(file);
         return file.unreadable;
     }
-
     const PHYSICAL_PATH physical_folder(path.section('/', 0, -2));
     for (const CACHED_RULE& rule : qAsConst(read)) {
         rules.append(new CACHED_RULE(rule));
@@ -157,10 +191,70 @@ QString RULE_FILES::read(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, 
     }
     file.hash = hash_of(text);
     file.meaning = digest_of_meaning(FILE_RULES(rules.cbegin(), rules.cend()));
-    const int index = enter(file);
-    for (const CACHED_RULE* const rule : qAsConst(rules))
-        m_origin.insert(rule->identity().number(), index);
     return QString();
+}
+
+PHYSICAL_PATH RULE_FILES::path_of_folder(const LOGICAL_PATH& folder) const
+{
+    const int index = m_file_of_folder.value(folder, NO_FILE);
+    return index == NO_FILE ? PHYSICAL_PATH() : m_files.at(index).path;
+}
+
+QMap<QString, QString> RULE_FILES::unreadable() const
+{
+    QMap<QString, QString> errors;
+    for (const int index : m_file_of_folder)
+        if (!m_files.at(index).unreadable.isEmpty())
+            errors.insert(m_files.at(index).folder, m_files.at(index).unreadable);
+    return errors;
+}
+
+QString RULE_FILES::read_again(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder,
+                               const QMultiMap<QString, CACHED_RULE*>& rules, RULE_FILE_READING& reading)
+{
+    const int index = m_by_path.value(path, NO_FILE);
+    reading.modified = QFileInfo(path).lastModified().toUTC();
+    QVector<CACHED_RULE*> read;
+    const QString error = load(path, folder, reading.file, read);
+    if (!error.isEmpty()) {
+        if (index != NO_FILE && !m_files.at(index).unreadable.isEmpty())
+            m_files[index].unreadable = error;
+        return error;
+    }
+    QMap<QString, QList<CACHED_RULE*>> in_file;
+    for (CACHED_RULE* const rule : qAsConst(read))
+        in_file[rule_key(rule->path, rule->name)].append(rule);
+    QSet<quint64> leaving;
+    for (const STANDING_RULE& rule : m_files.value(index).standing)
+        leaving.insert(rule.number);
+    for (const CACHED_RULE* const rule : rules)
+        if (rule->path == folder && leaving.contains(rule->identity().number()))
+            in_file[rule_key(rule->path, rule->name)]; // which may hold none of the kind now
+    for (auto kind = in_file.cbegin(); kind != in_file.cend(); ++kind)
+        reading.rules.insert(kind.key(), exchanged(oldest_first(rules, kind.key()), leaving, *kind));
+    return QString();
+}
+
+void RULE_FILES::exchange(RULE_FILE_READING& reading, QMultiMap<QString, CACHED_RULE*>& rules)
+{
+    RULE_FILE former;
+    former.path = reading.file.path;
+    former.folder = reading.file.folder;
+    former = m_files.value(m_by_path.value(reading.file.path, NO_FILE), former);
+    reading.file.is_new_to_perforce = former.is_new_to_perforce;
+    const int index = enter(reading.file);
+    reading.file = former;
+    QDateTime& last_change = m_last_change[static_cast<const QString&>(former.folder).toLower()];
+    last_change = qMax(last_change, reading.modified);
+    for (auto kind = reading.rules.begin(); kind != reading.rules.end(); ++kind) {
+        const QList<CACHED_RULE*> entering = *kind;
+        *kind = oldest_first(rules, kind.key());
+        rules.remove(kind.key());
+        for (CACHED_RULE* const rule : entering) {
+            rules.insert(kind.key(), rule);
+            m_origin.insert(rule->identity().number(), index);
+        }
+    }
 }
 
 PHYSICAL_PATH RULE_FILES::path_of(const CACHED_RULE& rule) const

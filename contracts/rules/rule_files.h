@@ -3,6 +3,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QDateTime>
 #include <QtCore/QHash>
+#include <QtCore/QList>
 #include <QtCore/QMap>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -27,6 +28,30 @@ struct STANDING_RULE
     quint64 line = 0;   ///< the same
 };
 
+/// A rule file as it was read or written last.
+struct RULE_FILE
+{
+    PHYSICAL_PATH path;
+    LOGICAL_PATH folder;             ///< "<>" for a global file
+    QString unreadable;              ///< why it could not be read
+    QByteArray hash;                 ///< of the bytes on disk; empty for no file
+    QByteArray meaning;              ///< digest of what the rules in them say
+    QVector<STANDING_RULE> standing; ///< the rules in them, in their order
+    bool is_new_to_perforce = false; ///< written, and still to be opened for add
+    bool is_written = false;         ///< by the `save` that runs
+};
+
+/// What RULE_CACHE::read_again has found in a file, for RULE_CACHE::exchange.
+struct RULE_FILE_READING
+{
+    RULE_FILE file;
+    QDateTime modified; ///< UTC
+
+    /// All rules that there are to be with a key of RULE_CACHE::rules, the oldest
+    /// first, for each key that the file has a part in.
+    QMap<QString, QList<CACHED_RULE*>> rules;
+};
+
 /// The files behind the rules of a RULE_CACHE: what was read from each, and
 /// which rule came from which, so that a change goes back to the right place
 /// and nothing is overwritten that was not understood. GUI thread only.
@@ -44,23 +69,21 @@ public:
     /// What RULE_CACHE::file_of says.
     PHYSICAL_PATH path_of(const CACHED_RULE& rule) const;
 
+    /// What RULE_CACHE says of these. `rules` are those of the cache.
+    PHYSICAL_PATH path_of_folder(const LOGICAL_PATH& folder) const;
+    QMap<QString, QString> unreadable() const;
+    QString read_again(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder,
+                       const QMultiMap<QString, CACHED_RULE*>& rules, RULE_FILE_READING& reading);
+    void exchange(RULE_FILE_READING& reading, QMultiMap<QString, CACHED_RULE*>& rules);
+
     /// What RULE_CACHE::save says.
     QString save(const QMultiMap<QString, CACHED_RULE*>& rules, P4_CONNECTION& p4);
 
 private:
-    struct RULE_FILE
-    {
-        PHYSICAL_PATH path;
-        LOGICAL_PATH folder;             // "<>" for a global file
-        QString unreadable;              // why it could not be read
-        QByteArray hash;                 // of the bytes on disk; empty for no file
-        QByteArray meaning;              // digest of what the rules in them say
-        QVector<STANDING_RULE> standing; // the rules in them, in their order
-        bool is_new_to_perforce = false; // written, and still to be opened for add
-        bool is_written = false;         // by the `save` that runs
-    };
     using FILE_RULES = QVector<const CACHED_RULE*>; // those of a kind together, oldest first
 
+    static QString load(const PHYSICAL_PATH& path, const LOGICAL_PATH& folder, RULE_FILE& file,
+                        QVector<CACHED_RULE*>& rules);
     int enter(const RULE_FILE& file);
     int file_of(const CACHED_RULE& rule);
     QMap<int, FILE_RULES> distribute(const QMultiMap<QString, CACHED_RULE*>& rules);

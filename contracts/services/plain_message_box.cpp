@@ -1,5 +1,7 @@
 #include "contracts/services/plain_message_box.h"
 
+#include <QtWidgets/QLabel>
+
 namespace {
 
 const int MOST_LINES = 20; // with more, the buttons may lie beyond the screen's edge
@@ -14,12 +16,24 @@ void set_plain_text(QMessageBox& box, const QString& text)
         box.setDetailedText(text);
 }
 
+// The box's own setting of the format holds for the text only.
+void set_plain_informative_text(QMessageBox& box, const QString& text)
+{
+    if (text.isEmpty())
+        return;
+    box.setInformativeText(QStringLiteral(" ")); // no text, no label
+    if (QLabel* const label = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel")))
+        label->setTextFormat(Qt::PlainText);
+    box.setInformativeText(text);
+}
+
 } // namespace
 
-void show_plain_box(QMessageBox::Icon icon, QWidget* parent, const QString& text)
+void show_plain_box(QMessageBox::Icon icon, QWidget* parent, const QString& text, const QString& more)
 {
     QMessageBox box(icon, QStringLiteral("GOX"), QString(), QMessageBox::Ok, parent);
     set_plain_text(box, text);
+    set_plain_informative_text(box, more);
     box.setEscapeButton(QMessageBox::Ok); // and not the one that shows the details
     box.exec();
 }

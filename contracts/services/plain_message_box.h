@@ -8,8 +8,9 @@
 /// it letter for letter: markup in the name of a file or in an error is not taken
 /// for formatting, as it is by the static functions of QMessageBox. Of a text of
 /// many lines the box shows the beginning, and all of it as its details. `parent`
-/// may be null. GUI thread.
-GOX_CONTRACTS_EXPORT void show_plain_box(QMessageBox::Icon icon, QWidget* parent, const QString& text);
+/// may be null. `more` stands below the text, likewise. GUI thread.
+GOX_CONTRACTS_EXPORT void show_plain_box(QMessageBox::Icon icon, QWidget* parent, const QString& text,
+                                         const QString& more = QString());
 
 /// Asks in such a box whether to go on with what loses something: true for Yes.
 /// No has the focus and is what Escape answers. It is also the answer when the

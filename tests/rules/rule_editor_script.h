@@ -7,6 +7,7 @@
 #include <QtWidgets/QTreeWidget>
 
 #include "contracts/rules/rule_schema.h"
+#include "contracts/services/user_settings.h"
 #include "rules/rule_editor_dialog.h"
 #include "tests/contracts/rules/rule_script.h"
 #include "tests/support/window_transcript.h"
@@ -22,6 +23,7 @@ public:
         RULE_SCHEMA::register_schema("Texture", "Pictures <b>of</b> all kinds",
                                      {{"Max size", "in pixels"}, {"Format", "of the file"}});
         RULE_SCHEMA::register_schema("Sound", "", {{"Rate", ""}});
+        user_settings().clear();
         add_commands_of_windows();
         add_commands_of_the_person();
         add_commands_that_look();
@@ -58,10 +60,11 @@ private:
                 m_files.insert(PATHS::logical_path(entry->physical), entry.data());
             }
         });
-        add("make", [&](const QString&) {
+        add("make", [&](const QString& again) {
             m_dialog.reset(new RULE_EDITOR_DIALOG(m_cache, m_files, m_connection, nullptr, {}));
             window = m_dialog.data();
-            window->resize(1000, 600); // nothing is cut off
+            if (again.isEmpty())
+                window->resize(1000, 600); // nothing is cut off
             const QString said = carry_out("open");
             rows().setFocus();
             return said;
@@ -76,6 +79,9 @@ private:
     {
         add("select", [&](const QString& path) { rows().setCurrentItem(row(path), 0); });
         add("value", [&](const QString& path) { rows().setCurrentItem(row(path), 1); });
+        add("width", [&](const QString& width) { rows().setColumnWidth(0, width.toInt()); });
+        add("show",
+            [&](const QString& folder) { m_dialog->show_folder(PHYSICAL_PATH(m_tree.path(folder))); });
         add("hide", [&](const QString& path) { row(path)->setHidden(true); });
         add("expand", [&](const QString&) { rows().expandAll(); });
         add("choose", [&](const QString& text) {
@@ -98,15 +104,26 @@ private:
         add("table", [&](const QString&) {
             const QPalette colours = rows().palette();
             return QString("%1 of %2, %3 and %4 on %5")
-                .arg(QString::number(rows().columnWidth(0)),
+                .arg(QString::number(rows().columnWidth(0)) + " of " + QString::number(window->width()),
                      rows().header()->length() == rows().viewport()->width() ? "all" : "some",
                      colours.color(QPalette::Text).name(), colours.color(QPalette::WindowText).name(),
                      colours.color(QPalette::Base).name());
         });
         add("menu", [&](const QString&) {
-            QMenu menu;
-            menu.addActions(rows().actions());
-            return WINDOW_TEXT::menu(menu);
+            QString entries;
+            QTimer::singleShot(0, [&entries] {
+                QMenu* const menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+                entries = WINDOW_TEXT::menu(*menu);
+                menu->close();
+            });
+            QContextMenuEvent ask(QContextMenuEvent::Keyboard, {});
+            QApplication::sendEvent(&rows(), &ask);
+            carry_out("open"); // it was the menu that was active
+            return entries;
+        });
+        add("in_view", [&](const QString& path) {
+            const QRect place = rows().visualItemRect(row(path));
+            return rows().viewport()->rect().contains(place.center()) ? "yes" : "no";
         });
         add("rules", [&](const QString&) {
             return listing(m_cache) + (m_cache.rules_changed ? "\nchanged" : "\nas they were");
@@ -128,8 +145,10 @@ private:
         add("tip", [&](const QString& path) {
             rows().scrollToItem(row(path));
             const QRect place = rows().visualItemRect(row(path));
+            QWidget* const editor = rows().viewport()->childAt(place.center());
+            QWidget* const second = editor ? editor : rows().viewport();
             const QString name_tip = tip_at(rows().viewport(), place.topLeft());
-            return name_tip + " / " + tip_at(rows().viewport(), place.topRight());
+            return name_tip + " / " + tip_at(second, editor ? QPoint(5, 5) : place.topRight());
         });
     }
 
@@ -170,9 +189,11 @@ private:
         const QVariant box = row.data(1, Qt::CheckStateRole);
         const bool is_folder = row.data(0, Qt::UserRole).isNull();
         const bool is_gray = row.foreground(0) == QBrush(Qt::gray) && !(is_state && is_folder);
+        const bool is_red = row.foreground(0).color().red() > 150 && !is_gray;
         const bool is_closed = !is_state && row.childCount() && !row.isExpanded();
         QString line = is_gray ? '(' + row.text(0) + ')' : row.text(0);
-        line = level + (is_closed ? "+" : "") + (row.font(0).bold() ? '*' + line + '*' : line);
+        line = level + (is_closed ? "+" : "") + (is_red ? "!" : "") +
+               (row.font(0).bold() ? '*' + line + '*' : line);
         if (!row.text(1).isEmpty())
             line += " = " + QString(box.isNull() ? "" : box.toInt() ? "[x] " : "[ ] ") + row.text(1);
         lines += line + (!is_state && &row == rows().currentItem() ? " <" : "");

@@ -1,20 +1,20 @@
 #include <QtWidgets/QTreeWidget>
 
-#include "contracts/rules/cached_rule.h"
 #include "contracts/rules/rule_schema.h"
 #include "contracts/services/plain_row_delegate.h"
 #include "rules/rule_list_dialog.h"
+#include "tests/contracts/rules/rule_script.h"
 #include "tests/support/cases.h"
 #include "tests/support/watched_test.h"
 #include "tests/support/window_text.h"
 #include "tests/support/window_transcript.h"
 
-class RULE_LIST_SCRIPT : public WINDOW_TRANSCRIPT
+class RULE_LIST_SCRIPT : public RULE_SCRIPT, public WINDOW_TRANSCRIPT
 {
 public:
     RULE_LIST_SCRIPT()
     {
-        add("make", [&](const QString& size) { make(size.toInt()); });
+        add("make", [&](const QString& file) { make(file); });
         add("rows", [&](const QString&) { return WINDOW_TEXT::rows(rows()); });
         add("select", [&](const QString& name) { rows().setCurrentItem(row(name)); });
         add("double-click", [&](const QString& name) {
@@ -39,16 +39,17 @@ public:
     }
 
 private:
-    // The rules of one file: Format comes from further away than Max size.
-    void make(int letters)
+    QString told(QString said) override { return RULE_SCRIPT::told(WINDOW_TRANSCRIPT::told(said)); }
+
+    void make(const QString& file)
     {
-        m_near.path = LOGICAL_PATH("<raw>/unit");
-        m_far.path = LOGICAL_PATH("<raw>");
         RULE_SCHEMA* const texture = RULE_SCHEMA::register_schema(
             "Texture", "", {{"Max size", ""}, {"Format", ""}, {"Left open", ""}});
-        const RULE rule{this, {{"max size", {"512", &m_near}}, {"format", {QString(letters, 'w'), &m_far}}}};
-        m_dialog.reset(new RULE_LIST_DIALOG(
-            letters ? QMap<RULE_SCHEMA*, RULE>{{texture, rule}} : QMap<RULE_SCHEMA*, RULE>(), nullptr, {}));
+        const RULE rule = m_cache.answer(PATHS::logical_path(PHYSICAL_PATH(m_tree.path(file))), "Texture");
+        m_dialog.reset(new RULE_LIST_DIALOG(rule.found ? QMap<RULE_SCHEMA*, RULE>{{texture, rule}}
+                                                       : QMap<RULE_SCHEMA*, RULE>(),
+                                            nullptr, {}));
+        m_dialog->tell_files(PHYSICAL_PATH(m_tree.path(file)), m_cache);
         window = m_dialog.data();
     }
 
@@ -58,7 +59,6 @@ private:
         return rows().findItems(name, Qt::MatchExactly | Qt::MatchRecursive).value(0);
     }
 
-    CACHED_RULE m_near, m_far;
     QScopedPointer<RULE_LIST_DIALOG> m_dialog;
 };
 

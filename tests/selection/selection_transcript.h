@@ -82,6 +82,11 @@ private:
             m_scene.session->rule_cache.add_rules(PHYSICAL_PATH(m_scene.tree.path(file)));
             m_scene.session->rule_cache.validate_cache(m_scene.session->file_map);
         });
+        add("global_rule", [this](const QString& rule) {
+            const PHYSICAL_PATH file(m_scene.tree.path("tool/GOX/all.rules.gox"));
+            m_scene.tree.write("tool/GOX/all.rules.gox", "<rules>" + rule.toUtf8() + "</rules>");
+            m_scene.session->rule_cache.add_global_rules(file);
+        });
         add("editor", [this](const QString&) { m_window.set_perforce(&m_scene.p4); });
         add("folder", [](const QString&) {
             return QDir(QCoreApplication::applicationDirPath()).relativeFilePath(QDir::currentPath());

@@ -16,7 +16,8 @@ void DIALOG_ANSWERS::look()
     if (!dialog || !dialog->isVisible() || m_in_hand.contains(dialog))
         return;
     const QMessageBox* const box = qobject_cast<QMessageBox*>(dialog);
-    texts.append(box ? box->text() : dialog->windowTitle());
+    const QString more = box && !box->informativeText().isEmpty() ? '\n' + box->informativeText() : QString();
+    texts.append(box ? box->text() + more : dialog->windowTitle());
     if (m_answers.isEmpty()) {
         ++unexpected;
         dialog->reject();
