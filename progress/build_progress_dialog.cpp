@@ -3,8 +3,8 @@
 #include <QtGui/QGuiApplication>
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QScrollBar>
-#include <QtWidgets/QStyledItemDelegate>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "contracts/actions/action_interface.h"
@@ -12,11 +12,11 @@
 #include "contracts/configuration/configuration.h"
 #include "contracts/services/command_line_options.h"
 #include "contracts/services/plain_message_box.h"
-#include "contracts/services/plain_row_delegate.h"
 #include "contracts/services/qt_workarounds.h"
 #include "contracts/services/user_settings.h"
 #include "progress/output_pane.h"
 #include "progress/remaining_time.h"
+#include "progress/state_row_delegate.h"
 #include "session/build_session.h"
 #include "session/start_up_hooks.h"
 
@@ -68,15 +68,24 @@ private:
     BUILD_PROGRESS_DIALOG* const m_window;
 };
 
-// The blanks that keep the texts apart are room, not something to cut off.
-class LEGEND_DELEGATE : public QStyledItemDelegate
+// The blanks that keep the texts apart are room, not something to cut off, and get
+// no ground.
+class LEGEND_DELEGATE : public STATE_ROW_DELEGATE
 {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    using STATE_ROW_DELEGATE::STATE_ROW_DELEGATE;
 
     QString displayText(const QVariant& value, const QLocale&) const override
     {
         return value.toString().trimmed();
+    }
+
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    {
+        STATE_ROW_DELEGATE::initStyleOption(option, index);
+        const int margins = 2 * (option->widget->style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1);
+        const int text = option->fontMetrics.horizontalAdvance(option->text + ' '); // or it is cut off
+        option->rect.setWidth(std::min(option->rect.width(), text + margins));
     }
 };
 
@@ -104,7 +113,7 @@ BUILD_PROGRESS_DIALOG::BUILD_PROGRESS_DIALOG(BUILD_SESSION& the_session,
     ui.exit_button->hide();
     connect_widgets();
     timer.start(POLL_PERIOD);
-    ui.actions->setItemDelegate(new PLAIN_ROW_DELEGATE(ui.actions));
+    ui.actions->setItemDelegate(new STATE_ROW_DELEGATE(QPalette::Base, ui.actions));
     m_rows.build(ui.actions, session->selected_actions);
     colour_legend();
     fit_legend();
@@ -143,7 +152,6 @@ void BUILD_PROGRESS_DIALOG::colour_legend()
     for (int state = ACTION_RUNNING; state <= ACTION_FAILED; ++state) // what waits has the default colour
         ui.listWidget->item(state)->setData(Qt::ForegroundRole,
                                             QBrush(PROGRESS_ROWS::colour_of(state), Qt::NoBrush));
-    ui.listWidget->item(ACTION_RUNNING)->setBackground(PROGRESS_ROWS::ground_of_blue(palette()));
     ui.listWidget->item(ACTION_SUCCEEDED)->setData(Qt::BackgroundRole, QBrush(Qt::black, Qt::NoBrush));
 }
 
@@ -152,7 +160,7 @@ void BUILD_PROGRESS_DIALOG::colour_legend()
 void BUILD_PROGRESS_DIALOG::fit_legend()
 {
     QListWidget& legend = *ui.listWidget;
-    legend.setItemDelegate(new LEGEND_DELEGATE(&legend));
+    legend.setItemDelegate(new LEGEND_DELEGATE(QPalette::Window, &legend));
     legend.setWrapping(false);
     legend.viewport()->setAutoFillBackground(false);
     const QSize room = legend.minimumSize();

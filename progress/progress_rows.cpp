@@ -90,8 +90,6 @@ public:
     {
         if (role == Qt::ForegroundRole)
             return STATES[state].colour.isValid() ? QVariant(QBrush(STATES[state].colour)) : QVariant();
-        if (role == Qt::BackgroundRole && state == ACTION_RUNNING && treeWidget())
-            return ground_of_blue(treeWidget()->palette());
         return QTreeWidgetItem::data(column, role);
     }
 
@@ -203,12 +201,6 @@ void PROGRESS_ROWS::write(ROW_ITEM& item, int row, const QModelIndex& parent, LO
 QColor PROGRESS_ROWS::colour_of(int state)
 {
     return STATES[known_state(state)].colour;
-}
-
-QBrush PROGRESS_ROWS::ground_of_blue(const QPalette& palette)
-{
-    const int middle = 128;
-    return palette.color(QPalette::Base).lightness() < middle ? QBrush(QColor(220, 225, 255)) : QBrush();
 }
 
 ACTION_INTERFACE* PROGRESS_ROWS::running() const

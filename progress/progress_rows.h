@@ -3,10 +3,8 @@
 #include <QtCore/QVector>
 
 class ACTION_INTERFACE;
-class QBrush;
 class QColor;
 class QModelIndex;
-class QPalette;
 class QTreeWidget;
 
 /// The rows of the progress window: a group row for each processor, and in it a
@@ -54,10 +52,6 @@ public:
     /// The colour of an action's row once it is in that ACTION_STATE; invalid where
     /// the row keeps the one that it has.
     static QColor colour_of(int state);
-
-    /// What the pure blue of a running action stands on: a light band where the
-    /// palette is dark, because nobody can read it there, else nothing.
-    static QBrush ground_of_blue(const QPalette& palette);
 
     /// The action that runs now, or null. Writes nothing.
     ACTION_INTERFACE* running() const;

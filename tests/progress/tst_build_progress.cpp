@@ -3,12 +3,12 @@
 #include <QtTest/QtTest>
 
 #include <QtWidgets/QScrollBar>
-#include <QtWidgets/QStyledItemDelegate>
 
 #include "contracts/services/user_settings.h"
 #include "progress/build_progress_dialog.h"
 #include "progress/output_pane.h"
 #include "progress/remaining_time.h"
+#include "progress/state_row_delegate.h"
 #include "tests/session/step_scene.h"
 #include "tests/support/cases.h"
 #include "tests/support/watched_test.h"
@@ -17,11 +17,19 @@
 
 namespace {
 
-QString colours_of(const QVariant& foreground, const QVariant& ground)
+/// Of the text as it is painted, and of a ground of its own.
+QString colours_of(const QAbstractItemView& view, const QModelIndex& index)
 {
-    const QString text = foreground.isValid() ? foreground.value<QBrush>().color().name() : QString("plain");
-    const QBrush brush = ground.value<QBrush>();
-    return brush.style() == Qt::NoBrush ? text : text + " on " + brush.color().name();
+    QStyleOptionViewItem row;
+    row.initFrom(&view);
+    row.widget = &view;
+    const bool is_chosen = view.selectionModel()->isSelected(index);
+    row.state.setFlag(QStyle::State_Selected, is_chosen);
+    static_cast<STATE_ROW_DELEGATE*>(view.itemDelegate())->initStyleOption(&row, index);
+    const QColor colour = row.palette.color(is_chosen ? QPalette::HighlightedText : QPalette::Text);
+    const QString text = index.data(Qt::ForegroundRole).isValid() ? colour.name() : "plain";
+    const QBrush& ground = row.backgroundBrush;
+    return ground.style() == Qt::NoBrush ? text : text + " on " + ground.color().name();
 }
 
 /// The delegate shows the text of an item, which is not always the item's own.
@@ -42,7 +50,7 @@ QStringList legend_lines(const QListWidget& legend)
         const bool is_whole = place.left() >= end && legend.viewport()->rect().contains(place) &&
                               legend.fontMetrics().horizontalAdvance(text) < place.width();
         lines += QString("legend \"%1\" %2%3")
-                     .arg(text, colours_of(item.data(Qt::ForegroundRole), item.data(Qt::BackgroundRole)),
+                     .arg(text, colours_of(legend, legend.model()->index(row, 0)),
                           is_whole ? "" : " cut off");
         all += text + "   ";
         end = place.right();
@@ -91,6 +99,7 @@ private:
     void open(const QString& how);
     void click_row(const QString& name);
     QStringList seen() const;
+    QModelIndexList rows(const QString& name) const;
 
     WINDOW_TRANSCRIPT m_steps;
     QMap<QString, STEP_ACTION*> m_actions;
@@ -182,8 +191,13 @@ void SCENE::click_row(const QString& name)
 {
     QTreeWidget* const tree = window->ui.actions;
     tree->expandAll();
-    const QTreeWidgetItem* const row = tree->findItems(name, Qt::MatchExactly | Qt::MatchRecursive).value(0);
-    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualItemRect(row).center());
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualRect(rows(name)[0]).center());
+}
+
+QModelIndexList SCENE::rows(const QString& name) const
+{
+    const QAbstractItemModel& model = *window->ui.actions->model();
+    return model.match(model.index(0, 0), Qt::DisplayRole, name, -1, Qt::MatchContains | Qt::MatchRecursive);
 }
 
 QStringList SCENE::seen() const
@@ -200,12 +214,12 @@ QStringList SCENE::seen() const
     lines += is_kept ? "geometry kept" : "no geometry";
     if (!m_text_during_wait.isEmpty())
         lines += "while aborting " + m_text_during_wait.section("current_action ", 1).section('\n', 0, 0);
-    for (QTreeWidgetItemIterator row(window->ui.actions); *row; ++row)
-        lines +=
-            QString("%1 %2: %3%4")
-                .arg((*row)->parent() ? "row" : "group", shown_text(*window->ui.actions, (*row)->text(0)),
-                     colours_of((*row)->data(0, Qt::ForegroundRole), (*row)->data(0, Qt::BackgroundRole)),
-                     (*row)->isHidden() ? ", hidden" : "");
+    const QTreeWidget& tree = *window->ui.actions;
+    for (const QModelIndex& row : rows(QString()))
+        lines += QString("%1 %2: %3%4")
+                     .arg(row.parent().isValid() ? "row" : "group", shown_text(tree, row.data()),
+                          colours_of(tree, row),
+                          tree.isRowHidden(row.row(), row.parent()) ? ", hidden" : "");
     return lines + legend_lines(*window->ui.listWidget);
 }
 
