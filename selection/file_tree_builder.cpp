@@ -9,6 +9,8 @@ namespace {
 
 using FILE_MAP = DATA_SELECTION_FOLDER::FILE_MAP;
 
+const int FEW = 16; // folders that are looked through one by one
+
 class FOLDERS
 {
 public:
@@ -21,7 +23,8 @@ private:
 
     DATA_SELECTION_FOLDER& m_root;
     const FILE_MAP& m_files;
-    QHash<QPair<DATA_SELECTION_FOLDER*, QStringRef>, DATA_SELECTION_FOLDER*> m_children; // by parent and name
+    QHash<QPair<DATA_SELECTION_FOLDER*, QStringRef>, DATA_SELECTION_FOLDER*>
+        m_children; // by parent and name, but for the last few of each
 };
 
 // The folders are named as on disk, so the text to walk is the end of the physical
@@ -39,15 +42,20 @@ DATA_SELECTION_FOLDER* FOLDERS::folder_of(const QString& key, const FILE_ENTRY* 
 
 DATA_SELECTION_FOLDER* FOLDERS::child(DATA_SELECTION_FOLDER* folder, const QStringRef& name)
 {
-    if (!folder->children.isEmpty() && folder->children.last()->name == name)
-        return folder->children.last();
-    DATA_SELECTION_FOLDER*& known = m_children[{folder, name}];
-    if (!known) {
-        known = new DATA_SELECTION_FOLDER(folder, name, m_files.begin());
-        known->row = folder->children.size();
-        folder->children.append(known);
+    QList<DATA_SELECTION_FOLDER*>& children = folder->children;
+    const int count = children.size();
+    for (int row = count - 1; row >= qMax(0, count - FEW); --row)
+        if (children.at(row)->name == name)
+            return children.at(row);
+    if (count >= FEW) {
+        if (DATA_SELECTION_FOLDER* const known = m_children.value({folder, name}))
+            return known;
+        DATA_SELECTION_FOLDER* const no_longer_last = children.at(count - FEW);
+        m_children.insert({folder, no_longer_last->name}, no_longer_last);
     }
-    return known;
+    children.append(new DATA_SELECTION_FOLDER(folder, name, m_files.begin()));
+    children.last()->row = count;
+    return children.last();
 }
 
 void add_file(DATA_SELECTION_FOLDER& folder, const FILE_MAP::const_iterator& place)
