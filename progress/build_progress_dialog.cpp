@@ -2,6 +2,7 @@
 
 #include <QtGui/QGuiApplication>
 #include <QtGui/QKeyEvent>
+#include <QtWidgets/QMenu>
 #include <QtWidgets/QScrollBar>
 
 #include <algorithm>
@@ -15,10 +16,12 @@
 #include "contracts/services/qt_workarounds.h"
 #include "contracts/services/user_settings.h"
 #include "progress/output_pane.h"
+#include "progress/output_search.h"
 #include "progress/remaining_time.h"
+#include "progress/row_actions.h"
+#include "progress/row_texts.h"
 #include "progress/state_row_delegate.h"
 #include "session/build_session.h"
-#include "session/start_up_hooks.h"
 
 namespace {
 
@@ -38,13 +41,6 @@ int milliseconds_since(const QTime& time)
     const int milliseconds_a_day = 24 * 60 * 60 * 1000;
     const int elapsed = time.msecsTo(QTime::currentTime());
     return elapsed < 0 ? elapsed + milliseconds_a_day : elapsed;
-}
-
-// The build thread adds to the output of the action in hand, and still does so
-// for a moment when its state tells that it has ended.
-bool is_output_growing(const ACTION_INTERFACE& action, const BUILD_SESSION& session)
-{
-    return action.state == ACTION_RUNNING || (current_action == &action && session.isRunning());
 }
 
 // Escape is easily pressed by mistake, and the build may have run for hours.
@@ -142,6 +138,10 @@ void BUILD_PROGRESS_DIALOG::connect_widgets()
     connect(ui.exit_button, SIGNAL(clicked()), this, SLOT(reject()));
     connect(ui.game_button, SIGNAL(clicked()), this, SLOT(clicked_here()));
     installEventFilter(new ESCAPE_QUESTION(this));
+    const auto* const rows = new ROW_ACTIONS(ui.actions, m_rows, *session);
+    connect(rows, SIGNAL(search()), this, SLOT(search_output()));
+    connect(ui.output, SIGNAL(customContextMenuRequested(QPoint)), this, SLOT(show_output_menu(QPoint)));
+    ui.output->setContextMenuPolicy(Qt::CustomContextMenu);
 }
 
 // A row for each state, in order, up to the first of those that failed, in the
@@ -276,7 +276,34 @@ void BUILD_PROGRESS_DIALOG::action_selected()
         return;
     QTreeWidgetItem* const row = ui.actions->currentItem();
     const ACTION_INTERFACE* const action = row ? DIALOG_HELPER::get_action_pointer(row, 0) : nullptr;
-    m_output->show_text(action && !is_output_growing(*action, *session) ? action->output : QString());
+    m_output->show_text(action ? ROW_TEXTS::of_output(*action, *session) : QString());
+}
+
+// The line stands below the output, whichever width that has: from its first use
+// on, the two share the output's place.
+void BUILD_PROGRESS_DIALOG::search_output()
+{
+    if (!m_search) {
+        QWidget* const place = new QWidget;
+        ui.splitter->replaceWidget(ui.splitter->indexOf(ui.output), place);
+        QVBoxLayout* const column = new QVBoxLayout(place);
+        column->setContentsMargins(0, 0, 0, 0);
+        m_search = new OUTPUT_SEARCH(ui.output, place);
+        column->addWidget(ui.output);
+        column->addWidget(m_search);
+        ui.output->show();
+        place->show();
+    }
+    m_search->begin();
+}
+
+void BUILD_PROGRESS_DIALOG::show_output_menu(const QPoint& place)
+{
+    QMenu* const menu = ui.output->createStandardContextMenu(place);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addSeparator();
+    menu->addAction(tr("Search..."), this, SLOT(search_output()))->setShortcut(QKeySequence::Find);
+    menu->popup(ui.output->viewport()->mapToGlobal(place));
 }
 
 void BUILD_PROGRESS_DIALOG::output_scrollbar_pressed()

@@ -11,6 +11,7 @@ class BUILD_SESSION;
 class COMMAND_LINE_OPTIONS;
 class CONFIGURATION;
 class OUTPUT_PANE;
+class OUTPUT_SEARCH;
 
 /// The modal window that watches a build, lets a person pause and abort it and
 /// read what each action has to say.
@@ -21,7 +22,8 @@ class OUTPUT_PANE;
 /// selection and QDialog::Rejected when the program is to end; the build may
 /// still run then, and finish_build has to stop it. Where a silent run has
 /// nothing to show to a person, the window closes by itself. Escape asks before it
-/// ends a build; the close box does not.
+/// ends a build; the close box does not. What a person does with rows is in
+/// ROW_ACTIONS, the search in the output (Ctrl+F) in OUTPUT_SEARCH.
 ///
 /// Names and output of actions are shown as plain text. GUI thread.
 class BUILD_PROGRESS_DIALOG : public QDialog
@@ -72,6 +74,8 @@ public slots:
 
 private slots:
     void look_again();
+    void search_output(); ///< opens the line for it, or goes back into it
+    void show_output_menu(const QPoint& place);
 
 private:
     void connect_widgets();
@@ -85,5 +89,6 @@ private:
 
     PROGRESS_ROWS m_rows;
     OUTPUT_PANE* m_output;
-    QTimer m_last_look; // from the end of all actions to that of the build thread
+    OUTPUT_SEARCH* m_search = nullptr; // until it is wanted
+    QTimer m_last_look;                // from the end of all actions to that of the build thread
 };

@@ -10,6 +10,7 @@
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/dialog_helper.h"
 #include "contracts/actions/processor_interface.h"
+#include "progress/row_texts.h"
 
 namespace {
 
@@ -90,10 +91,28 @@ public:
     {
         if (role == Qt::ForegroundRole)
             return STATES[state].colour.isValid() ? QVariant(QBrush(STATES[state].colour)) : QVariant();
+        if (role == Qt::ToolTipRole || role == Qt::AccessibleDescriptionRole)
+            return parent() ? text_of_action(role) : text_of_group();
         return QTreeWidgetItem::data(column, role);
     }
 
     int state = ACTION_NOT_RUN; // whose colour the row has
+
+private:
+    QString text_of_group() const
+    {
+        int by_state[UNKNOWN_STATE] = {};
+        for (int row = 0; row < childCount(); ++row)
+            ++by_state[static_cast<const ROW_ITEM*>(child(row))->state];
+        return ROW_TEXTS::of_counts(by_state);
+    }
+
+    QString text_of_action(int role) const
+    {
+        const QString wait =
+            ROW_TEXTS::of_wait(*DIALOG_HELPER::get_action_pointer(const_cast<ROW_ITEM*>(this), 0));
+        return wait.isEmpty() && role == Qt::AccessibleDescriptionRole ? ROW_TEXTS::of_state(state) : wait;
+    }
 };
 
 struct PROGRESS_ROWS::SUMS
@@ -201,6 +220,32 @@ void PROGRESS_ROWS::write(ROW_ITEM& item, int row, const QModelIndex& parent, LO
 QColor PROGRESS_ROWS::colour_of(int state)
 {
     return STATES[known_state(state)].colour;
+}
+
+// In the order of all rows; beyond either end is where the search goes round.
+int PROGRESS_ROWS::first_to_search(const QTreeWidgetItem* from, int step) const
+{
+    if (!from)
+        return step > 0 ? 0 : -1;
+    for (const GROUP& group : m_groups)
+        if (group.item == from)
+            return step > 0 ? group.begin : group.begin - 1;
+    return int(std::find(m_items.cbegin(), m_items.cend(), from) - m_items.cbegin()) + step;
+}
+
+QTreeWidgetItem* PROGRESS_ROWS::find_problem(const QTreeWidgetItem* from, int step) const
+{
+    const int count = m_items.size();
+    int row = first_to_search(from, step);
+    for (int searched = 0; searched < count; ++searched, row += step) {
+        row = (row + count) % count;
+        const int state = m_shown.at(row) & COLOUR_BITS;
+        const bool is_problem =
+            state == ACTION_SUCCEEDED_WITH_WARNINGS || state == ACTION_FAILED || state == ACTION_FAILED_ALONE;
+        if (is_problem && !(m_shown.at(row) & HIDDEN) && !m_items.at(row)->parent()->isHidden())
+            return m_items.at(row);
+    }
+    return nullptr;
 }
 
 ACTION_INTERFACE* PROGRESS_ROWS::running() const

@@ -6,9 +6,13 @@ class ACTION_INTERFACE;
 class QColor;
 class QModelIndex;
 class QTreeWidget;
+class QTreeWidgetItem;
 
 /// The rows of the progress window: a group row for each processor, and in it a
-/// row for each of its actions, coloured by state and hidden by filters.
+/// row for each of its actions, coloured by state and hidden by filters. A group tells
+/// in its tool tip how many of its actions are in which state, and an action that did
+/// not run whom it waited for; the accessible descriptions tell the state of each row.
+/// These texts are made when somebody asks.
 ///
 /// A tree widget is slow to ask and slow to tell, so the rows remember what each
 /// of them shows and write only what differs: with nothing new, a look at all of
@@ -53,6 +57,11 @@ public:
     /// the row keeps the one that it has.
     static QColor colour_of(int state);
 
+    /// The next visible row from `from` on (null: from the beginning) whose action
+    /// has failed itself or has warnings, or with `step` -1 the former one (null: from the
+    /// end). Goes round, so that it may be `from` again; null for none.
+    QTreeWidgetItem* find_problem(const QTreeWidgetItem* from, int step) const;
+
     /// The action that runs now, or null. Writes nothing.
     ACTION_INTERFACE* running() const;
 
@@ -71,6 +80,7 @@ private:
 
     struct SUMS;
 
+    int first_to_search(const QTreeWidgetItem* from, int step) const;
     unsigned refresh_actions(int group, int filter, SUMS& sums);
     void write(ROW_ITEM& item, int row, const QModelIndex& parent, LOOK& shown, LOOK wanted);
 

@@ -2,6 +2,8 @@
 
 #include <QtTest/QtTest>
 
+#include <QtGui/QClipboard>
+#include <QtGui/QDesktopServices>
 #include <QtWidgets/QScrollBar>
 
 #include "contracts/services/user_settings.h"
@@ -49,9 +51,9 @@ QStringList legend_lines(const QListWidget& legend)
         const QRect place = legend.visualItemRect(&item);
         const bool is_whole = place.left() >= end && legend.viewport()->rect().contains(place) &&
                               legend.fontMetrics().horizontalAdvance(text) < place.width();
-        lines += QString("legend \"%1\" %2%3")
-                     .arg(text, colours_of(legend, legend.model()->index(row, 0)),
-                          is_whole ? "" : " cut off");
+        lines +=
+            QString("legend \"%1\" %2%3")
+                .arg(text, colours_of(legend, legend.model()->index(row, 0)), is_whole ? "" : " cut off");
         all += text + "   ";
         end = place.right();
     }
@@ -80,6 +82,8 @@ QString cut(QString text)
     }
     return shown;
 }
+
+QString s_opened; // in the file manager
 
 /// A session with the actions of a case, and the window over it.
 class SCENE : public STEP_SCENE
@@ -114,6 +118,23 @@ SCENE::SCENE(const TEST_CASE& one)
         add(line.split(" | "));
     m_steps.watch = [this] { return seen(); };
     m_steps.add("open", [this](const QString& how) { open(how); });
+    m_steps.add("rows", [this](const QString&) { return WINDOW_TEXT::rows(*window->ui.actions); });
+    m_steps.add("tip", [this](const QString& name) {
+        QTreeWidget& tree = *window->ui.actions;
+        return tool_tip_at(tree.viewport(), tree.visualRect(rows(name)[0]).center());
+    });
+    m_steps.add("menu", [this](const QString& name) {
+        click_row(name);
+        emit window->ui.actions->customContextMenuRequested({});
+        return WINDOW_TEXT::menu(*static_cast<QMenu*>(QApplication::activePopupWidget()));
+    });
+    m_steps.add("pick", [](const QString& text) {
+        QWidget* const menu = QApplication::activePopupWidget();
+        for (QAction* const entry : menu->actions())
+            if (entry->text() == text)
+                entry->trigger();
+        menu->close();
+    });
     m_steps.add("row", [this](const QString& name) { click_row(name); });
     m_steps.add("answer_by_closing", [this](const QString&) {
         m_steps.answers.answer_with([this](QDialog*) { window->close(); });
@@ -158,6 +179,11 @@ void SCENE::add(const QStringList& fields)
     action->progress_current = fields.value(3).toInt();
     action->progress_total = fields.value(4, "10").toInt();
     action->selection_count = 1;
+    FILE_ENTRY* const target = new FILE_ENTRY;
+    target->physical = PHYSICAL_PATH(tree.path(fields.value(5)));
+    action->target_files.insert(target, target->physical);
+    for (const QString& name : fields.mid(6))
+        action->add_dependency(*m_actions[name], false);
     action->body = [this, is_deaf = fields[0] == "deaf"](STEP_ACTION& self) {
         while (!m_gate.tryAcquire(1, 1))
             if (!is_deaf && self.aborts.loadAcquire() > 0) {
@@ -214,12 +240,13 @@ QStringList SCENE::seen() const
     lines += is_kept ? "geometry kept" : "no geometry";
     if (!m_text_during_wait.isEmpty())
         lines += "while aborting " + m_text_during_wait.section("current_action ", 1).section('\n', 0, 0);
+    lines += "clipboard \"" + QApplication::clipboard()->text() + '"';
+    lines += "file manager \"" + s_opened + '"';
     const QTreeWidget& tree = *window->ui.actions;
     for (const QModelIndex& row : rows(QString()))
         lines += QString("%1 %2: %3%4")
                      .arg(row.parent().isValid() ? "row" : "group", shown_text(tree, row.data()),
-                          colours_of(tree, row),
-                          tree.isRowHidden(row.row(), row.parent()) ? ", hidden" : "");
+                          colours_of(tree, row), tree.isRowHidden(row.row(), row.parent()) ? ", hidden" : "");
     return lines + legend_lines(*window->ui.listWidget);
 }
 
@@ -228,6 +255,9 @@ QStringList SCENE::seen() const
 class TST_BUILD_PROGRESS : public WATCHED_TEST
 {
     Q_OBJECT
+
+public slots:
+    void open_url(const QUrl& url) { s_opened = url.fileName(); }
 
 private slots:
     void init() { user_settings().remove("BuildProgressGeometry"); }
@@ -252,6 +282,7 @@ void TST_BUILD_PROGRESS::remaining_time()
 
 void TST_BUILD_PROGRESS::window()
 {
+    QDesktopServices::setUrlHandler("file", this, "open_url");
     SCENE scene(current_case());
     GOX_COMPARE_TEXT(scene.play(current_case()["steps"]), current_case()["steps"]);
 }
