@@ -10,8 +10,9 @@
 
 namespace {
 
-const int LONGEST_LABEL = 500;
-const int MOST_LINES = 30;
+const int LONGEST_LINE = 48; // characters
+const int MOST_LINES = 12;
+const QChar ELLIPSIS(0x2026);
 const double SIDE_MARGIN = 8; // between label and box
 const double TOP_MARGIN = 5;
 const double SMALLEST_WIDTH = 24;
@@ -38,6 +39,19 @@ QSizeF size_of(const QString& label, const QFontMetricsF& metrics)
     const QSizeF text = metrics.size(0, label);
     return {std::ceil(std::max(text.width() + 2 * SIDE_MARGIN, SMALLEST_WIDTH)),
             std::ceil(std::max(text.height(), metrics.height()) + 2 * TOP_MARGIN)};
+}
+
+QString shortened_line(const QString& line)
+{
+    if (line.size() <= LONGEST_LINE)
+        return line;
+    int head = LONGEST_LINE / 2;
+    int tail = line.size() - LONGEST_LINE / 2;
+    if (line.at(head).isLowSurrogate())
+        --head;
+    if (line.at(tail).isLowSurrogate())
+        ++tail;
+    return line.left(head) + ELLIPSIS + line.mid(tail);
 }
 
 PICTURE_NODE picture_of_node(Agnode_s* node, const QFontMetricsF& metrics)
@@ -78,17 +92,12 @@ QString shown_text(const QString& text)
 
 QString shortened_label(const QString& text)
 {
-    const QString label =
-        text.count('\n') < MOST_LINES ? text : text.section('\n', 0, MOST_LINES - 1) + QChar(0x2026);
-    if (label.size() <= LONGEST_LABEL)
-        return label;
-    int head = LONGEST_LABEL / 2;
-    int tail = label.size() - LONGEST_LABEL / 2;
-    if (label.at(head).isLowSurrogate())
-        --head;
-    if (label.at(tail).isLowSurrogate())
-        ++tail;
-    return label.left(head) + QChar(0x2026) + label.mid(tail);
+    QStringList lines = text.split('\n');
+    const bool has_more = lines.size() > MOST_LINES;
+    lines = lines.mid(0, MOST_LINES);
+    for (QString& line : lines)
+        line = shortened_line(line);
+    return lines.join('\n') + (has_more ? QString(ELLIPSIS) : QString());
 }
 
 QVector<QPointF> arrow_head(const QPointF& end, const QPointF& tip)

@@ -13,7 +13,7 @@ struct Agraph_s;
 struct PICTURE_NODE
 {
     QString text;  ///< whole, with characters that nothing can show replaced
-    QString label; ///< what stands in the box: a very long text has its middle left out
+    QString label; ///< what stands in the box: what is long is left out
     QColor fill;
     QRectF box; ///< its size from the beginning, its place once laid out
 };
@@ -66,6 +66,6 @@ GRAPH_PICTURE picture_of(Agraph_s* graph, const QFont& font);
 /// Line breaks stay.
 QString shown_text(const QString& text);
 
-/// A text above 500 characters without its middle, one above 30 lines without its
-/// end; "…" stands for what is left out.
+/// Each line above 48 characters without its middle, and a text above 12 lines without
+/// its end; "…" stands for what is left out.
 QString shortened_label(const QString& text);

@@ -1,5 +1,6 @@
 #include "graph/graphviz_viewer_widget.h"
 
+#include <QtCore/QStandardPaths>
 #include <QtGui/QHelpEvent>
 #include <QtGui/QPaintEvent>
 #include <QtGui/QPainter>
@@ -14,6 +15,7 @@
 
 #include "contracts/services/plain_message_box.h"
 #include "contracts/services/plain_tool_tip.h"
+#include "contracts/services/user_settings.h"
 #include "graph/picture_files.h"
 
 namespace {
@@ -25,6 +27,15 @@ const int PAN_STEP = 60;            // of an arrow key, in pixels
 const int CLOCK_MILLISECONDS = 500; // how often the time that a layout takes is shown
 const int LONGEST_TIP = 2000;
 const int FRAME = 1;
+const char KEY_FOLDER[] = "GraphFolder";
+
+QString folder_to_save_in()
+{
+    const QString last = user_settings().value(KEY_FOLDER).toString();
+    return !last.isEmpty() && QDir(last).exists()
+               ? last
+               : QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+}
 
 } // namespace
 
@@ -34,7 +45,8 @@ GRAPHVIZ_VIEWER_WIDGET::GRAPHVIZ_VIEWER_WIDGET(GVC_s*, Agraph_s* graph, QWidget*
     setAttribute(Qt::WA_OpaquePaintEvent); // else panning would paint everything anew
     connect_controls();
     const GRAPH_PICTURE picture = picture_of(graph, font());
-    ui.summary->setText(tr("%1 nodes, %2 edges").arg(picture.nodes.size()).arg(picture.edges.size()));
+    m_summary = tr("%1 nodes, %2 edges").arg(picture.nodes.size()).arg(picture.edges.size());
+    ui.summary->setText(m_summary);
     if (!picture.nodes.isEmpty()) {
         m_state = STATE::LAYING_OUT;
         m_laying_out.start();
@@ -109,13 +121,14 @@ void GRAPHVIZ_VIEWER_WIDGET::layout_finished(const QString& error)
         m_view.set_bounds(picture()->bounds);
     }
     if (m_state == STATE::SHOWN && !m_layout->reason().isEmpty()) {
-        ui.summary->setText(
-            tr("%1, laid out by springs, since %2").arg(ui.summary->text(), m_layout->reason()));
+        m_summary = tr("%1, laid out by springs, since %2").arg(m_summary, m_layout->reason());
+        ui.summary->setText(m_summary);
         layout()->activate(); // the text may take lines from the canvas
     }
     m_layout.reset();
     enable_controls();
-    fit();
+    m_placed = PLACED::AT_BEGINNING;
+    place_again();
 }
 
 QString GRAPHVIZ_VIEWER_WIDGET::message() const
@@ -156,32 +169,45 @@ void GRAPHVIZ_VIEWER_WIDGET::paint_graph(QPainter& painter, const QRect& part) c
     painter.setTransform(m_view.transform(), true);
     const QRectF touched(m_view.to_picture(part.topLeft() - corner),
                          m_view.to_picture(part.bottomRight() + QPoint(1, 1) - corner));
-    m_painter->paint(painter, touched, m_view.zoom(), palette().color(QPalette::Text));
-    if (m_found >= 0) {
-        const double width = 3 / m_view.zoom();
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(palette().color(QPalette::Highlight), width));
-        painter.drawRect(picture()->nodes.at(m_found).box.adjusted(-width, -width, width, width));
-    }
+    m_painter->paint(painter, touched, m_view.zoom(), palette().color(QPalette::Text), m_relatives);
+    frame_node(painter, m_found);
+    frame_node(painter, m_singled_out);
     painter.restore();
+}
+
+void GRAPHVIZ_VIEWER_WIDGET::frame_node(QPainter& painter, int node) const
+{
+    if (node < 0)
+        return;
+    const double width = 3 / m_view.zoom();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(palette().color(QPalette::Highlight), width));
+    painter.drawRect(picture()->nodes.at(node).box.adjusted(-width, -width, width, width));
 }
 
 void GRAPHVIZ_VIEWER_WIDGET::resizeEvent(QResizeEvent*)
 {
+    place_again();
+}
+
+// On a canvas of another size, what nobody has moved or zoomed is placed anew.
+void GRAPHVIZ_VIEWER_WIDGET::place_again()
+{
     m_view.set_canvas(canvas().size());
-    if (m_shows_all)
-        fit();
+    if (m_placed == PLACED::BY_PERSON)
+        return pan({});
+    if (m_placed == PLACED::AT_BEGINNING)
+        m_view.show_beginning();
     else
-        pan({});
+        m_view.fit();
+    update();
 }
 
 void GRAPHVIZ_VIEWER_WIDGET::fit()
 {
-    m_view.set_canvas(canvas().size());
-    m_view.fit();
-    m_shows_all = true;
-    update();
+    m_placed = PLACED::ALL;
+    place_again();
 }
 
 void GRAPHVIZ_VIEWER_WIDGET::zoom(const QPointF& pixel, double factor)
@@ -189,7 +215,7 @@ void GRAPHVIZ_VIEWER_WIDGET::zoom(const QPointF& pixel, double factor)
     if (m_state != STATE::SHOWN)
         return;
     m_view.zoom_at(pixel, factor);
-    m_shows_all = false;
+    m_placed = PLACED::BY_PERSON;
     update(canvas());
 }
 
@@ -211,7 +237,7 @@ void GRAPHVIZ_VIEWER_WIDGET::pan(const QPoint& pixels)
     const QPoint moved = m_view.pan(pixels);
     if (moved.isNull())
         return;
-    m_shows_all = false;
+    m_placed = PLACED::BY_PERSON;
     const double ratio = devicePixelRatioF();
     if (ratio == std::floor(ratio))
         scroll(moved.x(), moved.y(), canvas());
@@ -232,24 +258,44 @@ void GRAPHVIZ_VIEWER_WIDGET::wheelEvent(QWheelEvent* event)
 void GRAPHVIZ_VIEWER_WIDGET::mousePressEvent(QMouseEvent* event)
 {
     m_drag = event->pos();
-    m_is_dragging =
+    m_is_dragging = false;
+    m_is_pressed =
         event->button() == Qt::LeftButton && m_state == STATE::SHOWN && canvas().contains(event->pos());
-    if (m_is_dragging)
+    if (m_is_pressed)
         setCursor(Qt::ClosedHandCursor);
 }
 
 void GRAPHVIZ_VIEWER_WIDGET::mouseMoveEvent(QMouseEvent* event)
 {
-    if (!m_is_dragging || !(event->buttons() & Qt::LeftButton))
+    const QPoint moved = event->pos() - m_drag;
+    const bool is_click_yet = !m_is_dragging && moved.manhattanLength() < QApplication::startDragDistance();
+    if (!m_is_pressed || is_click_yet || !(event->buttons() & Qt::LeftButton))
         return;
-    pan(event->pos() - m_drag);
+    m_is_dragging = true;
+    pan(moved);
     m_drag = event->pos();
 }
 
 void GRAPHVIZ_VIEWER_WIDGET::mouseReleaseEvent(QMouseEvent*)
 {
-    m_is_dragging = false;
+    if (m_is_pressed && !m_is_dragging)
+        single_out(m_painter->node_at(m_view.to_picture(m_drag - canvas().topLeft())));
+    m_is_pressed = false;
     unsetCursor();
+}
+
+void GRAPHVIZ_VIEWER_WIDGET::single_out(int node)
+{
+    if (node == m_singled_out)
+        return;
+    m_singled_out = node;
+    m_relatives = node < 0 ? NODE_RELATIVES() : relatives_of(*picture(), node);
+    const QString name = node < 0 ? QString() : shortened_label(picture()->nodes.at(node).text.simplified());
+    ui.summary->setText(
+        node < 0 ? m_summary
+                 : tr("%1: %2 lead to it, %3 follow from it")
+                       .arg(name, QString::number(m_relatives.before), QString::number(m_relatives.behind)));
+    update(canvas());
 }
 
 void GRAPHVIZ_VIEWER_WIDGET::mouseDoubleClickEvent(QMouseEvent* event)
@@ -277,9 +323,16 @@ void GRAPHVIZ_VIEWER_WIDGET::keyPressEvent(QKeyEvent* event)
         return pan({0, PAN_STEP});
     case Qt::Key_Down:
         return pan({0, -PAN_STEP});
-    case Qt::Key_Escape: // out of the find box first, then out of the window
+    case Qt::Key_Escape: // out of the find box first, then back to all nodes, then out of the window
         if (ui.find_text->hasFocus())
             return setFocus();
+        if (m_singled_out >= 0)
+            return single_out(-1);
+        return QWidget::keyPressEvent(event);
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (m_found >= 0 && hasFocus())
+            return single_out(m_found);
         return QWidget::keyPressEvent(event);
     default:
         QWidget::keyPressEvent(event);
@@ -329,7 +382,7 @@ void GRAPHVIZ_VIEWER_WIDGET::go_to_match(int step)
     m_found = m_matches.at(next);
     ui.found->setText(tr("%1 of %2").arg(next + 1).arg(count));
     m_view.centre_on(picture()->nodes.at(m_found).box.center(), READABLE_ZOOM);
-    m_shows_all = false;
+    m_placed = PLACED::BY_PERSON;
     update(canvas());
 }
 
@@ -367,12 +420,15 @@ void GRAPHVIZ_VIEWER_WIDGET::save_as()
         {tr("SVG picture (*.svg)"), tr("PNG picture (*.png)"), tr("Graphviz graph (*.dot *.gv)")});
     dialog.setDefaultSuffix(QStringLiteral("svg"));
     connect(&dialog, SIGNAL(filterSelected(QString)), this, SLOT(format_chosen(QString)));
+    dialog.setDirectory(folder_to_save_in());
     dialog.selectFile(QStringLiteral("graph.svg"));
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
     QApplication::setOverrideCursor(Qt::WaitCursor);
     const QString error = save_picture(*m_painter, dialog.selectedFiles().first());
     QApplication::restoreOverrideCursor();
-    if (!error.isEmpty())
+    if (error.isEmpty())
+        user_settings().setValue(KEY_FOLDER, QFileInfo(dialog.selectedFiles().first()).absolutePath());
+    else
         show_plain_box(QMessageBox::Warning, this, error);
 }

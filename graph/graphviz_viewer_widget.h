@@ -18,8 +18,9 @@ struct GVC_s;
 /// Lays a Graphviz graph out and shows it: the wheel zooms at the pointer,
 /// dragging and the arrow keys pan, "+" and "-" zoom, a double click, Home and F
 /// show all of it. Find goes from one node with a text to the next; Escape leaves
-/// its box. What is shown
-/// can be saved.
+/// its box. A click on a node, or Enter for the one that was found, singles out what
+/// leads to it and what follows from it, until Escape or a click beside it. The whole
+/// picture can be saved, in the folder of the last one.
 ///
 /// The widget takes what it needs from the graph in its constructor and never
 /// touches graph or context again: they stay the caller's, who may close and free
@@ -48,10 +49,11 @@ public:
     STATE state() const { return m_state; }
     QString message() const; ///< what stands on the canvas in place of a graph
 
-    QRect canvas() const;                               ///< where the graph is painted
-    const PICTURE_VIEW& view() const { return m_view; } ///< pixels count from the canvas's corner
-    const GRAPH_PICTURE* picture() const;               ///< null until it is shown
-    int found_node() const { return m_found; }          ///< what was found last; -1 for none
+    QRect canvas() const;                                  ///< where the graph is painted
+    const PICTURE_VIEW& view() const { return m_view; }    ///< pixels count from the canvas's corner
+    const GRAPH_PICTURE* picture() const;                  ///< null until it is shown
+    int found_node() const { return m_found; }             ///< what was found last; -1 for none
+    int singled_out_node() const { return m_singled_out; } ///< whose relatives show; -1 for none
 
     QSize sizeHint() const override;
 
@@ -88,18 +90,32 @@ private:
     void zoom(const QPointF& pixel, double factor);
     void pan(const QPoint& pixels);
     void go_to_match(int step);
+    void place_again();
+    void single_out(int node); ///< -1: ends it
+    void frame_node(QPainter& painter, int node) const;
 
     Ui::GRAPHVIZ_VIEWER_WIDGET ui;
     STATE m_state = STATE::EMPTY;
+    enum class PLACED
+    {
+        BY_PERSON, // moved or zoomed
+        AT_BEGINNING,
+        ALL
+    };
+
     QString m_error;
     std::unique_ptr<LAYOUT_RUN> m_layout;
     QElapsedTimer m_laying_out;
     QTimer m_clock;
     std::unique_ptr<PICTURE_PAINTER> m_painter;
     PICTURE_VIEW m_view;
-    bool m_shows_all = true; ///< nobody has moved or zoomed since the last fit
-    bool m_is_dragging = false;
-    QPoint m_drag;          ///< where the pointer was last, while it drags
-    QVector<int> m_matches; ///< nodes that have the text, ascending
+    PLACED m_placed = PLACED::ALL;
+    bool m_is_pressed = false;  ///< the left button, on the canvas
+    bool m_is_dragging = false; ///< it has been moved too far for a click
+    QPoint m_drag;              ///< where the pointer was last, while it drags; first where it was pressed
+    QVector<int> m_matches;     ///< nodes that have the text, ascending
     int m_found = -1;
+    int m_singled_out = -1;
+    NODE_RELATIVES m_relatives; ///< of that node
+    QString m_summary;          ///< what stands there when no node is singled out
 };

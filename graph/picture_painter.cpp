@@ -10,8 +10,26 @@ const double SMALLEST_CURVE_ZOOM = 0.12; // below it curves, styles and heads ca
 const double SMALLEST_LETTERS = 4.5;     // height in pixels below which nobody reads a label
 const double OUTLINE_ZOOM = 0.25;        // boxes have outlines from here on
 const double LINE_WIDTH = 1.2;
+const double PALENESS = 0.2; // opacity of what is not singled out
 const QColor OUTLINE(0x50, 0x50, 0x50);
 const QColor LABEL_INK(Qt::black); // boxes are light in every palette
+
+// Numbers of nodes or edges, in their order.
+struct PARTS
+{
+    QVector<int> pale;
+    QVector<int> full;
+
+    PARTS(const QVector<int>& numbers, const QVector<bool>& singled_out)
+    {
+        if (singled_out.isEmpty()) {
+            full = numbers;
+            return;
+        }
+        for (const int number : numbers)
+            (singled_out.at(number) ? full : pale).append(number);
+    }
+};
 
 } // namespace
 
@@ -50,17 +68,32 @@ int PICTURE_PAINTER::node_at(const QPointF& point) const
     return -1;
 }
 
-void PICTURE_PAINTER::paint(QPainter& painter, const QRectF& part, double zoom, const QColor& ink) const
+// Pale ones come first, so that no other is covered by them.
+void PICTURE_PAINTER::paint(QPainter& painter, const QRectF& part, double zoom, const QColor& ink,
+                            const NODE_RELATIVES& singled_out) const
 {
     const double thickness = LINE_WIDTH + 1 / zoom;
     const QRectF touched = part.adjusted(-thickness, -thickness, thickness, thickness);
+    const PARTS edges(m_edges.find(touched), singled_out.edges);
+    const PARTS nodes(m_nodes.find(touched), singled_out.nodes);
     painter.save();
-    if (zoom < SMALLEST_CURVE_ZOOM)
-        paint_coarse_edges(painter, m_edges.find(touched), ink);
-    else
-        paint_edges(painter, m_edges.find(touched), zoom, ink);
-    paint_nodes(painter, m_nodes.find(touched), zoom);
+    const double opacity = painter.opacity();
+    painter.setOpacity(PALENESS * opacity);
+    paint_edges(painter, edges.pale, zoom, ink);
+    paint_nodes(painter, nodes.pale, zoom);
+    painter.setOpacity(opacity);
+    paint_edges(painter, edges.full, zoom, ink);
+    paint_nodes(painter, nodes.full, zoom);
     painter.restore();
+}
+
+void PICTURE_PAINTER::paint_edges(QPainter& painter, const QVector<int>& numbers, double zoom,
+                                  const QColor& ink) const
+{
+    if (zoom < SMALLEST_CURVE_ZOOM)
+        paint_coarse_edges(painter, numbers, ink);
+    else
+        paint_fine_edges(painter, numbers, zoom, ink);
 }
 
 void PICTURE_PAINTER::paint_coarse_edges(QPainter& painter, const QVector<int>& numbers,
@@ -80,8 +113,8 @@ void PICTURE_PAINTER::paint_coarse_edges(QPainter& painter, const QVector<int>& 
     painter.drawLines(lines);
 }
 
-void PICTURE_PAINTER::paint_edges(QPainter& painter, const QVector<int>& numbers, double zoom,
-                                  const QColor& ink) const
+void PICTURE_PAINTER::paint_fine_edges(QPainter& painter, const QVector<int>& numbers, double zoom,
+                                       const QColor& ink) const
 {
     painter.setRenderHint(QPainter::Antialiasing);
     const double width = std::max(LINE_WIDTH, 0.6 / zoom);

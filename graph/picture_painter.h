@@ -3,6 +3,7 @@
 #include <QtGui/QPainter>
 
 #include "graph/graph_picture.h"
+#include "graph/node_relatives.h"
 #include "graph/picture_index.h"
 
 /// Paints parts of a laid-out picture at any zoom, in a time that goes with what
@@ -16,8 +17,10 @@ public:
 
     /// Paints what of the picture lies in `part`. The painter maps the picture's
     /// coordinates to its device; `zoom` is how many pixels of the device there
-    /// are to one of the picture. Lines are drawn in `ink`.
-    void paint(QPainter& painter, const QRectF& part, double zoom, const QColor& ink) const;
+    /// are to one of the picture. Lines are drawn in `ink`. Where nodes are singled
+    /// out, all others and their edges are pale.
+    void paint(QPainter& painter, const QRectF& part, double zoom, const QColor& ink,
+               const NODE_RELATIVES& singled_out = NODE_RELATIVES()) const;
 
     const GRAPH_PICTURE& picture() const { return m_picture; }
 
@@ -25,6 +28,8 @@ public:
 
 private:
     void paint_edges(QPainter& painter, const QVector<int>& numbers, double zoom, const QColor& ink) const;
+    void paint_fine_edges(QPainter& painter, const QVector<int>& numbers, double zoom,
+                          const QColor& ink) const;
     void paint_coarse_edges(QPainter& painter, const QVector<int>& numbers, const QColor& ink) const;
     void paint_nodes(QPainter& painter, const QVector<int>& numbers, double zoom) const;
     void paint_label(QPainter& painter, const PICTURE_NODE& node) const;

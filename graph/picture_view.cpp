@@ -7,6 +7,7 @@ namespace {
 
 const double LARGEST_ZOOM = 8;
 const double SMALLEST_OF_FITTING = 0.5; // zoom, as a part of the one at which all is seen
+const double LEAST_READABLE = 0.5;      // zoom
 const double IN_SIGHT = 40;             // pixels of the picture that always show
 
 QPointF rounded(const QPointF& point)
@@ -44,6 +45,23 @@ void PICTURE_VIEW::fit()
 {
     m_zoom = fitting_zoom();
     centre_on(m_bounds.center(), 0);
+}
+
+bool PICTURE_VIEW::show_beginning()
+{
+    fit();
+    if (m_bounds.isEmpty() || m_canvas.isEmpty())
+        return false;
+    const double width = m_canvas.width() / m_bounds.width(), height = m_canvas.height() / m_bounds.height();
+    const double across = std::min(1.0, std::max(width, height));
+    if (m_zoom >= LEAST_READABLE || across < LEAST_READABLE)
+        return false;
+    m_zoom = across;
+    const QPointF half = QPointF(m_canvas.width(), m_canvas.height()) / 2 / m_zoom;
+    centre_on({width < height ? m_bounds.left() + half.x() : m_bounds.center().x(),
+               width < height ? m_bounds.center().y() : m_bounds.top() + half.y()},
+              0);
+    return true;
 }
 
 void PICTURE_VIEW::set_zoom(double zoom)

@@ -234,6 +234,14 @@ QStringList picture_lines(VIEWER& viewer)
                           .arg(qRound(middle.x()) * 10)
                           .arg(qRound(middle.y()) * 10)};
     lines.last() += canvas.adjusted(-1, -1, 1, 1).contains(all) ? ", all of it" : "";
+    QString pale = "pale:";
+    for (int i = 0; i < viewer.picture()->nodes.size(); ++i) {
+        const PICTURE_NODE& node = viewer.picture()->nodes[i];
+        const QPoint inside = pixel_of(viewer, {node.box.left() + 5, node.box.center().y()});
+        if (image.rect().contains(inside) && image.pixelColor(inside) != node.fill)
+            pale += ' ' + QString::number(i);
+    }
+    lines += pale;
     lines += is_bright(corner - QPoint(1, 1)) ? "frame bright" : "frame dull";
     lines += is_bright(left - QPoint(3, 0)) ? "first node framed" : "first node bare";
     return lines;
@@ -367,9 +375,12 @@ void TST_GRAPH::viewer()
     transcript.window = viewer.get();
     transcript.folder = folder.path();
     QString tip;
-    transcript.add("tip", [&](const QString& node) {
-        const QPointF middle = viewer->picture()->nodes[node.toInt()].box.center();
-        tip = tool_tip_at(viewer.get(), pixel_of(*viewer, middle));
+    const auto middle = [&](const QString& node) {
+        return pixel_of(*viewer, viewer->picture()->nodes[node.toInt()].box.center());
+    };
+    transcript.add("tip", [&](const QString& node) { tip = tool_tip_at(viewer.get(), middle(node)); });
+    transcript.add("click_node", [&](const QString& node) {
+        QTest::mouseClick(viewer.get(), Qt::LeftButton, {}, middle(node));
     });
     transcript.add("answer_file", [&](const QString& with) {
         transcript.answers.answer_with([&transcript, with](QDialog* dialog) {
