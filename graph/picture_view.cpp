@@ -47,21 +47,20 @@ void PICTURE_VIEW::fit()
     centre_on(m_bounds.center(), 0);
 }
 
-bool PICTURE_VIEW::show_beginning()
+void PICTURE_VIEW::show_beginning()
 {
     fit();
     if (m_bounds.isEmpty() || m_canvas.isEmpty())
-        return false;
+        return;
     const double width = m_canvas.width() / m_bounds.width(), height = m_canvas.height() / m_bounds.height();
     const double across = std::min(1.0, std::max(width, height));
     if (m_zoom >= LEAST_READABLE || across < LEAST_READABLE)
-        return false;
+        return;
     m_zoom = across;
     const QPointF half = QPointF(m_canvas.width(), m_canvas.height()) / 2 / m_zoom;
     centre_on({width < height ? m_bounds.left() + half.x() : m_bounds.center().x(),
                width < height ? m_bounds.center().y() : m_bounds.top() + half.y()},
               0);
-    return true;
 }
 
 void PICTURE_VIEW::set_zoom(double zoom)

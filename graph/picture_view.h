@@ -21,8 +21,8 @@ public:
     void fit();
 
     /// As `fit`, but a long thin picture that nobody could read then is only fitted across,
-    /// and shows its beginning, at the top or on the left. False: it shows as with `fit`.
-    bool show_beginning();
+    /// and shows its beginning, at the top or on the left.
+    void show_beginning();
 
     /// Zooms so that what lies under `pixel` stays there.
     void zoom_at(const QPointF& pixel, double factor);

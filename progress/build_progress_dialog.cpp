@@ -12,6 +12,7 @@
 #include "contracts/actions/dialog_helper.h"
 #include "contracts/configuration/configuration.h"
 #include "contracts/services/command_line_options.h"
+#include "contracts/services/find_line.h"
 #include "contracts/services/plain_message_box.h"
 #include "contracts/services/qt_workarounds.h"
 #include "contracts/services/user_settings.h"
@@ -283,18 +284,19 @@ void BUILD_PROGRESS_DIALOG::action_selected()
 // on, the two share the output's place.
 void BUILD_PROGRESS_DIALOG::search_output()
 {
-    if (!m_search) {
+    if (!m_find_line) {
         QWidget* const place = new QWidget;
         ui.splitter->replaceWidget(ui.splitter->indexOf(ui.output), place);
         QVBoxLayout* const column = new QVBoxLayout(place);
         column->setContentsMargins(0, 0, 0, 0);
-        m_search = new OUTPUT_SEARCH(ui.output, place);
+        m_find_line = new FIND_LINE(place);
+        new OUTPUT_SEARCH(*ui.output, *m_find_line);
         column->addWidget(ui.output);
-        column->addWidget(m_search);
+        column->addWidget(m_find_line);
         ui.output->show();
         place->show();
     }
-    m_search->begin();
+    m_find_line->open();
 }
 
 void BUILD_PROGRESS_DIALOG::show_output_menu(const QPoint& place)

@@ -10,8 +10,8 @@
 class BUILD_SESSION;
 class COMMAND_LINE_OPTIONS;
 class CONFIGURATION;
+class FIND_LINE;
 class OUTPUT_PANE;
-class OUTPUT_SEARCH;
 
 /// The modal window that watches a build, lets a person pause and abort it and
 /// read what each action has to say.
@@ -89,6 +89,6 @@ private:
 
     PROGRESS_ROWS m_rows;
     OUTPUT_PANE* m_output;
-    OUTPUT_SEARCH* m_search = nullptr; // until it is wanted
-    QTimer m_last_look;                // from the end of all actions to that of the build thread
+    FIND_LINE* m_find_line = nullptr; // until it is wanted
+    QTimer m_last_look;               // from the end of all actions to that of the build thread
 };

@@ -1,11 +1,12 @@
 #include "progress/output_search.h"
 
 #include <QtCore/QStringMatcher>
-#include <QtGui/QKeyEvent>
 #include <QtGui/QTextDocument>
 #include <QtWidgets/QTextBrowser>
 
 #include <algorithm>
+
+#include "contracts/services/find_line.h"
 
 namespace {
 
@@ -21,57 +22,23 @@ int pause_for(const QTextBrowser& browser)
 
 } // namespace
 
-OUTPUT_SEARCH::OUTPUT_SEARCH(QTextBrowser* browser, QWidget* parent) : QWidget(parent), m_browser(browser)
+OUTPUT_SEARCH::OUTPUT_SEARCH(QTextBrowser& browser, FIND_LINE& line)
+    : QObject(&line), m_browser(&browser), m_line(&line)
 {
-    ui.setupUi(this);
-    ui.search_found->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("999 of 999")));
-    hide();
     m_timer.setSingleShot(true);
     connect(&m_timer, SIGNAL(timeout()), this, SLOT(look_for_places()));
-    connect(ui.search_text, SIGNAL(textChanged(QString)), this, SLOT(wanted_changed()));
-    connect(ui.search_case, SIGNAL(toggled(bool)), this, SLOT(wanted_changed()));
-    connect(ui.search_next, SIGNAL(clicked()), this, SLOT(find_next()));
-    connect(ui.search_former, SIGNAL(clicked()), this, SLOT(find_former()));
-    connect(ui.search_close, SIGNAL(clicked()), this, SLOT(end()));
-    connect(browser, SIGNAL(textChanged()), this, SLOT(text_changed()));
-    window()->installEventFilter(this);
+    connect(m_browser, SIGNAL(textChanged()), this, SLOT(text_changed()));
+    connect(m_line, SIGNAL(opened()), this, SLOT(text_changed()));
+    connect(m_line, SIGNAL(changed()), this, SLOT(wanted_changed()));
+    connect(m_line, SIGNAL(next()), this, SLOT(find_next()));
+    connect(m_line, SIGNAL(previous()), this, SLOT(find_previous()));
+    connect(m_line, SIGNAL(closed()), this, SLOT(leave()));
 }
 
-void OUTPUT_SEARCH::begin()
+void OUTPUT_SEARCH::leave()
 {
-    if (isHidden()) {
-        show();
-        text_changed();
-    }
-    ui.search_text->setFocus(Qt::ShortcutFocusReason);
-    ui.search_text->selectAll();
-}
-
-void OUTPUT_SEARCH::end()
-{
-    hide();
     m_timer.stop();
     m_browser->setFocus();
-}
-
-bool OUTPUT_SEARCH::eventFilter(QObject*, QEvent* event)
-{
-    const bool is_meant = event->type() == QEvent::KeyPress && isVisible() &&
-                          static_cast<QKeyEvent*>(event)->matches(QKeySequence::Cancel);
-    if (is_meant)
-        end();
-    return is_meant;
-}
-
-// Return must not reach the window, whose button it would press.
-void OUTPUT_SEARCH::keyPressEvent(QKeyEvent* event)
-{
-    if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter)
-        QWidget::keyPressEvent(event);
-    else if (event->modifiers() & Qt::ShiftModifier)
-        find_former();
-    else
-        find_next();
 }
 
 void OUTPUT_SEARCH::wanted_changed()
@@ -82,7 +49,7 @@ void OUTPUT_SEARCH::wanted_changed()
 
 void OUTPUT_SEARCH::text_changed()
 {
-    if (!isHidden() && !m_timer.isActive())
+    if (m_line->isVisible() && !m_timer.isActive())
         m_timer.start(pause_for(*m_browser));
 }
 
@@ -90,9 +57,8 @@ void OUTPUT_SEARCH::look_for_places()
 {
     m_timer.stop();
     m_places.clear();
-    const QString wanted = ui.search_text->text();
-    const QStringMatcher matcher(wanted,
-                                 ui.search_case->isChecked() ? Qt::CaseSensitive : Qt::CaseInsensitive);
+    const QString wanted = m_line->text();
+    const QStringMatcher matcher(wanted, m_line->letter_case());
     const QString text = wanted.isEmpty() ? QString() : m_browser->document()->toRawText();
     for (int at = 0; !text.isEmpty() && m_places.size() < MOST_PLACES; at += wanted.size()) {
         at = matcher.indexIn(text, at);
@@ -108,14 +74,7 @@ void OUTPUT_SEARCH::look_for_places()
 
 void OUTPUT_SEARCH::tell_count(int shown)
 {
-    const int count = m_places.size();
-    const QString all = count < MOST_PLACES ? QString::number(count) : tr("more than %1").arg(MOST_PLACES);
-    ui.search_next->setEnabled(count > 0);
-    ui.search_former->setEnabled(count > 0);
-    ui.search_found->setText(ui.search_text->text().isEmpty() ? QString()
-                             : count == 0                     ? tr("Not found")
-                             : shown < 0                      ? tr("%1 found").arg(all)
-                                                              : tr("%1 of %2").arg(shown + 1).arg(all));
+    m_line->show_hit(shown + 1, m_places.size(), m_places.size() == MOST_PLACES);
 }
 
 void OUTPUT_SEARCH::find_next()
@@ -123,7 +82,7 @@ void OUTPUT_SEARCH::find_next()
     go_to_place(1);
 }
 
-void OUTPUT_SEARCH::find_former()
+void OUTPUT_SEARCH::find_previous()
 {
     go_to_place(-1);
 }
@@ -144,7 +103,7 @@ void OUTPUT_SEARCH::go_to_place(int step)
         place += step;
     place = (place + count) % count;
     cursor.setPosition(m_places.at(place));
-    cursor.setPosition(m_places.at(place) + ui.search_text->text().size(), QTextCursor::KeepAnchor);
+    cursor.setPosition(m_places.at(place) + m_line->text().size(), QTextCursor::KeepAnchor);
     m_browser->setTextCursor(cursor);
     tell_count(place);
 }

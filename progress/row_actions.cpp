@@ -27,7 +27,7 @@ QKeySequence next_key()
     return QKeySequence(Qt::Key_F8);
 }
 
-QKeySequence former_key()
+QKeySequence previous_key()
 {
     return QKeySequence(Qt::SHIFT + Qt::Key_F8);
 }
@@ -53,7 +53,7 @@ ROW_ACTIONS::ROW_ACTIONS(QTreeWidget* tree, const PROGRESS_ROWS& rows, const BUI
     : QObject(tree), m_tree(tree), m_rows(rows), m_session(session)
 {
     add_key(next_key(), SLOT(go_to_next_problem()));
-    add_key(former_key(), SLOT(go_to_former_problem()));
+    add_key(previous_key(), SLOT(go_to_previous_problem()));
     add_key(QKeySequence::Find, SIGNAL(search()));
     tree->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(tree, SIGNAL(customContextMenuRequested(QPoint)), this, SLOT(show_menu(QPoint)));
@@ -69,7 +69,7 @@ void ROW_ACTIONS::go_to_next_problem()
     go_to_problem(1);
 }
 
-void ROW_ACTIONS::go_to_former_problem()
+void ROW_ACTIONS::go_to_previous_problem()
 {
     go_to_problem(-1);
 }
@@ -121,7 +121,7 @@ void ROW_ACTIONS::show_menu(const QPoint& place)
     add_folders(menu);
     menu->addSeparator();
     menu->addAction(tr("Next Problem"), this, SLOT(go_to_next_problem()), next_key());
-    menu->addAction(tr("Former Problem"), this, SLOT(go_to_former_problem()), former_key());
+    menu->addAction(tr("Previous Problem"), this, SLOT(go_to_previous_problem()), previous_key());
     menu->addAction(tr("Search in Output..."), this, SIGNAL(search()), QKeySequence::Find);
     menu->popup(m_tree->viewport()->mapToGlobal(place));
 }

@@ -11,7 +11,7 @@ class QPoint;
 class QTreeWidget;
 
 /// What a person does with the rows of the progress window, by key and by the menu of
-/// a row: goes to the next or former one that failed or has warnings (F8, Shift+F8),
+/// a row: goes to the next or previous one that failed or has warnings (F8, Shift+F8),
 /// copies its text (Ctrl+C, which is the tree's own) or its output, opens the
 /// folder of its targets, and asks for the search in the output (Ctrl+F). The menu
 /// is made when it is asked for. GUI thread.
@@ -29,7 +29,7 @@ signals:
 
 private slots:
     void go_to_next_problem();
-    void go_to_former_problem();
+    void go_to_previous_problem();
     void copy_text();
     void copy_output();
     void show_menu(const QPoint& place);

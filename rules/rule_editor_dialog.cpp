@@ -281,10 +281,7 @@ void RULE_EDITOR_DIALOG::find()
 
 void RULE_EDITOR_DIALOG::reject()
 {
-    if (m_find_line && m_find_line->isVisible())
-        m_find_line->close();
-    else
-        close();
+    close();
 }
 
 void RULE_EDITOR_DIALOG::closeEvent(QCloseEvent* event)

@@ -71,8 +71,7 @@ public slots:
 
     void find(); ///< opens the find line
 
-    /// Closes the find line where it is open, else the window, with the questions of
-    /// `closeEvent`.
+    /// Closes the window, with the questions of `closeEvent`.
     void reject() override;
 
 protected:

@@ -21,12 +21,14 @@ FIND_LINE::FIND_LINE(QWidget* parent)
       m_match_case(new QCheckBox(tr("Match case"), this)),
       m_found(new QLabel(this))
 {
+    setObjectName(QStringLiteral("find_line"));
     add_widgets();
     connect(m_text, SIGNAL(textChanged(QString)), this, SIGNAL(changed()));
     connect(m_match_case, SIGNAL(toggled(bool)), this, SIGNAL(changed()));
     // Not shortcuts of the buttons, which stay down for a while and miss the next press.
     new QShortcut(QKeySequence(Qt::Key_F3), this, SIGNAL(next()));
     new QShortcut(QKeySequence(Qt::SHIFT + Qt::Key_F3), this, SIGNAL(previous()));
+    new QShortcut(QKeySequence(Qt::Key_Escape), this, SLOT(close()));
     hide();
 }
 
@@ -79,14 +81,15 @@ Qt::CaseSensitivity FIND_LINE::letter_case() const
     return m_match_case->isChecked() ? Qt::CaseSensitive : Qt::CaseInsensitive;
 }
 
-void FIND_LINE::show_hit(int number, int count)
+void FIND_LINE::show_hit(int number, int count, bool may_be_more)
 {
+    const QString all = may_be_more ? tr("%1 or more").arg(count) : QString::number(count);
     if (text().isEmpty())
         m_found->clear();
     else if (!count)
         m_found->setText(tr("Not found"));
     else
-        m_found->setText(number ? tr("%1 of %2").arg(number).arg(count) : tr("%1 found").arg(count));
+        m_found->setText(number ? tr("%1 of %2").arg(QString::number(number), all) : tr("%1 found").arg(all));
 }
 
 void FIND_LINE::set_tab_order_behind(QWidget* widget)
@@ -106,14 +109,13 @@ void FIND_LINE::open()
     show();
     m_text->setFocus(Qt::ShortcutFocusReason);
     m_text->selectAll();
+    emit opened();
 }
 
 void FIND_LINE::keyPressEvent(QKeyEvent* event)
 {
     const bool is_return = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (event->matches(QKeySequence::Cancel))
-        close();
-    else if (is_return && m_text->hasFocus())
+    if (is_return && m_text->hasFocus())
         event->modifiers() & Qt::ShiftModifier ? emit previous() : emit next();
     else
         QWidget::keyPressEvent(event);

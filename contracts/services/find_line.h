@@ -14,8 +14,8 @@ class QToolButton;
 /// what is searched: its owner answers each signal with `show_hit`.
 ///
 /// Return and Shift+Return in the line go on and back, F3 and Shift+F3 wherever the
-/// focus is in its window. Escape closes the line, and
-/// nothing else. Hidden until it is opened. GUI thread.
+/// focus is in its window. There Escape closes the line, and nothing else. Hidden until
+/// it is opened. GUI thread.
 class GOX_CONTRACTS_EXPORT FIND_LINE : public QWidget
 {
     Q_OBJECT
@@ -27,7 +27,8 @@ public:
     Qt::CaseSensitivity letter_case() const;
 
     /// `number` of the hit at hand among `count`, from 1; 0 when none of them is.
-    void show_hit(int number, int count);
+    /// `may_be_more`: `count` is as many as the owner looks for.
+    void show_hit(int number, int count, bool may_be_more = false);
 
     /// Makes its widgets the next that Tab goes to behind `widget`.
     void set_tab_order_behind(QWidget* widget);
@@ -36,6 +37,7 @@ public slots:
     void open(); ///< shows the line, which gets the focus, with its text selected
 
 signals:
+    void opened();  ///< also when it was open
     void changed(); ///< text or letter case: a hit at hand may stay
     void next();
     void previous();
