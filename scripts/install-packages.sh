@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs what is missing for one or more purposes, through the distribution's
-# package client:  scripts/install-packages.sh build|sample|test|format|fuzz...
+# package client:  scripts/install-packages.sh build|sample|test|format|fuzz|pictures...
 # Nothing is asked and nothing is touched when everything is there.
 set -euo pipefail
 
@@ -11,8 +11,9 @@ packages_for() {
     test) echo libzip-dev libbenchmark-dev xvfb libxml2-utils python3-jsonschema ;;
     format) echo clang-format ;;
     fuzz) echo clang ;;
+    pictures) echo xvfb openbox xdotool imagemagick ;;
     *)
-        echo "install-packages.sh: unknown purpose '$1' (build, sample, test, format, fuzz)" >&2
+        echo "install-packages.sh: unknown purpose '$1' (build, sample, test, format, fuzz, pictures)" >&2
         exit 2
         ;;
     esac
