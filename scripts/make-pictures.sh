@@ -114,10 +114,15 @@ clean=(
     QT_FONT_DPI=96 QT_AUTO_SCREEN_SCALE_FACTOR=0 QT_SCALE_FACTOR=1
 )
 
+x() { timeout 10 "${clean[@]}" xdotool "$@"; }
+
+# shot WINDOW FILE. Of a window that has just gone, import would wait for ever.
+shot() { timeout 10 "${clean[@]}" import -silent -window "$1" "$2" 2>/dev/null; }
+
 seconds_to_wait=30
 
 screen_now() {
-    "${clean[@]}" import -silent -window root "$stage/screen.png" 2>/dev/null || return 0
+    shot root "$stage/screen.png" || return 0
     echo " What was on the screen then: $stage/screen.png"
 }
 
@@ -137,7 +142,7 @@ wait_for() {
 }
 
 display_is_up() { [ -s "$place/display" ]; }
-manager_is_up() { "${clean[@]}" xdotool get_desktop >/dev/null 2>&1; }
+manager_is_up() { x get_desktop >/dev/null 2>&1; }
 
 Xvfb -displayfd 3 -screen 0 1280x1024x24 -dpi 96 -nolisten tcp 3>"$place/display" >"$place/xvfb.txt" 2>&1 &
 processes=($!)
@@ -148,8 +153,6 @@ processes=($! "${processes[@]}")
 wait_for "the window manager" manager_is_up
 
 #-- the hands -------------------------------------------------------------------
-
-x() { "${clean[@]}" xdotool "$@"; }
 
 # start_gox [name=value...]: in a fresh tree and with no settings of an earlier run.
 start_gox() {
@@ -203,7 +206,7 @@ go_to() {
 
 # Whether $window has looked the same for half a second.
 looks_finished() {
-    "${clean[@]}" import -silent -window "$window" "$place/now.ppm" 2>/dev/null || return 1
+    shot "$window" "$place/now.ppm" || return 1
     if cmp -s "$place/now.ppm" "$place/former.ppm"; then
         times_the_same=$((times_the_same + 1))
     else
