@@ -20,6 +20,7 @@
 #include "app/memory.h"
 #include "app/platform_choice.h"
 #include "app/program_options.h"
+#include "app/readable_style.h"
 #include "app/report_file.h"
 #include "app/run_cycle.h"
 #include "app/run_options.h"
@@ -282,9 +283,12 @@ int main(int argc, char** argv)
     const SIGNAL_STACK signal_stack;
     choose_platform(argc, argv);
 
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps); // icons are drawn as sharp as the screen is
     QApplication application(argc, argv);
     const bool has_display = find_display();
     QApplication::setStyle(QStringLiteral("windowsxp"));
+    if (has_display)
+        QApplication::setStyle(new READABLE_STYLE(QApplication::style()->objectName()));
     const QString tool_name = QStringLiteral("GoX");
     TOOLS_METRICS::set_application(application);
     TOOLS_METRICS::tool_started(tool_name);

@@ -114,8 +114,7 @@ BUILD_PROGRESS_DIALOG::BUILD_PROGRESS_DIALOG(BUILD_SESSION& the_session,
     m_rows.build(ui.actions, session->selected_actions);
     colour_legend();
     fit_legend();
-    // A name of several lines must not push the window about.
-    ui.widget->setMaximumHeight(ui.label_2->sizeHint().height());
+    bound_name();
     ui.frame->hide();
     ui.progress2->hide();
     tick_clock = QTime::currentTime();
@@ -381,6 +380,19 @@ void BUILD_PROGRESS_DIALOG::filter_changed()
                   (ui.cbCompleted->isChecked() ? PROGRESS_ROWS::COMPLETED : 0);
     if (!timer.isActive())
         tick();
+}
+
+void BUILD_PROGRESS_DIALOG::changeEvent(QEvent* event)
+{
+    QDialog::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        bound_name();
+}
+
+// A name of several lines must not push the window about.
+void BUILD_PROGRESS_DIALOG::bound_name()
+{
+    ui.widget->setMaximumHeight(ui.label_2->sizeHint().height());
 }
 
 void BUILD_PROGRESS_DIALOG::reject()

@@ -72,6 +72,9 @@ public slots:
     /// does not, and closes it.
     void reject() override;
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private slots:
     void look_again();
     void search_output(); ///< opens the line for it, or goes back into it
@@ -81,6 +84,7 @@ private:
     void connect_widgets();
     void colour_legend();
     void fit_legend();
+    void bound_name();
     void move_marker(int done, int total);
     void estimate(int done, int total);
     void finish(bool any_failed);

@@ -4,30 +4,14 @@
 #include <QtWidgets/QApplication>
 
 #include <algorithm>
-#include <cmath>
+
+#include "contracts/services/colour_contrast.h"
 
 namespace {
 
-const double LEAST_CONTRAST = 3;
 const QColor LIGHT_GROUND(220, 225, 255);
 const QColor DARK_GROUND(32, 34, 40);
-const int CHOSEN_EDGE = 2; // pixels of the choice that show above and below the ground
-
-// As the guidelines for legible text define it, from 0 for black to 1 for white.
-double luminance(const QColor& colour)
-{
-    const auto linear = [](double part) {
-        return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
-           0.0722 * linear(colour.blueF());
-}
-
-double contrast(const QColor& one, const QColor& other)
-{
-    const double a = luminance(one) + 0.05, b = luminance(other) + 0.05;
-    return std::max(a, b) / std::min(a, b);
-}
+const int EDGE = 2; // pixels between the ground and the edge of the row
 
 QBrush ground_for(const QColor& text, const QColor& lies_on)
 {
@@ -57,7 +41,7 @@ STATE_ROW_DELEGATE::STATE_ROW_DELEGATE(QPalette::ColorRole ground, QObject* pare
 
 void STATE_ROW_DELEGATE::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const
 {
-    PLAIN_ROW_DELEGATE::initStyleOption(option, index);
+    QStyledItemDelegate::initStyleOption(option, index);
     const QVariant foreground = index.data(Qt::ForegroundRole);
     if (!foreground.isValid())
         return;
@@ -70,14 +54,14 @@ void STATE_ROW_DELEGATE::initStyleOption(QStyleOptionViewItem* option, const QMo
     option->backgroundBrush = ground_for(colour, lies_on);
 }
 
-// Styles draw either the choice or a ground. Of a chosen row with a ground, all but
-// its text is drawn first.
+// A ground lies behind the text alone, also of a chosen row, for which styles draw
+// either the choice or a ground. All but the text is drawn first.
 void STATE_ROW_DELEGATE::paint(QPainter* painter, const QStyleOptionViewItem& option,
                                const QModelIndex& index) const
 {
     QStyleOptionViewItem row(option);
     initStyleOption(&row, index);
-    if (!(row.state & QStyle::State_Selected) || row.backgroundBrush.style() == Qt::NoBrush)
+    if (row.backgroundBrush.style() == Qt::NoBrush)
         return PLAIN_ROW_DELEGATE::paint(painter, option, index);
     const QBrush ground = row.backgroundBrush;
     const QString text = row.text;
@@ -89,6 +73,6 @@ void STATE_ROW_DELEGATE::paint(QPainter* painter, const QStyleOptionViewItem& op
     row.state &= ~(QStyle::State_Selected | QStyle::State_HasFocus | QStyle::State_MouseOver);
     QRect place = row.widget->style()->subElementRect(QStyle::SE_ItemViewItemText, &row, row.widget);
     place.setWidth(std::min(place.width(), sizeHint(option, index).width()));
-    painter->fillRect(place.adjusted(0, CHOSEN_EDGE, 0, -CHOSEN_EDGE), ground);
+    painter->fillRect(place.adjusted(0, EDGE, 0, -EDGE), ground);
     draw(*painter, row);
 }

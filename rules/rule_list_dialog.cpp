@@ -90,7 +90,7 @@ void RULE_LIST_DIALOG::name_file(const PHYSICAL_PATH& file)
     label->setToolTip(plain_tool_tip(file));
     // A long path has more lines, and never makes the window wider.
     label->setWordWrap(true);
-    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    label->setMinimumWidth(1);
     ui.verticalLayout->insertWidget(0, label);
     ui.rules->setAccessibleName(label->text());
 }

@@ -58,6 +58,8 @@ void FIND_LINE::add_widgets()
     QToolButton* const close = add_button(tr("Close the find line"), QStringLiteral("Escape"), SLOT(close()));
     close->setObjectName(QStringLiteral("find_close"));
     close->setIcon(style()->standardIcon(QStyle::SP_TitleBarCloseButton));
+    setTabOrder(next, m_match_case);
+    setTabOrder(m_match_case, close);
 }
 
 QToolButton* FIND_LINE::add_button(const QString& name, const QString& keys, const char* member)

@@ -8,7 +8,6 @@
 
 namespace {
 
-const int DARK = 128;                 // lightness below which a colour is dark
 const int MOST_LETTERS_IN_ROW = 1000; // more are slow to draw, and no row is that wide
 constexpr QChar LINE_END_SIGN(0x21b5);
 
@@ -41,13 +40,4 @@ bool PLAIN_ROW_DELEGATE::helpEvent(QHelpEvent* event, QAbstractItemView* view,
     const QString all = !is_cut_off ? own : own.isEmpty() ? text : text + "\n\n" + own;
     QToolTip::showText(event->globalPos(), plain_tool_tip(all), view, option.rect);
     return true;
-}
-
-void PLAIN_ROW_DELEGATE::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const
-{
-    QStyledItemDelegate::initStyleOption(option, index);
-    // Styles outline the box in a darker shade of the window's colour, which is
-    // lost on a base that is dark itself.
-    if (option->palette.base().color().lightness() < DARK)
-        option->palette.setColor(QPalette::Window, option->palette.text().color().darker());
 }

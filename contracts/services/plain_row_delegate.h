@@ -7,8 +7,7 @@
 /// Shows the rows of lists and trees whose texts come from outside, such as file
 /// names. A row is always one line of a bounded length, so that rows of uniform
 /// height stay whole, and one that is cut off says all of its text in a tool tip.
-/// What a row holds stays as it is. Check boxes can be seen on a dark background
-/// in every style. GUI thread.
+/// What a row holds stays as it is. GUI thread.
 class GOX_CONTRACTS_EXPORT PLAIN_ROW_DELEGATE : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -22,7 +21,4 @@ public:
     /// As plain text; a row's own tool tip comes behind the text that is cut off.
     bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
                    const QModelIndex& index) override;
-
-protected:
-    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override;
 };

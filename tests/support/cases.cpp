@@ -85,8 +85,9 @@ QByteArray text_difference(const QString& actual, const QString& expected)
     int line = 0;
     while (line < is.size() && line < wanted.size() && is[line] == wanted[line])
         ++line;
-    return QString("line %1 is \"%2\" where \"%3\" is expected, in\n%4%5")
-        .arg(QString::number(line + 1), is.value(line, "no more"), wanted.value(line, "no more"), INDENT,
-             is.join(QString("\n") + INDENT))
+    const QString whole = INDENT + is.join(QString("\n") + INDENT);
+    std::fprintf(stderr, "%s\n", qPrintable(whole)); // Qt Test cuts what it tells
+    return QString("line %1 is \"%2\" where \"%3\" is expected, in\n%4")
+        .arg(QString::number(line + 1), is.value(line, "no more"), wanted.value(line, "no more"), whole)
         .toUtf8();
 }

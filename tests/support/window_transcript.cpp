@@ -7,6 +7,8 @@
 #include <QtWidgets/QDialog>
 #include <QtWidgets/QLineEdit>
 
+#include "tests/support/window_looks.h"
+
 namespace {
 
 void answer(QDialog* dialog, const QString& text)
@@ -43,6 +45,13 @@ WINDOW_TRANSCRIPT::WINDOW_TRANSCRIPT()
         QStringList lines = form().split('\n');
         for (const QString& line : before)
             lines.removeAll(line);
+        return lines.join('\n');
+    });
+    add("looks", [this](const QString&) {
+        QStringList lines = WINDOW_LOOKS::stops(top());
+        for (const int percent : {100, 125, 150})
+            for (const QString& line : WINDOW_LOOKS::cut_off(top(), percent))
+                lines += QString("%1 %: %2").arg(QString::number(percent), line);
         return lines.join('\n');
     });
     add("click", [this](const QString& name) {

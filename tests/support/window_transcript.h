@@ -16,6 +16,7 @@
 ///     look                   does nothing
 ///     form                   WINDOW_TEXT::form, or the entries of a menu
 ///     changes                the lines of it that were not in the last one
+///     looks                  what Tab goes to and what is cut off, by WINDOW_LOOKS
 ///     click W                on a widget
 ///     press K K              keys, where the focus is
 ///     key W K K              keys for a widget; "-" is the one that has the focus
