@@ -56,6 +56,8 @@ public:
     int singled_out_node() const { return m_singled_out; } ///< whose relatives show; -1 for none
 
     QSize sizeHint() const override;
+    /// False: a message of several lines must not decide on the height of its window.
+    bool hasHeightForWidth() const override { return false; }
 
 public slots:
     void zoom_in();

@@ -11,7 +11,7 @@ namespace {
 
 const QColor LIGHT_GROUND(220, 225, 255);
 const QColor DARK_GROUND(32, 34, 40);
-const int EDGE = 2; // pixels between the ground and the edge of the row
+const int EDGE = 1; // pixels between the ground and the edge of the row
 
 QBrush ground_for(const QColor& text, const QColor& lies_on)
 {

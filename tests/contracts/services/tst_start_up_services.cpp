@@ -7,6 +7,7 @@
 #include "tests/session/step_scene.h"
 #include "tests/support/cases.h"
 #include "tests/support/watched_test.h"
+#include "tests/support/window_looks.h"
 #include "tests/support/window_text.h"
 
 /// What the start-up makes of its services.
@@ -15,7 +16,7 @@ class TST_START_UP_SERVICES : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
-    void windows_data() { add_cases("contracts/services/start_up_windows.cases", {"splash", "files"}); }
+    void windows_data() { add_cases("contracts/services/start_up_windows.cases", {"splash", "files", "looks"}); }
     void windows()
     {
         PROGRESS_WIDGET splash(nullptr, Qt::WindowFlags());
@@ -31,6 +32,11 @@ private slots:
         GOX_COMPARE_TEXT(dialog.objectName() + ": " + WINDOW_TEXT::form(dialog) + '\n' +
                              dialog.get_selected_files().join(' '),
                          current_case()["files"]);
+        dialog.show();
+        QStringList looks = WINDOW_LOOKS::stops(dialog);
+        for (const int percent : {100, 125, 150})
+            looks += WINDOW_LOOKS::cut_off(dialog, percent);
+        GOX_COMPARE_TEXT(looks.join('\n'), current_case()["looks"]);
     }
 
     void database_of_a_build_server_is_read_only()
