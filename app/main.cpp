@@ -212,6 +212,14 @@ void report_missing_tree(int argc, char** argv)
         report.write(1);
 }
 
+void set_up(INCREMENTAL_PLAN& incremental, const RUN_OPTIONS& options)
+{
+    incremental.only_out_of_date = options.only_out_of_date;
+    incremental.explains = options.explain || options.dry_run || !options.report.isEmpty();
+    incremental.writes = !options.dry_run;
+    incremental.shard = {options.shard, options.shards};
+}
+
 // Everything from the command line to the end of the cycle. The exit status of
 // a run that came to its end, or nothing when it is to leave by the failure road.
 std::optional<int> run(int argc, char** argv, QApplication& application, Tallyline::Context& metrics,
@@ -243,10 +251,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
 
     const EXIT_WATCH exit_watch;
     INCREMENTAL_PLAN incremental;
-    incremental.only_out_of_date = order.options.only_out_of_date;
-    incremental.explains = order.options.explain || order.options.dry_run || !order.options.report.isEmpty();
-    incremental.writes = !order.options.dry_run;
-    incremental.shard = {order.options.shard, order.options.shards};
+    set_up(incremental, order.options);
     incremental.begin_reading();
     BUILD_SESSION session(configuration, options, metrics, p4);
     if (options.exists(QStringLiteral("swallow_startup_asserts")))
