@@ -13,6 +13,8 @@ namespace {
 // The first moment that a zip file can name: 1 January 1980, 0:00.
 const zip_uint16_t FIRST_DATE = 1 << 5 | 1;
 const zip_uint16_t FIRST_TIME = 0;
+// A plain file that its owner may write, as Unix says it in the upper half.
+const zip_uint32_t MODE = 0100644u << 16;
 const double PROGRESS_STEP = 0.01;
 
 // Without zip_close, which is the success, nothing reaches the disk.
@@ -62,7 +64,9 @@ bool add_member(zip_t* archive, const PACK_MEMBER& member)
         zip_source_free(source);
         return false;
     }
-    return zip_file_set_dostime(archive, zip_uint64_t(index), FIRST_TIME, FIRST_DATE, 0) == 0;
+    const zip_uint64_t place = zip_uint64_t(index);
+    return zip_file_set_dostime(archive, place, FIRST_TIME, FIRST_DATE, 0) == 0 &&
+           zip_file_set_external_attributes(archive, place, 0, ZIP_OPSYS_UNIX, MODE) == 0;
 }
 
 void report_progress(zip_t*, double done, void* data)
