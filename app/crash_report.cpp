@@ -1,7 +1,6 @@
 #include "app/crash_report.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QFile>
 
 #include <atomic>
 #include <csignal>
@@ -191,7 +190,7 @@ void install_crash_report()
 
 void name_call_stack(const QString& name)
 {
-    const QByteArray file = QFile::encodeName(QDir::current().filePath(name)).left(sizeof s_file - 1);
+    const QByteArray file = QDir::current().filePath(name).toUtf8().left(sizeof s_file - 1);
     std::snprintf(s_file, sizeof s_file, "%s", file.constData());
 }
 

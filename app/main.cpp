@@ -3,7 +3,6 @@
 // one of three roads.
 
 #include <QtCore/QFileInfo>
-#include <QtCore/QTextCodec>
 #include <QtWidgets/QApplication>
 
 #include <csignal>
@@ -26,6 +25,7 @@
 #include "app/terminate_process.h"
 #include "app/tool_folder.h"
 #include "app/unattended_boxes.h"
+#include "app/utf8_texts.h"
 #include "contracts/paths/paths.h"
 #include "contracts/services/fw_message_box.h"
 #include "contracts/services/p4_connection.h"
@@ -73,12 +73,10 @@ void fill_closed_console()
             (void)::open("/dev/null", O_RDWR); // gets the lowest free number, which is this one
 }
 
-// File names are UTF-8 whatever the locale says, and a console that goes away
-// or a limit on file sizes must not end the run.
+// A console that goes away or a limit on file sizes must not end the run.
 void prepare_process()
 {
     fill_closed_console();
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }
@@ -276,6 +274,7 @@ int main(int argc, char** argv)
 {
     prepare_heap();
     prepare_process();
+    const UTF8_TEXTS texts;
     if (answer_without_start(argc, argv))
         return 0;
     install_crash_report();
