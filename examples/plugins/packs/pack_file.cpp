@@ -1,5 +1,6 @@
 #include "packs/pack_file.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 
 #include <zip.h>
@@ -46,11 +47,23 @@ QString unreadable_member(const PACK_MEMBER& member)
     return QStringLiteral("%1 can't be read: %2").arg(member.path, file.errorString());
 }
 
+// libzip opens files in a way in which Windows takes no more than 260 letters, unless
+// the path says so.
+QByteArray place_of(const QString& path)
+{
+#ifdef Q_OS_WIN
+    const QString native = QDir::toNativeSeparators(QDir::cleanPath(path));
+    return (native.startsWith("\\\\") ? "\\\\?\\UNC" + native.mid(1) : "\\\\?\\" + native).toUtf8();
+#else
+    return path.toUtf8();
+#endif
+}
+
 zip_source_t* source_of(zip_t* archive, const PACK_MEMBER& member)
 {
     if (member.path.isEmpty())
         return zip_source_buffer(archive, member.text.constData(), zip_uint64_t(member.text.size()), 0);
-    return zip_source_file(archive, member.path.toUtf8().constData(), 0, -1);
+    return zip_source_file(archive, place_of(member.path).constData(), 0, -1);
 }
 
 bool add_member(zip_t* archive, const PACK_MEMBER& member)
@@ -93,7 +106,8 @@ QString write_archive(const QString& temporary, const QString& path, const QVect
                       const PACK_PROGRESS& progress)
 {
     int code = 0;
-    ARCHIVE archive(zip_open(temporary.toUtf8().constData(), ZIP_CREATE | ZIP_TRUNCATE, &code), &zip_discard);
+    ARCHIVE archive(zip_open(place_of(temporary).constData(), ZIP_CREATE | ZIP_TRUNCATE, &code),
+                    &zip_discard);
     if (!archive)
         return open_error(path, code);
     for (const PACK_MEMBER& member : members) {
