@@ -140,7 +140,11 @@ LONG WINAPI on_exception(EXCEPTION_POINTERS* exception)
 void watch_signals()
 {
     SetUnhandledExceptionFilter(on_exception);
+#if defined(_MSC_VER) || defined(_UCRT)
     _set_abort_behavior(0, _WRITE_ABORT_MSG | _CALL_REPORTFAULT);
+#else
+    _set_error_mode(_OUT_TO_STDERR); // the older library of MinGW has no more
+#endif
     std::signal(SIGABRT, [](int) { speak("crashed", "abort()"); });
 }
 
