@@ -11,8 +11,11 @@ packages_for() {
     test) echo libzip-dev libbenchmark-dev xvfb libxml2-utils python3-jsonschema ;;
     format) echo clang-format ;;
     fuzz) echo clang ;;
+    windows-syntax) echo g++-mingw-w64-x86-64-posix ;;
+    windows) echo g++-mingw-w64-x86-64-posix cmake ninja-build pkg-config dpkg-dev qtbase5-dev libxxhash-dev tcl bison flex gawk perl ;;
+    windows-run) echo wine wine64 xvfb ;;
     *)
-        echo "install-packages.sh: unknown purpose '$1' (build, sample, test, format, fuzz)" >&2
+        echo "install-packages.sh: unknown purpose '$1' (build, sample, test, format, fuzz, windows-syntax, windows, windows-run)" >&2
         exit 2
         ;;
     esac
