@@ -27,7 +27,9 @@ prepare_wine() {
         file=$("$windows_triplet-g++-posix" -print-file-name=$runtime)
         WINEPATH+=";$(windows_path "$(dirname "$(readlink -f "$file")")")"
     done
-    export WINEPATH WINEQT_QPA_PLATFORM=offscreen
+    export WINEPATH WINEQT_QPA_PLATFORM=offscreen WINEQT_FORCE_STDERR_LOGGING=1
+    WINEQT_QPA_FONTDIR=$(windows_path /usr/share/fonts/truetype/dejavu)
+    export WINEQT_QPA_FONTDIR
 }
 
 # on_windows PROGRAM [ARGUMENTS...]: its status, 124 when the time was up.
