@@ -3,7 +3,8 @@
 #     make -f graphviz.mk SOURCE=<unpacked sources> OUT=<folder> CC=... AR=... PREFIX=... install
 #
 # Its own build makes shared libraries that look for their plugins on the disk. The
-# plugins here are tied in by graphviz_plugins.c.
+# plugins here are tied in by graphviz_plugins.c, and graphviz_triangles.c stands in for
+# the library that it would take a triangulation from.
 folders := cdt cgraph pathplan xdot common pack gvc label dotgen neatogen sfdpgen sparse rbtree \
     ortho circogen twopigen fdpgen patchwork osage
 scripts := $(dir $(abspath $(lastword $(MAKEFILE_LIST))))
@@ -23,10 +24,14 @@ sources := $(filter-out $(left_out),$(sources))
 made_sources := $(OUT)/made/grammar.c $(OUT)/made/scan.c $(OUT)/made/htmlparse.c
 made_headers := $(OUT)/made/static $(OUT)/made/config.h $(OUT)/made/builddate.h $(OUT)/made/regex.h $(OUT)/made/graphviz_version.h $(OUT)/made/colortbl.h \
     $(OUT)/made/ps_font_equiv.h $(OUT)/made/grammar.h $(OUT)/made/htmlparse.h
-objects := $(patsubst $(SOURCE)/%.c,$(OUT)/%.o,$(sources)) $(made_sources:.c=.o) $(OUT)/graphviz_plugins.o
+objects := $(patsubst $(SOURCE)/%.c,$(OUT)/%.o,$(sources)) $(made_sources:.c=.o) $(OUT)/graphviz_plugins.o \
+    $(OUT)/graphviz_triangles.o
 
 CPPFLAGS := -I$(OUT)/made -I$(SOURCE) $(foreach folder,$(folders),-I$(SOURCE)/lib/$(folder))
+CPPFLAGS += -DHAVE_TRIANGLE=1
 CFLAGS := -O2 -w
+
+$(OUT)/lib/neatogen/delaunay.o: CPPFLAGS += -UHAVE_TRIANGLE -Ddelaunay_tri=delaunay_tri_of_library
 
 # gvContext is that of graphviz_plugins.c.
 $(OUT)/lib/gvc/gvc.o: CPPFLAGS += -DgvContext=gvContextWithoutPlugins
@@ -59,7 +64,7 @@ $(OUT)/%.o: $(SOURCE)/%.c
 $(OUT)/made/%.o: $(OUT)/made/%.c
 	$(CC) $(CPPFLAGS) $(CFLAGS) -c $< -o $@
 
-$(OUT)/graphviz_plugins.o: $(scripts)graphviz_plugins.c
+$(OUT)/graphviz_%.o: $(scripts)graphviz_%.c
 	$(CC) $(CPPFLAGS) $(CFLAGS) -c $< -o $@
 
 $(OUT)/made:
