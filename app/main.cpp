@@ -196,12 +196,12 @@ void apply(const RUN_OPTIONS& options)
 }
 
 // No report of an earlier run is to be taken for one of this run.
-void report_missing_tree(int argc, char** argv)
+void report_missing_tree(int argc, char** argv, bool has_display)
 {
-    report_missing_raw_data();
     COMMAND_LINE_OPTIONS options(program_options());
     QStringList option_errors;
     options.initialise(argc, argv, option_errors);
+    report_missing_raw_data(has_display && !options.exists(QStringLiteral("dont_stop_on_error")));
     RUN_OPTIONS run_options;
     run_options.report = asked_report(options);
     REPORT_FILE report(run_options, CHOSEN_CONFIGURATION());
@@ -292,7 +292,7 @@ int main(int argc, char** argv)
         Tallyline::Context metrics(TOOLS_METRICS::ENDPOINT, TOOLS_METRICS::PORT, "GOX", APPLICATION_NUMBER);
         Tallyline::StopWatch total_watch;
         if (!PATHS::initialise(QCoreApplication::applicationDirPath())) {
-            report_missing_tree(argc, argv);
+            report_missing_tree(argc, argv, has_display);
             terminate_process(1);
         }
         // Static destruction is skipped on purpose when the run came to its end.
