@@ -24,3 +24,9 @@ foreach(plugin platforms/qwindows platforms/qoffscreen platforms/qminimal styles
     DESTINATION ${GOX_INSTALLED_TOOL_DIR}/${folder} COMPONENT program)
 endforeach()
 install(DIRECTORY "${qt_prefix}/licences" DESTINATION ${GOX_INSTALLED_TOOL_DIR} COMPONENT program)
+
+# Of the compiler's libraries, and of what is used from its header alone.
+foreach(package gcc-mingw-w64-base mingw-w64-common libxxhash-dev)
+  install(FILES /usr/share/doc/${package}/copyright RENAME ${package}.txt
+    DESTINATION ${GOX_INSTALLED_TOOL_DIR}/licences COMPONENT program)
+endforeach()
