@@ -31,7 +31,10 @@ void CALL_STACK::prepare() {}
 
 int CALL_STACK::open_file(const char* path)
 {
-    return _open(path, _O_WRONLY | _O_CREAT | _O_TRUNC | _O_BINARY, _S_IREAD | _S_IWRITE);
+    wchar_t wide[4096];
+    if (!MultiByteToWideChar(CP_UTF8, 0, path, -1, wide, int(sizeof wide / sizeof *wide)))
+        return -1;
+    return _wopen(wide, _O_WRONLY | _O_CREAT | _O_TRUNC | _O_BINARY, _S_IREAD | _S_IWRITE);
 }
 
 void CALL_STACK::close_file(int file)
@@ -50,12 +53,14 @@ void CALL_STACK::write_calls(int file)
     const int count = CaptureStackBackTrace(0, MOST_CALLS, calls, nullptr);
     for (int i = 0; i < count; ++i) {
         HMODULE module = nullptr;
-        char name[MAX_PATH] = "?";
-        if (GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+        wchar_t wide[MAX_PATH] = L"?";
+        if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
                                    GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                               static_cast<const char*>(calls[i]), &module))
-            GetModuleFileNameA(module, name, sizeof name);
-        char line[MAX_PATH + 32];
+                               static_cast<const wchar_t*>(calls[i]), &module))
+            GetModuleFileNameW(module, wide, MAX_PATH);
+        char name[3 * MAX_PATH] = "?";
+        WideCharToMultiByte(CP_UTF8, 0, wide, -1, name, int(sizeof name), nullptr, nullptr);
+        char line[sizeof name + 32];
         std::snprintf(
             line, sizeof line, "%s(+0x%llx)\n", name,
             static_cast<unsigned long long>(static_cast<char*>(calls[i]) - reinterpret_cast<char*>(module)));

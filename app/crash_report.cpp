@@ -1,7 +1,6 @@
 #include "app/crash_report.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QFile>
 
 #include <atomic>
 #include <csignal>
@@ -141,7 +140,11 @@ LONG WINAPI on_exception(EXCEPTION_POINTERS* exception)
 void watch_signals()
 {
     SetUnhandledExceptionFilter(on_exception);
+#if defined(_MSC_VER) || defined(_UCRT)
     _set_abort_behavior(0, _WRITE_ABORT_MSG | _CALL_REPORTFAULT);
+#else
+    _set_error_mode(_OUT_TO_STDERR); // the older library of MinGW has no more
+#endif
     std::signal(SIGABRT, [](int) { speak("crashed", "abort()"); });
 }
 
@@ -191,7 +194,7 @@ void install_crash_report()
 
 void name_call_stack(const QString& name)
 {
-    const QByteArray file = QFile::encodeName(QDir::current().filePath(name)).left(sizeof s_file - 1);
+    const QByteArray file = QDir::current().filePath(name).toUtf8().left(sizeof s_file - 1);
     std::snprintf(s_file, sizeof s_file, "%s", file.constData());
 }
 

@@ -3,7 +3,6 @@
 // one of three roads.
 
 #include <QtCore/QFileInfo>
-#include <QtCore/QTextCodec>
 #include <QtWidgets/QApplication>
 
 #include <csignal>
@@ -27,6 +26,7 @@
 #include "app/terminate_process.h"
 #include "app/tool_folder.h"
 #include "app/unattended_boxes.h"
+#include "app/utf8_texts.h"
 #include "contracts/paths/paths.h"
 #include "contracts/services/fw_message_box.h"
 #include "contracts/services/p4_connection.h"
@@ -74,12 +74,10 @@ void fill_closed_console()
             (void)::open("/dev/null", O_RDWR); // gets the lowest free number, which is this one
 }
 
-// File names are UTF-8 whatever the locale says, and a console that goes away
-// or a limit on file sizes must not end the run.
+// A console that goes away or a limit on file sizes must not end the run.
 void prepare_process()
 {
     fill_closed_console();
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }
@@ -199,12 +197,12 @@ void apply(const RUN_OPTIONS& options)
 }
 
 // No report of an earlier run is to be taken for one of this run.
-void report_missing_tree(int argc, char** argv)
+void report_missing_tree(int argc, char** argv, bool has_display)
 {
-    report_missing_raw_data();
     COMMAND_LINE_OPTIONS options(program_options());
     QStringList option_errors;
     options.initialise(argc, argv, option_errors);
+    report_missing_raw_data(has_display && !options.exists(QStringLiteral("dont_stop_on_error")));
     RUN_OPTIONS run_options;
     run_options.report = asked_report(options);
     REPORT_FILE report(run_options, CHOSEN_CONFIGURATION());
@@ -282,6 +280,7 @@ int main(int argc, char** argv)
 {
     prepare_heap();
     prepare_process();
+    const UTF8_TEXTS texts;
     if (answer_without_start(argc, argv))
         return 0;
     install_crash_report();
@@ -302,7 +301,7 @@ int main(int argc, char** argv)
         Tallyline::Context metrics(TOOLS_METRICS::ENDPOINT, TOOLS_METRICS::PORT, "GOX", APPLICATION_NUMBER);
         Tallyline::StopWatch total_watch;
         if (!PATHS::initialise(QCoreApplication::applicationDirPath())) {
-            report_missing_tree(argc, argv);
+            report_missing_tree(argc, argv, has_display);
             terminate_process(1);
         }
         // Static destruction is skipped on purpose when the run came to its end.

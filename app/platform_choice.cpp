@@ -55,6 +55,16 @@ void quiet_handler(QtMsgType type, const QMessageLogContext& context, const QStr
 
 #ifdef Q_OS_WIN
 
+// Without a console of its own Qt would tell a debugger alone what is wrong. Without
+// windows it looks for fonts in a folder of its own, which no installation has.
+void prepare_qt()
+{
+    if (qEnvironmentVariableIsEmpty("QT_FORCE_STDERR_LOGGING"))
+        qputenv("QT_FORCE_STDERR_LOGGING", "1");
+    if (qEnvironmentVariableIsEmpty("QT_QPA_FONTDIR"))
+        qputenv("QT_QPA_FONTDIR", qgetenv("SystemRoot") + "\\Fonts");
+}
+
 // A service has windows that nobody sees.
 bool has_visible_station()
 {
@@ -112,6 +122,8 @@ bool may_answer(const QByteArray& display)
     return answers;
 }
 
+void prepare_qt() {}
+
 bool has_visible_station()
 {
     return true;
@@ -146,6 +158,7 @@ bool is_chosen_by_caller(int argc, char** argv)
 
 void choose_platform(int argc, char** argv)
 {
+    prepare_qt();
     s_former_handler = qInstallMessageHandler(quiet_handler);
     const QByteArray platforms = is_chosen_by_caller(argc, argv) ? QByteArray() : platforms_to_try();
     s_is_chosen_here = !platforms.isEmpty();

@@ -11,10 +11,13 @@
 #include <unistd.h>
 #endif
 
+#include "app/utf8_texts.h"
+
 void terminate_process(int status)
 {
     std::fflush(stdout);
     std::fflush(stderr);
+    UTF8_TEXTS::give_console_back();
 #ifdef Q_OS_WIN
     TerminateProcess(GetCurrentProcess(), UINT(status));
     std::abort(); // not reached

@@ -9,7 +9,11 @@
 #include <cerrno>
 #include <csignal>
 #endif
+#ifdef Q_OS_WIN
+#include <windows.h>
+#endif
 
+#include "contracts/services/plain_message_box.h"
 #include "session/plugin_files.h"
 #include "session/run_files.h"
 #include "session/run_report.h"
@@ -78,9 +82,19 @@ QString holder_of_other_lock()
     return QString();
 }
 
+bool has_console_to_itself()
+{
+#ifdef Q_OS_WIN
+    DWORD process = 0;
+    return GetConsoleProcessList(&process, 1) == 1;
+#else
+    return false;
+#endif
+}
+
 } // namespace
 
-void report_missing_raw_data()
+void report_missing_raw_data(bool person_waits)
 {
     const QFileInfo tool_folder(QCoreApplication::applicationDirPath());
     const QString raw_data = QFileInfo(tool_folder.canonicalFilePath()).path() + "/raw_data";
@@ -89,6 +103,8 @@ void report_missing_raw_data()
                               .arg(raw_data);
     RUN_REPORT::keep_error(error);
     RUN_REPORT::error(error);
+    if (person_waits && has_console_to_itself())
+        show_plain_box(QMessageBox::Critical, nullptr, error);
 }
 
 void report_other_folder()

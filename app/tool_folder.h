@@ -4,8 +4,10 @@
 
 /// The folder that a run belongs to: the tool folder of a data tree. Main thread.
 
-/// Tells standard error where the raw data was looked for and not found.
-void report_missing_raw_data();
+/// Tells standard error where the raw data was looked for and not found, and so does
+/// a box where `person_waits` and the console is gone with the program: on Windows,
+/// when it was started by a double click.
+void report_missing_raw_data(bool person_waits);
 
 /// Tells standard error when the run was started in another folder than the tool
 /// folder and nothing that is looked for in the current folder lies there.

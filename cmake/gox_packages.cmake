@@ -1,12 +1,25 @@
-# The two Debian packages: the program with the library that it needs, and the
-# kit for authors of plugins.
+# The two packages: the program with the libraries that it needs, and the kit for
+# authors of plugins. For Debian its own, for Windows a ZIP archive each.
 #
 #     cpack --config build/release/CPackConfig.cmake -B <folder>
-set(CPACK_GENERATOR DEB)
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+  set(CPACK_ARCHIVE_PROGRAM_FILE_NAME gox-${PROJECT_VERSION}-windows)
+  set(CPACK_ARCHIVE_SDK_FILE_NAME gox-sdk-${PROJECT_VERSION}-windows)
+  # The program's has the one folder that comes beside raw_data.
+  set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY OFF)
+  option(GOX_WINDOWS_RUNTIME "Install the libraries of Qt and of the compiler with the program" ON)
+  if(GOX_WINDOWS_RUNTIME)
+    include(gox_windows_runtime)
+  endif()
+else()
+  set(CPACK_GENERATOR DEB)
+  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+endif()
 set(CPACK_PACKAGE_NAME gox)
 set(CPACK_PACKAGE_VENDOR "GOX developers")
 set(CPACK_PACKAGE_CONTACT "GOX developers <gox@localhost>")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_COMPONENTS_ALL program sdk)
 set(CPACK_STRIP_FILES ON)
 

@@ -7,7 +7,11 @@ else()
 endif()
 
 # Where a package holds what a data tree gets as its tool folder.
-set(GOX_INSTALLED_TOOL_DIR ${CMAKE_INSTALL_LIBDIR}/gox/tool)
+if(WIN32)
+  set(GOX_INSTALLED_TOOL_DIR tool)
+else()
+  set(GOX_INSTALLED_TOOL_DIR ${CMAKE_INSTALL_LIBDIR}/gox/tool)
+endif()
 
 # gox_program(<target> <name>): names the program, builds it into the tool folder
 # and installs it with the component "program".

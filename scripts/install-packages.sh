@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs what is missing for one or more purposes, through the distribution's
-# package client:  scripts/install-packages.sh build|sample|test|format|fuzz|pictures...
+# package client:  scripts/install-packages.sh build|sample|test|format|fuzz|pictures|windows-...
 # Nothing is asked and nothing is touched when everything is there.
 set -euo pipefail
 
@@ -12,8 +12,11 @@ packages_for() {
     format) echo clang-format ;;
     fuzz) echo clang ;;
     pictures) echo xvfb openbox xdotool imagemagick ;;
+    windows-syntax) echo g++-mingw-w64-x86-64-posix ;;
+    windows) echo g++-mingw-w64-x86-64-posix cmake ninja-build pkg-config dpkg-dev qtbase5-dev libxxhash-dev tcl bison flex gawk perl ;;
+    windows-run) echo wine wine64 xvfb ;;
     *)
-        echo "install-packages.sh: unknown purpose '$1' (build, sample, test, format, fuzz, pictures)" >&2
+        echo "install-packages.sh: unknown purpose '$1' (build, sample, test, format, fuzz, pictures, windows-syntax, windows, windows-run)" >&2
         exit 2
         ;;
     esac

@@ -3,7 +3,7 @@
 #
 #     scripts/lay-out-sample.sh <build folder> <sample folder>
 #
-# <build folder> holds a built GOX. Below <sample folder> come to lie
+# <build folder> holds a built GOX, of this system or of Windows. Below <sample folder> come to lie
 #     sdk/      the plugin kit, installed from the build folder
 #     plugins/  the build of the sample plugins against that kit
 #     tree/     the data tree with the program in its folder tool/
@@ -20,23 +20,30 @@ sample_dir=$(cd "$2" && pwd)
 tree=$sample_dir/tree
 
 shopt -s nullglob
-programs=("$build_dir"/tool/gox.*.bin)
+programs=("$build_dir"/tool/gox.*.bin "$build_dir"/tool/gox.*.exe)
 if [ ${#programs[@]} != 1 ]; then
-    echo "$build_dir/tool: one gox.<tag>.bin is wanted there, and there are ${#programs[@]}" >&2
+    echo "$build_dir/tool: one program gox.<tag> is wanted there, and there are ${#programs[@]}" >&2
     exit 1
 fi
 program=${programs[0]}
-tag=$(basename "$program" .bin)
+ending=${program##*.}
+tag=$(basename "$program" ".$ending")
 tag=${tag#gox.}
+toolchain=()
+if [ "$ending" = exe ]; then
+    toolchain=(-DCMAKE_TOOLCHAIN_FILE="$source_dir/cmake/windows_mingw.cmake")
+fi
 
 # The plugins are built as an outside author would build them: with nothing but
 # the installed kit.
 cmake --install "$build_dir" --component sdk --prefix "$sample_dir/sdk" >/dev/null
 cmake -S "$source_dir/examples/plugins" -B "$sample_dir/plugins" -G Ninja \
-    -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_PREFIX_PATH="$sample_dir/sdk" -DGOX_BUILD_TAG="$tag" >/dev/null
+    -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_PREFIX_PATH="$sample_dir/sdk" -DGOX_BUILD_TAG="$tag" \
+    "${toolchain[@]}" >/dev/null
 cmake --build "$sample_dir/plugins"
 
 rm -rf "$tree"
 mkdir -p "$tree/tool" "$tree/working_data" "$tree/retail_build"
 cp -R "$source_dir/examples/tree/." "$tree/"
-cp "$program" "$build_dir/tool/gox_layout.$tag.bin" "$build_dir"/tool/libgox_contracts.* "$sample_dir"/plugins/GOX_*."$tag".dll "$tree/tool/"
+cp "$program" "$build_dir/tool/gox_layout.$tag.$ending" "$build_dir"/tool/*gox_contracts.* \
+    "$sample_dir"/plugins/GOX_*."$tag".dll "$tree/tool/"

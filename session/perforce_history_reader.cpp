@@ -1,7 +1,6 @@
-#include <QtCore/QFile>
-
 #include <utility>
 
+#include "contracts/services/p4_text.h"
 #include "session/file_entry.h"
 #include "session/perforce_reading.h"
 
@@ -50,7 +49,7 @@ QString PERFORCE_HISTORY_READER::add_line(const QByteArray& line)
         return take_revision(line);
     if (!line.startsWith("//"))
         return QString();
-    const PHYSICAL_PATH path = m_roots.physical_path(QFile::decodeName(line));
+    const PHYSICAL_PATH path = m_roots.physical_path(P4_TEXT::decode(line));
     m_file = static_cast<const QString&>(path).isEmpty() ? nullptr : m_file_at(path);
     m_has_file = true;
     return QString();
@@ -60,7 +59,7 @@ QString PERFORCE_HISTORY_READER::take_revision(const QByteArray& line)
 {
     if (!m_has_file)
         return fail(QStringLiteral("Perforce's history has a revision and no file ahead of it: %1")
-                        .arg(QString::fromLocal8Bit(line.left(200))));
+                        .arg(P4_TEXT::decode(line.left(200))));
     if (!m_file)
         return QString();
     if (m_file->p4_state == FILE_STATE_NO_CHANGE) {
@@ -71,7 +70,7 @@ QString PERFORCE_HISTORY_READER::take_revision(const QByteArray& line)
     const QDateTime time = at < 0 ? QDateTime() : time_at(line, at + 4);
     if (!time.isValid())
         return fail(QStringLiteral("Perforce's history has a revision without \" on \" and a time: %1")
-                        .arg(QString::fromLocal8Bit(line.left(200))));
+                        .arg(P4_TEXT::decode(line.left(200))));
     m_file->have_time = time.addSecs(-m_time_offset);
     return QString();
 }

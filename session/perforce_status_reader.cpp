@@ -1,7 +1,6 @@
-#include <QtCore/QFile>
-
 #include <utility>
 
+#include "contracts/services/p4_text.h"
 #include "session/file_entry.h"
 #include "session/perforce_reading.h"
 
@@ -62,7 +61,7 @@ bool read_time(const QByteArray& word, qint64& seconds)
 
 bool read_status(const P4_TAGGED_OUTPUT::RECORD& record, STATUS& status)
 {
-    status.depot_file = QFile::decodeName(record.value("depotFile"));
+    status.depot_file = P4_TEXT::decode(record.value("depotFile"));
     status.action = action_of(record.value("action"));
     status.head_action = action_of(record.value("headAction"));
     return !status.depot_file.isEmpty() && read_revision(record.value("haveRev"), status.have_revision) &&
@@ -119,7 +118,7 @@ QString text_of(const P4_TAGGED_OUTPUT::RECORD& record)
     for (const char* field : {"depotFile", "action", "haveRev", "headAction", "headRev", "headTime"})
         if (record.contains(field))
             fields.append(QStringLiteral("%1 %2").arg(QLatin1String(field),
-                                                      QString::fromLocal8Bit(record.value(field).left(200))));
+                                                      P4_TEXT::decode(record.value(field).left(200))));
     return fields.join(QStringLiteral(", "));
 }
 

@@ -135,7 +135,7 @@ bool ACTION_INTERFACE::is_up_to_date()
     return m_notes.keeps_entry;
 }
 
-ACTION_NOTES& notes_of(ACTION_INTERFACE& action)
+ACTION_NOTES& ACTION_NOTES::of(ACTION_INTERFACE& action)
 {
     return action.m_notes;
 }

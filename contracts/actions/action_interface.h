@@ -163,7 +163,7 @@ private:
     friend class BUILD_SESSION;
     friend class CLOSURE;
     friend class PLANNED_ACTIONS;
-    friend GOX_CONTRACTS_EXPORT ACTION_NOTES& notes_of(ACTION_INTERFACE& action);
+    friend struct ACTION_NOTES;
     friend bool startup_message_hook(bool, const FW::UniString&, bool&, bool&);
     Q_DISABLE_COPY(ACTION_INTERFACE)
 

@@ -29,6 +29,12 @@ struct ACTION_NOTES
 
     bool has_run = false;     ///< executed in this build, and not passed over by itself
     bool keeps_entry = false; ///< it was told in this build that it is up to date
+
+    /// A member, since not every compiler knows a friend that a library exports.
+    GOX_CONTRACTS_EXPORT static ACTION_NOTES& of(ACTION_INTERFACE& action);
 };
 
-GOX_CONTRACTS_EXPORT ACTION_NOTES& notes_of(ACTION_INTERFACE& action);
+inline ACTION_NOTES& notes_of(ACTION_INTERFACE& action)
+{
+    return ACTION_NOTES::of(action);
+}

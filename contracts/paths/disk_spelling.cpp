@@ -14,6 +14,14 @@ namespace {
 
 using NAMES = QMultiHash<QString, QString>;
 
+// Where it does not, the name in lower case leads to the file that is listed in
+// another spelling.
+#ifdef Q_OS_WIN
+const bool DISK_KNOWS_CASE = false;
+#else
+const bool DISK_KNOWS_CASE = true;
+#endif
+
 void note_name(const QString& name, NAMES& names)
 {
     const QString lower = lower_case_by_letter(name);
@@ -137,7 +145,8 @@ QStringList DISK_SPELLING::children(const FOLDER& folder, const QString& name, b
     QStringList result;
     for (int i = 0; i < folder.places.size(); ++i) {
         QStringList spellings = folder.odd_names.at(i).values(lower);
-        spellings.append(lower);
+        if (DISK_KNOWS_CASE || spellings.isEmpty())
+            spellings.append(lower);
         spellings.sort();
         for (const QString& spelling : qAsConst(spellings)) {
             const QString path = folder.places.at(i) + '/' + spelling;

@@ -10,7 +10,8 @@
 /// What a folder holds is read once and remembered, and of that only the names that
 /// are not in lower case, so that a look-up costs no visit to the disk and a tree in
 /// lower case costs no memory. Where several names differ only in letter case all
-/// of them count, in the order of their UTF-16 code units.
+/// of them count, in the order of their UTF-16 code units. On Windows the one in lower
+/// case counts only where there is no other.
 ///
 /// Names that come to the disk later in another spelling than lower case are found
 /// after `forget`. Any thread.

@@ -15,6 +15,10 @@
 #include "contracts/services/question_log.h"
 #include "contracts/services/whole_file.h"
 
+#ifdef Q_OS_WIN
+#include "contracts/services/windows_files.h"
+#endif
+
 namespace QTSHARED {
 namespace {
 
@@ -28,12 +32,21 @@ std::function<QString(QString)>& name_callback()
     return callback;
 }
 
+qint64 change_time(const QFileInfo& info)
+{
+#ifdef Q_OS_WIN
+    return WINDOWS_FILES::change_time(info.filePath());
+#else
+    return info.metadataChangeTime().toMSecsSinceEpoch();
+#endif
+}
+
 AGF_STAMP stamp_of(const QString& path)
 {
     const QFileInfo info(path);
     AGF_STAMP stamp;
     stamp.modified = info.lastModified().toMSecsSinceEpoch();
-    stamp.changed = info.metadataChangeTime().toMSecsSinceEpoch();
+    stamp.changed = change_time(info);
     const qint64 settled = QDateTime::currentMSecsSinceEpoch() - SETTLED_AFTER_MS;
     if (info.isFile() && stamp.modified < settled && stamp.changed < settled)
         stamp.size = info.size();

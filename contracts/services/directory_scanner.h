@@ -38,8 +38,8 @@ public:
     };
 
     /// How folders are read: as this system does it best, or with the standard
-    /// library alone, which is right everywhere and is what the systems without
-    /// a way of their own use. Both give the same files.
+    /// library alone, as the systems without a way of their own do it. Both give
+    /// the same files. On Windows both are its own way.
     enum WALK
     {
         WALK_NATIVE,
@@ -78,8 +78,8 @@ public:
     bool take_files(const QString& directory, const TAKE_FILES& take);
 
     /// What the calls of get_files and take_files since the last call of this left out
-    /// because of its name: a text for each, with the path, in which the bytes that are no
-    /// UTF-8 are escaped. In the order of the folders, those of a folder sorted.
+    /// because of its name: a text for each, with the path, in which what is no UTF-8, on
+    /// Windows no UTF-16, is escaped. In the order of the folders, those of a folder sorted.
     QStringList take_left_out();
 
     /// Path and cause of the last failure, empty before the first. A later

@@ -41,10 +41,15 @@ bool is_gone(const FOLDER& folder, const std::error_code& cause)
 
 void fail(FOLDER& folder, const std::error_code& cause, const QByteArray& path)
 {
+    fail(folder, cause.value(), QString::fromLocal8Bit(cause.message().c_str()), path);
+}
+
+void fail(FOLDER& folder, int number, const QString& cause, const QByteArray& path)
+{
     if (folder.error_number)
         return;
-    folder.error_number = cause.value();
-    folder.error = QString::fromUtf8(path) + ": " + QString::fromLocal8Bit(cause.message().c_str());
+    folder.error_number = number;
+    folder.error = QString::fromUtf8(path) + ": " + cause.trimmed();
 }
 
 std::unique_ptr<FOLDER> make_sub_folder(const FOLDER& folder, const QByteArray& name, bool is_link)
@@ -57,6 +62,16 @@ std::unique_ptr<FOLDER> make_sub_folder(const FOLDER& folder, const QByteArray& 
     return result;
 }
 
+namespace {
+
+void leave_out(FOLDER& folder, const QString& escaped_name, const QString& coding)
+{
+    folder.left_out.append(QStringLiteral("%1/%2 is left out: its name is no %3.")
+                               .arg(QString::fromUtf8(folder.path), escaped_name, coding));
+}
+
+} // namespace
+
 bool is_spellable(FOLDER& folder, const QByteArray& name)
 {
     if (QString::fromUtf8(name).toUtf8() == name)
@@ -64,8 +79,18 @@ bool is_spellable(FOLDER& folder, const QByteArray& name)
     QString escaped;
     for (const char c : name)
         escaped += uchar(c) < 0x80 ? QString(QChar(c)) : QStringLiteral("\\x%1").arg(uchar(c), 2, 16);
-    folder.left_out.append(QString::fromUtf8(folder.path) + '/' + escaped +
-                           " is left out: its name is no UTF-8.");
+    leave_out(folder, escaped, "UTF-8");
+    return false;
+}
+
+bool is_spellable(FOLDER& folder, const QString& name)
+{
+    if (name.isValidUtf16())
+        return true;
+    QString escaped;
+    for (const QChar c : name)
+        escaped += c.isSurrogate() ? QStringLiteral("\\u%1").arg(c.unicode(), 4, 16) : QString(c);
+    leave_out(folder, escaped, "UTF-16");
     return false;
 }
 

@@ -71,10 +71,12 @@ bool is_gone(const std::error_code& cause);
 
 /// Notes that `path` could not be read, unless `folder` has a failure already.
 void fail(FOLDER& folder, const std::error_code& cause, const QByteArray& path);
+void fail(FOLDER& folder, int number, const QString& cause, const QByteArray& path);
 
-/// Whether the bytes of a name are UTF-8; if not, notes in `folder` that it is left
-/// out.
+/// Whether the bytes of a name are UTF-8, or its units UTF-16; if not, notes in `folder`
+/// that it is left out.
 bool is_spellable(FOLDER& folder, const QByteArray& name);
+bool is_spellable(FOLDER& folder, const QString& name);
 
 std::unique_ptr<FOLDER> make_sub_folder(const FOLDER& folder, const QByteArray& name, bool is_link);
 

@@ -1,13 +1,9 @@
 #include "contracts/services/directory_walk.h"
 
-#include <QtCore/QFileInfo>
-
 #include <algorithm>
 #include <filesystem>
 
-#ifndef Q_OS_WIN
 #include <sys/stat.h>
-#endif
 
 namespace DIRECTORY_WALK {
 namespace {
@@ -20,32 +16,7 @@ struct FILE_STATUS
     qint64 size = -1;
 };
 
-// On Unix the bytes of a name are UTF-8, here as everywhere.
-#ifdef Q_OS_WIN
-const int LONG_PATH = 240; // from 260 letters on the system wants a prefix that lifts its limit
-
-QString text_of(const fs::path& path)
-{
-    return QString::fromStdWString(path.generic_wstring());
-}
-fs::path path_of(const QByteArray& utf8)
-{
-    // A drive without a slash would be the current folder of the drive.
-    QString text = QString::fromUtf8(utf8);
-    if (text.endsWith(':'))
-        text += '/';
-    if (text.size() >= LONG_PATH) {
-        text.replace('/', '\\');
-        text = text.startsWith("\\\\") ? "\\\\?\\UNC" + text.mid(1) : "\\\\?\\" + text;
-    }
-    return fs::path(text.toStdWString());
-}
-FILE_STATUS status_of(const fs::path& path)
-{
-    const QFileInfo file(QString::fromStdWString(path.wstring()));
-    return {file.lastModified().toUTC(), file.size()};
-}
-#else
+// The bytes of a name are UTF-8, here as everywhere.
 QString text_of(const fs::path& path)
 {
     return QString::fromUtf8(path.c_str());
@@ -67,7 +38,6 @@ FILE_STATUS status_of(const fs::path& path)
     return {QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000, Qt::UTC),
             qint64(status.st_size)};
 }
-#endif
 
 struct FILE_ITEM
 {
@@ -84,11 +54,7 @@ struct FOLDER_ITEM
 
 QByteArray name_bytes(const fs::path& name)
 {
-#ifdef Q_OS_WIN
-    return text_of(name).toUtf8();
-#else
     return QByteArray(name.c_str());
-#endif
 }
 
 class PORTABLE_READER : public FOLDER_READER

@@ -2,20 +2,20 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QStandardPaths>
+
+#include "contracts/services/p4_text.h"
 
 namespace {
 
 const int WAIT_FOR_END = 5000; // milliseconds for a client that was told to end
 
-// In the encoding of file names, which is what the client reads and writes.
 QByteArray input_of(const QStringList& names)
 {
     QByteArray input;
     for (const QString& name : names)
-        input += QFile::encodeName(name) + '\n';
+        input += P4_TEXT::encode(name) + '\n';
     return input;
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "contracts/services/p4_text.h"
+
 namespace {
 
 constexpr int MAX_LINE = 16 << 10; // bytes of a line that are looked at
@@ -98,7 +100,7 @@ void P4_COMPLAINTS::take_line()
     (is_no_file ? m_has_no_files : m_has_more) = true;
     if (is_no_file || !m_failure.isEmpty())
         return;
-    if (is_refusal(line) || known_complaint_in(QString::fromLocal8Bit(line)))
+    if (is_refusal(line) || known_complaint_in(P4_TEXT::decode(line)))
         m_failure = line;
 }
 
@@ -110,7 +112,7 @@ QString P4_COMPLAINTS::text() const
         if (!m_beginning.contains(m_failure) && !m_end.contains(m_failure))
             text += m_failure + '\n';
     }
-    return QString::fromLocal8Bit(text + m_end).trimmed();
+    return P4_TEXT::decode(text + m_end).trimmed();
 }
 
 QString explain_p4_complaints(const QString& complaints)

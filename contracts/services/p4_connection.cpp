@@ -10,6 +10,7 @@
 
 #include "contracts/services/p4_client.h"
 #include "contracts/services/p4_tagged_output.h"
+#include "contracts/services/p4_text.h"
 
 namespace {
 
@@ -206,7 +207,7 @@ QString P4_CONNECTION::read_server_time_offset(int& seconds)
     if (offset_of_date(date, seconds))
         return QString();
     return QStringLiteral("The Perforce client does not tell the server's time (p4 info): \"%1\"")
-        .arg(QString::fromLocal8Bit(date.left(200)));
+        .arg(P4_TEXT::decode(date.left(200)));
 }
 
 QString P4_CONNECTION::read(const QStringList& global_options, const QString& command,

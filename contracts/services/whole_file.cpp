@@ -7,9 +7,7 @@
 #include "contracts/services/file_replacement.h"
 
 #ifdef Q_OS_WIN
-#include <QtCore/QDir>
-
-#include <windows.h>
+#include "contracts/services/windows_files.h"
 #else
 #include <cstdio>
 #endif
@@ -30,17 +28,12 @@ bool flush_all(QFile& file)
 }
 
 #ifdef Q_OS_WIN
-// In the form that has no limit of length.
-QString native(const QString& path)
-{
-    const QString absolute = QDir::toNativeSeparators(QDir::cleanPath(QFileInfo(path).absoluteFilePath()));
-    return absolute.startsWith(QLatin1String("\\\\")) ? "\\\\?\\UNC" + absolute.mid(1) : "\\\\?\\" + absolute;
-}
-
 bool rename_over(const QString& from, const QString& to)
 {
-    return MoveFileExW(reinterpret_cast<const wchar_t*>(native(from).utf16()),
-                       reinterpret_cast<const wchar_t*>(native(to).utf16()), MOVEFILE_REPLACE_EXISTING);
+    const QString unlimited_from = WINDOWS_FILES::unlimited_path(from);
+    const QString unlimited_to = WINDOWS_FILES::unlimited_path(to);
+    return MoveFileExW(WINDOWS_FILES::wide(unlimited_from), WINDOWS_FILES::wide(unlimited_to),
+                       MOVEFILE_REPLACE_EXISTING);
 }
 #else
 bool rename_over(const QString& from, const QString& to)

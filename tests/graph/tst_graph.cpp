@@ -26,7 +26,7 @@ namespace {
 
 using VIEWER = GRAPHVIZ_VIEWER_WIDGET;
 
-const QString LAYOUT_PROGRAM = QStringLiteral(GOX_TOOL_DIR "/gox_layout." GOX_BUILD_TAG ".bin");
+const QString LAYOUT_PROGRAM = QStringLiteral(GOX_TOOL_DIR "/" GOX_LAYOUT_FILE);
 
 /// "a" and "b" make textures, "pack" packs a's, "lone" has nothing to do with
 /// them. "pack" and "a" pull each other, "b" pulls "pack".

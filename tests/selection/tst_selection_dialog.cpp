@@ -1,13 +1,13 @@
 // The selection dialog, driven with mouse and keys: what it shows, what it opens,
 // and what the actions' selection says afterwards.
 
-#include <QtCore/QSettings>
 #include <QtGui/QScreen>
 #include <QtGui/QWindow>
 #include <QtTest/QtTest>
 
 #include "contracts/rules/rule_schema.h"
 #include "contracts/services/plain_row_delegate.h"
+#include "contracts/services/user_settings.h"
 #include "graph/graphviz_viewer_widget.h"
 #include "selection/chosen_files.h"
 #include "tests/selection/gestures.h"
@@ -97,7 +97,7 @@ private slots:
     void geometry()
     {
         SELECTION_SCENE scene("<raw>/tank.fbx low");
-        QSettings store("The Ferrule Works", "GOX");
+        QSettings store = user_settings();
         QWidget far_away;
         far_away.setGeometry(30000, 30000, 9000, 9000);
         for (const QVariant& stored :

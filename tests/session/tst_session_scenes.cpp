@@ -1,12 +1,12 @@
 // The steps from the folders to scan up to the dependencies: each scene is a data
 // tree, and all that the session knows of it in the end.
 
-#include <QtCore/QSettings>
 #include <QtTest/QtTest>
 #include <QtWidgets/QDialog>
 #include <QtWidgets/QListWidget>
 
 #include "contracts/services/satellite.h"
+#include "contracts/services/user_settings.h"
 #include "session/perforce_reading.h"
 #include "settings/preferences_editor_dialog.h"
 #include "tests/plugins/scripted_processor.h"
@@ -223,7 +223,7 @@ private slots:
     {
         const TEST_CASE one = current_case();
         for (const QString& line : one.lines("stored"))
-            QSettings("The Ferrule Works", "GOX").setValue(line.section('=', 0, 0), line.section('=', 1));
+            user_settings().setValue(line.section('=', 0, 0), line.section('=', 1));
         STEP_SCENE scene;
         const auto short_text = [&](QString text) { return text.remove(scene.tree.path() + '/'); };
         prepare(scene, one);

@@ -58,6 +58,7 @@ private slots:
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
         const TEST_CASE one = current_case();
         const QTemporaryDir folder;
+        const QString former = QDir::currentPath();
         QDir::setCurrent(folder.path());
         FILES::write("GOX/start_configuration.xml", one.bytes("record"));
         CONFIGURATION configuration;
@@ -67,6 +68,7 @@ private slots:
         CONFIGURATION_SCRIPT script(configuration);
         const QString tool = QCoreApplication::applicationDirPath();
         const QString talk = script.play(one["script"].replace("<tool>", tool));
+        QDir::setCurrent(former); // Windows removes no current folder
         GOX_COMPARE_TEXT(QString(talk).replace(tool, "<tool>"), one["script"]);
     }
 };

@@ -1,5 +1,4 @@
-#include <QtCore/QSettings>
-
+#include "contracts/services/user_settings.h"
 #include "settings/preferences_editor_dialog.h"
 #include "tests/support/cases.h"
 #include "tests/support/watched_test.h"
@@ -14,11 +13,10 @@ public:
             m_dialog.reset(new PREFERENCES_EDITOR_DIALOG(nullptr, {}));
             window = m_dialog.data();
         });
-        add("store", [](const QString& s) {
-            QSettings("The Ferrule Works", "GOX").setValue(s.section(' ', 0, 0), s.section(' ', 1));
-        });
+        add("store",
+            [](const QString& s) { user_settings().setValue(s.section(' ', 0, 0), s.section(' ', 1)); });
         add("stored", [](const QString&) {
-            const QSettings store("The Ferrule Works", "GOX");
+            const QSettings store = user_settings();
             QStringList lines;
             for (const QString& key : store.allKeys())
                 lines += key + ' ' + store.value(key).toString();
@@ -40,7 +38,7 @@ private slots:
     void talks()
     {
         const QTemporaryDir folder;
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder.path());
+        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
         PREFERENCES_SCRIPT script;
         const QString wanted = current_case()["script"];
         GOX_COMPARE_TEXT(script.play(wanted), wanted);

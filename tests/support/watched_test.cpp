@@ -43,7 +43,8 @@ void watching_handler(QtMsgType type, const QMessageLogContext& context, const Q
 
 WATCHED_TEST::WATCHED_TEST()
 {
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+    QSettings::setDefaultFormat(QSettings::IniFormat);
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings.path());
 }
 
 WATCHED_TEST::~WATCHED_TEST() = default;

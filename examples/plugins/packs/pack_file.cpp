@@ -1,5 +1,6 @@
 #include "packs/pack_file.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 
 #include <zip.h>
@@ -13,6 +14,8 @@ namespace {
 // The first moment that a zip file can name: 1 January 1980, 0:00.
 const zip_uint16_t FIRST_DATE = 1 << 5 | 1;
 const zip_uint16_t FIRST_TIME = 0;
+// A plain file that its owner may write, as Unix says it in the upper half.
+const zip_uint32_t MODE = 0100644u << 16;
 const double PROGRESS_STEP = 0.01;
 
 // Without zip_close, which is the success, nothing reaches the disk.
@@ -44,11 +47,23 @@ QString unreadable_member(const PACK_MEMBER& member)
     return QStringLiteral("%1 can't be read: %2").arg(member.path, file.errorString());
 }
 
+// libzip opens files in a way in which Windows takes no more than 260 letters, unless
+// the path says so.
+QByteArray place_of(const QString& path)
+{
+#ifdef Q_OS_WIN
+    const QString native = QDir::toNativeSeparators(QDir::cleanPath(path));
+    return (native.startsWith("\\\\") ? "\\\\?\\UNC" + native.mid(1) : "\\\\?\\" + native).toUtf8();
+#else
+    return path.toUtf8();
+#endif
+}
+
 zip_source_t* source_of(zip_t* archive, const PACK_MEMBER& member)
 {
     if (member.path.isEmpty())
         return zip_source_buffer(archive, member.text.constData(), zip_uint64_t(member.text.size()), 0);
-    return zip_source_file(archive, member.path.toUtf8().constData(), 0, -1);
+    return zip_source_file(archive, place_of(member.path).constData(), 0, -1);
 }
 
 bool add_member(zip_t* archive, const PACK_MEMBER& member)
@@ -62,7 +77,9 @@ bool add_member(zip_t* archive, const PACK_MEMBER& member)
         zip_source_free(source);
         return false;
     }
-    return zip_file_set_dostime(archive, zip_uint64_t(index), FIRST_TIME, FIRST_DATE, 0) == 0;
+    const zip_uint64_t place = zip_uint64_t(index);
+    return zip_file_set_dostime(archive, place, FIRST_TIME, FIRST_DATE, 0) == 0 &&
+           zip_file_set_external_attributes(archive, place, 0, ZIP_OPSYS_UNIX, MODE) == 0;
 }
 
 void report_progress(zip_t*, double done, void* data)
@@ -89,7 +106,8 @@ QString write_archive(const QString& temporary, const QString& path, const QVect
                       const PACK_PROGRESS& progress)
 {
     int code = 0;
-    ARCHIVE archive(zip_open(temporary.toUtf8().constData(), ZIP_CREATE | ZIP_TRUNCATE, &code), &zip_discard);
+    ARCHIVE archive(zip_open(place_of(temporary).constData(), ZIP_CREATE | ZIP_TRUNCATE, &code),
+                    &zip_discard);
     if (!archive)
         return open_error(path, code);
     for (const PACK_MEMBER& member : members) {

@@ -24,9 +24,9 @@ struct PACK_PROGRESS
 };
 
 /// Writes a zip file with these members, in their order. The same members give
-/// the same bytes whatever the day, the time zone and the machine: no member
-/// carries a time of its own. The file is written under a temporary name in its
-/// folder and then renamed, so a failure leaves what was there before.
+/// the same bytes whatever the day, the time zone, the machine and the permissions of
+/// the files: no member carries a time or a mode of its own. The file is written under a temporary name in
+/// its folder and then renamed, so a failure leaves what was there before.
 ///
 /// Empty on success; else what went wrong, with the path of the file that is to
 /// blame.
