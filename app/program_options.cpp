@@ -51,5 +51,8 @@ QString help_text()
     QString text = QStringLiteral("Usage: gox [options], started in the tool folder of a data tree\n\n");
     for (const COMMAND_LINE_OPTION& option : program_options())
         text += "  " + forms_of(option).leftJustified(width) + "  " + QLatin1String(option.help) + '\n';
+#ifdef Q_OS_WIN
+    text += QLatin1String("\nAn option may begin with / as well, such as /configuration=NAME.\n");
+#endif
     return text;
 }

@@ -7,7 +7,7 @@ start_display() {
     local display
     exec {display}< <(exec Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp 2>/dev/null)
     display_server=$!
-    trap 'kill "$display_server"' EXIT
+    trap 'timeout 20 wineserver -w || true; kill "$display_server"' EXIT
     read -r -t 30 -u "$display" DISPLAY || { echo "No display for Wine: Xvfb does not start." >&2; exit 1; }
     export DISPLAY=:$DISPLAY
 }
