@@ -1,6 +1,6 @@
 #!/bin/bash
-# Builds GOX for Windows, with --tests its tests too, and lays out the sample data tree
-# for it under build/windows-sample. The libraries come first, see build-libraries.sh.
+# Builds GOX for Windows, with --tests its tests too. The libraries come first, see
+# build-libraries.sh.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 
@@ -17,4 +17,3 @@ esac
 scripts/windows/build-libraries.sh
 cmake --preset windows >/dev/null
 cmake --build --preset windows "${target[@]}"
-scripts/lay-out-sample.sh build/windows build/windows-sample

@@ -3,13 +3,15 @@
 # compares exit status, set of files, the bytes of what was made, logs and console:
 # every configuration, names of many letters and scripts, a second run after which
 # nothing is out of date.
-# Wanted are build/windows-sample (build.sh) and build/sample (run-sample.sh).
+# Wanted are build/release (run-sample.sh) and build/windows (build.sh).
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 . scripts/windows/cache.sh
 . scripts/windows/wine.sh
 
 scripts/install-packages.sh windows-run
+scripts/lay-out-sample.sh build/release build/sample >/dev/null
+scripts/lay-out-sample.sh build/windows build/windows-sample >/dev/null
 configurations=(default failing nightly_textures)
 place=$PWD/build/windows-compared
 options=(--dont_stop_on_error --nosplashscreen)
