@@ -16,7 +16,10 @@ class TST_START_UP_SERVICES : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
-    void windows_data() { add_cases("contracts/services/start_up_windows.cases", {"splash", "files", "looks"}); }
+    void windows_data()
+    {
+        add_cases("contracts/services/start_up_windows.cases", {"splash", "files", "looks"});
+    }
     void windows()
     {
         PROGRESS_WIDGET splash(nullptr, Qt::WindowFlags());
