@@ -199,10 +199,11 @@ void SCENE::add(const QStringList& fields)
 
 void SCENE::open(const QString& how)
 {
-    char program[] = "gox", option[] = "--dont_stop_on_error";
-    char* arguments[] = {program, option};
+    char option[] = "--dont_stop_on_error";
+    QVector<char*> arguments(QCoreApplication::arguments().size() + 1,
+                             option); // not as many as the test's own
     QStringList errors;
-    options.initialise(how.contains("dont_stop_on_error") ? 2 : 1, arguments, errors);
+    options.initialise(how.contains("dont_stop_on_error") ? arguments.size() : 1, arguments.data(), errors);
     configuration.silent = how.contains("silent");
     if (how.contains("build"))
         session->prepare_build(false);
