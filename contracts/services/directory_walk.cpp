@@ -1,5 +1,6 @@
 #include "contracts/services/directory_walk.h"
 
+#include <algorithm>
 #include <string>
 
 #include "contracts/paths/paths.h"
@@ -50,6 +51,47 @@ void fail(FOLDER& folder, int number, const QString& cause, const QByteArray& pa
         return;
     folder.error_number = number;
     folder.error = QString::fromUtf8(path) + ": " + cause.trimmed();
+}
+
+void FOUND_ENTRIES::clear()
+{
+    m_files.clear();
+    m_folders.clear();
+}
+
+void FOUND_ENTRIES::add_file(const QString& name, qint64 modified, qint64 size)
+{
+    m_files.push_back({SORTED_NAME(name), false, modified, size});
+}
+
+void FOUND_ENTRIES::add_folder(const QString& name, bool is_link)
+{
+    m_folders.push_back({SORTED_NAME(name), is_link, 0, 0});
+}
+
+SUB_FOLDERS FOUND_ENTRIES::hand_over(FOLDER& folder)
+{
+    const auto by_name = [](const ENTRY& a, const ENTRY& b) { return a.name < b.name; };
+    std::sort(m_files.begin(), m_files.end(), by_name);
+    std::sort(m_folders.begin(), m_folders.end(), by_name);
+    const QString prefix = QString::fromUtf8(folder.path) + '/';
+    folder.files.reserve(m_files.size());
+    for (const ENTRY& file : m_files)
+        folder.files.push_back(
+            {prefix + file.name.name, QDateTime::fromMSecsSinceEpoch(file.modified, Qt::UTC), file.size});
+    SUB_FOLDERS result;
+    result.reserve(m_folders.size());
+    for (const ENTRY& sub_folder : m_folders)
+        result.push_back(make_sub_folder(folder, sub_folder.name.name.toUtf8(), sub_folder.is_link));
+    return result;
+}
+
+bool inherit_identity(FOLDER& folder)
+{
+    if (!folder.parent || folder.below_link)
+        return false;
+    folder.identity = folder.parent->identity + folder.path.mid(folder.path.lastIndexOf('/'));
+    return true;
 }
 
 std::unique_ptr<FOLDER> make_sub_folder(const FOLDER& folder, const QByteArray& name, bool is_link)

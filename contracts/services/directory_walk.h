@@ -59,6 +59,34 @@ struct SORTED_NAME
     QString name;
 };
 
+/// What lies in one folder, until all of it is found and can be sorted.
+class FOUND_ENTRIES
+{
+public:
+    void clear();
+    void add_file(const QString& name, qint64 modified, qint64 size); ///< milliseconds since 1970; bytes
+    void add_folder(const QString& name, bool is_link);
+
+    /// Fills the files of `folder` and gives its sub-folders.
+    SUB_FOLDERS hand_over(FOLDER& folder);
+
+private:
+    struct ENTRY
+    {
+        SORTED_NAME name;
+        bool is_link;
+        qint64 modified;
+        qint64 size;
+    };
+
+    FW::VECTOR<ENTRY> m_files;
+    FW::VECTOR<ENTRY> m_folders;
+};
+
+/// Makes the path without links the identity of `folder` where that follows from the
+/// folder above; false where a link may be on the way, and the system has to be asked.
+bool inherit_identity(FOLDER& folder);
+
 /// Whether `folder` was reached through a link and is one of the folders above itself.
 bool leads_back(const FOLDER& folder);
 

@@ -2,23 +2,12 @@
 
 #include <QtCore/QVector>
 
-#include <algorithm>
-
 #include "contracts/services/windows_files.h"
 
 namespace DIRECTORY_WALK {
 namespace {
 
 using namespace WINDOWS_FILES;
-
-/// A file or sub-folder while its folder is read and sorted.
-struct ENTRY
-{
-    SORTED_NAME name;
-    bool is_link;
-    qint64 modified; // milliseconds since 1970, of files only
-    qint64 bytes;    // the size of the file
-};
 
 qint64 joined(DWORD high, DWORD low)
 {
@@ -58,47 +47,27 @@ private:
     void take_entry(FOLDER& folder, const QString& path, const WIN32_FIND_DATAW& found);
     void take_linked_file(FOLDER& folder, const QString& path, const QString& name);
 
-    FW::VECTOR<ENTRY> m_files;
-    FW::VECTOR<ENTRY> m_folders;
+    FOUND_ENTRIES m_found;
 };
 
 SUB_FOLDERS WINDOWS_READER::read(FOLDER& folder, const std::atomic<bool>& stopping)
 {
-    m_files.clear();
-    m_folders.clear();
-
-    SUB_FOLDERS result;
+    m_found.clear();
     const QString path = unlimited_path(QString::fromUtf8(folder.path) + '/');
     identify(folder, path);
     if (leads_back(folder))
-        return result;
+        return {};
     const DWORD error = read_entries(folder, path, stopping);
     const bool is_file = error == ERROR_DIRECTORY && folder.parent;
     if (error && !is_file && !says_nothing_there(error) && !is_removed(path))
         fail(folder, int(error), qt_error_string(int(error)), folder.path);
-
-    const auto by_name = [](const ENTRY& a, const ENTRY& b) { return a.name < b.name; };
-    std::sort(m_files.begin(), m_files.end(), by_name);
-    std::sort(m_folders.begin(), m_folders.end(), by_name);
-    const QString prefix = QString::fromUtf8(folder.path) + '/';
-    folder.files.reserve(m_files.size());
-    for (const ENTRY& file : m_files)
-        folder.files.push_back(
-            {prefix + file.name.name, QDateTime::fromMSecsSinceEpoch(file.modified, Qt::UTC), file.bytes});
-    result.reserve(m_folders.size());
-    for (const ENTRY& sub_folder : m_folders)
-        result.push_back(make_sub_folder(folder, sub_folder.name.name.toUtf8(), sub_folder.is_link));
-    return result;
+    return m_found.hand_over(folder);
 }
 
-/// The path without links. It is asked of the system where a link may be on the
-/// way, and follows from the folder above everywhere else.
 void WINDOWS_READER::identify(FOLDER& folder, const QString& path) const
 {
-    if (folder.parent && !folder.below_link) {
-        folder.identity = folder.parent->identity + folder.path.mid(folder.path.lastIndexOf('/'));
+    if (inherit_identity(folder))
         return;
-    }
     folder.identity = path.toUtf8();
     const HANDLE_OWNER handle(open_for_questions(path));
     if (!handle.is_open())
@@ -139,12 +108,12 @@ void WINDOWS_READER::take_entry(FOLDER& folder, const QString& path, const WIN32
     const bool is_link =
         (attributes & FILE_ATTRIBUTE_REPARSE_POINT) && IsReparseTagNameSurrogate(found.dwReserved0);
     if (attributes & FILE_ATTRIBUTE_DIRECTORY)
-        m_folders.push_back({SORTED_NAME(name), is_link, 0, 0});
+        m_found.add_folder(name, is_link);
     else if (is_link)
         take_linked_file(folder, path, name);
     else
-        m_files.push_back({SORTED_NAME(name), false, milliseconds(found.ftLastWriteTime),
-                           joined(found.nFileSizeHigh, found.nFileSizeLow)});
+        m_found.add_file(name, milliseconds(found.ftLastWriteTime),
+                         joined(found.nFileSizeHigh, found.nFileSizeLow));
 }
 
 void WINDOWS_READER::take_linked_file(FOLDER& folder, const QString& path, const QString& name)
@@ -152,8 +121,8 @@ void WINDOWS_READER::take_linked_file(FOLDER& folder, const QString& path, const
     const HANDLE_OWNER target(open_for_questions(path + '\\' + name));
     BY_HANDLE_FILE_INFORMATION about;
     if (target.is_open() && GetFileInformationByHandle(target.get(), &about)) {
-        m_files.push_back({SORTED_NAME(name), false, milliseconds(about.ftLastWriteTime),
-                           joined(about.nFileSizeHigh, about.nFileSizeLow)});
+        m_found.add_file(name, milliseconds(about.ftLastWriteTime),
+                         joined(about.nFileSizeHigh, about.nFileSizeLow));
         return;
     }
     const DWORD error = GetLastError();

@@ -16,10 +16,7 @@ const int LETTERS_IN_VIEW = 20; // some of them lie below the button that clears
 } // namespace
 
 FIND_LINE::FIND_LINE(QWidget* parent)
-    : QWidget(parent),
-      m_text(new QLineEdit(this)),
-      m_match_case(new QCheckBox(tr("Match case"), this)),
-      m_found(new QLabel(this))
+    : QWidget(parent), m_text(new QLineEdit(this)), m_found(new QLabel(this))
 {
     setObjectName(QStringLiteral("find_line"));
     add_widgets();
@@ -41,7 +38,6 @@ void FIND_LINE::add_widgets()
     m_text->setToolTip(tr("Enter goes to the next hit, Shift+Enter to the one before, Escape closes"));
     m_text->setClearButtonEnabled(true);
     m_text->setMinimumWidth(LETTERS_IN_VIEW * fontMetrics().averageCharWidth());
-    m_match_case->setObjectName(QStringLiteral("find_match_case"));
     m_found->setObjectName(QStringLiteral("find_result"));
     QHBoxLayout* const layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -53,13 +49,13 @@ void FIND_LINE::add_widgets()
     QToolButton* const next = add_button(tr("Next"), QStringLiteral("F3"), SIGNAL(next()));
     next->setObjectName(QStringLiteral("find_next"));
     next->setArrowType(Qt::DownArrow);
+    m_match_case = new QCheckBox(tr("Match case"), this);
+    m_match_case->setObjectName(QStringLiteral("find_match_case"));
     layout->addWidget(m_match_case);
     layout->addWidget(m_found);
     QToolButton* const close = add_button(tr("Close the find line"), QStringLiteral("Escape"), SLOT(close()));
     close->setObjectName(QStringLiteral("find_close"));
     close->setIcon(style()->standardIcon(QStyle::SP_TitleBarCloseButton));
-    setTabOrder(next, m_match_case);
-    setTabOrder(m_match_case, close);
 }
 
 QToolButton* FIND_LINE::add_button(const QString& name, const QString& keys, const char* member)
