@@ -49,10 +49,23 @@ RECORDED_ACTION action_of(int number, int run)
     return action;
 }
 
+QVector<RECORDED_ACTION> actions_of(int count, int run)
+{
+    QVector<RECORDED_ACTION> actions;
+    for (int i = 0; i < count; ++i)
+        actions.append(action_of(i, run));
+    return actions;
+}
+
 class BENCH_JOB : public RECORD_JOB
 {
 public:
-    explicit BENCH_JOB(const RECORDED_ACTION& action) : m_action(action) {}
+    explicit BENCH_JOB(const RECORDED_ACTION& action) : m_action(action)
+    {
+        m_action.details.inputs.detach();
+        m_action.details.targets.detach();
+        m_action.details.answers.detach();
+    }
     void complete(RECORDED_ACTION& action) override { action = std::move(m_action); }
 
 private:
@@ -73,13 +86,15 @@ struct WRITING
 };
 
 // Jobs come one by one, as from a build. They are made ahead: a thread that asks for
-// memory all the time, as no build does, holds up the one that gives it back.
+// memory all the time, as no build does, holds up the one that gives it back. Their
+// texts, but not their lists, are those of the files, which a build goes on having.
 WRITING write_record(const QString& folder, int count, int run)
 {
     WRITING writing;
+    const QVector<RECORDED_ACTION> actions = actions_of(count, run);
     std::vector<std::unique_ptr<RECORD_JOB>> jobs;
-    for (int i = 0; i < count; ++i)
-        jobs.push_back(std::make_unique<BENCH_JOB>(action_of(i, run)));
+    for (const RECORDED_ACTION& action : actions)
+        jobs.push_back(std::make_unique<BENCH_JOB>(action));
     double own_seconds = 0;
     writing.cost = cost_of([&] {
         const double start = thread_seconds();
@@ -176,9 +191,7 @@ void measure_writing(const QString& folder, int count, FIGURES& figures)
     WRITING first = write_record(folder, count, 0);
     WRITING again;
     COST plain;
-    QVector<RECORDED_ACTION> actions;
-    for (int i = 0; i < count; ++i)
-        actions.append(action_of(i, 0));
+    const QVector<RECORDED_ACTION> actions = actions_of(count, 0);
     write_plainly(folder + PLAIN, actions);
     for (int round = 0; round < 3; ++round) {
         const WRITING writing = write_record(folder, count, round + 1);

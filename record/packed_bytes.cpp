@@ -6,11 +6,15 @@ constexpr quint8 MORE = 0x80; // bytes of a count follow
 constexpr int COUNT_BITS = 32;
 constexpr int MOST_SHARED = 255; // so that a few bytes can't become a lot of text
 
-bool is_ascii(const QChar* text, int size)
+// False, with no use for what was copied, where the text has other letters.
+bool copy_ascii(const QChar* text, int size, char* copy)
 {
     ushort all = 0;
-    for (int i = 0; i < size; ++i)
-        all |= text[i].unicode();
+    for (int i = 0; i < size; ++i) {
+        const ushort letter = text[i].unicode();
+        all |= letter;
+        copy[i] = char(letter);
+    }
     return all < 0x80;
 }
 
@@ -25,15 +29,13 @@ void PACKER::count(quint32 value)
 
 void PACKER::text_part(const QChar* text, int size)
 {
-    const bool is_plain = is_ascii(text, size);
-    count(quint32(size) * 2 + (is_plain ? 0 : 1));
-    if (is_plain) {
-        char* letter = room(size);
-        for (int i = 0; i < size; ++i)
-            letter[i] = char(text[i].unicode());
-    } else {
-        qToLittleEndian<ushort>(text, size, room(size * 2));
-    }
+    const int start = m_size;
+    count(quint32(size) * 2);
+    if (copy_ascii(text, size, room(size)))
+        return;
+    m_size = start;
+    count(quint32(size) * 2 + 1);
+    qToLittleEndian<ushort>(text, size, room(size * 2));
 }
 
 void PACKER::text_after(const QString& former, const QString& text)

@@ -140,11 +140,17 @@ int RECORD_UPDATE::slot_of(quint64 key)
     return slot;
 }
 
+// Actions that follow each other mostly share them.
 quint32 RECORD_UPDATE::number_of(const SURROUNDINGS& surroundings)
 {
+    if (m_has_last && surroundings == m_last_surroundings)
+        return m_last_number;
     const QByteArray packed = pack_surroundings(surroundings);
     const auto known = m_numbers.constFind(packed);
-    return known != m_numbers.constEnd() ? *known : new_number(packed);
+    m_last_number = known != m_numbers.constEnd() ? *known : new_number(packed);
+    m_last_surroundings = surroundings;
+    m_has_last = true;
+    return m_last_number;
 }
 
 quint32 RECORD_UPDATE::new_number(const QByteArray& packed)

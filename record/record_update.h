@@ -92,4 +92,7 @@ private:
     QVector<quint32> m_free_numbers;         // of surroundings that no entry has any more
     QHash<QByteArray, quint32> m_numbers;    // of the others
     QVector<quint32> m_pending_surroundings; // their numbers
+    SURROUNDINGS m_last_surroundings;        // of the action that was added last
+    quint32 m_last_number = 0;               // theirs
+    bool m_has_last = false;
 };
