@@ -215,6 +215,6 @@ private:
     void execute_action(ACTION_INTERFACE& action);
     void abort_selected_actions();
 
-    FILE_SPELLINGS m_spellings{file_map};
+    FILE_SPELLINGS m_spellings{file_map, file_lookup};
     QStringList m_plugin_files; // where each of `plugins` comes from
 };

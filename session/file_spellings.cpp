@@ -52,7 +52,10 @@ struct FILE_SPELLINGS::STEP
     int key_size;
 };
 
-FILE_SPELLINGS::FILE_SPELLINGS(const FILE_MAP& files) : m_files(files) {}
+FILE_SPELLINGS::FILE_SPELLINGS(const FILE_MAP& files, const FILE_LOOKUP& lookup)
+    : m_files(files), m_lookup(lookup)
+{
+}
 
 PHYSICAL_PATH FILE_SPELLINGS::normalised(const PHYSICAL_PATH& path)
 {
@@ -91,9 +94,13 @@ QString FILE_SPELLINGS::spelling_of(const STEP& step, bool remember_nothing_foun
     return spelling;
 }
 
+// Next to no folder has one, which the lookup tells at once.
 bool FILE_SPELLINGS::has_namesake(const STEP& step) const
 {
-    const auto namesake = m_files.find(step.logical());
+    const LOGICAL_PATH key = step.logical();
+    if (!m_lookup.contains(key))
+        return false;
+    const auto namesake = m_files.find(key);
     return namesake != m_files.end() && namesake.value() &&
            namesake.value()->physical == PHYSICAL_PATH(step.path());
 }

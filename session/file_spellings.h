@@ -17,13 +17,15 @@
 /// folder is remembered and kept right by telling this object of every file that
 /// enters the map, leaves it or gets another physical path.
 ///
-/// Does not own the map. One thread at a time.
+/// Does not own the map and the lookup, which has all files of the map and may have
+/// more. One thread at a time.
 class FILE_SPELLINGS
 {
 public:
     using FILE_MAP = LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>;
+    using FILE_LOOKUP = QHash<LOGICAL_PATH, FILE_ENTRY*>;
 
-    explicit FILE_SPELLINGS(const FILE_MAP& files);
+    FILE_SPELLINGS(const FILE_MAP& files, const FILE_LOOKUP& lookup);
 
     /// `path` in the letter case of what is known.
     PHYSICAL_PATH normalised(const PHYSICAL_PATH& path);
@@ -49,6 +51,7 @@ private:
     void forget(const QString& path);
 
     const FILE_MAP& m_files;
+    const FILE_LOOKUP& m_lookup;
 
     // Spelling by folder, whose path stands here in lower case: so a look-up folds no
     // letters. Empty: the map has no file below it.

@@ -78,7 +78,8 @@ public:
     }
 
     FILE_MAP files;
-    FILE_SPELLINGS spellings{files};
+    FILE_SPELLINGS::FILE_LOOKUP lookup; // of all that were ever there
+    FILE_SPELLINGS spellings{files, lookup};
 
 private:
     int below(int end) { return int(m_random() % unsigned(end)); }
@@ -93,6 +94,7 @@ private:
         m_entries.push_back(std::make_unique<FILE_ENTRY>());
         m_entries.back()->physical = as_it_stands ? path : spellings.normalised(path);
         files.insert(key, m_entries.back().get());
+        lookup.insert(key, m_entries.back().get());
         spellings.file_added(m_entries.back()->physical, key);
     }
 
