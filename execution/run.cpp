@@ -5,6 +5,7 @@
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/processor_interface.h"
 #include "contracts/configuration/configuration.h"
+#include "contracts/paths/letter_case.h"
 #include "contracts/paths/paths.h"
 #include "contracts/services/abort_watcher.h"
 #include "contracts/services/fw_message_box.h"
@@ -183,8 +184,7 @@ void BUILD_SESSION::prepare_targets(ACTION_INTERFACE& action)
             file.local_state = FILE_STATE_NO_PERFORCE;
             file.p4_state = FILE_STATE_NO_PERFORCE;
         }
-        if (!file.intermediate &&
-            !static_cast<const QString&>(file.physical).startsWith(retail, Qt::CaseInsensitive))
+        if (!file.intermediate && !begins_with_folder(file.physical, retail))
             outside.append(file.physical);
         file.local_state = FILE_STATE_MODIFIED;
         QDir().mkpath(file.physical.section('/', 0, -2));

@@ -3,6 +3,7 @@
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/processor_interface.h"
 #include "contracts/configuration/configuration.h"
+#include "contracts/paths/letter_case.h"
 #include "contracts/paths/paths.h"
 #include "contracts/services/digest.h"
 #include "contracts/services/progress_widget.h"
@@ -102,11 +103,6 @@ const QDateTime& later(const QDateTime& a, const QDateTime& b)
 const QDateTime& earlier(const QDateTime& a, const QDateTime& b)
 {
     return is_before(b, a) ? b : a;
-}
-
-bool is_in_folder(const QString& path, const QString& folder_with_slash)
-{
-    return path.startsWith(folder_with_slash, Qt::CaseInsensitive);
 }
 
 // Hands `take` each real file behind `entry`, at least once. `seen_through` holds
@@ -276,10 +272,10 @@ void BUILD_SESSION::forget(const DROPPED_ACTIONS& dropped, const QVector<ACTION_
 bool BUILD_SESSION::writes_retail(const ACTION_FILES& files, const QString& retail)
 {
     for (const LOGICAL_PATH& input : files.inputs)
-        if (is_in_folder(input, retail))
+        if (begins_with_folder(input, retail))
             return true;
     for (const ACTION_TARGET& target : files.targets)
-        if (is_in_folder(target.physical_path, retail))
+        if (begins_with_folder(target.physical_path, retail))
             return true;
     return false;
 }

@@ -2,13 +2,14 @@
 
 #include <algorithm>
 
+#include "contracts/paths/letter_case.h"
 #include "contracts/paths/paths.h"
 
 namespace {
 
 bool lies_at_or_below(const QString& physical, const QString& folder)
 {
-    return physical.startsWith(folder, Qt::CaseInsensitive) &&
+    return begins_with_folder(physical, folder) &&
            (physical.size() == folder.size() || physical.at(folder.size()) == '/');
 }
 
@@ -98,11 +99,8 @@ QString FILE_SPELLINGS::spelling_of(const STEP& step, bool remember_nothing_foun
 bool FILE_SPELLINGS::has_namesake(const STEP& step) const
 {
     const LOGICAL_PATH key = step.logical();
-    if (!m_lookup.contains(key))
-        return false;
-    const auto namesake = m_files.find(key);
-    return namesake != m_files.end() && namesake.value() &&
-           namesake.value()->physical == PHYSICAL_PATH(step.path());
+    const FILE_ENTRY* const namesake = m_lookup.value(key);
+    return namesake && namesake->physical == PHYSICAL_PATH(step.path()) && m_files.contains(key);
 }
 
 // The plain procedure for one step. Keys that begin with the folder's key are

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "contracts/configuration/configuration.h"
+#include "contracts/paths/letter_case.h"
 #include "contracts/paths/paths.h"
 #include "contracts/services/command_line_options.h"
 #include "contracts/services/file_list_dialog.h"
@@ -39,7 +40,7 @@ FW::VECTOR<DIRECTORY_SCANNER::FILE_INFO> rule_files_above(const QSet<PHYSICAL_PA
     for (const QString& root : PATHS::all()) {
         QStringList in_root;
         for (const QString& folder : folders)
-            if ((folder + '/').startsWith(root + '/', Qt::CaseInsensitive))
+            if (begins_with_folder(folder + '/', root + '/'))
                 for (const QString& file :
                      PATHS::places_below(PHYSICAL_PATH(root), folder.mid(root.size()) + "/rules.gox"))
                     in_root.append(file);

@@ -1,10 +1,12 @@
 #include "session/scan_roots.h"
 
+#include "contracts/paths/letter_case.h"
+
 namespace {
 
 bool lies_inside(const QString& path, const QString& folder)
 {
-    return path.startsWith(folder + '/', Qt::CaseInsensitive);
+    return begins_with_folder(path, folder + '/');
 }
 
 } // namespace

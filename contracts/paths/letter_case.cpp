@@ -29,6 +29,19 @@ QString lower_case_by_letter(const QString& text)
     return result;
 }
 
+bool begins_with_folder(const QString& path, const QString& folder)
+{
+    if (path.size() < folder.size())
+        return false;
+    for (int i = folder.size() - 1; i >= 0; --i) {
+        const QChar a = path.at(i);
+        const QChar b = folder.at(i);
+        if (a != b && a.toCaseFolded() != b.toCaseFolded()) // or halves of letters
+            return a.isSurrogate() && b.isSurrogate() && path.startsWith(folder, Qt::CaseInsensitive);
+    }
+    return true;
+}
+
 void lower_case_by_letter(QChar* text, int size)
 {
     if (lower_case_of_ascii(text, size))

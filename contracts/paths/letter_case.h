@@ -16,6 +16,11 @@ GOX_CONTRACTS_EXPORT QString lower_case_by_letter(const QString& text);
 /// The same in place, for `size` code units.
 GOX_CONTRACTS_EXPORT void lower_case_by_letter(QChar* text, int size);
 
+/// Whether `path` begins as `folder` does, letter case apart: what QString::startsWith
+/// says, told sooner where it does not. Folders of one tree begin alike, so their ends
+/// are looked at first. Any thread.
+GOX_CONTRACTS_EXPORT bool begins_with_folder(const QString& path, const QString& folder);
+
 /// Whether a text, of QChar or of bytes, is ASCII without capitals: then it is its
 /// own lower case, as most paths are. Any thread.
 template <typename LETTER>

@@ -4,6 +4,7 @@
 #include <QtCore/QFileInfo>
 
 #include "contracts/paths/disk_spelling.h"
+#include "contracts/paths/letter_case.h"
 
 namespace {
 
@@ -29,18 +30,9 @@ STATE& state()
 
 bool is_below_or_equal(const QString& path, const QString& root)
 {
-    if (path.size() < root.size())
-        return false;
     if (path.size() > root.size() && path.at(root.size()) != '/')
         return false;
-    if (path.startsWith(root))
-        return true;
-    // The roots lie side by side and differ in their names only, so the ends tell
-    // them apart soonest; the beginnings are long and alike.
-    const int half = root.size() / 2;
-    const QStringRef start = path.leftRef(root.size());
-    return start.mid(half).compare(root.midRef(half), Qt::CaseInsensitive) == 0 &&
-           start.left(half).compare(root.leftRef(half), Qt::CaseInsensitive) == 0;
+    return begins_with_folder(path, root);
 }
 
 const ROOT* root_of(const QString& path)
