@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <limits>
 
 #include "contracts/actions/action_interface.h"
 #include "contracts/actions/processor_interface.h"
@@ -10,6 +11,19 @@
 #include "session/build_session.h"
 #include "session/noted_questions.h"
 #include "session/run_report.h"
+
+namespace {
+
+// A time in milliseconds since 1970; older than any other where there is none, also
+// than those before 1970.
+constexpr qint64 NEVER = std::numeric_limits<qint64>::min();
+
+qint64 moment(const QDateTime& time)
+{
+    return time.isNull() ? NEVER : time.toMSecsSinceEpoch();
+}
+
+} // namespace
 
 // What one action reads and writes, and what the times of these files say.
 // "Latest" is the view by latest revisions, the other one by local dates.
@@ -24,10 +38,8 @@ struct BUILD_SESSION::ACTION_FILES
         sources.resize(0);
         direct_targets.resize(0);
         stamp = QDateTime();
-        newest_source = QDateTime();
-        newest_source_latest = QDateTime();
-        oldest_target = QDateTime::fromMSecsSinceEpoch(QDateTime::currentMSecsSinceEpoch(), Qt::UTC);
-        oldest_target_latest = oldest_target;
+        newest_source = newest_source_latest = NEVER;
+        oldest_target = oldest_target_latest = QDateTime::currentMSecsSinceEpoch();
         stale = false;
         stale_latest = false;
     }
@@ -38,10 +50,10 @@ struct BUILD_SESSION::ACTION_FILES
     QVector<FILE_ENTRY*> direct_inputs;
     QVector<FILE_ENTRY*> sources; // the real files behind the inputs; repeats change nothing
     QVector<FILE_ENTRY*> direct_targets;
-    QDateTime newest_source;
-    QDateTime newest_source_latest;
-    QDateTime oldest_target;
-    QDateTime oldest_target_latest;
+    qint64 newest_source = NEVER;
+    qint64 newest_source_latest = NEVER;
+    qint64 oldest_target = NEVER;
+    qint64 oldest_target_latest = NEVER;
     bool stale = false;
     bool stale_latest = false;
 
@@ -88,22 +100,6 @@ struct BUILD_SESSION::DROPPED_ACTIONS
 };
 
 namespace {
-
-// A null time is older than any other, also than those before 1970.
-bool is_before(const QDateTime& a, const QDateTime& b)
-{
-    return a.isNull() || b.isNull() ? a.isNull() && !b.isNull() : a < b;
-}
-
-const QDateTime& later(const QDateTime& a, const QDateTime& b)
-{
-    return is_before(a, b) ? b : a;
-}
-
-const QDateTime& earlier(const QDateTime& a, const QDateTime& b)
-{
-    return is_before(b, a) ? b : a;
-}
 
 // Hands `take` each real file behind `entry`, at least once. `seen_through` holds
 // the intermediate files that have been dealt with: they can form a circle.
@@ -225,13 +221,13 @@ void BUILD_SESSION::collect_affected_files(QVector<ACTION_INTERFACE*>& collected
         link_inputs(*action, files);
         link_targets(*action, files);
 
-        files.newest_source = later(files.newest_source, files.stamp);
-        files.newest_source_latest = later(files.newest_source_latest, files.stamp);
-        const bool stale = files.stale || is_before(files.oldest_target, files.newest_source) ||
-                           files.newest_source.isNull();
+        files.newest_source = std::max(files.newest_source, moment(files.stamp));
+        files.newest_source_latest = std::max(files.newest_source_latest, moment(files.stamp));
+        const bool stale = files.stale || files.oldest_target < files.newest_source ||
+                           files.newest_source == NEVER;
         const bool stale_latest = files.stale_latest ||
-                                  is_before(files.oldest_target_latest, files.newest_source_latest) ||
-                                  files.newest_source_latest.isNull();
+                                  files.oldest_target_latest < files.newest_source_latest ||
+                                  files.newest_source_latest == NEVER;
         for (FILE_ENTRY* input : qAsConst(files.direct_inputs)) {
             input->out_of_date_source |= stale;
             input->out_of_date_source_latest |= stale_latest;
@@ -294,14 +290,12 @@ void BUILD_SESSION::link_inputs(ACTION_INTERFACE& action, ACTION_FILES& files)
         collect_sources(entry, seen_through, [&](FILE_ENTRY* source) { files.sources.append(source); });
     }
     for (const FILE_ENTRY* source : qAsConst(files.sources)) {
-        files.newest_source = later(files.newest_source, source->have_time);
-        if (source->local_state != FILE_STATE_NO_CHANGE) {
-            files.newest_source = later(files.newest_source, source->local_time);
-            files.newest_source_latest =
-                later(later(files.newest_source_latest, source->have_time), source->local_time);
-        } else {
-            files.newest_source_latest = later(files.newest_source_latest, source->head_time);
-        }
+        const bool has_local = source->local_state != FILE_STATE_NO_CHANGE;
+        const qint64 have_time = moment(source->have_time);
+        const qint64 time = has_local ? std::max(have_time, moment(source->local_time)) : have_time;
+        files.newest_source = std::max(files.newest_source, time);
+        files.newest_source_latest =
+            std::max(files.newest_source_latest, has_local ? time : moment(source->head_time));
         files.stale |= source->out_of_date_target;
         files.stale_latest |= source->out_of_date_target_latest;
     }
@@ -322,9 +316,11 @@ void BUILD_SESSION::link_targets(ACTION_INTERFACE& action, ACTION_FILES& files)
         entry->intermediate = target.intermediate;
 
         const bool has_local = entry->local_state != FILE_STATE_NO_CHANGE;
-        const QDateTime time = has_local ? later(entry->have_time, entry->local_time) : entry->have_time;
-        files.oldest_target = earlier(files.oldest_target, time);
-        files.oldest_target_latest = earlier(files.oldest_target_latest, has_local ? time : entry->head_time);
+        const qint64 have_time = moment(entry->have_time);
+        const qint64 time = has_local ? std::max(have_time, moment(entry->local_time)) : have_time;
+        files.oldest_target = std::min(files.oldest_target, time);
+        files.oldest_target_latest =
+            std::min(files.oldest_target_latest, has_local ? time : moment(entry->head_time));
     }
     if (!files.targets.isEmpty())
         notes.key = std::max<quint64>(1, hash_64(&names, sizeof names, files.hash_of(action.processor)));
