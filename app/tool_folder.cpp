@@ -5,12 +5,11 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QSysInfo>
 
-#ifdef Q_OS_UNIX
-#include <cerrno>
-#include <csignal>
-#endif
 #ifdef Q_OS_WIN
 #include <windows.h>
+#else
+#include <cerrno>
+#include <csignal>
 #endif
 
 #include "contracts/services/plain_message_box.h"
@@ -37,17 +36,27 @@ bool is_this_machine(const QString& host)
     return host.isEmpty() || host == QSysInfo::machineHostName();
 }
 
-// A file that another person's run left behind can't be removed.
-bool may_run(qint64 process, const QString& host)
+#ifdef Q_OS_WIN
+
+// Whether a process of this machine may have this number.
+bool may_exist(qint64 number)
 {
-#ifdef Q_OS_UNIX
-    return !is_this_machine(host) || ::kill(pid_t(process), 0) == 0 || errno != ESRCH;
-#else
-    Q_UNUSED(process)
-    Q_UNUSED(host)
-    return true;
-#endif
+    const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, DWORD(number));
+    if (!process)
+        return GetLastError() == ERROR_ACCESS_DENIED;
+    const bool runs = WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
+    CloseHandle(process);
+    return runs;
 }
+
+#else
+
+bool may_exist(qint64 number)
+{
+    return ::kill(pid_t(number), 0) == 0 || errno != ESRCH;
+}
+
+#endif
 
 // "process 4711", the run that holds the lock; empty when none does, or when nobody can
 // tell. What a run that ended badly has left of its lock is gone then.
@@ -60,7 +69,8 @@ QString holder_of(QLockFile& lock)
         return QString();
     // The number of a run that crashed may be another program's by now, or this
     // one's. Whether a run still has its file open the system itself knows.
-    if (lock.removeStaleLockFile() || !may_run(process, host))
+    // What another person's run has left, or what is read-only, can't be removed.
+    if (lock.removeStaleLockFile() || (is_this_machine(host) && !may_exist(process)))
         return QString();
     return "process " + QString::number(process) + (is_this_machine(host) ? QString() : " on " + host);
 }
