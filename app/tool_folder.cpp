@@ -31,9 +31,19 @@ bool is_usable(const QString& path)
     return !info.exists() || info.isFile();
 }
 
+// As a lock tells it, which on Windows is not the name of the network.
+QString this_machine()
+{
+#ifdef Q_OS_WIN
+    return qEnvironmentVariable("COMPUTERNAME");
+#else
+    return QSysInfo::machineHostName();
+#endif
+}
+
 bool is_this_machine(const QString& host)
 {
-    return host.isEmpty() || host == QSysInfo::machineHostName();
+    return host.isEmpty() || host == this_machine();
 }
 
 #ifdef Q_OS_WIN
