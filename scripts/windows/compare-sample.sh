@@ -12,7 +12,7 @@ cd "$(dirname "$0")/../.."
 scripts/install-packages.sh windows-run
 scripts/lay-out-sample.sh build/release build/sample >/dev/null
 scripts/lay-out-sample.sh build/windows build/windows-sample >/dev/null
-configurations=(default failing nightly_textures)
+mapfile -t configurations < <(basename -as _configuration.xml examples/tree/tool/GOX/*_configuration.xml)
 place=$PWD/build/windows-compared
 options=(--dont_stop_on_error --nosplashscreen)
 
