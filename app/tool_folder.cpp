@@ -117,7 +117,8 @@ bool has_console_to_itself()
 void report_missing_raw_data(bool person_waits)
 {
     const QFileInfo tool_folder(QCoreApplication::applicationDirPath());
-    const QString raw_data = QFileInfo(tool_folder.canonicalFilePath()).path() + "/raw_data";
+    const QString raw_data =
+        QFileInfo(tool_folder.canonicalFilePath()).dir().filePath(QStringLiteral("raw_data"));
     const QString error = QStringLiteral("There is no data tree: the folder %1 does not exist. The program "
                                          "has to lie in a folder beside raw_data.")
                               .arg(raw_data);

@@ -3,7 +3,7 @@
 // with the reason on standard error, and 124 when the program did not end in time.
 //
 //     in FOLDER PROGRAM...             starts it in this folder, in any spelling
-//     hold FILE PROGRAM...             has the file open all the while and shares it with nobody
+//     hold FILE PROGRAM...             has the file or folder open all the while and shares it with nobody
 //     hold_briefly FIRST FILE PROGRAM...
 //                                      the same, until a moment after FIRST is there
 //     remove FOLDER PROGRAM...         has the folder removed and open all the while
@@ -97,7 +97,7 @@ static int in(wchar_t** words)
 
 static HANDLE open_unshared(const wchar_t* path)
 {
-    const HANDLE file = CreateFileW(path, GENERIC_READ, 0, NULL, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, NULL);
+    const HANDLE file = CreateFileW(path, GENERIC_READ, 0, NULL, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, NULL);
     if (file == INVALID_HANDLE_VALUE)
         fail(path);
     return file;

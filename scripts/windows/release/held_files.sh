@@ -53,6 +53,15 @@ check_held_picture() {
     expect_good_again
 }
 
+check_held_folder() {
+    built_tree
+    held raw_data/textures/units "${sample[@]}"
+    [ "$status" != 0 ] || not_tried "Wine lists such a folder all the same"
+    expect_said "raw_data/textures/units"
+    expect_targets "$built"
+    expect_good_again
+}
+
 check_held_target() {
     built_tree
     held working_data/ui/Frame.tex "${sample[@]}"
@@ -131,6 +140,7 @@ part_held_files() {
     check "held: schema of the database" check_held_table schema.xml
     check "held: asset graph file" check_held_agf
     check "held: picture" check_held_picture
+    check "held: folder" check_held_folder
     check "held: target" check_held_target
     check "held: target, for a moment" check_briefly_held_target
     check "held: plugin" check_held_plugin

@@ -39,6 +39,21 @@ check_scripts() {
     rm -rf "$(dirname "$tree")"
 }
 
+# The tree is a drive, as `subst` makes one, or the tool folder is.
+check_drive() {
+    fresh_tree
+    ln -sfn "$tree" "$WINEPREFIX/dosdevices/t:"
+    on_tree "$beside" in 'T:\tool' 'T:\tool\gox.release.exe' "${sample[@]}"
+    expect_status 0
+    expect_said "T:/tool/GOX/default_configuration.xml" "14 succeeded" "T:/tool/gox.log"
+    ! grep -q ://  "$place/out.txt" "$tree/tool/gox.log" || fault "two slashes in a path"
+    ln -sfn "$tree/tool" "$WINEPREFIX/dosdevices/t:"
+    on_tree "$beside" in 'T:\' 'T:\gox.release.exe' "${sample[@]}"
+    expect_status 1
+    expect_said "There is no data tree: the folder T:/raw_data does not exist."
+    rm "$WINEPREFIX/dosdevices/t:"
+}
+
 check_letter_case() {
     local there
     built_tree
@@ -55,6 +70,7 @@ check_letter_case() {
         mv retail_build Retail_Build
     )
     there=$(windows_path "$place/TREE/TOOL")
+    there=${there/Z:/z:}
     on_tree "$beside" in "$there" "$there\\GOX.Release.EXE" --CONFIGURATION=Default --DONT_stop_on_error
     expect_status 0
     expect_said "14 succeeded"
@@ -66,5 +82,6 @@ check_letter_case() {
 part_names() {
     check "paths beyond 260 letters" check_long_paths
     check "names beyond the code page" check_scripts
+    check "a tree that is a drive" check_drive
     check "odd letter case" check_letter_case
 }

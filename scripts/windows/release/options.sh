@@ -10,6 +10,20 @@ check_slash_options() {
     expect_said "GOX/nightly_textures_configuration.xml" "no option 'explian'; did you mean --explain?"
 }
 
+check_backslashes() {
+    fresh_tree
+    mkdir "$tree/out"
+    run_gox "${sample[@]}" '/report=..\out\report.xml'
+    expect_status 0
+    expect_in out/report.xml 'tests="11"'
+    run_gox "${sample[@]}" "--report=$(windows_path "$tree/out/report.json")"
+    expect_status 0
+    expect_in out/report.json '"succeeded"'
+    run_gox "${sample[@]}" '--report=..\raw_data\report.json'
+    expect_status 1
+    expect_said "names a file that GOX reads"
+}
+
 check_slash_help() {
     fresh_tree
     for option in /help '/?' /h --help; do
@@ -24,5 +38,6 @@ check_slash_help() {
 
 part_options() {
     check "/name options" check_slash_options
+    check "paths with backslashes" check_backslashes
     check "/name options in the help" check_slash_help
 }

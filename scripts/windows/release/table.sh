@@ -60,7 +60,7 @@ expect_not_said() {
 
 # expect_in FILE TEXT: below the tree.
 expect_in() {
-    tr -d '\r' <"$tree/$1" | grep -qF -- "$2" || fault "not in $1: $2"
+    tr -d '\r' <"$tree/$1" | grep -F -- "$2" >/dev/null || fault "not in $1: $2"
 }
 
 # expect_gone FILE...: below the tree.
