@@ -9,7 +9,8 @@
 //     remove FOLDER PROGRAM...         has the folder removed and open all the while
 //     send EVENTS FILE PROGRAM...      once FILE is there, sends "ctrl_c", "ctrl_break", "close" or
 //                                      several of them, as in "ctrl_c+ctrl_c", to its console,
-//                                      which is one of its own
+//                                      which is one of its own. "thread_1" and "thread_2" are
+//                                      break and close as well, without the console's part in it
 //     listen FILE                      is such a program itself: makes FILE and ends with 10 and the
 //                                      number of the event that it was told
 //     code_page PROGRAM...             tells the console's code page before, within and after
@@ -97,7 +98,8 @@ static int in(wchar_t** words)
 
 static HANDLE open_unshared(const wchar_t* path)
 {
-    const HANDLE file = CreateFileW(path, GENERIC_READ, 0, NULL, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, NULL);
+    const HANDLE file =
+        CreateFileW(path, GENERIC_READ, 0, NULL, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, NULL);
     if (file == INVALID_HANDLE_VALUE)
         fail(path);
     return file;
@@ -158,16 +160,27 @@ static void close_console(void)
         fail(L"the console has no window");
 }
 
-static void send_events(wchar_t* events, DWORD process)
+// What the system does itself in a program that has such an event.
+static void start_event_thread(DWORD event, HANDLE process)
+{
+    const FARPROC routine = GetProcAddress(GetModuleHandleW(L"kernelbase.dll"), "CtrlRoutine");
+    if (!routine || !CreateRemoteThread(process, NULL, 0, (LPTHREAD_START_ROUTINE)(void*)routine,
+                                        (void*)(ULONG_PTR)event, 0, NULL))
+        fail(L"no thread for the event");
+}
+
+static void send_events(wchar_t* events, PROCESS_INFORMATION program)
 {
     FreeConsole();
-    if (!AttachConsole(process))
+    if (!AttachConsole(program.dwProcessId))
         fail(L"AttachConsole");
     SetConsoleCtrlHandler(outlive, TRUE);
     for (const wchar_t* event = wcstok(events, L"+"); event; event = wcstok(NULL, L"+")) {
         Sleep(WELL_UNDER_WAY);
         if (!wcscmp(event, L"close"))
             close_console();
+        else if (!wcsncmp(event, L"thread_", 7))
+            start_event_thread(event[7] - L'0', program.hProcess);
         else if (!GenerateConsoleCtrlEvent(wcscmp(event, L"ctrl_c") ? CTRL_BREAK_EVENT : CTRL_C_EVENT, 0))
             fail(event);
     }
@@ -177,7 +190,7 @@ static int send_when_there(wchar_t** words)
 {
     const PROCESS_INFORMATION program = start(words + 2, CREATE_NEW_CONSOLE, NULL, NULL);
     wait_for(words[1], program);
-    send_events(words[0], program.dwProcessId);
+    send_events(words[0], program);
     const int status = status_of(program);
     wprintf(L"code page %u\n", GetConsoleOutputCP()); // 0 where the console is gone
     return status;
