@@ -68,6 +68,25 @@ check_read_only_report() {
     expect_in tool/report.json of_old
 }
 
+# Windows gives the attribute to folders that it shows in another way, and lets anybody
+# write to them all the same. Here only root can do that.
+check_read_only_folders() {
+    [ "$(id -u)" = 0 ] || not_tried "only root may write to such a folder here"
+    windows_rights=()
+    timeout 20 wineserver -w # that of the rights so far
+    built_tree
+    find "$tree" -type d -exec chmod a-w {} +
+    sleep 3 # what was written right now counts as uncertain
+    run_gox "${sample[@]}" --only_out_of_date --report=report.json
+    expect_status 0
+    expect_said "Everything is up to date" "Report: "
+    run_gox "${sample[@]}"
+    expect_status 0
+    expect_targets "$built"
+    chmod -R u+w "$tree"
+    timeout 20 wineserver -w
+}
+
 # Of a run that was killed: nobody has that number.
 check_read_only_lock() {
     built_tree
@@ -84,5 +103,6 @@ part_read_only() {
     check "read-only: logs" check_read_only_logs
     check "read-only: build record" check_read_only_record
     check "read-only: lock that was left" check_read_only_lock
+    check "read-only: folders" check_read_only_folders
     check "read-only: report" check_read_only_report
 }
