@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "contracts/services/file_replacement.h"
+#include "record/record_file.h"
 #include "record/record_rows.h"
 
 namespace {
@@ -25,7 +26,7 @@ QString write_fault(const QString& path)
         return QStringLiteral("the folder is not writable");
     QFile file(path);
     const bool is_writable = !file.exists() || file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly);
-    return is_writable ? QString() : file.errorString();
+    return is_writable ? QString() : without_full_stop(file.errorString());
 }
 
 } // namespace
