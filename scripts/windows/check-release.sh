@@ -7,6 +7,12 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 
 parts=(sample tests kit interrupts options names held_files read_only surroundings)
+for part in "$@"; do
+    if [[ " ${parts[*]} " != *" $part "* ]]; then
+        echo "usage: scripts/windows/check-release.sh [PART...], of ${parts[*]}" >&2
+        exit 2
+    fi
+done
 [ $# = 0 ] || parts=("$@")
 place=$PWD/build/windows-release
 mkdir -p "$place/logs"
