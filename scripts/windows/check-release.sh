@@ -35,7 +35,9 @@ prepare() {
 }
 
 echo "Building GOX here and for Windows, and its packages..."
-prepare >"$place/logs/prepare.txt" 2>&1 || { echo "That failed, see $place/logs/prepare.txt" >&2; exit 1; }
+# In the background, since as a condition its own failures would not end it.
+(prepare) </dev/null >"$place/logs/prepare.txt" 2>&1 &
+wait $! || { echo "That failed, see $place/logs/prepare.txt" >&2; exit 1; }
 # Read-only files are so for an administrator too, as on Windows.
 [ "$(id -u)" != 0 ] || windows_rights=(setpriv "--bounding-set=-dac_override,-dac_read_search")
 start_display
