@@ -17,6 +17,7 @@
 
 #include "app/call_stack.h"
 #include "app/terminate_process.h"
+#include "app/utf8_texts.h"
 #include "session/run_report.h"
 #include "session/work_at_hand.h"
 
@@ -80,6 +81,7 @@ void speak(const char* event, const char* cause)
         write_last_word(file, event, cause);
         CALL_STACK::close_file(file);
     }
+    UTF8_TEXTS::give_console_back();
     s_has_spoken = true;
 }
 

@@ -55,6 +55,19 @@ void quiet_handler(QtMsgType type, const QMessageLogContext& context, const QStr
 
 #ifdef Q_OS_WIN
 
+HHOOK s_box_hook = nullptr;
+
+// What Qt can't make a platform of it tells in a box where it finds no console window, as
+// in a job of a build server, and waits there for ever. It is told standard error as well.
+LRESULT CALLBACK refuse_boxes(int code, WPARAM first, LPARAM second)
+{
+    const auto is_box = [&] {
+        const WORD dialog_class = 0x8002; // which has no other name
+        return reinterpret_cast<CBT_CREATEWNDW*>(second)->lpcs->lpszClass == MAKEINTRESOURCEW(dialog_class);
+    };
+    return code == HCBT_CREATEWND && is_box() ? 1 : CallNextHookEx(s_box_hook, code, first, second);
+}
+
 // Without a console of its own Qt would tell a debugger alone what is wrong. Without
 // windows it looks for fonts in a folder of its own, which no installation has.
 void prepare_qt()
@@ -63,6 +76,12 @@ void prepare_qt()
         qputenv("QT_FORCE_STDERR_LOGGING", "1");
     if (qEnvironmentVariableIsEmpty("QT_QPA_FONTDIR"))
         qputenv("QT_QPA_FONTDIR", qgetenv("SystemRoot") + "\\Fonts");
+    s_box_hook = SetWindowsHookExW(WH_CBT, refuse_boxes, nullptr, GetCurrentThreadId());
+}
+
+void end_preparation()
+{
+    UnhookWindowsHookEx(s_box_hook);
 }
 
 // A service has windows that nobody sees.
@@ -123,6 +142,7 @@ bool may_answer(const QByteArray& display)
 }
 
 void prepare_qt() {}
+void end_preparation() {}
 
 bool has_visible_station()
 {
@@ -168,6 +188,7 @@ void choose_platform(int argc, char** argv)
 
 bool find_display()
 {
+    end_preparation();
     const bool has_display = !is_windowless(QGuiApplication::platformName()) && has_visible_station();
     if (!s_is_chosen_here)
         return has_display;

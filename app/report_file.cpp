@@ -54,8 +54,9 @@ QString REPORT_FILE::fault_of(const QString& path)
     const QString cause = why_not_replaceable(place);
     if (!cause.isEmpty())
         return "--report: " + cannot_write(path, cause);
-    return folder.isWritable() ? QString()
-                               : "--report: " + cannot_write(path, QStringLiteral("its folder is read-only"));
+    return takes_new_files(folder.filePath())
+               ? QString()
+               : "--report: " + cannot_write(path, QStringLiteral("its folder is read-only"));
 }
 
 REPORT_FILE::REPORT_FILE(const RUN_OPTIONS& options, const CHOSEN_CONFIGURATION& configuration)

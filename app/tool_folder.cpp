@@ -5,12 +5,11 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QSysInfo>
 
-#ifdef Q_OS_UNIX
-#include <cerrno>
-#include <csignal>
-#endif
 #ifdef Q_OS_WIN
 #include <windows.h>
+#else
+#include <cerrno>
+#include <csignal>
 #endif
 
 #include "contracts/services/plain_message_box.h"
@@ -32,22 +31,42 @@ bool is_usable(const QString& path)
     return !info.exists() || info.isFile();
 }
 
-bool is_this_machine(const QString& host)
+// As a lock tells it, which on Windows is not the name of the network.
+QString this_machine()
 {
-    return host.isEmpty() || host == QSysInfo::machineHostName();
-}
-
-// A file that another person's run left behind can't be removed.
-bool may_run(qint64 process, const QString& host)
-{
-#ifdef Q_OS_UNIX
-    return !is_this_machine(host) || ::kill(pid_t(process), 0) == 0 || errno != ESRCH;
+#ifdef Q_OS_WIN
+    return qEnvironmentVariable("COMPUTERNAME");
 #else
-    Q_UNUSED(process)
-    Q_UNUSED(host)
-    return true;
+    return QSysInfo::machineHostName();
 #endif
 }
+
+bool is_this_machine(const QString& host)
+{
+    return host.isEmpty() || host == this_machine();
+}
+
+#ifdef Q_OS_WIN
+
+// Whether a process of this machine may have this number.
+bool may_exist(qint64 number)
+{
+    const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, DWORD(number));
+    if (!process)
+        return GetLastError() == ERROR_ACCESS_DENIED;
+    const bool runs = WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
+    CloseHandle(process);
+    return runs;
+}
+
+#else
+
+bool may_exist(qint64 number)
+{
+    return ::kill(pid_t(number), 0) == 0 || errno != ESRCH;
+}
+
+#endif
 
 // "process 4711", the run that holds the lock; empty when none does, or when nobody can
 // tell. What a run that ended badly has left of its lock is gone then.
@@ -60,7 +79,8 @@ QString holder_of(QLockFile& lock)
         return QString();
     // The number of a run that crashed may be another program's by now, or this
     // one's. Whether a run still has its file open the system itself knows.
-    if (lock.removeStaleLockFile() || !may_run(process, host))
+    // What another person's run has left, or what is read-only, can't be removed.
+    if (lock.removeStaleLockFile() || (is_this_machine(host) && !may_exist(process)))
         return QString();
     return "process " + QString::number(process) + (is_this_machine(host) ? QString() : " on " + host);
 }
@@ -97,7 +117,8 @@ bool has_console_to_itself()
 void report_missing_raw_data(bool person_waits)
 {
     const QFileInfo tool_folder(QCoreApplication::applicationDirPath());
-    const QString raw_data = QFileInfo(tool_folder.canonicalFilePath()).path() + "/raw_data";
+    const QString raw_data =
+        QFileInfo(tool_folder.canonicalFilePath()).dir().filePath(QStringLiteral("raw_data"));
     const QString error = QStringLiteral("There is no data tree: the folder %1 does not exist. The program "
                                          "has to lie in a folder beside raw_data.")
                               .arg(raw_data);

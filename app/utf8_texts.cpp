@@ -9,6 +9,15 @@ namespace {
 
 UINT s_code_page = 0; // of the console, 0 for none
 
+// Asked after all others, about an event that nobody waits to deal with. The system would
+// end the process now, leave the console as it is, and have libraries tidy up while their
+// threads are gone. The status is the one that it would give.
+BOOL WINAPI end_at_once(DWORD)
+{
+    UTF8_TEXTS::give_console_back();
+    return TerminateProcess(GetCurrentProcess(), UINT(STATUS_CONTROL_C_EXIT));
+}
+
 } // namespace
 
 #endif
@@ -19,6 +28,7 @@ UTF8_TEXTS::UTF8_TEXTS()
 #ifdef Q_OS_WIN
     s_code_page = GetConsoleOutputCP();
     SetConsoleOutputCP(CP_UTF8);
+    SetConsoleCtrlHandler(end_at_once, TRUE);
 #endif
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 
 /// As long as it lives, the program's texts are UTF-8, whatever locale and code page
-/// say: file names on Unix, logs, and what a console shows. One at a time, in main.
+/// say: file names on Unix, logs, and what a console shows. One at a time, in main, ahead
+/// of whoever deals with console events: one that nobody deals with ends the process.
 class UTF8_TEXTS
 {
 public:

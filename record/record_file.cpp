@@ -231,8 +231,13 @@ void RECORD_FILE::note_fault(int code)
     const int system = m_database ? sqlite3_system_errno(m_database) : 0;
     const bool comes_from_system = code == SQLITE_IOERR || code == SQLITE_CANTOPEN;
     if (comes_from_system && system != 0)
-        cause += ": " + qt_error_string(system);
+        cause += ": " + without_full_stop(qt_error_string(system));
     fail(cause, kind_of(code));
+}
+
+QString without_full_stop(const QString& cause)
+{
+    return cause.endsWith('.') ? cause.chopped(1) : cause;
 }
 
 bool remove_record(const QString& path)

@@ -115,6 +115,10 @@ private:
     std::unique_ptr<QTemporaryDir> m_copy; // what LOOK works on, where something was left half done
 };
 
+/// The words of the system for an error, so that a sentence can go on behind them:
+/// Windows ends them with a full stop.
+QString without_full_stop(const QString& cause);
+
 /// Removes a record with what belongs to it, or at least empties it. False when neither
 /// could be done.
 bool remove_record(const QString& path);

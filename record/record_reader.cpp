@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+#include "contracts/services/file_replacement.h"
+#include "record/record_file.h"
 #include "record/record_rows.h"
 
 namespace {
@@ -20,11 +22,11 @@ bool is_newer(const BUILD_ENTRY& a, const BUILD_ENTRY& b)
 // Why nothing can be written to the record, or empty. Looking changes nothing.
 QString write_fault(const QString& path)
 {
-    if (!QFileInfo(QFileInfo(path).path()).isWritable())
+    if (!takes_new_files(QFileInfo(path).path()))
         return QStringLiteral("the folder is not writable");
     QFile file(path);
     const bool is_writable = !file.exists() || file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly);
-    return is_writable ? QString() : file.errorString();
+    return is_writable ? QString() : without_full_stop(file.errorString());
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 
 #include "contracts/database/kv_database.h"
 #include "contracts/database/kv_schemas.h"
+#include "contracts/services/file_replacement.h"
 
 using TEXT = const QString&;
 using RECORD = const KV_RECORD_DATA&;
@@ -116,8 +117,10 @@ bool KV_XML_QUERY_INTERFACE::can_add_table_records(QString& error, const QString
     if (!m_database->can_change(error, "a change of the table") || !m_database->records(error, table))
         return false;
     const QString file = m_database->table_file(table);
-    const QFileInfo info(QFileInfo::exists(file) ? file : m_database->path());
-    return m_database->require(error, info.isWritable(), "%1: this is write protected", info.filePath()) &&
+    const bool is_there = QFileInfo::exists(file);
+    const QString place = is_there ? file : m_database->path();
+    const bool is_writable = is_there ? QFileInfo(place).isWritable() : takes_new_files(place);
+    return m_database->require(error, is_writable, "%1: this is write protected", place) &&
            m_database->is_whole(error, table);
 }
 

@@ -3,6 +3,10 @@
 #include <QtCore/QFile>
 #include <QtCore/QIODevice>
 
+#ifdef Q_OS_WIN
+#include "contracts/services/windows_files.h"
+#endif
+
 namespace {
 
 constexpr int MAX_LINKS = 40;
@@ -35,6 +39,15 @@ QString why_not_replaceable(const QString& place)
     if (!file.isFile())
         return file.isDir() ? QStringLiteral("it is a folder") : QStringLiteral("it is no ordinary file");
     return why_not_writable(file);
+}
+
+bool takes_new_files(const QString& folder)
+{
+#ifdef Q_OS_WIN
+    return WINDOWS_FILES::may_add_files(folder);
+#else
+    return QFileInfo(folder).isWritable();
+#endif
 }
 
 bool write_all(QIODevice& file, const char* data, qint64 size)

@@ -20,6 +20,9 @@ QString why_not_writable(const QFileInfo& file);
 /// folder, a device, read-only. A place where nothing lies is free.
 GOX_CONTRACTS_EXPORT QString why_not_replaceable(const QString& place);
 
+/// Whether new files may be made in this folder, which has to exist. Nothing is made.
+GOX_CONTRACTS_EXPORT bool takes_new_files(const QString& folder);
+
 /// Writes all of it, in several parts when the file takes no more at once. False
 /// when it takes no more, and then it knows why: a disk that took a part says why
 /// it takes no more when it is asked again.

@@ -28,12 +28,23 @@ bool flush_all(QFile& file)
 }
 
 #ifdef Q_OS_WIN
+// Whoever looks at new files, a virus scanner above all, has them open for a moment, and
+// shares them with nobody.
 bool rename_over(const QString& from, const QString& to)
 {
+    const int patience = 500, interval = 25; // milliseconds
     const QString unlimited_from = WINDOWS_FILES::unlimited_path(from);
     const QString unlimited_to = WINDOWS_FILES::unlimited_path(to);
-    return MoveFileExW(WINDOWS_FILES::wide(unlimited_from), WINDOWS_FILES::wide(unlimited_to),
-                       MOVEFILE_REPLACE_EXISTING);
+    for (int waited = 0;; waited += interval) {
+        if (MoveFileExW(WINDOWS_FILES::wide(unlimited_from), WINDOWS_FILES::wide(unlimited_to),
+                        MOVEFILE_REPLACE_EXISTING))
+            return true;
+        const DWORD error = GetLastError();
+        const bool may_pass = error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION;
+        if (!may_pass || waited >= patience)
+            return false;
+        Sleep(interval);
+    }
 }
 #else
 bool rename_over(const QString& from, const QString& to)

@@ -31,7 +31,8 @@ GOX_CONTRACTS_EXPORT QString prepare_whole_file(QSaveFile& file, const QByteArra
 
 /// For targets, which can be built again: does not wait for the disk. After a
 /// power cut a target that was written in the last minute can be the old one, or
-/// empty though its date is new. Empty on success.
+/// empty though its date is new. On Windows a target that another program has open is
+/// waited for half a second. Empty on success.
 GOX_CONTRACTS_EXPORT QString write_target(const QString& path, const QByteArray& bytes);
 
 /// A target that is written in pieces, like write_target. A device as any other,

@@ -20,11 +20,25 @@ const wchar_t* WINDOWS_FILES::wide(const QString& text)
     return reinterpret_cast<const wchar_t*>(text.utf16());
 }
 
-HANDLE WINDOWS_FILES::open_for_questions(const QString& unlimited_path)
+namespace {
+
+HANDLE open_existing(const QString& unlimited_path, DWORD access)
 {
     const DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    return CreateFileW(wide(unlimited_path), FILE_READ_ATTRIBUTES, share, nullptr, OPEN_EXISTING,
+    return CreateFileW(WINDOWS_FILES::wide(unlimited_path), access, share, nullptr, OPEN_EXISTING,
                        FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+}
+
+} // namespace
+
+HANDLE WINDOWS_FILES::open_for_questions(const QString& unlimited_path)
+{
+    return open_existing(unlimited_path, FILE_READ_ATTRIBUTES);
+}
+
+bool WINDOWS_FILES::may_add_files(const QString& folder)
+{
+    return HANDLE_OWNER(open_existing(unlimited_path(folder), FILE_ADD_FILE)).is_open();
 }
 
 qint64 WINDOWS_FILES::milliseconds(const FILETIME& time)

@@ -41,6 +41,10 @@ private:
 /// about it alone: nobody who has it open is in the way.
 HANDLE open_for_questions(const QString& unlimited_path);
 
+/// Whether this person may make files in the folder. Its read-only attribute, which Qt
+/// goes by, says nothing about that.
+bool may_add_files(const QString& folder);
+
 /// Milliseconds since 1970, UTC, cut off as Qt does it.
 qint64 milliseconds(const FILETIME& time);
 

@@ -1,6 +1,7 @@
 # Running programs of Windows under Wine. To be sourced, behind cache.sh and in the root
 # of the repository. What Wine keeps is large and quickly made anew.
 export WINEPREFIX=$PWD/build/windows-wine WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=
+windows_rights=() # a command in front of every program
 windows_limit=${GOX_WINDOWS_LIMIT:-120} # seconds that one program may take
 
 # Wine wants a display even for programs that show nothing. It ends with this script.
@@ -31,10 +32,10 @@ prepare_wine() {
     export WINEPATH WINEQT_QPA_PLATFORM=offscreen WINEQT_FORCE_STDERR_LOGGING=1
     WINEQT_QPA_FONTDIR=$(windows_path /usr/share/fonts/truetype/dejavu)
     export WINEQT_QPA_FONTDIR
-    [ -d "$WINEPREFIX" ] || timeout --kill-after=5 120 wineboot --init >/dev/null 2>&1
+    [ -d "$WINEPREFIX" ] || "${windows_rights[@]}" timeout --kill-after=5 120 wineboot --init >/dev/null 2>&1
 }
 
 # on_windows PROGRAM [ARGUMENTS...]: its status, 124 when the time was up.
 on_windows() {
-    timeout --kill-after=5 "$windows_limit" wine "$@" </dev/null
+    "${windows_rights[@]}" timeout --kill-after=5 "$windows_limit" wine "$@" </dev/null
 }
