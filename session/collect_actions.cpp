@@ -223,8 +223,8 @@ void BUILD_SESSION::collect_affected_files(QVector<ACTION_INTERFACE*>& collected
 
         files.newest_source = std::max(files.newest_source, moment(files.stamp));
         files.newest_source_latest = std::max(files.newest_source_latest, moment(files.stamp));
-        const bool stale = files.stale || files.oldest_target < files.newest_source ||
-                           files.newest_source == NEVER;
+        const bool stale =
+            files.stale || files.oldest_target < files.newest_source || files.newest_source == NEVER;
         const bool stale_latest = files.stale_latest ||
                                   files.oldest_target_latest < files.newest_source_latest ||
                                   files.newest_source_latest == NEVER;
