@@ -21,13 +21,13 @@ void make_current(QTreeWidgetItem* row)
 RULE_INSERT_COMMAND::RULE_INSERT_COMMAND(bool insert, CACHED_RULE* rule,
                                          QMultiMap<QString, CACHED_RULE*>* rules, int index,
                                          QTreeWidgetItem* row, QTreeWidgetItem* parent_row)
-    : m_insert(insert), m_rule(rule), m_rules(rules), m_index(index), m_row(row), m_parent_row(parent_row)
+    : insert(insert), rule(rule), rules(rules), index(index), row(row), parent_row(parent_row)
 {
 }
 
 void RULE_INSERT_COMMAND::undo()
 {
-    if (m_insert)
+    if (insert)
         remove_rule();
     else
         insert_rule();
@@ -35,7 +35,7 @@ void RULE_INSERT_COMMAND::undo()
 
 void RULE_INSERT_COMMAND::redo()
 {
-    if (m_insert)
+    if (insert)
         insert_rule();
     else
         remove_rule();
@@ -44,109 +44,109 @@ void RULE_INSERT_COMMAND::redo()
 // The rows above show that a rule is there; the top one always does.
 void RULE_INSERT_COMMAND::take_over_folder()
 {
-    for (QTreeWidgetItem* row = m_parent_row; row->parent(); row = row->parent()) {
-        show_as_holding(*row);
-        row->setHidden(false);
+    for (QTreeWidgetItem* folder = parent_row; folder->parent(); folder = folder->parent()) {
+        show_as_holding(*folder);
+        folder->setHidden(false);
     }
-    m_rule->path = folder_of_row(*m_parent_row);
-    m_rule->physical_path = physical_folder_of_row(*m_parent_row);
+    rule->path = folder_of_row(*parent_row);
+    rule->physical_path = physical_folder_of_row(*parent_row);
 }
 
 void RULE_INSERT_COMMAND::insert_rule()
 {
     take_over_folder();
-    const QString key = rule_key(m_rule->path, m_rule->name);
-    QList<CACHED_RULE*> equals = m_rules->values(key);
+    const QString key = rule_key(rule->path, rule->name);
+    QList<CACHED_RULE*> equals = rules->values(key);
     std::reverse(equals.begin(), equals.end()); // to the oldest first
-    equals.insert(qBound(0, m_index, equals.size()), m_rule);
-    m_rules->remove(key);
-    for (CACHED_RULE* const rule : qAsConst(equals))
-        m_rules->insert(key, rule);
-    m_parent_row->insertChild(position_of_row(key), m_row);
-    make_current(m_row);
-    m_row->setExpanded(true);
+    equals.insert(qBound(0, index, equals.size()), rule);
+    rules->remove(key);
+    for (CACHED_RULE* const equal : qAsConst(equals))
+        rules->insert(key, equal);
+    parent_row->insertChild(position_of_row(key), row);
+    make_current(row);
+    row->setExpanded(true);
 }
 
 int RULE_INSERT_COMMAND::position_of_row(const QString& key) const
 {
     int count = 0;
-    for (int i = 0; i < m_parent_row->childCount(); ++i) {
-        const CACHED_RULE* const rule = rule_of_row(*m_parent_row->child(i));
-        if (!rule || rule_key(rule->path, rule->name) != key)
+    for (int i = 0; i < parent_row->childCount(); ++i) {
+        const CACHED_RULE* const other = rule_of_row(*parent_row->child(i));
+        if (!other || rule_key(other->path, other->name) != key)
             continue;
-        if (count == m_index)
+        if (count == index)
             return i;
-        if (++count == m_index)
+        if (++count == index)
             return i + 1;
     }
-    return m_parent_row->childCount();
+    return parent_row->childCount();
 }
 
 void RULE_INSERT_COMMAND::remove_rule()
 {
-    const auto place = std::find(m_rules->begin(), m_rules->end(), m_rule);
-    if (place != m_rules->end())
-        m_rules->erase(place);
-    const int position = m_parent_row->indexOfChild(m_row);
+    const auto place = std::find(rules->begin(), rules->end(), rule);
+    if (place != rules->end())
+        rules->erase(place);
+    const int position = parent_row->indexOfChild(row);
     if (position < 0)
         return;
-    make_current(m_row);
-    m_parent_row->takeChild(position);
+    make_current(row);
+    parent_row->takeChild(position);
 }
 
 RULE_VALUE_COMMAND::RULE_VALUE_COMMAND(const QString& old_value, const QString& new_value,
                                        QTreeWidgetItem* row, bool* tracking)
-    : m_old_value(old_value), m_new_value(new_value), m_row(row), m_tracking(tracking)
+    : old_value(old_value), new_value(new_value), row(row), tracking(tracking)
 {
 }
 
 void RULE_VALUE_COMMAND::undo()
 {
-    apply(m_old_value);
+    apply(old_value);
 }
 
 void RULE_VALUE_COMMAND::redo()
 {
-    apply(m_new_value);
+    apply(new_value);
 }
 
 void RULE_VALUE_COMMAND::apply(const QString& value)
 {
-    *m_tracking = false;
-    if (m_row->text(VALUE_COLUMN) != value)
-        m_row->setText(VALUE_COLUMN, value);
-    m_row->setForeground(NAME_COLUMN, value.isEmpty() ? Qt::gray : Qt::black);
-    make_current(m_row);
-    *m_tracking = true;
+    *tracking = false;
+    if (row->text(VALUE_COLUMN) != value)
+        row->setText(VALUE_COLUMN, value);
+    row->setForeground(NAME_COLUMN, value.isEmpty() ? Qt::gray : Qt::black);
+    make_current(row);
+    *tracking = true;
 }
 
 RULE_FILTERS_COMMAND::RULE_FILTERS_COMMAND(const QString& old_value, const QString& new_value,
                                            QTreeWidgetItem* row, bool* tracking, CACHED_RULE* rule)
-    : RULE_VALUE_COMMAND(old_value, new_value, row, tracking), m_rule(rule)
+    : RULE_VALUE_COMMAND(old_value, new_value, row, tracking), rule(rule)
 {
 }
 
 void RULE_FILTERS_COMMAND::apply(const QString& value)
 {
     RULE_VALUE_COMMAND::apply(value);
-    m_rule->set_file_filters(value);
+    rule->set_file_filters(value);
 }
 
 RULE_PROPERTY_COMMAND::RULE_PROPERTY_COMMAND(const QString& old_value, const QString& new_value,
                                              QTreeWidgetItem* row, bool* tracking, CACHED_RULE* rule,
                                              const QString& property)
-    : RULE_VALUE_COMMAND(old_value, new_value, row, tracking), m_rule(rule), m_property(property)
+    : RULE_VALUE_COMMAND(old_value, new_value, row, tracking), rule(rule), property(property)
 {
 }
 
 void RULE_PROPERTY_COMMAND::apply(const QString& value)
 {
     RULE_VALUE_COMMAND::apply(value);
-    m_rule->set_property(m_property, value);
+    rule->set_property(property, value);
 }
 
 RULE_INHERIT_COMMAND::RULE_INHERIT_COMMAND(CACHED_RULE* rule, QTreeWidgetItem* row, bool* tracking)
-    : m_rule(rule), m_row(row), m_tracking(tracking)
+    : rule(rule), row(row), tracking(tracking)
 {
 }
 
@@ -162,12 +162,12 @@ void RULE_INHERIT_COMMAND::redo()
 
 void RULE_INHERIT_COMMAND::toggle()
 {
-    *m_tracking = false;
-    m_rule->inherit_properties = !m_rule->inherit_properties;
-    if (!m_first_redo) {
-        m_row->setCheckState(VALUE_COLUMN, m_rule->inherit_properties ? Qt::Checked : Qt::Unchecked);
-        make_current(m_row);
+    *tracking = false;
+    rule->inherit_properties = !rule->inherit_properties;
+    if (!first_redo) {
+        row->setCheckState(VALUE_COLUMN, rule->inherit_properties ? Qt::Checked : Qt::Unchecked);
+        make_current(row);
     }
-    m_first_redo = false;
-    *m_tracking = true;
+    first_redo = false;
+    *tracking = true;
 }

@@ -35,12 +35,12 @@ private:
     void take_over_folder();
     int position_of_row(const QString& key) const;
 
-    bool m_insert;
-    CACHED_RULE* m_rule;
-    QMultiMap<QString, CACHED_RULE*>* m_rules;
-    int m_index;
-    QTreeWidgetItem* m_row;
-    QTreeWidgetItem* m_parent_row;
+    bool insert;
+    CACHED_RULE* rule;
+    QMultiMap<QString, CACHED_RULE*>* rules;
+    int index;
+    QTreeWidgetItem* row;
+    QTreeWidgetItem* parent_row;
 };
 
 /// A text of a rule takes another value: the base shows it in its row.
@@ -54,10 +54,10 @@ public:
     virtual void apply(const QString& value) = 0;
 
 private:
-    QString m_old_value;
-    QString m_new_value;
-    QTreeWidgetItem* m_row;
-    bool* m_tracking;
+    QString old_value;
+    QString new_value;
+    QTreeWidgetItem* row;
+    bool* tracking;
 };
 
 /// The file filters.
@@ -69,7 +69,7 @@ public:
     void apply(const QString& value) override;
 
 private:
-    CACHED_RULE* m_rule;
+    CACHED_RULE* rule;
 };
 
 /// A property. An empty value leaves it unset.
@@ -81,8 +81,8 @@ public:
     void apply(const QString& value) override;
 
 private:
-    CACHED_RULE* m_rule;
-    QString m_property;
+    CACHED_RULE* rule;
+    QString property;
 };
 
 /// The check box of a rule's row was clicked. The row shows the new state
@@ -97,8 +97,8 @@ public:
 private:
     void toggle();
 
-    bool m_first_redo = true;
-    CACHED_RULE* m_rule;
-    QTreeWidgetItem* m_row;
-    bool* m_tracking;
+    bool first_redo = true;
+    CACHED_RULE* rule;
+    QTreeWidgetItem* row;
+    bool* tracking;
 };

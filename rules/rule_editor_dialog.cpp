@@ -51,17 +51,17 @@ bool show_rows(QTreeWidgetItem* row, bool all)
 RULE_EDITOR_DIALOG::RULE_EDITOR_DIALOG(RULE_CACHE& cache,
                                        const LOCKABLE_MAP<LOGICAL_PATH, FILE_ENTRY*>& files,
                                        P4_CONNECTION& p4, QWidget* parent, Qt::WindowFlags flags)
-    : QDialog(parent, flags), m_cache(&cache), m_p4(&p4), m_delegate(new RULE_VALUE_DELEGATE(this))
+    : QDialog(parent, flags), cache(&cache), p4(&p4), m_delegate(new RULE_VALUE_DELEGATE(this))
 {
     ui.setupUi(this);
     show_as_table();
     QList<QTreeWidgetItem*> top_rows;
-    add_rows_of_folders(files, m_folder_rows, top_rows);
+    add_rows_of_folders(files, folder_rows, top_rows);
     add_rows_of_rules();
     ui.rules->insertTopLevelItems(0, top_rows);
     mark_unreadable_folders();
     make_actions();
-    restore_rule_editor(*this, *ui.rules, m_folder_rows);
+    restore_rule_editor(*this, *ui.rules, folder_rows);
     connect(ui.rules, SIGNAL(itemSelectionChanged()), this, SLOT(selection_changed()));
     connect(ui.rules, SIGNAL(itemChanged(QTreeWidgetItem*, int)), this,
             SLOT(item_changed(QTreeWidgetItem*, int)));
@@ -70,13 +70,13 @@ RULE_EDITOR_DIALOG::RULE_EDITOR_DIALOG(RULE_CACHE& cache,
     connect(ui.checkBox, SIGNAL(toggled(bool)), this, SLOT(toggle_visibility(bool)));
     connect(ui.save_button, SIGNAL(clicked()), this, SLOT(save()));
     selection_changed();
-    m_track_changes = true;
+    track_changes = true;
 }
 
 RULE_EDITOR_DIALOG::~RULE_EDITOR_DIALOG()
 {
-    m_track_changes = false;
-    delete m_clipboard;
+    track_changes = false;
+    delete clipboard;
 }
 
 void RULE_EDITOR_DIALOG::show_as_table()
@@ -108,9 +108,9 @@ void RULE_EDITOR_DIALOG::make_actions()
     m_add = make_menu(tr("Add"), "add");
     m_add_above = make_menu(tr("Add above"), "add_above");
     m_add_below = make_menu(tr("Add below"), "add_below");
-    QAction* const undo = m_undo_stack.createUndoAction(this);
+    QAction* const undo = undo_stack.createUndoAction(this);
     undo->setShortcut(QKeySequence::fromString(QStringLiteral("Ctrl+Z")));
-    QAction* const redo = m_undo_stack.createRedoAction(this);
+    QAction* const redo = undo_stack.createRedoAction(this);
     redo->setShortcut(QKeySequence::fromString(QStringLiteral("Ctrl+Y")));
     m_find = make_action(tr("Find..."), "Ctrl+F", SLOT(find()));
     m_read_again = make_action(tr("Read the rule file again"), "F5", SLOT(read_again()));
@@ -154,13 +154,13 @@ void RULE_EDITOR_DIALOG::complete_menu()
 
 void RULE_EDITOR_DIALOG::add_rows_of_rules()
 {
-    const QMultiMap<QString, CACHED_RULE*> rules = m_cache->rules;
+    const QMultiMap<QString, CACHED_RULE*> rules = cache->rules;
     for (CACHED_RULE* const rule : rules) {
         const RULE_SCHEMA* const schema = RULE_SCHEMA::s_schemas.value(rule->name.toLower());
         const QString path = display_path(rule->physical_path);
         if (!schema || path.isEmpty())
             continue;
-        QTreeWidgetItem* const folder = row_of_folder(path, m_folder_rows);
+        QTreeWidgetItem* const folder = row_of_folder(path, folder_rows);
         if (!folder) {
             show_plain_box(QMessageBox::Critical, this, tr("Illegal rule path: ") + rule->path);
             continue;
@@ -175,11 +175,11 @@ void RULE_EDITOR_DIALOG::add_rows_of_rules()
 // They can be seen without a search. One in a root without files has no row.
 void RULE_EDITOR_DIALOG::mark_unreadable_folders()
 {
-    const QMap<QString, QString> errors = m_cache->unreadable_folders();
+    const QMap<QString, QString> errors = cache->unreadable_folders();
     for (auto error = errors.cbegin(); error != errors.cend(); ++error) {
-        const PHYSICAL_PATH file = m_cache->file_of_folder(LOGICAL_PATH(error.key()));
+        const PHYSICAL_PATH file = cache->file_of_folder(LOGICAL_PATH(error.key()));
         const PHYSICAL_PATH folder(file.section('/', 0, -2));
-        QTreeWidgetItem* row = row_of_folder(display_path(folder), m_folder_rows);
+        QTreeWidgetItem* row = row_of_folder(display_path(folder), folder_rows);
         if (!row)
             continue;
         show_as_unreadable(*row, *error);
@@ -190,7 +190,7 @@ void RULE_EDITOR_DIALOG::mark_unreadable_folders()
 
 void RULE_EDITOR_DIALOG::show_folder(const PHYSICAL_PATH& folder)
 {
-    QTreeWidgetItem* const row = m_folder_rows.value(key_of_folder(display_path(folder)));
+    QTreeWidgetItem* const row = folder_rows.value(key_of_folder(display_path(folder)));
     if (!row)
         return;
     for (QTreeWidgetItem* opened = row; opened; opened = opened->parent()) {
@@ -214,7 +214,7 @@ void RULE_EDITOR_DIALOG::showEvent(QShowEvent* event)
 
 void RULE_EDITOR_DIALOG::select_rule(const CACHED_RULE* rule, const QString& property)
 {
-    QTreeWidgetItem* const folder = m_folder_rows.value(key_of_folder(display_path(rule->physical_path)));
+    QTreeWidgetItem* const folder = folder_rows.value(key_of_folder(display_path(rule->physical_path)));
     QTreeWidgetItem* found = nullptr;
     for (int i = 0; folder && !found && i < folder->childCount(); ++i)
         if (rule_of_row(*folder->child(i)) != rule)
@@ -234,10 +234,10 @@ void RULE_EDITOR_DIALOG::select_rule(const CACHED_RULE* rule, const QString& pro
 
 void RULE_EDITOR_DIALOG::toggle_visibility(bool checked)
 {
-    m_track_changes = false;
+    track_changes = false;
     for (int i = 0; i < ui.rules->topLevelItemCount(); ++i)
         show_rows(ui.rules->topLevelItem(i), checked);
-    m_track_changes = true;
+    track_changes = true;
 }
 
 void RULE_EDITOR_DIALOG::current_item_changed(QTreeWidgetItem* current, QTreeWidgetItem* previous)
@@ -257,13 +257,13 @@ void RULE_EDITOR_DIALOG::current_item_changed(QTreeWidgetItem* current, QTreeWid
 void RULE_EDITOR_DIALOG::save()
 {
     m_delegate->commit();
-    const QString error = m_cache->save(*m_p4);
+    const QString error = cache->save(*p4);
     if (!error.isEmpty()) {
         show_plain_box(QMessageBox::Critical, this, error);
         return;
     }
     show_plain_box(QMessageBox::Information, this, tr("Rules have been saved."));
-    m_undo_stack.setClean();
+    undo_stack.setClean();
 }
 
 void RULE_EDITOR_DIALOG::find()
@@ -287,10 +287,10 @@ void RULE_EDITOR_DIALOG::reject()
 void RULE_EDITOR_DIALOG::closeEvent(QCloseEvent* event)
 {
     m_delegate->commit();
-    if (!m_undo_stack.isClean() &&
+    if (!undo_stack.isClean() &&
         wants_to_save(this, tr("There are unsaved changes.\nDo you want to save now?")))
         save();
-    if (m_cache->rules_changed && !s_restart_was_asked_for) {
+    if (cache->rules_changed && !s_restart_was_asked_for) {
         show_plain_box(
             QMessageBox::Information, this,
             tr("Some rules have been changed. You need to restart GOX if you want to process data."));

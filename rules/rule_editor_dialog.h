@@ -99,12 +99,12 @@ private:
     bool press_key(int key);
 
     Ui::RULE_EDITOR_DIALOG ui;
-    RULE_CACHE* m_cache;
-    P4_CONNECTION* m_p4;
-    RULE_FOLDER_ROWS m_folder_rows;
-    CACHED_RULE* m_clipboard = nullptr; // owned
-    bool m_track_changes = false;       // whether changes of rows are a person's
-    QUndoStack m_undo_stack;
+    RULE_CACHE* cache;
+    P4_CONNECTION* p4;
+    RULE_FOLDER_ROWS folder_rows;
+    CACHED_RULE* clipboard = nullptr; // owned
+    bool track_changes = false;       // whether changes of rows are a person's
+    QUndoStack undo_stack;
     QAction* m_delete = nullptr;
     QAction* m_cut = nullptr;
     QAction* m_copy = nullptr;

@@ -1,4 +1,5 @@
 #include <QtCore/QFileInfo>
+#include <QtCore/QScopedValueRollback>
 #include <QtWidgets/QAction>
 
 #include "contracts/rules/rule_cache.h"
@@ -23,11 +24,11 @@ void RULE_EDITOR_DIALOG::selection_changed()
     const QTreeWidgetItem& row = *selected.first();
     if (kind_of_row(row) == FOLDER_ROW) {
         m_add->setVisible(true);
-        m_paste->setVisible(m_clipboard);
+        m_paste->setVisible(clipboard);
     } else if (kind_of_row(row) == RULE_ROW) {
         for (QAction* const action : {m_delete, m_cut, m_copy, m_add_above, m_add_below})
             action->setVisible(true);
-        const bool is_same_kind = m_clipboard && m_clipboard->name == rule_of_row(row)->name;
+        const bool is_same_kind = clipboard && clipboard->name == rule_of_row(row)->name;
         m_paste_above->setVisible(is_same_kind);
         m_paste_below->setVisible(is_same_kind);
     }
@@ -35,23 +36,22 @@ void RULE_EDITOR_DIALOG::selection_changed()
 
 void RULE_EDITOR_DIALOG::item_changed(QTreeWidgetItem* item, int)
 {
-    if (!m_track_changes)
+    if (!track_changes)
         return;
     CACHED_RULE* const rule = rule_of_row(*item);
     const RULE_ROW_KIND kind = kind_of_row(*item);
     if (kind == RULE_ROW) {
-        m_undo_stack.push(new RULE_INHERIT_COMMAND(rule, item, &m_track_changes));
+        undo_stack.push(new RULE_INHERIT_COMMAND(rule, item, &track_changes));
     } else if (kind == VALUE_ROW) {
         const QString name = item->text(NAME_COLUMN);
         const QString old_value = value_text(*rule, name);
         const QString value = item->text(VALUE_COLUMN).trimmed();
         if (name == QLatin1String(FILES_ROW_NAME))
-            m_undo_stack.push(new RULE_FILTERS_COMMAND(old_value, value, item, &m_track_changes, rule));
+            undo_stack.push(new RULE_FILTERS_COMMAND(old_value, value, item, &track_changes, rule));
         else
-            m_undo_stack.push(
-                new RULE_PROPERTY_COMMAND(old_value, value, item, &m_track_changes, rule, name));
+            undo_stack.push(new RULE_PROPERTY_COMMAND(old_value, value, item, &track_changes, rule, name));
     }
-    m_cache->rules_changed = true;
+    cache->rules_changed = true;
 }
 
 // Null when there is none of that kind, as when the operation is called without
@@ -68,8 +68,8 @@ void RULE_EDITOR_DIALOG::copy()
     if (!row)
         return;
     CACHED_RULE* const copied = new CACHED_RULE(*rule_of_row(*row));
-    delete m_clipboard;
-    m_clipboard = copied;
+    delete clipboard;
+    clipboard = copied;
     selection_changed();
 }
 
@@ -79,9 +79,9 @@ void RULE_EDITOR_DIALOG::del()
     if (!row)
         return;
     CACHED_RULE* const rule = rule_of_row(*row);
-    const int index = place_among_equals(m_cache->rules, rule);
-    m_undo_stack.push(new RULE_INSERT_COMMAND(false, rule, &m_cache->rules, index, row, row->parent()));
-    m_cache->rules_changed = true;
+    const int index = place_among_equals(cache->rules, rule);
+    undo_stack.push(new RULE_INSERT_COMMAND(false, rule, &cache->rules, index, row, row->parent()));
+    cache->rules_changed = true;
 }
 
 void RULE_EDITOR_DIALOG::cut()
@@ -107,8 +107,8 @@ void RULE_EDITOR_DIALOG::paste_below()
 
 void RULE_EDITOR_DIALOG::paste_at(int position)
 {
-    if (m_clipboard && selected_row(position >= 0))
-        insert_rule(new CACHED_RULE(*m_clipboard), position);
+    if (clipboard && selected_row(position >= 0))
+        insert_rule(new CACHED_RULE(*clipboard), position);
 }
 
 void RULE_EDITOR_DIALOG::add(const QString& name)
@@ -148,11 +148,11 @@ void RULE_EDITOR_DIALOG::insert_rule(CACHED_RULE* rule, int position)
                 ++index;
     } else {
         parent = selected->parent();
-        index = position + place_among_equals(m_cache->rules, rule_of_row(*selected));
+        index = position + place_among_equals(cache->rules, rule_of_row(*selected));
     }
     QTreeWidgetItem* const row = make_rule_row(rule, *RULE_SCHEMA::s_schemas.value(rule->name.toLower()));
-    m_undo_stack.push(new RULE_INSERT_COMMAND(true, rule, &m_cache->rules, index, row, parent));
-    m_cache->rules_changed = true;
+    undo_stack.push(new RULE_INSERT_COMMAND(true, rule, &cache->rules, index, row, parent));
+    cache->rules_changed = true;
 }
 
 // That of the selected row, whichever kind that has, when it may have a rule file.
@@ -166,7 +166,7 @@ QTreeWidgetItem* RULE_EDITOR_DIALOG::selected_folder() const
 
 PHYSICAL_PATH RULE_EDITOR_DIALOG::file_of_folder(const QTreeWidgetItem& row) const
 {
-    const PHYSICAL_PATH known = m_cache->file_of_folder(folder_of_row(row));
+    const PHYSICAL_PATH known = cache->file_of_folder(folder_of_row(row));
     return known == PHYSICAL_PATH() ? PHYSICAL_PATH(physical_folder_of_row(row) + "/rules.gox") : known;
 }
 
@@ -178,17 +178,19 @@ void RULE_EDITOR_DIALOG::read_again()
         return;
     const PHYSICAL_PATH file = file_of_folder(*folder);
     RULE_FILE_READING reading;
-    const QString error = m_cache->read_again(file, reading);
+    const QString error = cache->read_again(file, reading);
     if (!error.isEmpty()) {
-        if (is_unreadable(*folder))
+        if (is_unreadable(*folder)) {
+            const QScopedValueRollback<bool> no_edit(track_changes, false);
             show_as_unreadable(*folder, error);
+        }
         show_plain_box(QMessageBox::Critical, this, tr("The rules stay as they are.\n") + error);
         return;
     }
-    const bool was_clean = m_undo_stack.isClean();
-    m_undo_stack.push(new RULE_FILE_COMMAND(*m_cache, reading, *folder));
+    const bool was_clean = undo_stack.isClean();
+    undo_stack.push(new RULE_FILE_COMMAND(*cache, reading, *folder));
     if (was_clean)
-        m_undo_stack.setClean();
-    m_cache->rules_changed = true;
+        undo_stack.setClean();
+    cache->rules_changed = true;
     show_plain_box(QMessageBox::Information, this, tr("%1 has been read again.").arg(file));
 }
