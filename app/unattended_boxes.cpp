@@ -17,9 +17,9 @@ namespace {
 QString text_of(const QDialog& dialog)
 {
     if (const QMessageBox* const box = qobject_cast<const QMessageBox*>(&dialog)) {
-        const QString whole = box->detailedText(); // of which the box shows the beginning
-        const QString more = box->informativeText();
-        return !whole.isEmpty() ? whole : more.isEmpty() ? box->text() : box->text() + '\n' + more;
+        QStringList texts{box->text(), box->informativeText(), box->detailedText()};
+        texts.removeAll(QString());
+        return texts.join('\n');
     }
     QStringList texts;
     for (const QLabel* label : dialog.findChildren<QLabel*>())

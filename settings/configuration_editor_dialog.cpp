@@ -168,7 +168,7 @@ void CONFIGURATION_EDITOR_DIALOG::write(const QString& path)
         show_plain_box(QMessageBox::Information, this, tr("Configuration file has been saved."),
                        QDir::cleanPath(path) + '\n' + what_runs(path));
     else
-        show_plain_box(QMessageBox::Critical, this, tr("Failed to save configuration file!") + '\n' + error);
+        show_plain_box(QMessageBox::Critical, this, tr("Failed to save configuration file!"), error);
 }
 
 // How GOX is told to run the configuration, or why it will not find it.

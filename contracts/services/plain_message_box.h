@@ -6,9 +6,8 @@
 
 /// Shows a message box with the title "GOX" and the button Ok. The text stands in
 /// it letter for letter: markup in the name of a file or in an error is not taken
-/// for formatting, as it is by the static functions of QMessageBox. Of a text of
-/// many lines the box shows the beginning, and all of it as its details. `parent`
-/// may be null. `more` stands below the text, likewise. GUI thread.
+/// for formatting, as it is by the static functions of QMessageBox. A text of
+/// many lines scrolls. `parent` may be null. `more` stands below the text, likewise. GUI thread.
 GOX_CONTRACTS_EXPORT void show_plain_box(QMessageBox::Icon icon, QWidget* parent, const QString& text,
                                          const QString& more = QString());
 
