@@ -187,6 +187,7 @@ bool RUN_CYCLE::watch_build()
     m_leave_after_pass = dialog.exec() == QDialog::Rejected;
     look.stop();
     const bool was_stopped = is_stopped();
+    m_session.abort_flag = true; // no action begins while the window comes back
     dialog.show_waiting();
     m_session.finish_build(true);
     if (dialog.aborted) {

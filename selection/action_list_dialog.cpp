@@ -129,18 +129,25 @@ ACTION_LIST_DIALOG::ACTION_LIST_DIALOG(const ACTIONS& providers, const ACTIONS& 
     for (QListWidget* list : {ui.provider_list, ui.consumer_list})
         if (list->count() == 0) // the other one needs the room
             list->setMaximumHeight(list->fontMetrics().height() + 2 * list->frameWidth());
-    say_how_to_leave();
+}
+
+void ACTION_LIST_DIALOG::showEvent(QShowEvent* event)
+{
+    if (!m_close_hint)
+        say_how_to_leave();
+    QDialog::showEvent(event);
 }
 
 void ACTION_LIST_DIALOG::say_how_to_leave()
 {
-    QLabel* const hint = new QLabel(this);
-    hint->setObjectName(QStringLiteral("close_hint"));
-    hint->setText(windowType() == Qt::Popup ? tr("Escape, or a click beside this list, closes it.")
-                                            : tr("Escape closes this list."));
-    hint->setWordWrap(true);
-    ui.verticalLayout->addWidget(hint);
-    setAccessibleDescription(hint->text());
+    m_close_hint = new QLabel(this);
+    m_close_hint->setObjectName(QStringLiteral("close_hint"));
+    m_close_hint->setText(windowType() == Qt::Popup ? tr("Escape, or a click beside this list, closes it.")
+                                                    : tr("Escape closes this list."));
+    m_close_hint->setWordWrap(true);
+    ui.verticalLayout->addWidget(m_close_hint);
+    m_close_hint->show();
+    setAccessibleDescription(m_close_hint->text());
 }
 
 void ACTION_LIST_DIALOG::hideEvent(QHideEvent* event)

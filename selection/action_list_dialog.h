@@ -40,6 +40,7 @@ protected:
     /// A popup has no frame of its own; without an edge it can't be told from what
     /// it covers.
     void paintEvent(QPaintEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
 
 private slots:
@@ -57,4 +58,5 @@ private:
     bool updating; // item_changed ignores what the code itself writes
     const ACTIONS providers;
     const ACTIONS consumers;
+    QLabel* m_close_hint = nullptr; // made when the list is shown first
 };

@@ -47,7 +47,7 @@ void BUILD_SESSION::calculate_directories()
         directories = PATHS::all();
     } else {
         NOTED_QUESTIONS noted;
-        for (PROCESSOR_INTERFACE* processor : qAsConst(processors)) {
+        for (PROCESSOR_INTERFACE* processor : QVector<PROCESSOR_INTERFACE*>(processors)) {
             const QVector<QString> folders = processor->scan_directories();
             keep_questions(noted, *processor);
             for (const QString& folder : folders) {

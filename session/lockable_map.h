@@ -131,8 +131,10 @@ public:
                 keys.push_back(place.key());
                 values.push_back(place.value());
             }
-            if (release_map)
-                m_released.swap(map);
+            if (release_map) {
+                m_released = map;
+                map.clear();
+            }
         }
         locked = true;
     }
