@@ -1,7 +1,7 @@
 // Runs of the program that start up once, which is much cheaper than a start each. A line
 // of standard input asks for one, "incremental" or "whole" and its share: "incremental 1 3",
-// "whole 0 0". The answer is a line with the number of its process, and one with its
-// status. With the argument "forks" each is a child of its own, which can be killed.
+// "whole 0 0". The answer is a line with the number of its process, a child, and one with
+// its status.
 
 #include <QtWidgets/QApplication>
 
@@ -58,21 +58,17 @@ int run(bool only_out_of_date, const SHARD& shard)
 
 int main(int argc, char** argv)
 {
-    const bool forks = argc > 1;
     const QApplication application(argc, argv);
     PROGRESS_WIDGET(nullptr, Qt::WindowFlags()).set_progress("All fonts are loaded.");
     std::string what;
     for (SHARD shard; std::cin >> what >> shard.number >> shard.count;) {
-        const pid_t child = forks ? fork() : getpid();
+        const pid_t child = fork();
         if (child == 0)
             _exit(run(what == "incremental", shard));
         std::cout << child << std::endl;
         int status = -1;
-        if (!forks)
-            status = run(what == "incremental", shard);
-        else if (waitpid(child, &status, 0); WIFEXITED(status))
-            status = WEXITSTATUS(status);
-        std::cout << status << std::endl;
+        waitpid(child, &status, 0);
+        std::cout << (WIFEXITED(status) ? WEXITSTATUS(status) : -1) << std::endl;
     }
     return 0;
 }

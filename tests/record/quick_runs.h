@@ -1,29 +1,37 @@
 #pragma once
 
+#include <QtCore/QFile>
 #include <QtCore/QProcess>
 
 #include <csignal>
 
-#include "tests/record/build_model.h"
 #include "tests/support/temporary_tree.h"
 
 const QString RUNNER = QStringLiteral("tool/runner." GOX_BUILD_TAG ".bin");
 
-/// Runs of the program in one process or in its children; see quick_runs.cpp.
+/// Runs of the program as children of one process, which has started up once; see
+/// quick_runs.cpp. Puts the program into the tree.
 class QUICK_RUNS
 {
 public:
-    QUICK_RUNS(const TEMPORARY_TREE& disk, const QStringList& arguments)
-        : m_disk(disk), m_arguments(arguments)
+    explicit QUICK_RUNS(const TEMPORARY_TREE& disk) : m_disk(disk)
     {
+        disk.lay_out_program();
+        QFile::copy(GOX_RUNNER, disk.path(RUNNER));
+        m_process.setWorkingDirectory(disk.path("tool"));
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.start(disk.path(RUNNER), QStringList());
     }
-    ~QUICK_RUNS() { end(); }
-
-    void start(const BUILD_MODEL::RUN& how, int number = 0, int count = 0)
+    ~QUICK_RUNS()
     {
-        if (m_runs++ % MOST_RUNS == 0)
-            begin();
-        const QString what = how.only_out_of_date ? "incremental" : "whole";
+        m_process.closeWriteChannel();
+        m_process.waitForFinished();
+    }
+
+    /// The share; 0 of 0 is all.
+    void start(bool only_out_of_date, int number = 0, int count = 0)
+    {
+        const QString what = only_out_of_date ? "incremental" : "whole";
         m_process.write(QString("%1 %2 %3\n").arg(what).arg(number).arg(count).toUtf8());
         m_child = next_number();
     }
@@ -41,22 +49,6 @@ public:
     int wait() { return next_number(); } ///< the status
 
 private:
-    static const int MOST_RUNS = 200; // of one process, which does not give all back
-
-    void begin()
-    {
-        end();
-        m_process.setWorkingDirectory(m_disk.path("tool"));
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_process.start(m_disk.path(RUNNER), m_arguments);
-    }
-
-    void end()
-    {
-        m_process.closeWriteChannel();
-        m_process.waitForFinished();
-    }
-
     int next_number()
     {
         while (!m_process.canReadLine())
@@ -66,8 +58,6 @@ private:
     }
 
     const TEMPORARY_TREE& m_disk;
-    const QStringList m_arguments;
     QProcess m_process;
-    int m_runs = 0;
     int m_child = 0;
 };
