@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "tests/record/build_model.h"
-#include "tests/record/quick_runs.h"
 #include "tests/support/scripted_scene.h"
 #include "tests/support/watched_test.h"
 
@@ -94,9 +93,10 @@ class WALK
 public:
     explicit WALK(quint32 seed)
         : m_random(seed),
-          m_runs(m_disk),
+          m_gox(m_disk),
           m_model(QString::fromUtf8(FILES::bytes(GOX_SOURCE_DIR "/tests/record/walk.txt")))
     {
+        m_disk.lay_out_program();
         m_plugin = FILES::bytes(QStringLiteral(GOX_TOOL_DIR "/plugins/") + PLUGIN.section('/', 1));
         m_disk.write("raw_data/db/schema.xml",
                      "<database><table name='units'><field name='name'/></table></database>");
@@ -119,7 +119,7 @@ public:
     QString step(int number)
     {
         m_log = m_log.right(2000) + QString("\nstep %1").arg(number);
-        const bool is_clean = number % 50 == 0;
+        const bool is_clean = number % 40 == 0;
         for (int changes = 1 + m_random.bounded(3); changes > 0; --changes)
             change(any_of(m_changes));
         for (const auto& [often, what] : m_tree.part("mends").lines)
@@ -131,7 +131,7 @@ public:
         m_rest.setRemainingTime(LONGEST_STEP);
         if (fault.isEmpty() && is_clean)
             fault = difference(lower(clean_build()), lower(targets_in(m_disk)));
-        return fault.isEmpty() ? fault : fault + m_log;
+        return fault.isEmpty() ? fault : fault + m_log + '\n' + m_gox.report();
     }
 
 private:
@@ -257,17 +257,8 @@ private:
             if (!would.executed.isEmpty())
                 return run_with_a_stop(how, would);
         }
-        int status = 0;
-        if (in_one_of(10)) {
-            status = run_shards(how, 1 + m_random.bounded(3), in_one_of(4));
-        } else if (in_one_of(20)) {
-            m_log += " alone";
-            status = PROGRAM_RUN(m_disk).run(options(how));
-        } else {
-            m_runs.start(how.only_out_of_date);
-            status = m_runs.wait();
-        }
-        return check(how, status);
+        return check(how, in_one_of(8) ? run_shards(how, 1 + m_random.bounded(3), in_one_of(3))
+                                       : m_gox.run(options(how)));
     }
 
     static QStringList options(const BUILD_MODEL::RUN& how)
@@ -280,17 +271,13 @@ private:
     int run_shards(const BUILD_MODEL::RUN& how, int count, bool at_once)
     {
         m_log += QString(" in %1 shards%2").arg(count).arg(at_once ? " at once" : "");
-        int status = 0;
         std::vector<std::unique_ptr<PROGRAM_RUN>> runs;
+        int status = 0;
         for (int first = m_random.bounded(count), turn = 0; turn < count; ++turn) {
-            const int number = (first + turn) % count + 1;
-            if (!at_once) {
-                m_runs.start(how.only_out_of_date, number, count);
-                status |= m_runs.wait();
-                continue;
-            }
+            const QString share = QString("--shard=%1/%2").arg((first + turn) % count + 1).arg(count);
             runs.push_back(std::make_unique<PROGRAM_RUN>(m_disk));
-            runs.back()->start(options(how) + QStringList(QString("--shard=%1/%2").arg(number).arg(count)));
+            runs.back()->start(options(how) + QStringList(share));
+            status |= at_once ? 0 : runs.back()->wait();
         }
         for (const auto& run : runs)
             status |= run->wait();
@@ -345,8 +332,9 @@ private:
         m_log += " with " + end + ", " + word + ' ' + name;
         m_disk.write_script(script);
         m_laid_out.remove("tool/script.txt");
-        m_runs.start(how.only_out_of_date);
-        const bool is_met = m_runs.wait_for_text("tool/trace.txt", (word + ' ' + name + '\n').toUtf8());
+        m_gox.start(options(how));
+        const bool is_met =
+            m_gox.wait_for_text(m_disk.path("tool/trace.txt"), (word + ' ' + name + '\n').toUtf8());
         if (is_met && end != "edit")
             return stop(how, name, is_late, end == "kill", would.executed);
         const QStringList own = would.own_sources(name);
@@ -361,7 +349,7 @@ private:
             };
         }
         m_disk.write("tool/go", "");
-        return check(how, m_runs.wait());
+        return check(how, m_gox.wait());
     }
 
     // A kill loses what was not yet in the record: the last ones of the actions.
@@ -370,8 +358,8 @@ private:
     {
         if (is_kill && in_one_of(16))
             QThread::msleep(1000); // there was a commit
-        m_runs.send_signal(is_kill ? SIGKILL : SIGTERM);
-        m_runs.wait();
+        m_gox.send_signal(is_kill ? SIGKILL : SIGTERM);
+        m_gox.wait();
         QStringList ended = executed();
         for (const QString& action : qAsConst(ended))
             if (!would.contains(action))
@@ -415,7 +403,7 @@ private:
 
     QRandomGenerator m_random;
     TEMPORARY_TREE m_disk;
-    QUICK_RUNS m_runs;
+    PROGRAM_RUN m_gox;
     QDeadlineTimer m_rest; // of the files' times
     QByteArray m_plugin;
     QStringList m_actions; // names of parts
@@ -440,7 +428,7 @@ private slots:
         bool is_set = false;
         const int steps = qEnvironmentVariableIntValue("GOX_WALK_STEPS", &is_set);
         WALK walk(quint32(qEnvironmentVariableIntValue("GOX_WALK_SEED")));
-        for (int step = 1; step <= (is_set ? steps : 240); ++step) {
+        for (int step = 1; step <= (is_set ? steps : 130); ++step) {
             const QString fault = walk.step(step);
             std::fputs(qPrintable(fault), stderr); // at full length
             QVERIFY(fault.isEmpty());
