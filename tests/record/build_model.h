@@ -116,8 +116,8 @@ public:
         QMap<QString, QStringList> readers; // by file
         for (const ACTION& action : m_actions)
             for (const QString& path : action.inputs.filter("<raw>"))
-                if (tree.files.contains(place_in("raw_data", path)))
-                    readers[place_in("raw_data", path)].append(action.name);
+                if (tree.files.contains(place_of(path)))
+                    readers[place_of(path)].append(action.name);
         return readers.keys({name});
     }
 
@@ -153,14 +153,9 @@ private:
         return std::any_of(list.begin(), list.end(), is_such);
     }
 
-    static QString place_in(const QString& root, const QString& path)
+    static QString place_of(QString path) // a logical one
     {
-        return root + '/' + path.section('/', 1);
-    }
-
-    static QString place_of_target(const QString& target)
-    {
-        return place_in(target.startsWith("<retail>") ? "retail_build" : "working_data", target);
+        return path.remove('<').replace("retail>", "retail_build").replace('>', "_data");
     }
 
     static bool is_good(const ACTION& action)
@@ -174,7 +169,7 @@ private:
         m_actions.clear();
         QSet<QString> known; // logical
         for (const QString& file : tree.files.keys())
-            known.insert(place_in('<' + file.section("_data", 0, 0).remove("old_") + '>', file));
+            known.insert(QString(file).remove("old_").replace("_data/", ">/").prepend('<'));
         const CONFIGURATION by = tree.configuration();
         const SCRIPT_PART* processor = nullptr;
         for (const SCRIPT_PART& part : qAsConst(tree.parts)) {
@@ -344,7 +339,7 @@ private:
                 !is_secondary(action, target) && any(m_actions, [&](const ACTION& other) {
                     return other.is_planned && other.targets.contains(target) && is_secondary(other, target);
                 });
-            const int version = tree.files.value(place_of_target(target).toLower()).version;
+            const int version = tree.files.value(place_of(target).toLower()).version;
             words.append(is_overwritten ? "overwritten" : "target " + QString::number(version));
         }
         return (words + answers(action, {"collect_asks", "resolve_asks", "asks"})).join('\n');
@@ -364,7 +359,7 @@ private:
     // Where the file lies: in a companion when it is there alone.
     QString key_of(const QString& path) const
     {
-        const QString key = path.toLower().remove('<').replace(">", "_data");
+        const QString key = place_of(path.toLower());
         return tree.files.contains(key) || !tree.files.contains("old_" + key) ? key : "old_" + key;
     }
 
@@ -424,7 +419,7 @@ private:
                 text += file.spelling.section('/', -1) + ": " + QString::fromUtf8(file.bytes) + '\n';
         }
         for (const QString& target : action.targets) {
-            const QString place = place_of_target(target);
+            const QString place = place_of(target);
             MODEL_FILE& file = tree.files[place.toLower()];
             const bool adds = action.script->has("adds") && is_secondary(action, target);
             file = {file.version ? file.spelling : place, (adds ? file.bytes : "") + text.toUtf8(),

@@ -43,12 +43,6 @@ QByteArray rule_file_of(const SCRIPT_PART& rule)
         .toUtf8();
 }
 
-QStringList sorted(QStringList list)
-{
-    list.sort();
-    return list;
-}
-
 } // namespace
 
 /// A random walk over a data tree and all else that builds rest on. What it changes, it
@@ -264,18 +258,21 @@ private:
         QString fault = difference(whole.tree);
         if (status != whole.status)
             fault += QString("\nstatus %1, not %2").arg(status).arg(whole.status);
-        fault += "\nexecuted: " + sorted(executed()).join(", ");
+        QStringList ran = executed();
+        ran.sort();
+        fault += "\nexecuted: " + ran.join(", ");
         const bool is_right = fault.startsWith("\nexecuted");
         for (const auto& memory : qAsConst(m_memories)) {
             BUILD_MODEL model = m_model;
             model.memory = memory;
             model.run(how);
-            if (sorted(model.executed) == sorted(executed()) && is_right) {
+            model.executed.sort();
+            if (model.executed == ran && is_right) {
                 m_memories = {model.memory};
                 m_model = std::move(model);
                 return QString();
             }
-            fault += "\nexpected: " + sorted(model.executed).join(", ");
+            fault += "\nexpected: " + model.executed.join(", ");
         }
         return fault;
     }
