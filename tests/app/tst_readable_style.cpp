@@ -8,7 +8,6 @@
 
 #include "app/readable_style.h"
 #include "contracts/services/colour_contrast.h"
-#include "tests/support/rows.h"
 #include "tests/support/watched_test.h"
 
 namespace {
@@ -39,21 +38,21 @@ class TST_READABLE_STYLE : public WATCHED_TEST
 {
     Q_OBJECT
 
-    using LOOKS = ROWS<QString, QPalette>;
-
 private slots:
     void faint_things_can_be_seen_data()
     {
-        const LOOKS row;
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QPalette>("palette");
         for (const QString& key : QStyleFactory::keys()) {
             const QScopedPointer<QStyle> style(QStyleFactory::create(key));
-            row(qPrintable(key + ", light"), key, style->standardPalette());
-            row(qPrintable(key + ", dark"), key, dark_palette());
+            QTest::newRow(qPrintable(key + ", light")) << key << style->standardPalette();
+            QTest::newRow(qPrintable(key + ", dark")) << key << dark_palette();
         }
     }
     void faint_things_can_be_seen()
     {
-        const auto [key, palette] = LOOKS::values();
+        QFETCH(QString, key);
+        QFETCH(QPalette, palette);
         QApplication::setStyle(new READABLE_STYLE(key));
         QApplication::setPalette(palette);
         QWidget window;

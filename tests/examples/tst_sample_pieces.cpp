@@ -8,12 +8,9 @@
 #include "examples/plugins/textures/tga_reader.h"
 #include "tests/support/cases.h"
 #include "tests/support/full_disk.h"
-#include "tests/support/rows.h"
 #include "tests/support/spelled_bytes.h"
 #include "tests/support/temporary_tree.h"
 #include "tests/support/watched_test.h"
-
-Q_DECLARE_METATYPE(PACK_MEMBER)
 
 namespace {
 
@@ -29,8 +26,6 @@ QString pixels_of(const QImage& image)
     }
     return rows.join('/');
 }
-
-using FAILURES = ROWS<PACK_MEMBER, QString, QString>; // member, what is in the way, error
 
 } // namespace
 
@@ -127,27 +122,18 @@ private slots:
         QVERIFY(nowhere.error().startsWith(tree.path("none/a.tex: can't be written: ")));
     }
 
-    void packs_data()
-    {
-        const FAILURES row;
-        const PACK_MEMBER good{"new", QString(), QByteArray(1000, 'x')};
-        row("well", good, "", "");
-        row("stopped", good, "stop", "%1/a.zip: can't be written: Operation cancelled");
-        row("member missing", PACK_MEMBER{"new", "%1/none", QByteArray()}, "",
-            "%1/none can't be read: No such file or directory");
-        row("member twice", PACK_MEMBER{"old", QString(), "again"}, "",
-            "%1/a.zip: can't be written: File already exists");
-        row("read-only", good, "lock", "%1/a.zip: can't be written: it is read-only");
-        row("full disk", good, "disk", "%1/a.zip: can't be written: ");
-    }
+    void packs_data() { add_cases("examples/packs.cases", {"member", "from", "in the way", "error"}); }
     void packs()
     {
-        auto [member, in_the_way, error] = FAILURES::values();
+        const TEST_CASE one = current_case();
+        const QString in_the_way = one["in the way"];
         const TEMPORARY_TREE tree;
         int progress = 0;
         const std::atomic<bool> stop{in_the_way == "stop"};
         tree.write("a.zip", "former");
-        member.path.replace("%1", tree.path());
+        const PACK_MEMBER member{one["member"], one["from"].replace("TREE", tree.path()),
+                                 QByteArray(1000, 'x')};
+        const QString error = one["error"].replace("TREE", tree.path());
         if (in_the_way == "lock")
             tree.set_permissions("a.zip", 0444);
         QString told;
@@ -155,7 +141,7 @@ private slots:
             const FULL_DISK disk(in_the_way == "disk");
             told = write_pack(tree.path("a.zip"), {{"old", QString(), "old"}, member}, {progress, 50, stop});
         }
-        QVERIFY2(told.contains(QString(error).replace("%1", tree.path())), qPrintable(told));
+        QVERIFY2(told.contains(error), qPrintable(told));
         QCOMPARE(told.isEmpty(), error.isEmpty());
         QVERIFY(tree.read("a.zip").startsWith(error.isEmpty() ? "PK" : "former"));
         QCOMPARE(FILES::below(tree.path()), QStringList("a.zip"));

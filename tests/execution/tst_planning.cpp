@@ -9,7 +9,7 @@
 #include "execution/sequence.h"
 #include "tests/execution/plain_plan.h"
 #include "tests/session/step_scene.h"
-#include "tests/support/rows.h"
+#include "tests/support/cases.h"
 
 namespace {
 
@@ -22,15 +22,14 @@ int below(RANDOM& random, int end)
 
 int s_next_group = 1; // the program never takes a number back
 
-struct SHAPE // of random actions
+struct SHAPE // of random actions, as shapes.cases tells
 {
-    int size;
-    int edges_per_ten;
-    int percent_backward;
-    int groups = 0;
-    int highest_level = 0; // of those that they come with
-    int knot = 0;          // so many of the first ones depend on each other in a circle
-    bool grows = false;    // gets further dependencies between the passes
+    explicit SHAPE(QString text)
+    {
+        QTextStream(&text) >> rounds >> size >> edges_per_ten >> percent_backward >> groups >>
+            highest_level >> knot >> grows;
+    }
+    int rounds, size, edges_per_ten, percent_backward, groups, highest_level, knot, grows;
 };
 
 class RANDOM_ACTIONS
@@ -141,45 +140,23 @@ bool keeps_rule(const RANDOM_ACTIONS& actions)
     return true;
 }
 
-using RANDOM_PLANS = ROWS<int, SHAPE>; // rounds
-
 } // namespace
-
-Q_DECLARE_METATYPE(SHAPE)
 
 class TST_PLANNING : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void plan_equals_plain_procedure_data()
-    {
-        const RANDOM_PLANS row;
-        row("no groups made", 300, {12, 10, 0, 0});
-        row("one group made", 300, {12, 10, 0, 1});
-        row("few actions", 1500, {6, 10, 0, 2});
-        row("few actions with cycles", 3000, {6, 13, 40, 3});
-        row("levels to begin with", 2500, {8, 12, 30, 0, 30});
-        row("dependencies between passes", 2500, {8, 8, 30, 2, 5, 0, true});
-        row("no cycles, dependencies between passes", 1000, {12, 8, 0, 2, 0, 0, true});
-        row("many levels", 400, {40, 15, 0, 6});
-        row("cycles and groups", 600, {40, 9, 25, 6});
-        row("one knot among many", 600, {40, 13, 0, 2, 0, 2});
-        row("one large knot among many", 250, {40, 15, 0, 2, 60, 5});
-        row("many groups, consumers first", 300, {60, 8, 100, 14});
-        row("hardly any dependency", 100, {80, 2, 10, 10});
-        row("large", 10, {300, 12, 2, 40});
-        row("a level of its own for most", 10, {600, 3, 0, 0, 100000});
-    }
+    void plan_equals_plain_procedure_data() { add_cases("execution/shapes.cases", {"shape"}); }
     void plan_equals_plain_procedure()
     {
-        const auto [rounds, shape] = RANDOM_PLANS::values();
+        const SHAPE shape(current_case()["shape"]);
         while (s_next_group <= shape.groups)
             s_next_group = STEP_PROCESSOR::new_action_group() + 1;
         STEP_SCENE scene;
         RANDOM random(20);
         int compared = 0;
-        for (int round = 0; round < rounds; ++round) {
+        for (int round = 0; round < shape.rounds; ++round) {
             RANDOM_ACTIONS actions(random, shape);
             scene.session->actions = actions.all;
             // Three passes: levels and closures of the earlier ones stay.
@@ -214,7 +191,7 @@ private slots:
                 compared += !expected.isEmpty();
             }
         }
-        QVERIFY2(compared > rounds, qPrintable(QString::number(compared)));
+        QVERIFY2(compared > shape.rounds, qPrintable(QString::number(compared)));
     }
 
     void sequence_stands_many_moves_to_one_place()

@@ -32,7 +32,7 @@ const WORDS ALL_WORDS[] = {
     {"an action", "begins total ends takes progress", NUMBER},
     {"an action", "says warns raises", ANYTHING},
     {"an action", "rule", RULE},
-    {"a processor", "asks virtual_asks scan_asks made_asks", QUESTION},
+    {"a processor", "asks virtual_asks", QUESTION},
     {"an action", "asks collect_asks resolve_asks", QUESTION},
     {"an action",
      "ignores_dependencies needs_review review_fails ignores_abort awaits_abort services files knows_when "

@@ -26,8 +26,6 @@
 ///       asks QUESTION           while actions are collected; the answer goes into the targets
 ///                               of all actions that copy, too
 ///       virtual_asks QUESTION   while virtual files are
-///       scan_asks QUESTION      while it says what is to be scanned
-///       made_asks QUESTION      when it is made
 ///     action NAME               of the processor above; names are unique
 ///       long TEXT               the long display text; NAME without
 ///       reads PATH              an input

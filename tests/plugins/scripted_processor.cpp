@@ -359,7 +359,6 @@ public:
     SCRIPTED_PROCESSOR(const SCRIPT_PROCESSOR& script, const QSharedPointer<SCRIPTED_RUN>& run)
         : m_script(script), m_run(run)
     {
-        ask("made_asks", nullptr);
     }
     ~SCRIPTED_PROCESSOR() override { m_run->trace("delete", m_script.name); }
 
@@ -369,7 +368,6 @@ public:
     QVector<QString> scan_directories() override
     {
         m_run->trace("scan_directories", m_script.name);
-        ask("scan_asks", nullptr);
         return m_script.all("scan").toVector();
     }
 

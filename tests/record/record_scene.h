@@ -89,9 +89,10 @@ public:
     QString path(const QString& file) const { return folder.filePath(file); }
     QString record() const { return path(name); }
 
-    QString put(const QVector<RECORDED_ACTION>& actions, const QVector<KNOWN_LIBRARY>& libraries = {}) const
+    QString put(const QVector<RECORDED_ACTION>& actions, const QVector<KNOWN_LIBRARY>& libraries = {},
+                const std::shared_ptr<const RECORD_CONTENT>& content = nullptr) const
     {
-        RECORD_WRITER writer(folder.path(), name, is_read_first ? read() : nullptr, libraries);
+        RECORD_WRITER writer(folder.path(), name, content || !is_read_first ? content : read(), libraries);
         for (const RECORDED_ACTION& action : actions)
             writer.put(std::make_unique<JOB>(action));
         if (meanwhile) {

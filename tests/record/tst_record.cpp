@@ -36,6 +36,11 @@ public:
     RECORD_SCRIPT()
     {
         add("put", [&](const QString& s) { return put(actions_of(s, false), m_libraries); });
+        add("late", [&](const QString& s) {
+            const auto content = read();
+            const QString error = put(actions_of(s.section(" | ", 0, 0), false));
+            return error + put(actions_of(s.section(" | ", 1), false), {}, content);
+        });
         add("fail", [&](const QString& s) { return put(actions_of(s, true)); });
         add("read", [&](const QString&) { return text_of(*read()); });
         add("look", [&](const QString&) { return look_only(); });

@@ -87,14 +87,15 @@ private slots:
 
     void paths_data()
     {
-        add_cases("session/paths.cases", {"files", "place", "path", "read", "write", "all"});
+        add_cases("session/paths.cases", {"tool", "files", "place", "path", "read", "write", "all"});
     }
     void paths()
     {
         const TEST_CASE one = current_case();
         TEMPORARY_TREE tree;
         tree.make_folder("old_raw_data");
-        QVERIFY(PATHS::initialise(tree.path("tool")));
+        tree.make_folder("old_working_data");
+        QVERIFY(PATHS::initialise(tree.path(one.has("tool") ? one["tool"] : "tool")));
         const LOGICAL_PATH path(one["path"]);
         PATHS::physical_path(path); // what is remembered of the time before there were files
         for (const QString& file : one.lines("files"))

@@ -328,15 +328,17 @@ private slots:
         scene.tree.write("old_raw_data/Unit/deep/er/a.txt", "a", day(1));
         scene.tree.write("raw_data/unit/deep/er/a.txt", "a", day(2));
         scene.tree.write("raw_data/unit/.hidden", "a", day(3));
-        QFile::link(scene.tree.path("raw_data"), scene.tree.path("raw_data/unit/back"));
-        QFile::link(scene.tree.path("nowhere"), scene.tree.path("raw_data/unit/dead"));
+        for (const auto& [target, link] :
+             {std::pair("raw_data", "back"), {"nowhere", "dead"}, {"raw_data/unit/deep", "same"}})
+            QFile::link(scene.tree.path(target), scene.tree.path("raw_data/unit/") + link);
         QStringList shadowing;
         for (const PHYSICAL_PATH& root : PATHS::all())
             scene.session->walk_local_files(root, shadowing);
         QCOMPARE(shadowing, QStringList(scene.tree.path("raw_data/unit/deep/er/a.txt")));
         QCOMPARE(state(scene).join('\n').remove(scene.tree.path() + '/'),
                  QString("<raw>/unit/.hidden: raw_data/unit/.hidden, day 3\n"
-                         "<raw>/unit/deep/er/a.txt: raw_data/unit/deep/er/a.txt, day 2"));
+                         "<raw>/unit/deep/er/a.txt: raw_data/unit/deep/er/a.txt, day 2\n"
+                         "<raw>/unit/same/er/a.txt: raw_data/unit/same/er/a.txt, day 2"));
     }
 };
 

@@ -1,5 +1,7 @@
 #include "tests/support/cases.h"
 
+#include <cstdio>
+
 #include "tests/support/files.h"
 
 namespace {

@@ -4,7 +4,6 @@
 #include "contracts/configuration/configuration.h"
 #include "contracts/configuration/configuration_file_name.h"
 #include "tests/support/cases.h"
-#include "tests/support/rows.h"
 #include "tests/support/spelled_bytes.h"
 #include "tests/support/temporary_tree.h"
 #include "tests/support/watched_test.h"
@@ -48,8 +47,6 @@ CONFIGURATION unusual()
     return c;
 }
 
-using SAVES = ROWS<QString, QString, QString>; // file, processor, why it is not saved
-
 } // namespace
 
 class TST_CONFIGURATION : public WATCHED_TEST
@@ -77,22 +74,15 @@ private slots:
             QCOMPARE(shown(c), shown(unusual()));
     }
 
-    void saves_data()
-    {
-        const SAVES row;
-        row("well", "c.xml", " a ", "");
-        row("no such folder", "none/c.xml", "a", "No such file or directory");
-        row("a folder", "raw_data", "a", "it is a folder");
-        row("control character", "c.xml", "a\1b", "an entry has characters that XML can't hold");
-    }
+    void saves_data() { add_cases("contracts/configuration/saves.cases", {"file", "processor", "cause"}); }
     void saves()
     {
-        const auto [file, processor, cause] = SAVES::values();
+        const QString file = current_case()["file"], cause = current_case()["cause"];
         const TEMPORARY_TREE tree;
         tree.write("c.xml", "former");
         CONFIGURATION c;
         QCOMPARE(shown(c), QString("; ; ; ; ; 3\nkeep_output load_asset_graph"));
-        c.processors = {processor, " "};
+        c.processors = {QString::fromUtf8(spelled_bytes(current_case()["processor"])), " "};
         QString error;
         QCOMPARE(c.save(tree.path(file), false, error), cause.isEmpty());
         QCOMPARE(error, cause.isEmpty() ? QString() : tree.path(file) + ": can't be written: " + cause);

@@ -4,8 +4,8 @@
 
 #include "tests/contracts/database/database_session.h"
 #include "tests/session/step_scene.h"
+#include "tests/support/cases.h"
 #include "tests/support/full_disk.h"
-#include "tests/support/rows.h"
 #include "tests/support/watched_test.h"
 
 #ifdef Q_OS_UNIX
@@ -36,11 +36,7 @@ QStringList unfinished(const DATABASE_SESSION& db)
     return QDir(db.path()).entryList({"unfinished*"});
 }
 
-const QString CHANGED = "somebody else changed it since it was read";
-
 } // namespace
-
-using SAVES = ROWS<QString, QString>; // file, cause
 
 // Saves that fail at each of their steps, or are cut off there.
 class TST_KV_SAVING : public WATCHED_TEST
@@ -50,23 +46,17 @@ class TST_KV_SAVING : public WATCHED_TEST
 private slots:
     void fails_data()
     {
-        const SAVES row;
-        row("Writing packs.xml", "packs.xml", CHANGED);
-        row("Writing regions.xml", "packs.xml", CHANGED);
-        row("Writing log.xml", "schema.xml", CHANGED);
-        row("Writing schema.xml", "log.xml", CHANGED);
-#ifdef Q_OS_UNIX
-        row("Writing schema.xml, read-only", "schema.xml", "it is read-only");
-        row("full disk", "packs.xml", "File too large");
-        row("full disk, lock", "unfinished_save.lock", "File too large");
-#endif
+        add_cases("contracts/database/save_failures.cases", {"at", "read-only", "room", "file", "cause"});
     }
     // Somebody changes a file before or after its new one is written, or the disk is
     // full: nothing is written, and all is as it was.
     void fails()
     {
-        const auto [file, cause] = SAVES::values();
-        const QString tag = QTest::currentDataTag();
+        const TEST_CASE one = current_case();
+#ifndef Q_OS_UNIX
+        if (one.has("read-only") || one.has("room"))
+            GOX_SKIP("files are refused in another way");
+#endif
         for (const bool in_transaction : {true, false}) {
             DATABASE_SESSION db;
             db.run("stock");
@@ -75,22 +65,22 @@ private slots:
                 db.run("begin_transaction true");
             change_four_files(db);
             const auto before = files_of(db);
-            const QString path = db.path(file);
+            const QString file = one["file"], path = db.path(file);
             const QDateTime time = QFileInfo(path).lastModified();
-            db.step = db.path(tag.section(' ', 1).section(',', 0, 0)).prepend("Writing ");
+            db.step = "Writing " + db.path(one["at"]);
             db.action = [&] {
-                if (tag.endsWith("read-only"))
+                if (one.has("read-only"))
                     QFile::setPermissions(path, QFile::ReadOwner);
                 else
                     FILES::write(path, FILES::bytes(path) + ' ');
             };
             QString answer;
             {
-                const FULL_DISK disk(tag.startsWith("full disk"), tag.endsWith("lock") ? 1 : 100);
+                const FULL_DISK disk(one.has("room"), one["room"].toInt());
                 answer = db.run(in_transaction ? "end_transaction" : "save_table packs regions");
             }
             db.step.clear();
-            QCOMPARE(answer, "error: " + file + ": can't be written: " + cause +
+            QCOMPARE(answer, "error: " + file + ": can't be written: " + one["cause"] +
                                  "\nno file was written: packs.xml, regions.xml, schema.xml, log.xml");
             QCOMPARE(db.in_transaction(), in_transaction);
             QCOMPARE(content_of(db) == stock, in_transaction);

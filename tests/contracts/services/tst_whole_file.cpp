@@ -2,10 +2,12 @@
 #include <QtTest/QtTest>
 
 #include "contracts/services/whole_file.h"
+#include "tests/support/cases.h"
 #include "tests/support/files.h"
 #include "tests/support/full_disk.h"
-#include "tests/support/rows.h"
 #include "tests/support/watched_test.h"
+
+#include <functional>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,10 +20,6 @@ extern "C" Q_DECL_EXPORT int fdatasync(int)
     ++s_waits;
     return 0;
 }
-
-using WRITE = QString (*)(const QString&, const QByteArray&);
-Q_DECLARE_METATYPE(WRITE)
-using WAYS = ROWS<WRITE, int>; // write, waits for the disk
 
 static QString write_in_pieces(const QString& path, const QByteArray& bytes)
 {
@@ -49,17 +47,15 @@ class TST_WHOLE_FILE : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
-    void writes_data()
-    {
-        const WAYS row;
-        row("whole file", write_whole_file, 1);
-        row("target", write_target, 0);
-        row("in pieces", write_in_pieces, 0);
-        row("by name", write_by_name, 0);
-    }
+    void writes_data() { add_cases("contracts/services/whole_file.cases", {"waits"}); }
     void writes()
     {
-        const auto [write, waits] = WAYS::values();
+        const QMap<QString, std::function<QString(const QString&, const QByteArray&)>> ways{
+            {"whole file", write_whole_file},
+            {"target", write_target},
+            {"in pieces", write_in_pieces},
+            {"by name", write_by_name}};
+        const auto write = ways[QTest::currentDataTag()];
         const QTemporaryDir folder;
         QVERIFY(QDir::setCurrent(folder.path()));
         const QByteArray bytes(100000, 'x');
@@ -73,7 +69,7 @@ private slots:
         const QString errors = write(long_name, bytes) + write("link", bytes) + write("dot.tex", "");
         umask(before);
         QCOMPARE(errors, QString());
-        QCOMPARE(s_waits, 3 * waits);
+        QCOMPARE(s_waits, 3 * current_case()["waits"].toInt());
 
         const QStringList refused = QString("circle: it is a link that leads back to itself|"
                                             "/dev/null: it is no ordinary file|folder: it is a folder|"
