@@ -8,6 +8,8 @@
 #include "tests/support/files.h"
 #include "tests/support/full_disk.h"
 #include "tests/support/scripted_scene.h"
+#include "tests/support/spelled_bytes.h"
+#include "tests/support/transcript.h"
 #include "tests/support/watched_test.h"
 
 namespace {
@@ -17,7 +19,7 @@ const QString SEE = QStringLiteral("see ");
 
 const QStringList PREPARATIONS{"tree", "write ",      "plugins", "shell",   "configuration", "script",
                                "as",   "environment", "folder",  "options", "arguments",     "stop"};
-const QStringList OUTCOMES{"status", "error", "remarks", "console", SEE};
+const QStringList OUTCOMES{"before", "status", "error", "remarks", "console", SEE};
 
 // What is expected without a word of it.
 const QMap<QString, QString> USUAL{{"status", "0"},
@@ -36,6 +38,7 @@ public:
         if (m_case["as"].contains("nobody"))
             m_scene.tree.open_to_everybody();
         run_commands();
+        m_before = take_steps(read(m_case["before"]));
         run();
     }
 
@@ -66,7 +69,10 @@ private:
     {
         static const QRegularExpression ran(QStringLiteral("\n={37}\nDuration: \\d+ msec\\(s\\)\n"));
         QString text = QString::fromUtf8(bytes).replace(m_scene.tree.path(), "TREE").replace(TAG, ".TAG.");
+        if (IS_WINDOWS)
+            text.replace("\r\n", "\n");
         text.replace(ran, QStringLiteral("(ran)\n"));
+        text.replace(QStringLiteral("process %1;").arg(m_other_number), QStringLiteral("process OTHER;"));
         while (text.endsWith('\n'))
             text.chop(1);
         return text;
@@ -107,6 +113,56 @@ private:
             qFatal("the commands of the case fail");
     }
 
+    QStringList words(const QString& options) const
+    {
+        return ("--configuration=ci --dont_stop_on_error " + options).split(' ', Qt::SkipEmptyParts);
+    }
+
+    QString take_steps(const QString& wanted)
+    {
+        const TEMPORARY_TREE& tree = m_scene.tree;
+        const auto word = [](const QString& text, int i) { return text.section(' ', i, i); };
+        const auto rest = [](const QString& text) { return spelled_bytes(text.section(' ', 1)); };
+        TRANSCRIPT steps;
+        steps.add("remove", [&](const QString& file) { tree.remove(file); });
+        steps.add("folder", [&](const QString& name) { tree.make_folder(name); });
+        steps.add("protect", [&](const QString& file) { tree.set_permissions(file, 0444); });
+        steps.add("write", [&](const QString& text) { tree.write(word(text, 0), rest(text)); });
+        steps.add("append", [&](const QString& text) {
+            tree.write(word(text, 0), tree.read(word(text, 0)) + rest(text));
+        });
+        steps.add("replace", [&](const QString& text) {
+            const QByteArray bytes = tree.read(word(text, 0));
+            const QList<QByteArray> parts = rest(text).split('|');
+            tree.write(word(text, 0), QByteArray(bytes).replace(parts[0], parts.value(1)));
+            return bytes.contains(parts[0]) ? "" : "not there";
+        });
+        steps.add("move", [&](const QString& text) {
+            return QFile::rename(tree.path(word(text, 0)), tree.path(word(text, 1))) ? "" : "not moved";
+        });
+        steps.add("copy", [&](const QString& text) {
+            return QFile::copy(tree.path(word(text, 0)), tree.path(word(text, 1))) ? "" : "not copied";
+        });
+        steps.add("start", [&](const QString& options) {
+            m_other = std::make_unique<PROGRAM_RUN>(tree);
+            m_other->start(words(options));
+            m_other_number = m_other->number();
+        });
+        steps.add("await", [&](const QString& text) {
+            return m_other->wait_for_text(tree.path(word(text, 0)), rest(text)) ? "" : "not there";
+        });
+        steps.add("kill", [&](const QString&) { m_other.reset(); });
+        steps.add("end", [&](const QString&) {
+            const int status = m_other->wait();
+            return status ? QString("status %1").arg(status) : QString();
+        });
+        steps.add("run", [&](const QString& options) {
+            steps.carry_out("start " + options);
+            return steps.carry_out("end");
+        });
+        return steps.play(wanted);
+    }
+
     void run()
     {
         PROGRAM_RUN& gox = m_scene.gox;
@@ -117,14 +173,12 @@ private:
             gox.extra.insert(variable.section('=', 0, 0), variable.section('=', 1));
         if (m_case.has("folder"))
             gox.folder = m_case["folder"];
-        QString words = "--configuration=ci --dont_stop_on_error " + m_case["options"];
-        if (m_case.has("arguments"))
-            words = m_case["arguments"];
         if (m_case["as"].contains("full console"))
             gox.output_file = "/dev/full";
         {
             const FULL_DISK full_for_children(m_case["as"].contains("full disk"));
-            gox.start(words.split(' ', Qt::SkipEmptyParts));
+            gox.start(m_case.has("arguments") ? m_case["arguments"].split(' ', Qt::SkipEmptyParts)
+                                              : words(m_case["options"]));
         }
         if (m_case.has("stop") &&
             gox.wait_for_text(m_scene.tree.path("tool/trace.txt"), m_case.bytes("stop")))
@@ -149,6 +203,8 @@ private:
         if (part == "status")
             return m_status == PROGRAM_RUN::CRASHED ? "crashed " + QString::number(m_scene.gox.signal)
                                                     : QString::number(m_status);
+        if (part == "before")
+            return told(m_before.toUtf8());
         if (part == "error")
             return told(m_scene.gox.err);
         if (part == "console")
@@ -182,6 +238,9 @@ private:
 
     const TEST_CASE m_case;
     SCRIPTED_SCENE m_scene;
+    std::unique_ptr<PROGRAM_RUN> m_other; // that a step has started
+    qint64 m_other_number = 0;
+    QString m_before;
     int m_status = 0;
 };
 

@@ -1,7 +1,6 @@
 #include <QtTest/QtTest>
 
 #include <csignal>
-#include <sys/stat.h>
 
 #include "tests/support/scripted_scene.h"
 #include "tests/support/terminal.h"
@@ -10,12 +9,11 @@
 
 namespace {
 
-const char ONE_ACTION[] = "processor p\naction a\n";
 const char ENDLESS[] = "trace trace.txt\nprocessor p\naction endless\nignores_abort\ntakes 600000\n";
 
 } // namespace
 
-/// What takes a hand: displays, terminals, signals, and runs beside each other.
+/// What takes a hand: displays, terminals and signals.
 class TST_PROGRAM_UNATTENDED : public WATCHED_TEST
 {
     Q_OBJECT
@@ -72,36 +70,6 @@ private slots:
         QVERIFY2(lines.filter(" done, ").isEmpty() && lines.contains("failed: p / torn") &&
                      lines.contains("Stopped from outside.") && lines.last().isEmpty(),
                  qPrintable(lines.join('\n')));
-    }
-
-    void another_run_in_the_tree()
-    {
-        SCRIPTED_SCENE scenes[2];
-        for (SCRIPTED_SCENE& scene : scenes) {
-            QVERIFY(scene.start(ENDLESS));
-            QVERIFY2(scene.gox.wait_for_text(scene.tree.path("tool/trace.txt"), "execute"),
-                     scene.gox.report());
-        }
-        const TEMPORARY_TREE& tree = scenes[0].tree;
-        tree.write_script(ONE_ACTION);
-        PROGRAM_RUN second(tree);
-        const QByteArray lock = tree.read("tool/gox.lock");
-        GOX_COMPARE_STATUS(second.run({"--configuration=ci"}), 0, second);
-        QVERIFY2(second.out.contains("Remark: Another GOX runs in this tree, process " +
-                                     lock.split('\n').first() + ';'),
-                 second.report());
-        // A run that ended badly is in nobody's way, nor when its number is that of a
-        // run elsewhere by now.
-        scenes[0].gox.send_signal(SIGKILL);
-        scenes[0].gox.wait();
-        for (const QByteArray& left : {lock, scenes[1].tree.read("tool/gox.lock")}) {
-            tree.write("tool/gox.lock", left);
-            GOX_COMPARE_STATUS(second.run({"--configuration=ci"}), 0, second);
-            QVERIFY2(!second.out.contains("Remark: "), second.report());
-            QVERIFY(!tree.exists("tool/gox.lock"));
-        }
-        QCOMPARE(::mkfifo(QFile::encodeName(tree.path("tool/gox.lock")), 0600), 0);
-        GOX_COMPARE_STATUS(second.run({"--configuration=ci"}), 0, second);
     }
 };
 

@@ -2,9 +2,12 @@
 
 #include <QtCore/QMap>
 #include <QtCore/QMetaType>
+#include <QtCore/QOperatingSystemVersion>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtTest/QTest>
+
+constexpr bool IS_WINDOWS = QOperatingSystemVersion::currentType() == QOperatingSystemVersion::Windows;
 
 /// A case of a case file: its name and the texts under its keys.
 ///
@@ -13,6 +16,9 @@
 ///     key: text of one line
 ///     other key:
 ///         text of many lines, each behind four spaces
+///
+/// In every file "unix: REASON" leaves the case out on Windows, and a key with
+/// " (windows)" behind it takes the place of the key there.
 class TEST_CASE
 {
 public:
@@ -42,7 +48,8 @@ void add_cases(const char* file, const QStringList& keys);
 TEST_CASE current_case();
 
 /// Nothing when the texts are equal; else the first line that differs and the
-/// whole of `actual`, as a case file has it.
+/// whole of `actual`, as a case file has it. What the system says of "No such file or
+/// directory" and the like counts as these words of Unix, and its line ends as "\n".
 QByteArray text_difference(const QString& actual, const QString& expected);
 
 /// Compares texts of many lines.
