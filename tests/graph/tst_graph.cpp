@@ -310,7 +310,7 @@ void TST_GRAPH::of_a_session()
         for (QCheckBox* const box : settings->findChildren<QCheckBox*>())
             box->setChecked(one.has(qPrintable(box->objectName())));
         const char* const button = one.has("cancel") ? "pushButton_2" : "pushButton";
-        QTimer::singleShot(0, settings->findChild<QPushButton*>(button), SLOT(click()));
+        settings->findChild<QPushButton*>(button)->click();
     });
     answers.answer_with([&](QDialog* window) {
         auto* const viewer = window->findChild<VIEWER*>();

@@ -126,6 +126,7 @@ private:
         TRANSCRIPT steps;
         steps.add("remove", [&](const QString& file) { tree.remove(file); });
         steps.add("folder", [&](const QString& name) { tree.make_folder(name); });
+        steps.add("old", [&](const QString& file) { FILES::set_time(tree.path(file), FILES::hour(1)); });
         steps.add("protect", [&](const QString& file) { tree.set_permissions(file, 0444); });
         steps.add("write", [&](const QString& text) { tree.write(word(text, 0), rest(text)); });
         steps.add("append", [&](const QString& text) {

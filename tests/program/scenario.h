@@ -21,11 +21,12 @@
 ///
 /// Between the preparations and the run come the steps of "before", a line "> STEP"
 /// each, that write, append to and replace in files (texts as in spelled_bytes.h),
-/// remove, move and copy them, make them read-only and make folders. "run OPTIONS" is another run of the
-/// program; or it is started, until a file has a text awaited, and then ended or killed.
+/// remove, move and copy them, make them read-only or years old, and make folders. "run
+/// OPTIONS" is another run of the program; or it is started, until a file has a text
+/// awaited, and then ended or killed.
 ///
 ///     > write FILE TEXT, append FILE TEXT, replace FILE OLD|NEW
-///     > remove FILE, move FILE FILE, copy FILE FILE, protect FILE, folder NAME
+///     > remove FILE, move FILE FILE, copy FILE FILE, protect FILE, old FILE, folder NAME
 ///     > run OPTIONS, start OPTIONS, await FILE TEXT, end, kill
 ///
 /// A step answers with what went wrong, and a run with its status unless it is 0.

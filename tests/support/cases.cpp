@@ -25,20 +25,6 @@ bool is_among(const QStringList& keys, QString key)
     return key == UNIX || keys.contains(key) || keys.contains(key.section(' ', 0, 0) + ' ');
 }
 
-// Line ends as Unix has them, and its words for what the system finds wrong.
-QString in_words_of_unix(QString text)
-{
-#ifdef Q_OS_WIN
-    const std::pair<int, const char*> words[] = {{ERROR_FILE_NOT_FOUND, "No such file or directory"},
-                                                 {ERROR_PATH_NOT_FOUND, "No such file or directory"},
-                                                 {ERROR_ACCESS_DENIED, "Permission denied"}};
-    for (const auto& [number, word] : words)
-        text.replace(qt_error_string(number), word);
-    text.replace("\r\n", "\n");
-#endif
-    return text;
-}
-
 } // namespace
 
 QMap<QString, QString> TEST_CASE::behind(const char* beginning) const
@@ -105,6 +91,20 @@ void add_cases(const char* file, const QStringList& keys)
 TEST_CASE current_case()
 {
     return *static_cast<TEST_CASE*>(QTest::qData("case", qMetaTypeId<TEST_CASE>()));
+}
+
+QString in_words_of_unix(QString text)
+{
+#ifdef Q_OS_WIN
+    const std::pair<int, const char*> words[] = {{ERROR_FILE_NOT_FOUND, "No such file or directory"},
+                                                 {ERROR_PATH_NOT_FOUND, "No such file or directory"},
+                                                 {ERROR_DIRECTORY, "Not a directory"},
+                                                 {ERROR_ACCESS_DENIED, "Permission denied"}};
+    for (const auto& [number, word] : words)
+        text.replace(qt_error_string(number), word);
+    text.replace("\r\n", "\n");
+#endif
+    return text;
 }
 
 QByteArray text_difference(const QString& actual, const QString& expected)

@@ -47,9 +47,12 @@ void add_cases(const char* file, const QStringList& keys);
 /// The case of the row whose turn it is.
 TEST_CASE current_case();
 
-/// Nothing when the texts are equal; else the first line that differs and the
-/// whole of `actual`, as a case file has it. What the system says of "No such file or
-/// directory" and the like counts as these words of Unix, and its line ends as "\n".
+/// The text with line ends as Unix has them, and its "No such file or directory" and the
+/// like for the system's own words.
+QString in_words_of_unix(QString text);
+
+/// Nothing when the texts are equal, in words of Unix; else the first line that differs
+/// and the whole of `actual`, as a case file has it.
 QByteArray text_difference(const QString& actual, const QString& expected);
 
 /// Compares texts of many lines.

@@ -11,9 +11,23 @@
 #include "tests/support/spelled_bytes.h"
 #include "tests/support/watched_test.h"
 
+#include <thread>
+
+#ifdef Q_OS_UNIX
 #include <unistd.h>
+#endif
 
 namespace {
+
+// A privileged user may read everything.
+void become(bool privileged)
+{
+#ifdef Q_OS_UNIX
+    seteuid(privileged ? getuid() : 65534);
+#else
+    Q_UNUSED(privileged)
+#endif
+}
 
 DIRECTORY_SCANNER scanner_of(int way)
 {
@@ -55,12 +69,20 @@ public:
     QString take(DIRECTORY_SCANNER& scanner, const QString& step) const
     {
         const QString word = step.section(' ', 0, 0), rest = step.section(' ', 1);
-        seteuid(word == "$" ? getuid() : 65534); // a privileged user may read everything
+        become(word != "announce" && word != "fetch");
         if (word == "$")
             return sh(rest) ? QString() : "can't be done: " + rest;
+        if (word == "fetch" || word == "times")
+            return fetch(scanner, rest, word == "times") + '\n';
         if (word == "announce")
             scanner.add_path(rest == "nothing" ? QString() : path(rest));
-        return word == "announce" ? QString() : fetch(scanner, rest, word == "times") + '\n';
+        for (const QByteArray& file : spelled_bytes(rest).split(' '))
+            if (word == "files")
+                write(QString::fromUtf8(file));
+        if (word == "time")
+            FILES::set_time(path(rest.section(' ', 0, 0)),
+                            QDateTime::fromString(rest.section(' ', 1), Qt::ISODateWithMs));
+        return QString();
     }
 
     const QTemporaryDir folder;
@@ -82,7 +104,7 @@ private slots:
             QString said;
             for (const QString& step : current_case().lines("do"))
                 said += scene.take(scanner, step);
-            seteuid(getuid());
+            become(true);
             said.chop(1);
             GOX_COMPARE_TEXT(said, QString::fromUtf8(spelled_bytes(current_case()["said"])));
         }
@@ -115,29 +137,35 @@ private slots:
     void changes_during_the_walk()
     {
         const SCENE scene;
-        QVERIFY(scene.sh("mkdir $(seq -f s%g 10 49) && touch $(seq -f s%g/f 10 49)"));
+        for (int i = 10; i < 50; ++i)
+            scene.write(QString("/s%1/f").arg(i));
         DIRECTORY_SCANNER scanner;
         const QString expected = scene.fetch(scanner, QString());
-        QProcess unrest;
-        unrest.setWorkingDirectory(scene.folder.path());
-        unrest.start("perl",
-                     {"-e", "for (;; $n = ($n + 1) % 40) { $u = 's' . (10 + $n) . '/unrest'; mkdir $u; "
-                            "for (1..5) { mkdir \"$u/$_\"; open(F, \">$u/$_/t\"); close(F); } "
-                            "for (1..5) { unlink \"$u/$_/t\"; rmdir \"$u/$_\"; } rmdir $u; }"});
-        QString result = unrest.waitForStarted() ? expected : "no unrest";
+        std::atomic<bool> is_over{false};
+        std::thread unrest([&] {
+            for (int i = 0; !is_over; ++i) {
+                const QString folder = scene.path(QString("/s%1/unrest/").arg(10 + i % 40));
+                for (const char* name : {"1", "2", "3"})
+                    if (QDir().mkpath(folder + name))
+                        QFile(folder + name + "/t").open(QIODevice::WriteOnly);
+                QDir(folder).removeRecursively();
+            }
+        });
+        QString result = expected;
         for (int i = 0; i < 100 && result == expected; ++i) {
             DIRECTORY_SCANNER other = scanner_of(i % 3);
             result = scene.fetch(other, QString()).remove(QRegularExpression(" [^ ]*unrest[^ ]*"));
         }
-        unrest.kill();
-        unrest.waitForFinished();
+        is_over = true;
+        unrest.join();
         QCOMPARE(result, expected);
     }
 
     void stop_in_the_middle()
     {
         const SCENE scene;
-        QVERIFY(scene.sh("mkdir -p $(seq -f %g/1 300) && touch $(seq -f %g/1/f 300)"));
+        for (int i = 1; i <= 300; ++i)
+            scene.write(QString("/%1/1/f").arg(i));
         SATELLITE& scanner = SATELLITE::instance();
         QCOMPARE(&scanner, &SATELLITE::instance());
         for (int pass = 0; pass < 20; ++pass) {
