@@ -203,8 +203,7 @@ std::unique_ptr<VIEWER> open_viewer(const QStringList& labels)
 void set_program(const TEST_CASE& one, const QString& folder)
 {
     qputenv("GOX_TEST_P4", QFile::encodeName(folder));
-    if (one.has("without plugins"))
-        qputenv("GVBINDIR", QFile::encodeName(folder));
+    one.has("without plugins") ? qputenv("GVBINDIR", QFile::encodeName(folder)) : qunsetenv("GVBINDIR");
     if (!one.has("program"))
         return;
     FILES::write(folder + "/layout.txt", one.bytes("program"));
@@ -265,11 +264,7 @@ class TST_GRAPH : public WATCHED_TEST
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        LAYOUT_RUN::set_program(LAYOUT_PROGRAM);
-        qunsetenv("GVBINDIR");
-    }
+    void init() { LAYOUT_RUN::set_program(LAYOUT_PROGRAM); }
     void of_a_session_data()
     {
         add_cases("graph/session.cases", {"selected", "type", "coverage", "long_action_names", "filenames",

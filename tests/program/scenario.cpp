@@ -10,6 +10,7 @@
 #include "tests/support/scripted_scene.h"
 #include "tests/support/spelled_bytes.h"
 #include "tests/support/transcript.h"
+#include "tests/support/virtual_display.h"
 #include "tests/support/watched_test.h"
 
 namespace {
@@ -17,8 +18,8 @@ namespace {
 const QString TAG = QStringLiteral("." GOX_BUILD_TAG ".");
 const QString SEE = QStringLiteral("see ");
 
-const QStringList PREPARATIONS{"tree", "write ",      "plugins", "shell",   "configuration", "script",
-                               "as",   "environment", "folder",  "options", "arguments",     "stop"};
+const QStringList PREPARATIONS{"tree",        "write ", "plugins", "configuration", "script", "as",
+                               "environment", "folder", "options", "arguments",     "stop"};
 const QStringList OUTCOMES{"before", "status", "error", "remarks", "console", SEE};
 
 // What is expected without a word of it.
@@ -37,7 +38,6 @@ public:
         add_plugins();
         if (m_case["as"].contains("nobody"))
             m_scene.tree.open_to_everybody();
-        run_commands();
         m_before = take_steps(read(m_case["before"]));
         run();
     }
@@ -68,9 +68,11 @@ private:
     QString told(const QByteArray& bytes) const
     {
         static const QRegularExpression ran(QStringLiteral("\n={37}\nDuration: \\d+ msec\\(s\\)\n"));
-        QString text = QString::fromUtf8(bytes).replace(m_scene.tree.path(), "TREE").replace(TAG, ".TAG.");
-        if (IS_WINDOWS)
-            text.replace("\r\n", "\n");
+        // Of a display without a window manager, and of memory that is refused on purpose.
+        static const QRegularExpression noise("(?m)^(qt.qpa.xcb: |.*AddressSanitizer failed to all).*\\n");
+        QString text = in_words_of_unix(QString::fromUtf8(bytes));
+        text.replace(m_scene.tree.path(), "TREE").replace(TAG, ".TAG.");
+        text.remove(noise);
         text.replace(ran, QStringLiteral("(ran)\n"));
         text.replace(QStringLiteral("process %1;").arg(m_other_number), QStringLiteral("process OTHER;"));
         while (text.endsWith('\n'))
@@ -106,13 +108,6 @@ private:
             m_scene.tree.write(read(file.key()), read(file.value()).toUtf8());
     }
 
-    void run_commands() const
-    {
-        const QString commands = read("cd 'TREE'\n" + m_case["shell"]);
-        if (m_case.has("shell") && QProcess::execute("sh", {"-ec", commands}) != 0)
-            qFatal("the commands of the case fail");
-    }
-
     QStringList words(const QString& options) const
     {
         return ("--configuration=ci --dont_stop_on_error " + options).split(' ', Qt::SkipEmptyParts);
@@ -121,28 +116,22 @@ private:
     QString take_steps(const QString& wanted)
     {
         const TEMPORARY_TREE& tree = m_scene.tree;
-        const auto word = [](const QString& text, int i) { return text.section(' ', i, i); };
+        const auto at = [&](const QString& text, int i) { return tree.path(text.section(' ', i, i)); };
         const auto rest = [](const QString& text) { return spelled_bytes(text.section(' ', 1)); };
         TRANSCRIPT steps;
         steps.add("remove", [&](const QString& file) { tree.remove(file); });
         steps.add("folder", [&](const QString& name) { tree.make_folder(name); });
         steps.add("old", [&](const QString& file) { FILES::set_time(tree.path(file), FILES::hour(1)); });
         steps.add("protect", [&](const QString& file) { tree.set_permissions(file, 0444); });
-        steps.add("write", [&](const QString& text) { tree.write(word(text, 0), rest(text)); });
-        steps.add("append", [&](const QString& text) {
-            tree.write(word(text, 0), tree.read(word(text, 0)) + rest(text));
-        });
+        steps.add("write", [&](const QString& text) { FILES::write(at(text, 0), rest(text)); });
+        steps.add("move", [&](const QString& files) { QFile::rename(at(files, 0), at(files, 1)); });
+        steps.add("copy", [&](const QString& files) { QFile::copy(at(files, 0), at(files, 1)); });
         steps.add("replace", [&](const QString& text) {
-            const QByteArray bytes = tree.read(word(text, 0));
             const QList<QByteArray> parts = rest(text).split('|');
-            tree.write(word(text, 0), QByteArray(bytes).replace(parts[0], parts.value(1)));
-            return bytes.contains(parts[0]) ? "" : "not there";
+            FILES::write(at(text, 0), FILES::bytes(at(text, 0)).replace(parts[0], parts[1]));
         });
-        steps.add("move", [&](const QString& text) {
-            return QFile::rename(tree.path(word(text, 0)), tree.path(word(text, 1))) ? "" : "not moved";
-        });
-        steps.add("copy", [&](const QString& text) {
-            return QFile::copy(tree.path(word(text, 0)), tree.path(word(text, 1))) ? "" : "not copied";
+        steps.add("sh", [&](const QString& command) {
+            return QProcess::execute("sh", {"-ec", "cd '" + tree.path() + "'\n" + command}) ? "failed" : "";
         });
         steps.add("start", [&](const QString& options) {
             m_other = std::make_unique<PROGRAM_RUN>(tree);
@@ -150,7 +139,7 @@ private:
             m_other_number = m_other->number();
         });
         steps.add("await", [&](const QString& text) {
-            return m_other->wait_for_text(tree.path(word(text, 0)), rest(text)) ? "" : "not there";
+            return m_other->wait_for_text(at(text, 0), rest(text)) ? "" : "not there";
         });
         steps.add("kill", [&](const QString&) { m_other.reset(); });
         steps.add("end", [&](const QString&) {
@@ -172,6 +161,16 @@ private:
         gox.closed_console = m_case["as"].contains("closed console");
         for (const QString& variable : m_case.lines("environment"))
             gox.extra.insert(variable.section('=', 0, 0), variable.section('=', 1));
+        std::unique_ptr<VIRTUAL_DISPLAY> display;
+        if (m_case["as"].contains("display")) {
+            display = std::make_unique<VIRTUAL_DISPLAY>();
+            gox.extra.insert("DISPLAY", display->name());
+        }
+        if (m_case["as"].contains("watched")) {
+            gox.extra.insert("QT_PLUGIN_PATH", GOX_QT_PLUGINS);
+            gox.extra.insert("QT_QPA_GENERIC_PLUGINS", "gox_watcher");
+            gox.extra.insert("GOX_TEST_SEEN", m_scene.tree.path("seen.txt"));
+        }
         if (m_case.has("folder"))
             gox.folder = m_case["folder"];
         if (m_case["as"].contains("full console"))
@@ -181,9 +180,9 @@ private:
             gox.start(m_case.has("arguments") ? m_case["arguments"].split(' ', Qt::SkipEmptyParts)
                                               : words(m_case["options"]));
         }
-        if (m_case.has("stop") &&
-            gox.wait_for_text(m_scene.tree.path("tool/trace.txt"), m_case.bytes("stop")))
-            gox.send_signal(SIGTERM);
+        for (const QString& text : m_case.lines("stop"))
+            if (gox.wait_for_text(m_scene.tree.path("tool/trace.txt"), text.toUtf8()))
+                gox.send_signal(SIGTERM);
         m_status = gox.wait();
     }
 

@@ -7,25 +7,25 @@
 ///     tree: NAME           the folder of the tree, in a temporary one
 ///     write FILE: TEXT     a file of the tree; "{3 * x}" is "xxx"
 ///     plugins:             a line each: a built plugin or "junk", and its file in tool/
-///     shell:               commands of sh in the tree, for what only Unix has
 ///     configuration: TEXT  elements of the configuration "ci", which is silent and
 ///                          without a progress window unless they tell
 ///     script: TEXT         of the scripted plugin; otherwise an action "a" of "p"
 ///     as: WORDS            "nobody": permissions count; "plain locale"; "closed console"; "full disk",
-///                          which takes 100 bytes of each file
+///                          which takes 100 bytes of each file; "display", with nobody at it;
+///                          "watched", so that seen.txt tells what a person sees
 ///     environment:         a line each: NAME=VALUE
 ///     folder: NAME         the current folder, otherwise tool
 ///     options: WORDS       behind "--configuration=ci --dont_stop_on_error"
 ///     arguments: WORDS     in place of all of these
-///     stop: TEXT           ask the run to end once trace.txt has this text in it
+///     stop: TEXT           ask the run to end once trace.txt has this text in it; a line each time
 ///
 /// Between the preparations and the run come the steps of "before", a line "> STEP"
-/// each, that write, append to and replace in files (texts as in spelled_bytes.h),
-/// remove, move and copy them, make them read-only or years old, and make folders. "run
-/// OPTIONS" is another run of the program; or it is started, until a file has a text
-/// awaited, and then ended or killed.
+/// each, that write files and replace in them (texts as in spelled_bytes.h), remove, move
+/// and copy them, make them read-only or years old, and make folders. "run OPTIONS" is
+/// another run of the program; or it is started, until a file has a text, and then ended
+/// or killed. Commands of sh, in the tree, are for what only Unix has.
 ///
-///     > write FILE TEXT, append FILE TEXT, replace FILE OLD|NEW
+///     > write FILE TEXT, replace FILE OLD|NEW, sh COMMAND
 ///     > remove FILE, move FILE FILE, copy FILE FILE, protect FILE, old FILE, folder NAME
 ///     > run OPTIONS, start OPTIONS, await FILE TEXT, end, kill
 ///

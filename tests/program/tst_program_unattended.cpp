@@ -4,55 +4,14 @@
 
 #include "tests/support/scripted_scene.h"
 #include "tests/support/terminal.h"
-#include "tests/support/virtual_display.h"
 #include "tests/support/watched_test.h"
 
-namespace {
-
-const char ENDLESS[] = "trace trace.txt\nprocessor p\naction endless\nignores_abort\ntakes 600000\n";
-
-} // namespace
-
-/// What takes a hand: displays, terminals and signals.
+/// What takes a hand: terminals.
 class TST_PROGRAM_UNATTENDED : public WATCHED_TEST
 {
     Q_OBJECT
 
 private slots:
-    // A display, and nobody at it: the boxes are answered, and the window that watches
-    // goes its way.
-    void nobody_is_waited_for_at_a_display()
-    {
-        const VIRTUAL_DISPLAY display;
-        if (display.name().isEmpty())
-            GOX_SKIP("no Xvfb");
-        SCRIPTED_SCENE scene;
-        scene.gox.extra.insert("DISPLAY", display.name());
-        scene.configuration.no_progress_dialog = false;
-        scene.tree.write("old_raw_data/a.txt", "shadowed");
-        scene.tree.write("raw_data/a.txt", "x");
-        GOX_COMPARE_STATUS(
-            scene.run("processor p\ncollecting_raises early\ncollecting_asks May I?\naction a\n"), 0,
-            scene.gox);
-        QVERIFY2(scene.gox.err.startsWith("early\n") && scene.gox.err.contains("\nMay I?\n"),
-                 scene.gox.report());
-    }
-
-    void second_interrupt_ends_at_once()
-    {
-        SCRIPTED_SCENE scene;
-        QVERIFY(scene.start(ENDLESS));
-        QVERIFY2(scene.gox.wait_for_text(scene.tree.path("tool/trace.txt"), "execute endless"),
-                 scene.gox.report());
-        scene.gox.send_signal(SIGINT);
-        // Two requests that are pending together would be one.
-        QVERIFY2(scene.gox.wait_for_text(scene.tree.path("tool/trace.txt"), "abort endless"),
-                 scene.gox.report());
-        scene.gox.send_signal(SIGINT);
-        const int status = scene.gox.wait();
-        QVERIFY2(status != PROGRAM_RUN::HUNG && status != 0, scene.gox.report());
-    }
-
     // Shown in place of the one before, and gone in the end.
     void progress_on_a_terminal()
     {
