@@ -174,7 +174,7 @@ QString saved(const PICTURE_PAINTER& painter, const QString& name, bool is_disk_
     if (name.endsWith(".png") && error.isEmpty())
         return as_letters(QImage(file));
     return QString(error + '\n' + QString::fromUtf8(FILES::bytes(file)))
-        .replace(folder.path(), "*")
+        .replace(QDir::toNativeSeparators(folder.path() + '/'), "*/")
         .replace(QRegularExpression("family=\"&quot;[^&]+"), "family=\"&quot;*")
         .replace(QRegularExpression("(textLength|<text.* y)=\"[0-9.-]+"), "\\1=\"*")
         .trimmed();
@@ -322,7 +322,8 @@ void TST_GRAPH::graphs()
 {
     const TEST_CASE one = current_case();
     const auto number = [&](const char* key, int part) { return one[key].section(' ', part, part).toInt(); };
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName(one.bytes("locale")));
+    QTextCodec::setCodecForLocale(
+        QTextCodec::codecForName(one.has("locale") ? one.bytes("locale") : "UTF-8"));
     ACTION_GRAPH graph;
     fill(graph, one.lines("graph"));
     if (one.has("join"))

@@ -68,8 +68,9 @@ private:
     QString told(const QByteArray& bytes) const
     {
         static const QRegularExpression ran(QStringLiteral("\n={37}\nDuration: \\d+ msec\\(s\\)\n"));
-        // Of a display without a window manager, and of memory that is refused on purpose.
-        static const QRegularExpression noise("(?m)^(qt.qpa.xcb: |.*AddressSanitizer failed to all).*\\n");
+        // Of displays without a window manager or icons, and of memory that is refused on purpose.
+        static const QRegularExpression noise(
+            "(?m)^(qt.qpa.xcb: |QPixmap::fromWinHICON|.*AddressSanitizer failed to all).*\\n");
         QString text = in_words_of_unix(QString::fromUtf8(bytes));
         text.replace(m_scene.tree.path(), "TREE").replace(TAG, ".TAG.");
         text.remove(noise);
