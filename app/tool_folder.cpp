@@ -32,9 +32,10 @@ bool is_usable(const QString& path)
     return !info.exists() || info.isFile();
 }
 
+// Windows has the name in two spellings.
 bool is_this_machine(const QString& host)
 {
-    return host.isEmpty() || host == QSysInfo::machineHostName();
+    return host.isEmpty() || host.compare(QSysInfo::machineHostName(), Qt::CaseInsensitive) == 0;
 }
 
 // A file that another person's run left behind can't be removed.

@@ -168,7 +168,7 @@ private:
             gox.extra.insert("DISPLAY", display->name());
         }
         if (m_case["as"].contains("watched")) {
-            gox.extra.insert("QT_PLUGIN_PATH", GOX_QT_PLUGINS);
+            gox.extra.insert("QT_PLUGIN_PATH", QFileInfo(GOX_QT_PLUGINS).absoluteFilePath());
             gox.extra.insert("QT_QPA_GENERIC_PLUGINS", "gox_watcher");
             gox.extra.insert("GOX_TEST_SEEN", m_scene.tree.path("seen.txt"));
         }
