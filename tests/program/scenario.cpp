@@ -1,8 +1,16 @@
 #include "tests/program/scenario.h"
 
 #include <QtCore/QRegularExpression>
+#include <QtNetwork/QUdpSocket>
 
 #include <csignal>
+
+#ifdef Q_OS_LINUX
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+#endif
 
 #include "tests/support/cases.h"
 #include "tests/support/files.h"
@@ -20,7 +28,7 @@ const QString SEE = QStringLiteral("see ");
 
 const QStringList PREPARATIONS{"tree",        "write ", "plugins", "configuration", "script", "as",
                                "environment", "folder", "options", "arguments",     "stop"};
-const QStringList OUTCOMES{"before", "status", "error", "remarks", "console", SEE};
+const QStringList OUTCOMES{"before", "status", "error", "remarks", "console", "packets", SEE};
 
 // What is expected without a word of it.
 const QMap<QString, QString> USUAL{{"status", "0"},
@@ -28,6 +36,28 @@ const QMap<QString, QString> USUAL{{"status", "0"},
                                    {"remarks", ""},
                                    {"see tool/gox_startup_error.log", ""},
                                    {"see tool/gox_plugin_error.log", ""}};
+
+// Runs send packets to a fixed port, and others on this machine do as well: where the
+// system allows it, this process and its runs get a network of their own, which has to
+// be before there is a second thread.
+bool enter_own_network()
+{
+#ifdef Q_OS_LINUX
+    if (unshare(CLONE_NEWNET) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0)
+        return false;
+    ifreq loopback{};
+    loopback.ifr_name[0] = 'l', loopback.ifr_name[1] = 'o';
+    loopback.ifr_flags = IFF_UP;
+    const int socket = ::socket(AF_INET, SOCK_DGRAM, 0);
+    const bool is_up = ioctl(socket, SIOCSIFFLAGS, &loopback) == 0;
+    close(socket);
+    return is_up;
+#else
+    return false;
+#endif
+}
+
+const bool IS_ALONE = enter_own_network();
 
 class SCENARIO
 {
@@ -85,13 +115,8 @@ private:
     {
         if (m_case.has("plugins"))
             m_scene.tree.remove("tool/GOX_scripted" + TAG + "dll");
-        for (const QString& line : m_case.lines("plugins")) {
-            const QString name = line.section(' ', 0, 0), file = read(line.section(' ', 1));
-            if (name == "junk")
-                m_scene.tree.write("tool/" + file, "no library at all");
-            else
-                m_scene.tree.add_plugin(name, file);
-        }
+        for (const QString& line : m_case.lines("plugins"))
+            m_scene.tree.add_plugin(line.section(' ', 0, 0), read(line.section(' ', 1)));
     }
 
     void write_files() const
@@ -162,11 +187,10 @@ private:
         gox.closed_console = m_case["as"].contains("closed console");
         for (const QString& variable : m_case.lines("environment"))
             gox.extra.insert(variable.section('=', 0, 0), variable.section('=', 1));
-        std::unique_ptr<VIRTUAL_DISPLAY> display;
-        if (m_case["as"].contains("display")) {
-            display = std::make_unique<VIRTUAL_DISPLAY>();
+        const bool on_display = m_case["as"].contains("display");
+        const std::unique_ptr<VIRTUAL_DISPLAY> display(on_display ? new VIRTUAL_DISPLAY : nullptr);
+        if (display)
             gox.extra.insert("DISPLAY", display->name());
-        }
         if (m_case["as"].contains("watched")) {
             gox.extra.insert("QT_PLUGIN_PATH", QFileInfo(GOX_QT_PLUGINS).absoluteFilePath());
             gox.extra.insert("QT_QPA_GENERIC_PLUGINS", "gox_watcher");
@@ -176,6 +200,8 @@ private:
             gox.folder = m_case["folder"];
         if (m_case["as"].contains("full console"))
             gox.output_file = "/dev/full";
+        QUdpSocket server;
+        server.bind(QHostAddress::LocalHost, 12345);
         {
             const FULL_DISK full_for_children(m_case["as"].contains("full disk"));
             gox.start(m_case.has("arguments") ? m_case["arguments"].split(' ', Qt::SkipEmptyParts)
@@ -185,6 +211,8 @@ private:
             if (gox.wait_for_text(m_scene.tree.path("tool/trace.txt"), text.toUtf8()))
                 gox.send_signal(SIGTERM);
         m_status = gox.wait();
+        for (char packet[200]; server.hasPendingDatagrams();)
+            m_packets.append(packet, int(server.readDatagram(packet, sizeof packet)));
     }
 
     QMap<QString, QString> expected_parts() const
@@ -206,6 +234,8 @@ private:
                                                     : QString::number(m_status);
         if (part == "before")
             return told(m_before.toUtf8());
+        if (part == "packets")
+            return IS_ALONE ? told(m_packets) : m_case["packets"];
         if (part == "error")
             return told(m_scene.gox.err);
         if (part == "console")
@@ -242,6 +272,7 @@ private:
     std::unique_ptr<PROGRAM_RUN> m_other; // that a step has started
     qint64 m_other_number = 0;
     QString m_before;
+    QByteArray m_packets;
     int m_status = 0;
 };
 

@@ -6,7 +6,7 @@
 ///
 ///     tree: NAME           the folder of the tree, in a temporary one
 ///     write FILE: TEXT     a file of the tree; "{3 * x}" is "xxx"
-///     plugins:             a line each: a built plugin or "junk", and its file in tool/
+///     plugins:             a line each: a built plugin, and its file in tool/
 ///     configuration: TEXT  elements of the configuration "ci", which is silent and
 ///                          without a progress window unless they tell
 ///     script: TEXT         of the scripted plugin; otherwise an action "a" of "p"
@@ -40,6 +40,7 @@
 ///     error: TEXT          standard error; nothing unless told
 ///     remarks: TEXT        of standard output, sorted, without "Remark: "; none unless told
 ///     console: TEXT        standard output
+///     packets: TEXT        which it sends of itself, a line each; where the test has a network alone
 ///     see FILE: TEXT       what the file holds, or which files the folder; behind a "report"
 ///                          what its schema finds wrong, on Unix; "(none)" when it is not there
 ///

@@ -25,6 +25,8 @@ private slots:
     void shards() { play_scenario(); }
     void watched_data() { add_scenarios("watched.cases"); }
     void watched() { play_scenario(); }
+    void metrics_data() { add_scenarios("metrics.cases"); }
+    void metrics() { play_scenario(); }
     void crash_data() { add_scenarios("crash.cases"); }
     void crash() { play_scenario(); }
 };

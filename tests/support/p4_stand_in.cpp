@@ -40,27 +40,19 @@ std::string repeated(const std::string& text, int count)
     return many;
 }
 
-// Of the layouts, as the request begins.
-int engine()
-{
-    static const int number = [] {
-        int first = -1;
-        std::cin >> first;
-        return first;
-    }();
-    return number;
-}
-
 void take_step(const std::string& word, const std::string& rest, const std::vector<std::string>& names)
 {
     namespace fs = std::filesystem;
+    static int engine = -1; // of the layouts, as the request begins
+    if (word == "layers" && engine < 0)
+        std::cin >> engine;
     if (word == "out")
         std::cout << rest << std::endl;
     else if (word == "err")
         std::cerr << rest << std::endl;
     else if (word == "language")
         std::cout << "... serverDate " << std::getenv("P4LANGUAGE") << std::endl;
-    else if (word == "layers" && engine() == 0)
+    else if (word == "layers" && engine == 0)
         take_step(rest.substr(0, rest.find(' ')), rest.substr(rest.find(' ') + 1), names);
     else if (word == "number")
         std::ofstream(std::getenv("GOX_TEST_P4") + std::string("/process")) << ::getpid();

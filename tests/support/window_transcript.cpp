@@ -153,8 +153,9 @@ QStringList WINDOW_TRANSCRIPT::seen()
     lines += "focus " + (window->focusWidget() ? window->focusWidget() : window.data())->objectName();
     for (int i = 0; i < answers.texts.size(); ++i)
         lines += QString("box %1: ").arg(i + 1) + QString(answers.texts[i]).replace('\n', " / ");
-    lines.replaceInStrings(QDir::toNativeSeparators(folder + '/'), folder + '/');
-    return (lines + watch()).replaceInStrings(folder.isEmpty() ? QString("*") : folder, "*");
+    const QString place = folder.isEmpty() ? QString("*") : folder;
+    lines.replaceInStrings(QDir::toNativeSeparators(place + '/'), "*/");
+    return (lines + watch()).replaceInStrings(place, "*");
 }
 
 void press_keys(QWidget* widget, const QString& keys)
