@@ -1,7 +1,5 @@
 #include "tests/support/cases.h"
 
-#include <cstdio>
-
 #ifdef Q_OS_WIN
 #include <windows.h>
 #endif
