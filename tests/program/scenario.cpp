@@ -189,7 +189,7 @@ private:
             gox.extra.insert(variable.section('=', 0, 0), variable.section('=', 1));
         const bool on_display = m_case["as"].contains("display");
         const std::unique_ptr<VIRTUAL_DISPLAY> display(on_display ? new VIRTUAL_DISPLAY : nullptr);
-        if (display)
+        if (display && !display->name().isEmpty())
             gox.extra.insert("DISPLAY", display->name());
         if (m_case["as"].contains("watched")) {
             gox.extra.insert("QT_PLUGIN_PATH", QFileInfo(GOX_QT_PLUGINS).absoluteFilePath());
