@@ -43,7 +43,7 @@ QString this_machine()
 
 bool is_this_machine(const QString& host)
 {
-    return host.isEmpty() || host == this_machine();
+    return host.isEmpty() || host.compare(this_machine(), Qt::CaseInsensitive) == 0;
 }
 
 #ifdef Q_OS_WIN

@@ -99,7 +99,7 @@ void LAYOUT_RUN::process_ended(int exit_code, QProcess::ExitStatus status)
 QString LAYOUT_RUN::fault()
 {
     QStringList lines =
-        QString::fromLocal8Bit(m_process.readAllStandardError()).split('\n', Qt::SkipEmptyParts);
+        QString::fromLocal8Bit(m_process.readAllStandardError()).remove('\r').split('\n', Qt::SkipEmptyParts);
     if (lines.isEmpty())
         return tr("the layout program ended unexpectedly");
     lines.prepend(lines.takeLast());

@@ -9,6 +9,10 @@ namespace {
 
 using namespace WINDOWS_FILES;
 
+/// A program that removes a folder may have it to itself for a moment.
+const int MOST_ATTEMPTS = 100;
+const DWORD WAIT_FOR_OTHERS = 5; ///< milliseconds
+
 qint64 joined(DWORD high, DWORD low)
 {
     return qint64(quint64(high) << 32 | low);
@@ -17,6 +21,12 @@ qint64 joined(DWORD high, DWORD low)
 bool says_nothing_there(DWORD error)
 {
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+bool is_file(const QString& path)
+{
+    const DWORD attributes = GetFileAttributesW(wide(path));
+    return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
 /// Whether nothing is at `path` any more, or something that only waits for the last
@@ -57,9 +67,16 @@ SUB_FOLDERS WINDOWS_READER::read(FOLDER& folder, const std::atomic<bool>& stoppi
     identify(folder, path);
     if (leads_back(folder))
         return {};
-    const DWORD error = read_entries(folder, path, stopping);
-    const bool is_file = error == ERROR_DIRECTORY && folder.parent;
-    if (error && !is_file && !says_nothing_there(error) && !is_removed(path))
+    DWORD error = read_entries(folder, path, stopping);
+    for (int attempts = 0; error == ERROR_SHARING_VIOLATION && attempts < MOST_ATTEMPTS; ++attempts) {
+        Sleep(WAIT_FOR_OTHERS);
+        m_found.clear();
+        error = read_entries(folder, path, stopping);
+    }
+    if (error && is_file(path))
+        error = ERROR_DIRECTORY;
+    const bool is_file_now = error == ERROR_DIRECTORY && folder.parent;
+    if (error && !is_file_now && !says_nothing_there(error) && !is_removed(path))
         fail(folder, int(error), qt_error_string(int(error)), folder.path);
     return m_found.hand_over(folder);
 }

@@ -66,8 +66,9 @@ bool is_refusal(const QByteArray& remark)
 
 } // namespace
 
-void P4_COMPLAINTS::add(const QByteArray& bytes)
+void P4_COMPLAINTS::add(QByteArray bytes)
 {
+    bytes.replace("\r", ""); // of line ends on Windows
     const int to_beginning = qMin(bytes.size(), MAX_KEPT - m_beginning.size());
     m_beginning += bytes.left(to_beginning);
     m_end += bytes.mid(to_beginning);

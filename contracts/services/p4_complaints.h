@@ -12,7 +12,7 @@ public:
     static constexpr int MAX_KEPT = 8 << 10; ///< bytes of the beginning, and again of the end
 
     /// The next bytes, in pieces of any size.
-    void add(const QByteArray& bytes);
+    void add(QByteArray bytes);
 
     /// To be called behind the last `add`.
     void finish();

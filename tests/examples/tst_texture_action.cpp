@@ -83,8 +83,9 @@ private slots:
         QVERIFY(!run(action).contains('!'));
         m_scene->tree.remove("raw_data/textures/Wood/Oak.PNG");
         action->reset();
-        QCOMPARE(run(action), m_scene->tree.path("raw_data/textures/Wood/Oak.PNG: it can't be opened: "
-                                                 "No such file or directory\n! 4"));
+        GOX_COMPARE_TEXT(run(action),
+                         m_scene->tree.path("raw_data/textures/Wood/Oak.PNG: it can't be opened: "
+                                            "No such file or directory\n! 4"));
     }
 
     void cleanupTestCase()

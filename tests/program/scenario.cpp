@@ -1,13 +1,24 @@
 #include "tests/program/scenario.h"
 
 #include <QtCore/QRegularExpression>
+#include <QtNetwork/QUdpSocket>
 
 #include <csignal>
+
+#ifdef Q_OS_LINUX
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+#endif
 
 #include "tests/support/cases.h"
 #include "tests/support/files.h"
 #include "tests/support/full_disk.h"
 #include "tests/support/scripted_scene.h"
+#include "tests/support/spelled_bytes.h"
+#include "tests/support/transcript.h"
+#include "tests/support/virtual_display.h"
 #include "tests/support/watched_test.h"
 
 namespace {
@@ -15,9 +26,9 @@ namespace {
 const QString TAG = QStringLiteral("." GOX_BUILD_TAG ".");
 const QString SEE = QStringLiteral("see ");
 
-const QStringList PREPARATIONS{"tree", "write ",      "plugins", "shell",   "configuration", "script",
-                               "as",   "environment", "folder",  "options", "arguments",     "stop"};
-const QStringList OUTCOMES{"status", "error", "remarks", "console", SEE};
+const QStringList PREPARATIONS{"tree",        "write ", "plugins", "configuration", "script", "as",
+                               "environment", "folder", "options", "arguments",     "stop"};
+const QStringList OUTCOMES{"before", "status", "error", "remarks", "console", "packets", SEE};
 
 // What is expected without a word of it.
 const QMap<QString, QString> USUAL{{"status", "0"},
@@ -25,6 +36,28 @@ const QMap<QString, QString> USUAL{{"status", "0"},
                                    {"remarks", ""},
                                    {"see tool/gox_startup_error.log", ""},
                                    {"see tool/gox_plugin_error.log", ""}};
+
+// Runs send packets to a fixed port, and others on this machine do as well: where the
+// system allows it, this process and its runs get a network of their own, which has to
+// be before there is a second thread.
+bool enter_own_network()
+{
+#ifdef Q_OS_LINUX
+    if (unshare(CLONE_NEWNET) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0)
+        return false;
+    ifreq loopback{};
+    loopback.ifr_name[0] = 'l', loopback.ifr_name[1] = 'o';
+    loopback.ifr_flags = IFF_UP;
+    const int socket = ::socket(AF_INET, SOCK_DGRAM, 0);
+    const bool is_up = ioctl(socket, SIOCSIFFLAGS, &loopback) == 0;
+    close(socket);
+    return is_up;
+#else
+    return false;
+#endif
+}
+
+const bool IS_ALONE = enter_own_network();
 
 class SCENARIO
 {
@@ -35,7 +68,7 @@ public:
         add_plugins();
         if (m_case["as"].contains("nobody"))
             m_scene.tree.open_to_everybody();
-        run_commands();
+        m_before = take_steps(read(m_case["before"]));
         run();
     }
 
@@ -65,8 +98,14 @@ private:
     QString told(const QByteArray& bytes) const
     {
         static const QRegularExpression ran(QStringLiteral("\n={37}\nDuration: \\d+ msec\\(s\\)\n"));
-        QString text = QString::fromUtf8(bytes).replace(m_scene.tree.path(), "TREE").replace(TAG, ".TAG.");
+        // Of displays without a window manager or icons, and of memory that is refused on purpose.
+        static const QRegularExpression noise(
+            "(?m)^(qt.qpa.xcb: |QPixmap::fromWinHICON|.*AddressSanitizer failed to all).*\\n");
+        QString text = in_words_of_unix(QString::fromUtf8(bytes));
+        text.replace(m_scene.tree.path(), "TREE").replace(TAG, ".TAG.");
+        text.remove(noise);
         text.replace(ran, QStringLiteral("(ran)\n"));
+        text.replace(QStringLiteral("process %1;").arg(m_other_number), QStringLiteral("process OTHER;"));
         while (text.endsWith('\n'))
             text.chop(1);
         return text;
@@ -76,13 +115,8 @@ private:
     {
         if (m_case.has("plugins"))
             m_scene.tree.remove("tool/GOX_scripted" + TAG + "dll");
-        for (const QString& line : m_case.lines("plugins")) {
-            const QString name = line.section(' ', 0, 0), file = read(line.section(' ', 1));
-            if (name == "junk")
-                m_scene.tree.write("tool/" + file, "no library at all");
-            else
-                m_scene.tree.add_plugin(name, file);
-        }
+        for (const QString& line : m_case.lines("plugins"))
+            m_scene.tree.add_plugin(line.section(' ', 0, 0), read(line.section(' ', 1)));
     }
 
     void write_files() const
@@ -100,11 +134,49 @@ private:
             m_scene.tree.write(read(file.key()), read(file.value()).toUtf8());
     }
 
-    void run_commands() const
+    QStringList words(const QString& options) const
     {
-        const QString commands = read("cd 'TREE'\n" + m_case["shell"]);
-        if (m_case.has("shell") && QProcess::execute("sh", {"-ec", commands}) != 0)
-            qFatal("the commands of the case fail");
+        return ("--configuration=ci --dont_stop_on_error " + options).split(' ', Qt::SkipEmptyParts);
+    }
+
+    QString take_steps(const QString& wanted)
+    {
+        const TEMPORARY_TREE& tree = m_scene.tree;
+        const auto at = [&](const QString& text, int i) { return tree.path(text.section(' ', i, i)); };
+        const auto rest = [](const QString& text) { return spelled_bytes(text.section(' ', 1)); };
+        TRANSCRIPT steps;
+        steps.add("remove", [&](const QString& file) { tree.remove(file); });
+        steps.add("folder", [&](const QString& name) { tree.make_folder(name); });
+        steps.add("old", [&](const QString& file) { FILES::set_time(tree.path(file), FILES::hour(1)); });
+        steps.add("protect", [&](const QString& file) { tree.set_permissions(file, 0444); });
+        steps.add("write", [&](const QString& text) { FILES::write(at(text, 0), rest(text)); });
+        steps.add("move", [&](const QString& files) { QFile::rename(at(files, 0), at(files, 1)); });
+        steps.add("copy", [&](const QString& files) { QFile::copy(at(files, 0), at(files, 1)); });
+        steps.add("replace", [&](const QString& text) {
+            const QList<QByteArray> parts = rest(text).split('|');
+            FILES::write(at(text, 0), FILES::bytes(at(text, 0)).replace(parts[0], parts[1]));
+        });
+        steps.add("sh", [&](const QString& command) {
+            return QProcess::execute("sh", {"-ec", "cd '" + tree.path() + "'\n" + command}) ? "failed" : "";
+        });
+        steps.add("start", [&](const QString& options) {
+            m_other = std::make_unique<PROGRAM_RUN>(tree);
+            m_other->start(words(options));
+            m_other_number = m_other->number();
+        });
+        steps.add("await", [&](const QString& text) {
+            return m_other->wait_for_text(at(text, 0), rest(text)) ? "" : "not there";
+        });
+        steps.add("kill", [&](const QString&) { m_other.reset(); });
+        steps.add("end", [&](const QString&) {
+            const int status = m_other->wait();
+            return status ? QString("status %1").arg(status) : QString();
+        });
+        steps.add("run", [&](const QString& options) {
+            steps.carry_out("start " + options);
+            return steps.carry_out("end");
+        });
+        return steps.play(wanted);
     }
 
     void run()
@@ -115,21 +187,32 @@ private:
         gox.closed_console = m_case["as"].contains("closed console");
         for (const QString& variable : m_case.lines("environment"))
             gox.extra.insert(variable.section('=', 0, 0), variable.section('=', 1));
+        const bool on_display = m_case["as"].contains("display");
+        const std::unique_ptr<VIRTUAL_DISPLAY> display(on_display ? new VIRTUAL_DISPLAY : nullptr);
+        if (display && !display->name().isEmpty())
+            gox.extra.insert("DISPLAY", display->name());
+        if (m_case["as"].contains("watched")) {
+            gox.extra.insert("QT_PLUGIN_PATH", QFileInfo(GOX_QT_PLUGINS).absoluteFilePath());
+            gox.extra.insert("QT_QPA_GENERIC_PLUGINS", "gox_watcher");
+            gox.extra.insert("GOX_TEST_SEEN", m_scene.tree.path("seen.txt"));
+        }
         if (m_case.has("folder"))
             gox.folder = m_case["folder"];
-        QString words = "--configuration=ci --dont_stop_on_error " + m_case["options"];
-        if (m_case.has("arguments"))
-            words = m_case["arguments"];
         if (m_case["as"].contains("full console"))
             gox.output_file = "/dev/full";
+        QUdpSocket server;
+        server.bind(QHostAddress::LocalHost, 12345);
         {
             const FULL_DISK full_for_children(m_case["as"].contains("full disk"));
-            gox.start(words.split(' ', Qt::SkipEmptyParts));
+            gox.start(m_case.has("arguments") ? m_case["arguments"].split(' ', Qt::SkipEmptyParts)
+                                              : words(m_case["options"]));
         }
-        if (m_case.has("stop") &&
-            gox.wait_for_text(m_scene.tree.path("tool/trace.txt"), m_case.bytes("stop")))
-            gox.send_signal(SIGTERM);
+        for (const QString& text : m_case.lines("stop"))
+            if (gox.wait_for_text(m_scene.tree.path("tool/trace.txt"), text.toUtf8()))
+                gox.send_signal(SIGTERM);
         m_status = gox.wait();
+        for (char packet[200]; server.hasPendingDatagrams();)
+            m_packets.append(packet, int(server.readDatagram(packet, sizeof packet)));
     }
 
     QMap<QString, QString> expected_parts() const
@@ -149,6 +232,10 @@ private:
         if (part == "status")
             return m_status == PROGRAM_RUN::CRASHED ? "crashed " + QString::number(m_scene.gox.signal)
                                                     : QString::number(m_status);
+        if (part == "before")
+            return told(m_before.toUtf8());
+        if (part == "packets")
+            return IS_ALONE ? told(m_packets) : m_case["packets"];
         if (part == "error")
             return told(m_scene.gox.err);
         if (part == "console")
@@ -182,6 +269,10 @@ private:
 
     const TEST_CASE m_case;
     SCRIPTED_SCENE m_scene;
+    std::unique_ptr<PROGRAM_RUN> m_other; // that a step has started
+    qint64 m_other_number = 0;
+    QString m_before;
+    QByteArray m_packets;
     int m_status = 0;
 };
 

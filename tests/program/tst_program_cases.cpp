@@ -23,6 +23,10 @@ private slots:
     void up_to_date() { play_scenario(); }
     void shards_data() { add_scenarios("shards.cases"); }
     void shards() { play_scenario(); }
+    void watched_data() { add_scenarios("watched.cases"); }
+    void watched() { play_scenario(); }
+    void metrics_data() { add_scenarios("metrics.cases"); }
+    void metrics() { play_scenario(); }
     void crash_data() { add_scenarios("crash.cases"); }
     void crash() { play_scenario(); }
 };

@@ -1,60 +1,17 @@
 #include <QtTest/QtTest>
 
 #include <csignal>
-#include <sys/stat.h>
 
 #include "tests/support/scripted_scene.h"
 #include "tests/support/terminal.h"
-#include "tests/support/virtual_display.h"
 #include "tests/support/watched_test.h"
 
-namespace {
-
-const char ONE_ACTION[] = "processor p\naction a\n";
-const char ENDLESS[] = "trace trace.txt\nprocessor p\naction endless\nignores_abort\ntakes 600000\n";
-
-} // namespace
-
-/// What takes a hand: displays, terminals, signals, and runs beside each other.
+/// What takes a hand: terminals.
 class TST_PROGRAM_UNATTENDED : public WATCHED_TEST
 {
     Q_OBJECT
 
 private slots:
-    // A display, and nobody at it: the boxes are answered, and the window that watches
-    // goes its way.
-    void nobody_is_waited_for_at_a_display()
-    {
-        const VIRTUAL_DISPLAY display;
-        if (display.name().isEmpty())
-            GOX_SKIP("no Xvfb");
-        SCRIPTED_SCENE scene;
-        scene.gox.extra.insert("DISPLAY", display.name());
-        scene.configuration.no_progress_dialog = false;
-        scene.tree.write("old_raw_data/a.txt", "shadowed");
-        scene.tree.write("raw_data/a.txt", "x");
-        GOX_COMPARE_STATUS(
-            scene.run("processor p\ncollecting_raises early\ncollecting_asks May I?\naction a\n"), 0,
-            scene.gox);
-        QVERIFY2(scene.gox.err.startsWith("early\n") && scene.gox.err.contains("\nMay I?\n"),
-                 scene.gox.report());
-    }
-
-    void second_interrupt_ends_at_once()
-    {
-        SCRIPTED_SCENE scene;
-        QVERIFY(scene.start(ENDLESS));
-        QVERIFY2(scene.gox.wait_for_text(scene.tree.path("tool/trace.txt"), "execute endless"),
-                 scene.gox.report());
-        scene.gox.send_signal(SIGINT);
-        // Two requests that are pending together would be one.
-        QVERIFY2(scene.gox.wait_for_text(scene.tree.path("tool/trace.txt"), "abort endless"),
-                 scene.gox.report());
-        scene.gox.send_signal(SIGINT);
-        const int status = scene.gox.wait();
-        QVERIFY2(status != PROGRAM_RUN::HUNG && status != 0, scene.gox.report());
-    }
-
     // Shown in place of the one before, and gone in the end.
     void progress_on_a_terminal()
     {
@@ -72,36 +29,6 @@ private slots:
         QVERIFY2(lines.filter(" done, ").isEmpty() && lines.contains("failed: p / torn") &&
                      lines.contains("Stopped from outside.") && lines.last().isEmpty(),
                  qPrintable(lines.join('\n')));
-    }
-
-    void another_run_in_the_tree()
-    {
-        SCRIPTED_SCENE scenes[2];
-        for (SCRIPTED_SCENE& scene : scenes) {
-            QVERIFY(scene.start(ENDLESS));
-            QVERIFY2(scene.gox.wait_for_text(scene.tree.path("tool/trace.txt"), "execute"),
-                     scene.gox.report());
-        }
-        const TEMPORARY_TREE& tree = scenes[0].tree;
-        tree.write_script(ONE_ACTION);
-        PROGRAM_RUN second(tree);
-        const QByteArray lock = tree.read("tool/gox.lock");
-        GOX_COMPARE_STATUS(second.run({"--configuration=ci"}), 0, second);
-        QVERIFY2(second.out.contains("Remark: Another GOX runs in this tree, process " +
-                                     lock.split('\n').first() + ';'),
-                 second.report());
-        // A run that ended badly is in nobody's way, nor when its number is that of a
-        // run elsewhere by now.
-        scenes[0].gox.send_signal(SIGKILL);
-        scenes[0].gox.wait();
-        for (const QByteArray& left : {lock, scenes[1].tree.read("tool/gox.lock")}) {
-            tree.write("tool/gox.lock", left);
-            GOX_COMPARE_STATUS(second.run({"--configuration=ci"}), 0, second);
-            QVERIFY2(!second.out.contains("Remark: "), second.report());
-            QVERIFY(!tree.exists("tool/gox.lock"));
-        }
-        QCOMPARE(::mkfifo(QFile::encodeName(tree.path("tool/gox.lock")), 0600), 0);
-        GOX_COMPARE_STATUS(second.run({"--configuration=ci"}), 0, second);
     }
 };
 

@@ -2,9 +2,12 @@
 
 #include <QtCore/QMap>
 #include <QtCore/QMetaType>
+#include <QtCore/QOperatingSystemVersion>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtTest/QTest>
+
+constexpr bool IS_WINDOWS = QOperatingSystemVersion::currentType() == QOperatingSystemVersion::Windows;
 
 /// A case of a case file: its name and the texts under its keys.
 ///
@@ -13,6 +16,9 @@
 ///     key: text of one line
 ///     other key:
 ///         text of many lines, each behind four spaces
+///
+/// In every file "unix: REASON" leaves the case out on Windows, and a key with
+/// " (windows)" behind it takes the place of the key there.
 class TEST_CASE
 {
 public:
@@ -41,8 +47,12 @@ void add_cases(const char* file, const QStringList& keys);
 /// The case of the row whose turn it is.
 TEST_CASE current_case();
 
-/// Nothing when the texts are equal; else the first line that differs and the
-/// whole of `actual`, as a case file has it.
+/// The text with line ends as Unix has them, and its "No such file or directory" and the
+/// like for the system's own words.
+QString in_words_of_unix(QString text);
+
+/// Nothing when the texts are equal, in words of Unix; else the first line that differs
+/// and the whole of `actual`, as a case file has it.
 QByteArray text_difference(const QString& actual, const QString& expected);
 
 /// Compares texts of many lines.

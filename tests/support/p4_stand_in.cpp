@@ -5,13 +5,18 @@
 #include <iostream>
 #include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 // Stands in for the Perforce client. The folder in GOX_TEST_P4 says what it
 // does: it notes its arguments, and the names that it was given, in calls.txt
-// there and then takes the steps of "<command>.txt", one a line:
+// there and then takes the steps of "<command>.txt", one a line. Without arguments
+// it stands in for the layout program, with the steps of "layout.txt".
 //
 //     out TEXT, err TEXT    a line of output
+//     language              the language that it is to speak, as the server's time
+//     layers STEP           a step for requests of layers only
+//     number                writes the file "process" with the number of its process
 //     flood N               N bytes of output without a line end
 //     complain N TEXT       N times the line as an error
 //     writable              makes the files of its names writable
@@ -38,10 +43,19 @@ std::string repeated(const std::string& text, int count)
 void take_step(const std::string& word, const std::string& rest, const std::vector<std::string>& names)
 {
     namespace fs = std::filesystem;
+    static int engine = -1; // of the layouts, as the request begins
+    if (word == "layers" && engine < 0)
+        std::cin >> engine;
     if (word == "out")
         std::cout << rest << std::endl;
     else if (word == "err")
         std::cerr << rest << std::endl;
+    else if (word == "language")
+        std::cout << "... serverDate " << std::getenv("P4LANGUAGE") << std::endl;
+    else if (word == "layers" && engine == 0)
+        take_step(rest.substr(0, rest.find(' ')), rest.substr(rest.find(' ') + 1), names);
+    else if (word == "number")
+        std::ofstream(std::getenv("GOX_TEST_P4") + std::string("/process")) << ::getpid();
     else if (word == "flood")
         std::cout << std::string(std::stoul(rest), 'x') << std::flush;
     else if (word == "complain")
@@ -63,7 +77,7 @@ int main(int argc, char** argv)
 {
     const std::string folder = std::getenv("GOX_TEST_P4");
     std::ofstream calls(folder + "/calls.txt", std::ios::app);
-    std::string command;
+    std::string command = argc > 1 ? "" : "layout";
     bool has_names = false;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
@@ -75,7 +89,7 @@ int main(int argc, char** argv)
     }
     calls << '\n';
     std::vector<std::string> names;
-    for (std::string name; std::getline(std::cin, name); calls << name << '\n')
+    for (std::string name; argc > 1 && std::getline(std::cin, name); calls << name << '\n')
         names.push_back(name);
     calls << (has_names == !names.empty() ? "" : "the names are missing\n") << std::flush;
     std::ifstream steps(folder + '/' + command + ".txt");

@@ -10,6 +10,7 @@
 #include <unistd.h>
 #endif
 
+#include "tests/support/cases.h"
 #include "tests/support/files.h"
 #include "tests/support/temporary_tree.h"
 
@@ -60,6 +61,8 @@ QProcessEnvironment PROGRAM_RUN::environment() const
     // No settings of the person who runs the tests are read or written.
     for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"})
         result.insert(name, m_tree.path());
+    if (IS_WINDOWS && !extra.contains("DISPLAY"))
+        result.insert("QT_QPA_PLATFORM", "offscreen");
     result.insert(extra);
     return result;
 }

@@ -42,6 +42,7 @@ public:
     bool wait_for_text(const QString& file, const QByteArray& text);
 
     void send_signal(int number);
+    qint64 number() const { return m_process->processId(); } ///< of the process
 
     QByteArray out; ///< standard output, once the run has ended
     QByteArray err; ///< standard error, once the run has ended

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "tests/support/cases.h"
+
 namespace {
 
 const int PATIENCE = 10000; // milliseconds
@@ -24,7 +26,7 @@ QString TRANSCRIPT::carry_out(const QString& command)
     const auto word = m_words.constFind(command.section(' ', 0, 0));
     if (word == m_words.constEnd())
         qFatal("no command: %s", qPrintable(command));
-    return told((*word)(command.section(' ', 1)));
+    return in_words_of_unix(told((*word)(command.section(' ', 1))));
 }
 
 QString TRANSCRIPT::play(const QString& wanted)

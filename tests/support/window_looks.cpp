@@ -92,8 +92,9 @@ QString told_of(QWidget& widget)
 {
     const QAccessibleInterface* const told = QAccessible::queryAccessibleInterface(&widget);
     const QString description = told->text(QAccessible::Description);
+    const bool is_list = qobject_cast<QComboBox*>(&widget); // which has its label for a name on Windows
     return QString("%1 \"%2\"%3")
-        .arg(name_of(widget), told->text(QAccessible::Name),
+        .arg(name_of(widget), told->text(is_list ? QAccessible::Value : QAccessible::Name),
              description.isEmpty() ? QString() : ", " + description);
 }
 

@@ -1,5 +1,6 @@
 #include "tests/support/window_transcript.h"
 
+#include <QtCore/QDir>
 #include <QtGui/QKeySequence>
 #include <QtGui/QWheelEvent>
 #include <QtWidgets/QAbstractButton>
@@ -152,7 +153,9 @@ QStringList WINDOW_TRANSCRIPT::seen()
     lines += "focus " + (window->focusWidget() ? window->focusWidget() : window.data())->objectName();
     for (int i = 0; i < answers.texts.size(); ++i)
         lines += QString("box %1: ").arg(i + 1) + QString(answers.texts[i]).replace('\n', " / ");
-    return (lines + watch()).replaceInStrings(folder.isEmpty() ? QString("*") : folder, "*");
+    const QString place = folder.isEmpty() ? QString("*") : folder;
+    lines.replaceInStrings(QDir::toNativeSeparators(place + '/'), "*/");
+    return (lines + watch()).replaceInStrings(place, "*");
 }
 
 void press_keys(QWidget* widget, const QString& keys)

@@ -85,7 +85,8 @@ private slots:
         c.processors = {QString::fromUtf8(spelled_bytes(current_case()["processor"])), " "};
         QString error;
         QCOMPARE(c.save(tree.path(file), false, error), cause.isEmpty());
-        QCOMPARE(error, cause.isEmpty() ? QString() : tree.path(file) + ": can't be written: " + cause);
+        GOX_COMPARE_TEXT(error,
+                         cause.isEmpty() ? QString() : tree.path(file) + ": can't be written: " + cause);
         const auto is_written = [&](bool only_if_changed) {
             FILES::set_time(tree.path("c.xml"), FILES::hour(1));
             c.save(tree.path(file), only_if_changed);

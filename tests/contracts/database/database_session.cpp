@@ -3,6 +3,8 @@
 #include <QtCore/QDir>
 #include <QtCore/QRegularExpression>
 
+#include "tests/support/cases.h"
+
 namespace {
 
 using GET_LATEST_MODE = KV_QUERY_INTERFACE::GET_LATEST_MODE;
@@ -130,7 +132,7 @@ QString DATABASE_SESSION::run(const QString& command)
         answer = (answer.isEmpty() ? "error: " : answer + "\nerror: ") + error;
     if (!error.isEmpty() && get_last_error() != error)
         answer += "\nbut the last error is: " + get_last_error();
-    return answer.remove(path() + '/').replace(path(), "FOLDER");
+    return in_words_of_unix(answer.remove(path() + '/').replace(path(), "FOLDER"));
 }
 
 void DATABASE_SESSION::copy_stock() const

@@ -171,10 +171,11 @@ private slots:
         db.run("add log u");
         QLockFile other(db.path("unfinished_save.lock"));
         QVERIFY(other.tryLock());
-        QCOMPARE(db.run("save_table log"),
+        const QString host = QSysInfo::machineHostName().toLower(); // which Windows has in two spellings
+        QCOMPARE(db.run("save_table log").toLower(),
                  QString("error: unfinished_save.lock: another process saves this folder (number %1 on "
                          "\"%2\"); when that is not so, remove this file")
-                     .arg(QString::number(QCoreApplication::applicationPid()), QSysInfo::machineHostName()));
+                     .arg(QString::number(QCoreApplication::applicationPid()), host));
         other.unlock();
         QCOMPARE(db.run("save_table log"), QString());
     }

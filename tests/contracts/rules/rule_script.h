@@ -114,7 +114,9 @@ private:
             m_has_p4 = true;
             m_p4.answers(first(s), others(s).replace(" / ", "\n").toUtf8());
         });
-        add("calls", [&](const QString&) { return QString::fromUtf8(m_p4.calls()).trimmed(); });
+        add("calls", [&](const QString&) {
+            return QDir::fromNativeSeparators(QString::fromUtf8(m_p4.calls()).trimmed());
+        });
         add("diff", [&](const QString& file) { return difference(file_of(file)); });
         add("save", [&](const QString& disk) { return save(disk == "full"); });
     }

@@ -14,7 +14,7 @@ class TST_RULE_CACHE : public WATCHED_TEST
 private slots:
     void answers_data() { add_cases("contracts/rules/rule_cache.cases", {"script"}); }
     void answers() { play(); }
-    void saves_data() { add_cases("contracts/rules/rule_saving.cases", {"script", "text", "unix"}); }
+    void saves_data() { add_cases("contracts/rules/rule_saving.cases", {"script", "text"}); }
     void saves() { play(); }
 
     void questions_of_all_threads_are_noted_once()
@@ -68,8 +68,6 @@ private:
     static void play()
     {
         const TEST_CASE one = current_case();
-        if (one.has("unix") && QSysInfo::productType() == "windows")
-            GOX_SKIP("the file system knows no such thing");
         RULE_SCRIPT script(QString(one["text"] + '\n').replace('\n', "\r\n").toUtf8());
         GOX_COMPARE_TEXT(script.play(one["script"]), one["script"]);
     }

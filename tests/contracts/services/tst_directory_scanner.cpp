@@ -11,7 +11,17 @@
 #include "tests/support/spelled_bytes.h"
 #include "tests/support/watched_test.h"
 
+#include <thread>
+
+#ifdef Q_OS_UNIX
 #include <unistd.h>
+#else
+static int getuid()
+{
+    return 0;
+}
+static void seteuid(int) {}
+#endif
 
 namespace {
 
@@ -55,12 +65,19 @@ public:
     QString take(DIRECTORY_SCANNER& scanner, const QString& step) const
     {
         const QString word = step.section(' ', 0, 0), rest = step.section(' ', 1);
-        seteuid(word == "$" ? getuid() : 65534); // a privileged user may read everything
+        seteuid(word == "announce" || word == "fetch" ? 65534 : getuid()); // who may not read everything
         if (word == "$")
             return sh(rest) ? QString() : "can't be done: " + rest;
+        if (word == "fetch" || word == "times")
+            return fetch(scanner, rest, word == "times") + '\n';
         if (word == "announce")
             scanner.add_path(rest == "nothing" ? QString() : path(rest));
-        return word == "announce" ? QString() : fetch(scanner, rest, word == "times") + '\n';
+        for (const QByteArray& file : spelled_bytes(rest).split(' '))
+            if (word == "files")
+                write(QString::fromUtf8(file));
+        if (word == "old")
+            FILES::set_time(path(rest), FILES::hour(1).addMSecs(123));
+        return QString();
     }
 
     const QTemporaryDir folder;
@@ -115,29 +132,35 @@ private slots:
     void changes_during_the_walk()
     {
         const SCENE scene;
-        QVERIFY(scene.sh("mkdir $(seq -f s%g 10 49) && touch $(seq -f s%g/f 10 49)"));
+        for (int i = 10; i < 50; ++i)
+            scene.write(QString("/s%1/f").arg(i));
         DIRECTORY_SCANNER scanner;
         const QString expected = scene.fetch(scanner, QString());
-        QProcess unrest;
-        unrest.setWorkingDirectory(scene.folder.path());
-        unrest.start("perl",
-                     {"-e", "for (;; $n = ($n + 1) % 40) { $u = 's' . (10 + $n) . '/unrest'; mkdir $u; "
-                            "for (1..5) { mkdir \"$u/$_\"; open(F, \">$u/$_/t\"); close(F); } "
-                            "for (1..5) { unlink \"$u/$_/t\"; rmdir \"$u/$_\"; } rmdir $u; }"});
-        QString result = unrest.waitForStarted() ? expected : "no unrest";
+        std::atomic<bool> is_over{false};
+        std::thread unrest([&] {
+            for (int i = 0; !is_over; ++i) {
+                const QString folder = scene.path(QString("/s%1/unrest/").arg(10 + i % 40));
+                for (const char* name : {"1", "2", "3"})
+                    if (QDir().mkpath(folder + name))
+                        QFile(folder + name + "/t").open(QIODevice::WriteOnly);
+                QDir(folder).removeRecursively();
+            }
+        });
+        QString result = expected;
         for (int i = 0; i < 100 && result == expected; ++i) {
             DIRECTORY_SCANNER other = scanner_of(i % 3);
             result = scene.fetch(other, QString()).remove(QRegularExpression(" [^ ]*unrest[^ ]*"));
         }
-        unrest.kill();
-        unrest.waitForFinished();
+        is_over = true;
+        unrest.join();
         QCOMPARE(result, expected);
     }
 
     void stop_in_the_middle()
     {
         const SCENE scene;
-        QVERIFY(scene.sh("mkdir -p $(seq -f %g/1 300) && touch $(seq -f %g/1/f 300)"));
+        for (int i = 1; i <= 300; ++i)
+            scene.write(QString("/%1/1/f").arg(i));
         SATELLITE& scanner = SATELLITE::instance();
         QCOMPARE(&scanner, &SATELLITE::instance());
         for (int pass = 0; pass < 20; ++pass) {

@@ -25,9 +25,10 @@ private slots:
         const auto spelled = [&](const char* key) {
             return QString::fromUtf8(spelled_bytes(one[key])).replace("FOLDER", tree.path("raw_data"));
         };
-        tree.write("raw_data/a b@1#2%3*.txt", "text");
-        tree.set_permissions("raw_data/a b@1#2%3*.txt", 0444);
-        const QString file = one.has("files") ? spelled("files") : tree.path("raw_data/a b@1#2%3*.txt");
+        const QString name = IS_WINDOWS ? "raw_data/a b@1#2%3.txt" : "raw_data/a b@1#2%3*.txt";
+        tree.write(name, "text");
+        tree.set_permissions(name, 0444);
+        const QString file = one.has("files") ? spelled("files") : tree.path(name);
         const QStringList files = file.split('\n', Qt::SkipEmptyParts);
         for (const char* command : {"edit", "add", "fstat", "filelog", "info"})
             scene.answers(command, one.bytes("answer"));
@@ -49,7 +50,8 @@ private slots:
         said += !error.isEmpty() ? '!' + error : seconds ? QString::number(seconds) : QString();
         GOX_COMPARE_TEXT(said.trimmed(), spelled("said"));
         if (one.has("called"))
-            GOX_COMPARE_TEXT(QString::fromUtf8(scene.calls()).trimmed(), spelled("called").trimmed());
+            GOX_COMPARE_TEXT(QDir::fromNativeSeparators(QString::fromUtf8(scene.calls()).trimmed()),
+                             spelled("called").trimmed());
     }
 
     // Its complaints are read here, so it has to speak English.
@@ -63,10 +65,10 @@ private slots:
         QCOMPARE(p4.read_server_time_offset(seconds),
                  QString("The Perforce client \"p4\" was not found. Install the command line client of "
                          "Perforce and see that its folder stands in PATH."));
-        FILES::write(folder.filePath("p4"), "#!/bin/sh\necho ... serverDate $P4LANGUAGE\n");
-        QFile::setPermissions(folder.filePath("p4"), QFile::ReadOwner | QFile::ExeOwner);
-        const QString error = p4.read_server_time_offset(seconds);
         qputenv("PATH", path);
+        const P4_SCENE scene;
+        scene.answers("info", "language");
+        const QString error = p4.read_server_time_offset(seconds);
         QVERIFY2(error.endsWith("\"en\""), qPrintable(error));
         QCOMPARE(P4_CONNECTION::plain_name("50%/%2a%4%25402"), QString("50%/*%4%402"));
     }

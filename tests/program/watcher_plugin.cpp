@@ -1,9 +1,11 @@
 // Sees a run of the program from inside, as Qt loads it into the program. What a
-// person would see goes into the file that GOX_TEST_SEEN names. Every dialog is
-// cancelled, but the choice from a list takes what GOX_TEST_CHOICE says.
+// person would see goes into the file that GOX_TEST_SEEN names, and the settings lie
+// beside it. Every dialog is cancelled, but the choice from a list takes what
+// GOX_TEST_CHOICE says.
 
 #include <QtCore/QEvent>
 #include <QtCore/QFile>
+#include <QtCore/QSettings>
 #include <QtCore/QTimer>
 #include <QtGui/QGenericPlugin>
 #include <QtWidgets/QApplication>
@@ -24,10 +26,14 @@ public:
     WATCHER() : m_seen(qEnvironmentVariable("GOX_TEST_SEEN"))
     {
         m_seen.open(QIODevice::WriteOnly | QIODevice::Append);
+        QSettings::setDefaultFormat(QSettings::IniFormat);
+        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_seen.fileName() + "_settings");
         qApp->installEventFilter(this);
+#ifndef Q_OS_WIN // where each library has operators of its own
         volatile std::size_t too_much = std::size_t(-1) / 4;
         if (::operator new(too_much) || ::operator new[](too_much))
             note("there is memory without end");
+#endif
     }
 
     bool eventFilter(QObject* watched, QEvent* event) override
