@@ -8,6 +8,7 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 . scripts/windows/cache.sh
 . scripts/windows/wine.sh
+windows_limit=${GOX_WINDOWS_LIMIT:-600} # some have hundreds of rows
 
 scripts/install-packages.sh windows-run
 build=$PWD/build/windows
