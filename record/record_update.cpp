@@ -143,13 +143,12 @@ int RECORD_UPDATE::slot_of(quint64 key)
 // Actions that follow each other mostly share them.
 quint32 RECORD_UPDATE::number_of(const SURROUNDINGS& surroundings)
 {
-    if (m_has_last && surroundings == m_last_surroundings)
+    if (m_last_surroundings == surroundings)
         return m_last_number;
     const QByteArray packed = pack_surroundings(surroundings);
     const auto known = m_numbers.constFind(packed);
     m_last_number = known != m_numbers.constEnd() ? *known : new_number(packed);
     m_last_surroundings = surroundings;
-    m_has_last = true;
     return m_last_number;
 }
 

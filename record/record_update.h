@@ -3,6 +3,7 @@
 #include <QtCore/QHash>
 
 #include <memory>
+#include <optional>
 
 #include "record/key_index.h"
 #include "record/record_rows.h"
@@ -88,11 +89,10 @@ private:
     int m_pending_bytes = 0;
     int m_full_at = FULL_AT;
 
-    QVector<QByteArray> m_surroundings;      // packed, by number
-    QVector<quint32> m_free_numbers;         // of surroundings that no entry has any more
-    QHash<QByteArray, quint32> m_numbers;    // of the others
-    QVector<quint32> m_pending_surroundings; // their numbers
-    SURROUNDINGS m_last_surroundings;        // of the action that was added last
-    quint32 m_last_number = 0;               // theirs
-    bool m_has_last = false;
+    QVector<QByteArray> m_surroundings;              // packed, by number
+    QVector<quint32> m_free_numbers;                 // of surroundings that no entry has any more
+    QHash<QByteArray, quint32> m_numbers;            // of the others
+    QVector<quint32> m_pending_surroundings;         // their numbers
+    std::optional<SURROUNDINGS> m_last_surroundings; // of the action that was added last
+    quint32 m_last_number = 0;                       // theirs
 };

@@ -23,6 +23,22 @@ qint64 moment(const QDateTime& time)
     return time.isNull() ? NEVER : time.toMSecsSinceEpoch();
 }
 
+// When a file was written, in both views.
+struct FILE_TIMES
+{
+    explicit FILE_TIMES(const FILE_ENTRY& file)
+    {
+        const bool has_local = file.local_state != FILE_STATE_NO_CHANGE;
+        local = moment(file.have_time);
+        if (has_local)
+            local = std::max(local, moment(file.local_time));
+        latest = has_local ? local : moment(file.head_time);
+    }
+
+    qint64 local;
+    qint64 latest;
+};
+
 } // namespace
 
 // What one action reads and writes, and what the times of these files say.
@@ -290,12 +306,9 @@ void BUILD_SESSION::link_inputs(ACTION_INTERFACE& action, ACTION_FILES& files)
         collect_sources(entry, seen_through, [&](FILE_ENTRY* source) { files.sources.append(source); });
     }
     for (const FILE_ENTRY* source : qAsConst(files.sources)) {
-        const bool has_local = source->local_state != FILE_STATE_NO_CHANGE;
-        const qint64 have_time = moment(source->have_time);
-        const qint64 time = has_local ? std::max(have_time, moment(source->local_time)) : have_time;
-        files.newest_source = std::max(files.newest_source, time);
-        files.newest_source_latest =
-            std::max(files.newest_source_latest, has_local ? time : moment(source->head_time));
+        const FILE_TIMES times(*source);
+        files.newest_source = std::max(files.newest_source, times.local);
+        files.newest_source_latest = std::max(files.newest_source_latest, times.latest);
         files.stale |= source->out_of_date_target;
         files.stale_latest |= source->out_of_date_target_latest;
     }
@@ -315,12 +328,9 @@ void BUILD_SESSION::link_targets(ACTION_INTERFACE& action, ACTION_FILES& files)
         append_tightly(entry->providers, &action);
         entry->intermediate = target.intermediate;
 
-        const bool has_local = entry->local_state != FILE_STATE_NO_CHANGE;
-        const qint64 have_time = moment(entry->have_time);
-        const qint64 time = has_local ? std::max(have_time, moment(entry->local_time)) : have_time;
-        files.oldest_target = std::min(files.oldest_target, time);
-        files.oldest_target_latest =
-            std::min(files.oldest_target_latest, has_local ? time : moment(entry->head_time));
+        const FILE_TIMES times(*entry);
+        files.oldest_target = std::min(files.oldest_target, times.local);
+        files.oldest_target_latest = std::min(files.oldest_target_latest, times.latest);
     }
     if (!files.targets.isEmpty())
         notes.key = std::max<quint64>(1, hash_64(&names, sizeof names, files.hash_of(action.processor)));

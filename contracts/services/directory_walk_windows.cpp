@@ -68,7 +68,8 @@ SUB_FOLDERS WINDOWS_READER::read(FOLDER& folder, const std::atomic<bool>& stoppi
     if (leads_back(folder))
         return {};
     DWORD error = read_entries(folder, path, stopping);
-    for (int attempts = 0; error == ERROR_SHARING_VIOLATION && attempts < MOST_ATTEMPTS; ++attempts) {
+    for (int attempts = 0; error == ERROR_SHARING_VIOLATION && attempts < MOST_ATTEMPTS && !stopping;
+         ++attempts) {
         Sleep(WAIT_FOR_OTHERS);
         m_found.clear();
         error = read_entries(folder, path, stopping);
