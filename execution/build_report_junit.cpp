@@ -6,6 +6,7 @@
 #include <QtCore/QXmlStreamWriter>
 
 #include "contracts/actions/action_interface.h"
+#include "contracts/services/xml_text.h"
 #include "execution/build_report.h"
 
 namespace {
@@ -46,22 +47,11 @@ OUTCOME outcome_of(const REPORTED_ACTION& action, bool is_dry_run)
     }
 }
 
-bool is_xml_letter(QChar letter)
-{
-    const ushort code = letter.unicode();
-    return code >= 0x20 ? code < 0xfffe : code == '\t' || code == '\n' || code == '\r';
-}
-
 // Control letters, and halves of a letter, no XML can hold, not even escaped.
 QString for_xml(QString text)
 {
-    for (int i = 0; i < text.size(); ++i) {
-        const QChar letter = text.at(i);
-        if (letter.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate())
-            ++i;
-        else if (letter.isSurrogate() || !is_xml_letter(letter))
-            text[i] = QChar::ReplacementCharacter;
-    }
+    for (int i = 0; (i = first_not_for_xml(text, i)) >= 0;)
+        text[i] = QChar::ReplacementCharacter;
     return text;
 }
 

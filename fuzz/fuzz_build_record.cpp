@@ -36,7 +36,7 @@ void take_input(const QByteArray& input)
     read_and_pack<BUILD_ENTRY>(input, unpack_as_entry, pack_as_bytes);
     read_and_pack<BUILD_ENTRY_DETAILS>(input, unpack_details, pack_details);
     read_and_pack<SURROUNDINGS>(input, unpack_surroundings, pack_surroundings);
-    read_and_pack<KNOWN_LIBRARY>(input, unpack_library, pack_library);
+    read_and_pack<KNOWN_FILE>(input, unpack_library, pack_library);
     read_and_pack<QVector<ACTION_DURATION>>(input, unpack_dealings, pack_dealings);
     PACKER checksum;
     checksum.number(hash_64(input.constData(), std::size_t(input.size())));

@@ -6,7 +6,7 @@
 #include <QtCore/QVector>
 
 #include "contracts/services/digest.h"
-#include "session/file_stamp.h"
+#include "contracts/services/file_stamp.h"
 
 // What the build record holds: plain values. None of them knows what they are
 // for; whether an action is up to date is decided by who compares them with what
@@ -38,11 +38,11 @@ struct RECORDED_ANSWER
     }
 };
 
-/// A database table that was read; a digest that is empty never holds.
+/// A database table that was read; a digest that is null never holds.
 struct RECORDED_TABLE
 {
     QString name;
-    QByteArray digest;
+    DIGEST digest;
 
     bool operator==(const RECORDED_TABLE& other) const
     {

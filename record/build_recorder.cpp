@@ -226,7 +226,7 @@ void BUILD_RECORDER::start(const QVector<ACTION_INTERFACE*>& plan,
     m_content = std::move(content);
     m_shared = std::make_unique<SHARED_TARGETS>(m_plan);
     m_present = std::make_unique<PRESENT_SURROUNDINGS>(m_session, m_content ? m_content->libraries()
-                                                                            : QVector<KNOWN_LIBRARY>());
+                                                                            : QVector<KNOWN_FILE>());
     for (const PROCESSOR_INTERFACE* processor : m_session.processors)
         m_present->library_of(*processor);
     m_writer = std::make_unique<RECORD_WRITER>(QCoreApplication::applicationDirPath(), record_name(m_shard),

@@ -124,7 +124,7 @@ QString surroundings_text(const SURROUNDINGS& former, ACTION_INTERFACE& action, 
         return QStringLiteral("asset graph changed");
     QStringList tables;
     for (const RECORDED_TABLE& table : former.tables)
-        if (table.digest.isEmpty() || table.digest != present.table(table.name))
+        if (table.digest.is_null() || table.digest != present.table(table.name))
             tables.append(table.name);
     return list_text("table changed", tables);
 }

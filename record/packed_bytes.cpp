@@ -98,11 +98,3 @@ QString UNPACKER::text_after(const QString& former)
         fail();
     return former.left(shared) + text();
 }
-
-QByteArray UNPACKER::bytes()
-{
-    const int size = list(1);
-    const QByteArray bytes(m_place, size);
-    m_place += size;
-    return bytes;
-}

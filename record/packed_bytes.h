@@ -4,8 +4,6 @@
 #include <QtCore/QString>
 #include <QtCore/QtEndian>
 
-#include <algorithm>
-
 #include "contracts/services/digest.h"
 
 // How values become bytes. A number takes its size, in little-endian order. A count
@@ -35,11 +33,6 @@ public:
     void count(quint32 value);
     void text(const QString& text) { text_part(text.constData(), text.size()); }
     void text_part(const QChar* text, int size);
-    void bytes(const QByteArray& bytes)
-    {
-        count(quint32(bytes.size()));
-        std::copy(bytes.begin(), bytes.end(), room(bytes.size()));
-    }
     /// A text that may begin as `former` does.
     void text_after(const QString& former, const QString& text);
 
@@ -87,7 +80,6 @@ public:
     int list(int element_size);
     QString text();
     QString text_after(const QString& former);
-    QByteArray bytes();
 
     void fail()
     {

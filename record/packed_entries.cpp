@@ -18,7 +18,7 @@ constexpr int STAMP_SIZE = 2 * 8;
 constexpr int MIN_FILE = 2 * 2 + STAMP_SIZE;
 constexpr int MIN_ANSWER = 4;
 constexpr int MIN_VALUE = 2;
-constexpr int MIN_TABLE = 2;
+constexpr int MIN_TABLE = 1 + sizeof(DIGEST);
 
 void pack_stamp(PACKER& packer, const FILE_STAMP& stamp)
 {
@@ -90,13 +90,13 @@ RECORDED_ANSWER unpack_answer(UNPACKER& unpacker)
 void pack_table(PACKER& packer, const RECORDED_TABLE& table)
 {
     packer.text(table.name);
-    packer.bytes(table.digest);
+    packer.digest(table.digest);
 }
 
 RECORDED_TABLE unpack_table(UNPACKER& unpacker)
 {
     const QString name = unpacker.text();
-    return {name, unpacker.bytes()};
+    return {name, unpacker.digest()};
 }
 
 template <typename T>
@@ -177,7 +177,7 @@ bool unpack_surroundings(const QByteArray& bytes, SURROUNDINGS& surroundings)
     return unpacker.is_done();
 }
 
-QByteArray pack_library(const KNOWN_LIBRARY& library)
+QByteArray pack_library(const KNOWN_FILE& library)
 {
     PACKER packer;
     packer.text(library.file);
@@ -186,7 +186,7 @@ QByteArray pack_library(const KNOWN_LIBRARY& library)
     return packer.packed();
 }
 
-bool unpack_library(const QByteArray& bytes, KNOWN_LIBRARY& library)
+bool unpack_library(const QByteArray& bytes, KNOWN_FILE& library)
 {
     UNPACKER unpacker(bytes.constData(), bytes.size());
     library.file = unpacker.text();

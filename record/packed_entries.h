@@ -4,8 +4,8 @@
 
 #include <array>
 
+#include "contracts/services/file_digests.h"
 #include "record/build_entry.h"
-#include "record/library_digests.h"
 
 // The bytes of the rows of a record, and back. What can't be read gives false and leaves
 // the result as good for nothing.
@@ -22,8 +22,8 @@ bool unpack_entry(const char* bytes, int size, BUILD_ENTRY& entry);
 QByteArray pack_surroundings(const SURROUNDINGS& surroundings);
 bool unpack_surroundings(const QByteArray& bytes, SURROUNDINGS& surroundings);
 
-QByteArray pack_library(const KNOWN_LIBRARY& library);
-bool unpack_library(const QByteArray& bytes, KNOWN_LIBRARY& library);
+QByteArray pack_library(const KNOWN_FILE& library);
+bool unpack_library(const QByteArray& bytes, KNOWN_FILE& library);
 
 /// All but the name, which has a column of its own.
 QByteArray pack_details(const BUILD_ENTRY_DETAILS& details);

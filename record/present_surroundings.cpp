@@ -10,7 +10,7 @@
 #include "contracts/services/question_log.h"
 #include "session/build_session.h"
 
-PRESENT_SURROUNDINGS::PRESENT_SURROUNDINGS(const BUILD_SESSION& session, const QVector<KNOWN_LIBRARY>& known)
+PRESENT_SURROUNDINGS::PRESENT_SURROUNDINGS(const BUILD_SESSION& session, const QVector<KNOWN_FILE>& known)
     : m_session(session), m_digests(known)
 {
 }
@@ -35,15 +35,15 @@ DIGEST PRESENT_SURROUNDINGS::library_of(const PROCESSOR_INTERFACE& processor)
     if (known != m_libraries.cend())
         return *known;
     const QString library = m_session.processor_libraries.value(&processor);
-    DIGEST digest = library.isEmpty() ? DIGEST() : m_digests.digest_of_library(library);
+    DIGEST digest = library.isEmpty() ? DIGEST() : m_digests.of(library);
     if (stamp_of_file(library) != m_session.library_stamps.value(library))
         digest = DIGEST(); // that of another library than the one that is at work
     return *m_libraries.insert(&processor, digest);
 }
 
-QByteArray PRESENT_SURROUNDINGS::table(const QString& name) const
+DIGEST PRESENT_SURROUNDINGS::table(const QString& name) const
 {
-    return m_session.database ? m_session.database->table_digest(name) : QByteArray();
+    return m_session.database ? m_session.database->table_digest(name) : DIGEST();
 }
 
 SURROUNDINGS PRESENT_SURROUNDINGS::of(const PROCESSOR_INTERFACE& processor, const ASKED_QUESTIONS& asked)
@@ -69,7 +69,7 @@ bool PRESENT_SURROUNDINGS::hold(const SURROUNDINGS& former, const PROCESSOR_INTE
     if (former.asked_graph && former.graph_digest != graph())
         return false;
     return std::all_of(former.tables.cbegin(), former.tables.cend(), [&](const RECORDED_TABLE& read) {
-        return !read.digest.isEmpty() && read.digest == table(read.name);
+        return !read.digest.is_null() && read.digest == table(read.name);
     });
 }
 

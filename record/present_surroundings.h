@@ -4,7 +4,8 @@
 
 #include <optional>
 
-#include "record/library_digests.h"
+#include "contracts/services/file_digests.h"
+#include "record/build_entry.h"
 
 class BUILD_SESSION;
 class PROCESSOR_INTERFACE;
@@ -18,12 +19,12 @@ class PRESENT_SURROUNDINGS
 public:
     /// `known` is what the record knows of libraries. The session must outlive this
     /// object.
-    PRESENT_SURROUNDINGS(const BUILD_SESSION& session, const QVector<KNOWN_LIBRARY>& known);
+    PRESENT_SURROUNDINGS(const BUILD_SESSION& session, const QVector<KNOWN_FILE>& known);
 
     DIGEST rules();
     DIGEST graph();
     DIGEST library_of(const PROCESSOR_INTERFACE& processor); ///< null: can't be told
-    QByteArray table(const QString& name) const;             ///< empty: equal to none
+    DIGEST table(const QString& name) const;                 ///< null: equal to none
 
     /// Of an action of that processor that asked these questions.
     SURROUNDINGS of(const PROCESSOR_INTERFACE& processor, const ASKED_QUESTIONS& asked);
@@ -34,11 +35,11 @@ public:
 
     QString library_name(const PROCESSOR_INTERFACE& processor) const; ///< without its folder
 
-    const QVector<KNOWN_LIBRARY>& libraries() const { return m_digests.asked(); }
+    QVector<KNOWN_FILE> libraries() const { return m_digests.asked(); }
 
 private:
     const BUILD_SESSION& m_session;
-    LIBRARY_DIGESTS m_digests;
+    FILE_DIGESTS m_digests;
     QHash<const PROCESSOR_INTERFACE*, DIGEST> m_libraries;
     std::optional<DIGEST> m_rules;
     std::optional<DIGEST> m_graph;

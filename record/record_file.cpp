@@ -6,7 +6,7 @@
 namespace {
 
 constexpr int APPLICATION = 0x474F5842; // "GOXB"
-constexpr int VERSION = 1;
+constexpr int VERSION = 2;
 
 // As SQLite keeps them, so that they can be compared.
 const char* const TABLES[] = {

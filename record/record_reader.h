@@ -7,10 +7,10 @@
 #include <memory>
 #include <optional>
 
+#include "contracts/services/file_digests.h"
 #include "record/build_entry.h"
 #include "record/dealings.h"
 #include "record/key_index.h"
-#include "record/library_digests.h"
 
 struct RECORD_ROWS;
 
@@ -51,7 +51,7 @@ public:
     QVector<ACTION_DURATION> durations() const;
 
     /// Of the own record.
-    const QVector<KNOWN_LIBRARY>& libraries() const { return m_libraries; }
+    const QVector<KNOWN_FILE>& libraries() const { return m_libraries; }
 
     /// A text for the console about each record that does not count: file, cause and what
     /// it means. Everything has to be built then.
@@ -83,7 +83,7 @@ private:
     QVector<BUILD_ENTRY> m_entries;         // those of the parts, one part behind the other
     KEY_INDEX m_newest;                     // places in m_entries
     QVector<SURROUNDINGS> m_surroundings;   // begins with those of the own record
-    QVector<KNOWN_LIBRARY> m_libraries;
+    QVector<KNOWN_FILE> m_libraries;
     QStringList m_problems;
     bool m_has_passing_problem = false;
     QString m_write_problem;

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "contracts/services/file_digests.h"
 #include "record/build_entry.h"
-#include "record/library_digests.h"
 #include "record/packed_entries.h"
 #include "record/record_file.h"
 
@@ -21,7 +21,7 @@ struct RECORD_ROWS
 {
     QVector<BUILD_ENTRY> entries; ///< `surroundings` are places in the list below
     QVector<SURROUNDINGS> surroundings;
-    QVector<KNOWN_LIBRARY> libraries;
+    QVector<KNOWN_FILE> libraries;
     quint64 sum = 0; ///< of the hashes of all rows, modulo 2^64
 };
 

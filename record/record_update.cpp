@@ -25,7 +25,7 @@ void write_row(RECORD_STATEMENT& statement, qint64 row, const char* bytes, int s
 
 RECORD_UPDATE::RECORD_UPDATE(const QString& folder, const QString& own_name,
                              std::shared_ptr<const RECORD_CONTENT> content,
-                             const QVector<KNOWN_LIBRARY>& libraries)
+                             const QVector<KNOWN_FILE>& libraries)
     : m_folder(folder),
       m_own_name(own_name),
       m_path(QDir(folder).absoluteFilePath(own_name)),
@@ -101,9 +101,9 @@ void RECORD_UPDATE::take_surroundings(const RECORD_ROWS& rows)
 // The libraries of other configurations are kept.
 void RECORD_UPDATE::take_libraries(const RECORD_ROWS& rows)
 {
-    const QVector<KNOWN_LIBRARY> asked = m_libraries;
+    const QVector<KNOWN_FILE> asked = m_libraries;
     m_written_libraries = m_libraries = rows.libraries;
-    for (const KNOWN_LIBRARY& library : asked) {
+    for (const KNOWN_FILE& library : asked) {
         const auto known = std::find_if(m_libraries.begin(), m_libraries.end(),
                                         [&](const auto& other) { return other.file == library.file; });
         if (known != m_libraries.end())

@@ -18,7 +18,7 @@ class RECORD_UPDATE
 {
 public:
     RECORD_UPDATE(const QString& folder, const QString& own_name,
-                  std::shared_ptr<const RECORD_CONTENT> content, const QVector<KNOWN_LIBRARY>& libraries);
+                  std::shared_ptr<const RECORD_CONTENT> content, const QVector<KNOWN_FILE>& libraries);
 
     /// Opens the record and makes it anew where it is no sound one. False on a fault.
     bool open();
@@ -73,8 +73,8 @@ private:
     const QString m_own_name;
     const QString m_path;
     std::shared_ptr<const RECORD_CONTENT> m_content; // until the record is open
-    QVector<KNOWN_LIBRARY> m_libraries;              // that it is to have
-    QVector<KNOWN_LIBRARY> m_written_libraries;      // that it has
+    QVector<KNOWN_FILE> m_libraries;                 // that it is to have
+    QVector<KNOWN_FILE> m_written_libraries;         // that it has
     bool m_has_new_libraries = false;
     QString m_write_problem;
 

@@ -21,8 +21,7 @@ class RECORD_WRITER_THREAD : public QThread
 {
 public:
     RECORD_WRITER_THREAD(const QString& folder, const QString& own_name,
-                         std::shared_ptr<const RECORD_CONTENT> content,
-                         const QVector<KNOWN_LIBRARY>& libraries)
+                         std::shared_ptr<const RECORD_CONTENT> content, const QVector<KNOWN_FILE>& libraries)
         : m_update(folder, own_name, std::move(content), libraries)
     {
     }
@@ -140,7 +139,7 @@ int RECORD_WRITER::s_commit_interval = 900;
 
 RECORD_WRITER::RECORD_WRITER(const QString& folder, const QString& own_name,
                              std::shared_ptr<const RECORD_CONTENT> content,
-                             const QVector<KNOWN_LIBRARY>& libraries)
+                             const QVector<KNOWN_FILE>& libraries)
     : m_thread(new RECORD_WRITER_THREAD(folder, own_name, std::move(content), libraries))
 {
     m_thread->start();

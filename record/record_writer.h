@@ -5,8 +5,8 @@
 
 #include <memory>
 
+#include "contracts/services/file_digests.h"
 #include "record/build_entry.h"
-#include "record/library_digests.h"
 
 class RECORD_CONTENT;
 class RECORD_WRITER_THREAD;
@@ -48,10 +48,9 @@ public:
     /// Starts the thread. The record `folder`/`own_name` is taken over when it is sound, of
     /// this version and nobody else's, and is made anew otherwise. `content` is what was
     /// read from the folder; null where nobody read it, then the writer does. `libraries`
-    /// are what LIBRARY_DIGESTS::asked says.
+    /// are what FILE_DIGESTS::asked says.
     RECORD_WRITER(const QString& folder, const QString& own_name,
-                  std::shared_ptr<const RECORD_CONTENT> content,
-                  const QVector<KNOWN_LIBRARY>& libraries = {});
+                  std::shared_ptr<const RECORD_CONTENT> content, const QVector<KNOWN_FILE>& libraries = {});
 
     /// As `finish`.
     ~RECORD_WRITER();

@@ -14,7 +14,7 @@
 #include "session/build_results.h"
 #include "session/file_entry.h"
 #include "session/file_spellings.h"
-#include "session/file_stamp.h"
+#include "contracts/services/file_stamp.h"
 #include "session/lockable_map.h"
 
 class ACTION_INTERFACE;

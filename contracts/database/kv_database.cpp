@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr int NAMED_FILES = 3; // of those that an error text could list
-
 QString folder_problem(const QString& path)
 {
     const QFileInfo info(path);
@@ -32,9 +30,8 @@ QString read_folder(const QString& path, const QString& schema_file, KV_DATABASE
     if (file.exists() || file.isSymLink())
         return read_database_schema(file.filePath(), schema);
     const QStringList tables = QDir(path).entryList({QStringLiteral("*.xml")}, QDir::Files, QDir::Name);
-    return kv_problem(!tables.isEmpty(), "%1: there is no \"schema.xml\" for the %2 XML file(s) here (%3%4)",
-                      path, tables.size(), QStringList(tables.mid(0, NAMED_FILES)).join(", "),
-                      tables.size() > NAMED_FILES ? ", ..." : "");
+    return kv_problem(!tables.isEmpty(), "%1: there is no \"schema.xml\" for the XML files here, such as %2",
+                      path, tables.value(0));
 }
 
 } // namespace
@@ -100,8 +97,7 @@ bool KV_DATABASE::connect(QString& error, const QString& path, bool load_all)
 void KV_DATABASE::disconnect()
 {
     m_transaction.reset();
-    for (auto file = m_stamps.cbegin(); file != m_stamps.cend(); ++file)
-        m_unsteady.insert(file.key());
+    m_unsteady += QSet<QString>(m_stamps.keyBegin(), m_stamps.keyEnd());
     m_is_connected = false;
     m_path.clear();
     m_stamps.clear();
@@ -182,28 +178,24 @@ void KV_DATABASE::read(KV_LOADED_TABLE& loaded)
 // Ahead of reading a file.
 void KV_DATABASE::note_stamp(const QString& file)
 {
-    const KV_FILE_STAMP stamp = KV_FILE_STAMP::of(file);
-    if (m_stamps.contains(file) && !(m_stamps.value(file) == stamp))
+    const FILE_STAMP stamp = kv_file_stamp(file);
+    if (m_stamps.contains(file) && m_stamps.value(file) != stamp)
         m_unsteady.insert(file);
     m_stamps.insert(file, stamp);
 }
 
-QByteArray KV_DATABASE::digest(const QString& table)
+// The digest comes first: a file that is replaced meanwhile is none of those that were told.
+DIGEST KV_DATABASE::digest(const QString& table)
 {
-    const bool is_schema = table == KV_SCHEMA_AS_TABLE;
-    if (m_is_connected && !is_schema && m_schema.table_index(table) < 0)
-        return kv_file_digest(QString()); // what was told stands in the schema
-    const QString file = is_schema ? schema_file() : table_file(table);
-    const KV_FILE_STAMP stamp = KV_FILE_STAMP::of(file);
-    if (!m_is_connected || m_unsteady.contains(file) || !(m_stamps.value(file, stamp) == stamp))
-        return QByteArray();
-    FILE_DIGEST& known = m_digests[file];
-    if (known.digest.isEmpty() || !(known.stamp == stamp)) {
-        known = {stamp, kv_file_digest(file)};
-        if (!(KV_FILE_STAMP::of(file) == stamp)) // replaced meanwhile
-            known.digest.clear();
-    }
-    return known.digest;
+    static const DIGEST s_no_file = digest_of(QByteArray("no file"));
+    if (m_is_connected && table != KV_SCHEMA_AS_TABLE && m_schema.table_index(table) < 0)
+        return s_no_file; // what was told stands in the schema
+    const QString file = table == KV_SCHEMA_AS_TABLE ? schema_file() : table_file(table);
+    const DIGEST digest = m_digests.of(kv_file_to_read(file));
+    const FILE_STAMP stamp = kv_file_stamp(file);
+    if (!m_is_connected || m_unsteady.contains(file) || m_stamps.value(file, stamp) != stamp)
+        return DIGEST();
+    return stamp.time == NO_TIME ? s_no_file : digest;
 }
 
 bool KV_DATABASE::forget(QString& error, const QString& table)
@@ -280,11 +272,11 @@ bool KV_DATABASE::write(QString& error, const QStringList& tables, bool with_sch
             files.append({table_file(table)});
     }
     for (KV_FILE_TO_WRITE& file : files)
-        file.stamp = m_stamps.contains(file.path) ? m_stamps.value(file.path) : KV_FILE_STAMP::of(file.path);
+        file.stamp = m_stamps.contains(file.path) ? m_stamps.value(file.path) : kv_file_stamp(file.path);
     if (!files.isEmpty() && !report(error, kv_save_files(m_path, files, m_progress)))
         return false;
     for (const KV_FILE_TO_WRITE& file : qAsConst(files))
-        m_stamps.insert(file.path, KV_FILE_STAMP::of(file.path));
+        m_stamps.insert(file.path, kv_file_stamp(file.path));
     return true;
 }
 

@@ -11,6 +11,7 @@
 #include "contracts/database/kv_sql.h"
 #include "contracts/database/kv_table_change.h"
 #include "contracts/database/kv_text.h"
+#include "contracts/services/file_digests.h"
 
 class PROGRESS_CALLBACK;
 
@@ -95,7 +96,7 @@ public:
     bool forget(QString& error, const QString& table);
 
     /// What KV_XML_QUERY_INTERFACE::table_digest says.
-    QByteArray digest(const QString& table);
+    DIGEST digest(const QString& table);
 
     bool in_transaction() const { return m_transaction.has_value(); }
     bool begin_transaction(QString& error, bool saves);
@@ -161,15 +162,9 @@ private:
     KV_DATABASE_SCHEMA m_schema;
     QVector<RELATIONSHIP_DATA> m_relationships; // of m_schema
     KV_DATABASE_SCHEMA m_written_schema;        // as it was read or written last
-    QHash<QString, KV_FILE_STAMP> m_stamps;     // by path: of files when they were read or written last
+    QHash<QString, FILE_STAMP> m_stamps;        // by path: of files when they were read or written last
     QHash<QString, QSharedPointer<KV_LOADED_TABLE>> m_tables; // of the schema, and those that were removed
     std::optional<KV_TRANSACTION> m_transaction;
-
-    struct FILE_DIGEST
-    {
-        KV_FILE_STAMP stamp;
-        QByteArray digest; // empty for none
-    };
-    QHash<QString, FILE_DIGEST> m_digests; // by path
-    QSet<QString> m_unsteady;              // files that were told in more than one state
+    FILE_DIGESTS m_digests;
+    QSet<QString> m_unsteady; // files that were told in more than one state
 };

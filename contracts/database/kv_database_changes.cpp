@@ -177,7 +177,7 @@ void KV_DATABASE::take_over()
         const QString file = table_file(change.key());
         m_unsteady.insert(file);
         if (!m_stamps.contains(file))
-            m_stamps.insert(file, KV_FILE_STAMP::of(file));
+            m_stamps.insert(file, kv_file_stamp(file));
         KV_LOADED_TABLE& loaded = *m_tables.value(change.key());
         const QSharedPointer<const KV_TABLE_SCHEMA> schema = loaded.data.schema; // that of the transaction
         const bool has_plain_keys = change->has_plain_keys(loaded.has_plain_keys);

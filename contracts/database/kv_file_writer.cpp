@@ -13,17 +13,7 @@ namespace {
 constexpr int MAX_ATTRIBUTE_LENGTH = 200; // so that a tag of many fields stays readable
 constexpr int FIRST_RECORD_LINE = 3;      // below the XML declaration and <table>
 constexpr int PIECE_BYTES = 1 << 16;      // written at once
-
-// The parser makes one line end of a "\r\n" that it meets in a text.
-void write_text(QXmlStreamWriter& xml, const QString& text)
-{
-    const QStringList parts = text.split('\r');
-    xml.writeCharacters(parts.first());
-    for (int i = 1; i < parts.size(); ++i) {
-        xml.writeEntityReference(QStringLiteral("#13"));
-        xml.writeCharacters(parts.at(i));
-    }
-}
+constexpr char LINE_RETURN[] = "&#13;";   // bare, the parser would make "\n" of it
 
 // Those that have a value.
 void write_attributes(QXmlStreamWriter& xml,
@@ -63,7 +53,7 @@ void write_record(QXmlStreamWriter& xml, const KV_TABLE_SCHEMA& schema, const KV
     }
     for (const int i : long_fields) {
         xml.writeStartElement(schema.fields.at(i).name);
-        write_text(xml, record.fields.at(i).value);
+        xml.writeCharacters(record.fields.at(i).value);
         xml.writeEndElement();
     }
     xml.writeEndElement();
@@ -72,6 +62,7 @@ void write_record(QXmlStreamWriter& xml, const KV_TABLE_SCHEMA& schema, const KV
 // Moves what has come together into the file.
 bool move_piece(QBuffer& piece, QIODevice& file)
 {
+    piece.buffer().replace('\r', LINE_RETURN);
     const bool is_good = write_all(file, piece.data(), piece.size());
     piece.buffer().clear();
     return is_good && piece.seek(0);
@@ -85,7 +76,7 @@ bool write_table(QIODevice& file, const KV_TABLE_DATA& table)
     xml.writeStartDocument();
     xml.writeCharacters(QStringLiteral("\n"));
     xml.writeStartElement(QStringLiteral("table"));
-    xml.writeAttribute(QStringLiteral("name"), table.schema->name);
+    write_attributes(xml, {{"name", table.schema->name}});
     for (const KV_RECORD_DATA& record : table.records) {
         write_record(xml, *table.schema, record);
         if (piece.size() >= PIECE_BYTES && !move_piece(piece, file))
@@ -118,11 +109,11 @@ QByteArray kv_schema_text(const KV_DATABASE_SCHEMA& schema)
     for (const KV_QUERY_SCHEMA& query : schema.queries) {
         xml.writeStartElement(QStringLiteral("query"));
         write_attributes(xml, {{"name", query.name}, {"description", query.description}});
-        write_text(xml, query.sql);
+        xml.writeCharacters(query.sql);
         xml.writeEndElement();
     }
     xml.writeEndDocument();
-    return text;
+    return text.replace('\r', LINE_RETURN);
 }
 
 void number_written_lines(KV_TABLE_DATA& table)

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QtCore/QDateTime>
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
 #include "contracts/database/kv_records.h"
+#include "contracts/services/file_stamp.h"
 
 class PROGRESS_CALLBACK;
 
@@ -37,27 +37,11 @@ QByteArray kv_schema_text(const KV_DATABASE_SCHEMA& schema);
 /// Gives each record the line that it is written in.
 void number_written_lines(KV_TABLE_DATA& table);
 
-/// What a file was when it was read or written last, so that a change by
-/// somebody else is noticed.
-struct KV_FILE_STAMP
-{
-    QDateTime time; ///< UTC; null when there is no file
-    qint64 size = -1;
-
-    /// Of the file that kv_file_to_read gives.
-    static KV_FILE_STAMP of(const QString& path);
-    bool operator==(const KV_FILE_STAMP& other) const { return time == other.time && size == other.size; }
-};
-
-/// Stands for the bytes that kv_file_to_read gives, or for that there is no file; empty
-/// when they can't be read.
-QByteArray kv_file_digest(const QString& path);
-
 /// One file that is to be replaced, or removed when it has neither schema nor table.
 struct KV_FILE_TO_WRITE
 {
     QString path;
-    KV_FILE_STAMP stamp = {};                   ///< of the file that may be replaced or removed
+    FILE_STAMP stamp = {};                      ///< of the file that may be replaced or removed
     const KV_DATABASE_SCHEMA* schema = nullptr; ///< not owned
     KV_TABLE_DATA table = {}; ///< a copy that shares the records; without schema when unused
 
@@ -80,6 +64,10 @@ QString kv_write_file(const QString& path, const KV_FILE_TO_WRITE& file);
 /// Where the content of a file of a folder stands now: the file itself, unless a
 /// save of the folder was cut off before the file took its place.
 QString kv_file_to_read(const QString& path);
+inline FILE_STAMP kv_file_stamp(const QString& path)
+{
+    return stamp_of_file(kv_file_to_read(path));
+}
 
 /// Why a save that was cut off can't be gone on with by itself: somebody changed
 /// a file since. Writes nothing.

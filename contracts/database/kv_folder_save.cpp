@@ -1,5 +1,6 @@
 #include "contracts/database/kv_files.h"
 
+#include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLockFile>
@@ -32,7 +33,7 @@ QString name_of(const QString& waiting)
 // Why the file can't be replaced now. One that is to go may be gone already.
 QString hindrance_of(const KV_FILE_TO_WRITE& file)
 {
-    const KV_FILE_STAMP stamp = KV_FILE_STAMP::of(file.path);
+    const FILE_STAMP stamp = kv_file_stamp(file.path);
     const bool is_gone = file.is_removal() && stamp.size < 0;
     return stamp == file.stamp || is_gone ? why_not_replaceable(behind_links(file.path))
                                           : "somebody else changed it since it was read";
@@ -168,12 +169,6 @@ private:
 };
 
 } // namespace
-
-KV_FILE_STAMP KV_FILE_STAMP::of(const QString& path)
-{
-    const QFileInfo info(kv_file_to_read(path));
-    return info.exists() ? KV_FILE_STAMP{info.lastModified().toUTC(), info.size()} : KV_FILE_STAMP{};
-}
 
 // A file that waits may take its place between the two questions.
 QString kv_file_to_read(const QString& path)

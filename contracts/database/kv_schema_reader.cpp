@@ -27,14 +27,8 @@ public:
     {
         if (m_xml.open("database") && m_xml.check_version(KV_FORMAT_VERSION) &&
             m_xml.allow_attributes({"version"}))
-            while (m_xml.next_child()) {
-                if (m_xml.name() == QLatin1String("table"))
-                    read_table();
-                else if (m_xml.name() == QLatin1String("query"))
-                    read_query();
-                else
-                    m_xml.fail(kv_text("<database> can't hold <%1>", m_xml.name().toString()));
-            }
+            while (m_xml.next_child("database", {"table", "query"}))
+                m_xml.name() == QLatin1String("table") ? read_table() : read_query();
         if (!m_xml.finish())
             return m_xml.error();
         int part = 0;
@@ -55,7 +49,7 @@ private:
         table->name = m_xml.attribute("name");
         table->description = m_xml.attribute("description");
         m_table_places.append(m_xml.place());
-        while (m_xml.next_child())
+        while (m_xml.next_child("table", {"field"}))
             read_field(*table);
         m_schema.tables.append(table);
     }
@@ -71,10 +65,6 @@ private:
 
     void read_field(KV_TABLE_SCHEMA& table)
     {
-        if (m_xml.name() != QLatin1String("field")) {
-            m_xml.fail(kv_text("<table> can't hold <%1>", m_xml.name().toString()));
-            return;
-        }
         KV_FIELD_SCHEMA field;
         if (!m_xml.allow_attributes({"name", "type", "key", "default", "description", "lookup"}) ||
             !read_type(field) || !read_key(field) || !read_lookup(field))
@@ -84,8 +74,7 @@ private:
         field.description = m_xml.attribute("description");
         table.fields.append(field);
         m_table_places.append(m_xml.place());
-        if (m_xml.next_child())
-            m_xml.fail(kv_text("<field> can't hold <%1>", m_xml.name().toString()));
+        m_xml.next_child("field", {});
     }
 
     bool read_type(KV_FIELD_SCHEMA& field)

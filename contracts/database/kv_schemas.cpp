@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "contracts/database/kv_files.h"
+#include "contracts/services/xml_text.h"
 
 namespace {
 
@@ -27,16 +28,6 @@ QString name_problem(const char* what, const QString& text)
                    "first no digit",
                    text.left(KV_MAX_NAME_LENGTH), what, KV_MAX_NAME_LENGTH),
     });
-}
-
-bool is_storable(const QString& text, int place)
-{
-    const QChar c = text.at(place);
-    if (c.isHighSurrogate())
-        return place + 1 < text.size() && text.at(place + 1).isLowSurrogate();
-    if (c.isLowSurrogate())
-        return place > 0 && text.at(place - 1).isHighSurrogate();
-    return c.unicode() >= 0x20 ? c.unicode() < 0xfffe : c == '\t' || c == '\n' || c == '\r';
 }
 
 // Files of names that differ in letter case only can't lie side by side on every
@@ -178,11 +169,10 @@ QString kv_text_problem(const QString& text)
 {
     if (text.size() > KV_MAX_VALUE_LENGTH)
         return kv_text("a text of more than %1 characters", KV_MAX_VALUE_LENGTH);
-    for (int place = 0; place < text.size(); ++place)
-        if (!is_storable(text, place))
-            return QStringLiteral("the character U+%1 can't stand in a file of the database")
-                .arg(text.at(place).unicode(), 4, 16, QLatin1Char('0'));
-    return QString();
+    const int place = first_not_for_xml(text);
+    return place < 0 ? QString()
+                     : QStringLiteral("the character U+%1 can't stand in a file of the database")
+                           .arg(text.at(place).unicode(), 4, 16, QLatin1Char('0'));
 }
 
 QString kv_value_problem(const KV_FIELD_SCHEMA& field, const QString& value)

@@ -55,7 +55,7 @@ public:
     QString read(KV_TABLE_DATA& table, bool& has_left_out)
     {
         if (m_xml.open("table") && m_xml.allow_attributes({"name"}) && check_name())
-            while (m_xml.next_child())
+            while (m_xml.next_child("table", {"record"}))
                 read_record();
         has_left_out = m_has_left_out;
         if (!m_xml.finish())
@@ -75,10 +75,6 @@ private:
 
     void read_record()
     {
-        if (m_xml.name() != QLatin1String("record")) {
-            m_xml.fail(kv_text("<table> can't hold <%1>", m_xml.name().toString()));
-            return;
-        }
         KV_RECORD_DATA record{m_defaults, m_xml.line()};
         const QXmlStreamAttributes attributes = m_xml.attributes();
         for (const QXmlStreamAttribute& attribute : attributes)

@@ -70,9 +70,8 @@ bool KV_XML_QUERY_INTERFACE::add_table(QString& error, const KV_TABLE_SCHEMA& ta
 
 bool KV_XML_QUERY_INTERFACE::edit_table(QString& error, TEXT table, const KV_TABLE_SCHEMA& fields)
 {
-    const bool is_there = m_database->current_schema().table_index(table) >= 0;
     return m_database->can_change(error, "edit_table") &&
-           m_database->require(error, fields.name == table || !is_there,
+           m_database->require(error, fields.name == table || !m_database->current_schema().table(table),
                                "table \"%1\" can't be renamed to \"%2\"", table,
                                fields.name.left(KV_QUOTED_LENGTH)) &&
            m_database->replace_table(error, table, {QSharedPointer<KV_TABLE_SCHEMA>::create(fields)});

@@ -139,14 +139,11 @@ void KV_XML_QUERY_INTERFACE::disconnect()
 
 QDateTime KV_XML_QUERY_INTERFACE::latest_mod_date() const
 {
-    QDateTime latest;
+    qint64 latest = NO_TIME;
     const QStringList files = is_connected() ? m_database->files_of(m_database->schema()) : QStringList();
-    for (const QString& file : files) {
-        const QDateTime time = QFileInfo(kv_file_to_read(file)).lastModified().toUTC();
-        if (time.isValid() && (!latest.isValid() || latest < time))
-            latest = time;
-    }
-    return latest;
+    for (const QString& file : files)
+        latest = qMax(latest, kv_file_stamp(file).time);
+    return latest == NO_TIME ? QDateTime() : QDateTime::fromMSecsSinceEpoch(latest, Qt::UTC);
 }
 
 QStringList KV_XML_QUERY_INTERFACE::get_added_files(QString& error) const
@@ -309,7 +306,7 @@ void KV_XML_QUERY_INTERFACE::bound_queries(const std::function<bool()>& is_stopp
     m_database->queries.max_msecs = max_msecs;
 }
 
-QByteArray KV_XML_QUERY_INTERFACE::table_digest(const QString& table) const
+DIGEST KV_XML_QUERY_INTERFACE::table_digest(const QString& table) const
 {
     return m_database->digest(table);
 }

@@ -15,6 +15,7 @@
 #include "contracts/export.h"
 
 class KV_DATABASE;
+struct DIGEST;
 class PROGRESS_CALLBACK;
 class QDialog;
 class QWidget;
@@ -338,12 +339,12 @@ public:
 
     /// For the program, to tell later whether `table` still says the same: stands for
     /// the bytes of its file, or of the schema's for "schema". Whoever reads is noted as
-    /// one who asks for the schema and for each table that he reads records of. Empty,
+    /// one who asks for the schema and for each table that he reads records of. Null,
     /// which tells nothing, when what was told is not what the file says now: it is
     /// another file than the one that was read, or the table was changed since the
     /// connection began. A table that the schema does not name has a digest too. Looks
-    /// at the disk each time, and reads a file once; noted nowhere.
-    QByteArray table_digest(const QString& table) const;
+    /// at the disk each time, and reads a file again when it has changed; noted nowhere.
+    DIGEST table_digest(const QString& table) const;
 
 private:
     QScopedPointer<KV_DATABASE> m_database;

@@ -2,12 +2,12 @@
 
 #include <QtCore/QMap>
 #include <QtCore/QSet>
-#include <QtCore/QXmlStreamReader>
 
 #include <algorithm>
 
 #include "contracts/rules/rule_key.h"
 #include "contracts/rules/rule_schema.h"
+#include "contracts/services/xml_text.h"
 
 namespace {
 
@@ -74,22 +74,15 @@ bool read_rule(XML_FILE_READER& xml, CACHED_RULE& rule)
     return !xml.failed();
 }
 
-// Not every character is, and no half of one.
-bool is_carried_by_xml(const QString& text)
-{
-    QXmlStreamReader xml("<x>" + escaped_for_rule_file(text) + "</x>");
-    return xml.readNextStartElement() && xml.readElementText() == text;
-}
-
 QString why_not_writable(const CACHED_RULE& rule)
 {
     const QString has_bad =
         QStringLiteral("the rule \"%1\" holds characters that can't stand in a rule file").arg(rule.name);
-    if (!is_carried_by_xml(rule.name) || !is_carried_by_xml(rule.get_file_filters()))
+    if (first_not_for_xml(rule.name) >= 0 || first_not_for_xml(rule.get_file_filters()) >= 0)
         return has_bad;
     QSet<QString> names;
     for (auto property = rule.properties.cbegin(); property != rule.properties.cend(); ++property) {
-        if (!is_carried_by_xml(property.key()) || !is_carried_by_xml(property->toString()))
+        if (first_not_for_xml(property.key()) >= 0 || first_not_for_xml(property->toString()) >= 0)
             return has_bad + QStringLiteral(", in its property \"%1\"").arg(property.key());
         names.insert(name_key(property.key()));
     }

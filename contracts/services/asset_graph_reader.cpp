@@ -15,7 +15,7 @@ public:
     QString read(QVector<AGF_ASSET>& assets)
     {
         if (m_xml.open("agf") && m_xml.check_version(AGF_VERSION) && m_xml.allow_attributes({"version"}))
-            while (m_xml.next_child())
+            while (m_xml.next_child("agf", {"asset"}))
                 read_asset();
         if (m_xml.finish())
             assets = m_assets;
@@ -26,7 +26,7 @@ private:
     void read_asset()
     {
         AGF_ASSET asset;
-        if (!read_name("agf", "asset", asset.name))
+        if (!read_name(asset.name))
             return;
         if (m_defined.contains(asset.name)) {
             m_xml.fail(QStringLiteral("asset \"%1\" is defined twice in this file").arg(asset.name));
@@ -34,12 +34,10 @@ private:
         }
         m_defined.insert(asset.name);
         QSet<QString> known;
-        while (m_xml.next_child()) {
+        while (m_xml.next_child("asset", {"uses"})) {
             QString used;
-            if (!read_name("asset", "uses", used))
+            if (!read_name(used) || m_xml.next_child("uses", {}))
                 return;
-            if (m_xml.next_child())
-                m_xml.fail(QStringLiteral("<uses> can't hold <%1>").arg(m_xml.name().toString()));
             if (known.contains(used))
                 continue;
             known.insert(used);
@@ -48,17 +46,14 @@ private:
         m_assets.append(asset);
     }
 
-    // The element must be called `element` and have nothing but a name.
-    bool read_name(const char* parent, const char* element, QString& name)
+    // The element must have nothing but a name.
+    bool read_name(QString& name)
     {
-        if (m_xml.name() != QLatin1String(element))
-            return m_xml.fail(
-                QStringLiteral("<%1> can't hold <%2>").arg(QLatin1String(parent), m_xml.name().toString()));
         if (!m_xml.allow_attributes({"name"}))
             return false;
         name = m_xml.attribute("name");
         if (name.isEmpty())
-            return m_xml.fail(QStringLiteral("<%1> must have a name").arg(QLatin1String(element)));
+            return m_xml.fail(QStringLiteral("<%1> must have a name").arg(m_xml.name().toString()));
         if (name.size() > MAX_ASSET_NAME)
             return m_xml.fail(QStringLiteral("a name of more than %1 characters").arg(MAX_ASSET_NAME));
         return true;

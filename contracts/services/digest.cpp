@@ -1,12 +1,31 @@
 #include "contracts/services/digest.h"
 
+#include <QtCore/QFile>
+
+#include <memory>
+
 #define XXH_INLINE_ALL
 #include <xxhash.h>
+
+constexpr qint64 PIECE = qint64(1) << 20; // bytes of a file that are in memory at a time
 
 DIGEST digest_of(const void* bytes, std::size_t size)
 {
     const XXH128_hash_t hash = XXH3_128bits(bytes, size);
     return {hash.high64, hash.low64};
+}
+
+DIGEST digest_of_file(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const std::unique_ptr<XXH3_state_t, decltype(&XXH3_freeState)> state(XXH3_createState(), XXH3_freeState);
+    XXH3_128bits_reset(state.get());
+    for (QByteArray piece; !(piece = file.read(PIECE)).isEmpty();)
+        XXH3_128bits_update(state.get(), piece.constData(), std::size_t(piece.size()));
+    const XXH128_hash_t hash = XXH3_128bits_digest(state.get());
+    return file.error() == QFile::NoError ? DIGEST{hash.high64, hash.low64} : DIGEST{};
 }
 
 quint64 hash_64(const void* bytes, std::size_t size, quint64 seed)

@@ -27,6 +27,9 @@ inline DIGEST digest_of(const QByteArray& bytes)
     return digest_of(bytes.constData(), std::size_t(bytes.size()));
 }
 
+/// Of all bytes of a file, which is read in pieces. Null when it can't be read.
+DIGEST digest_of_file(const QString& path);
+
 /// 64 bits of the same kind, for what is looked up or combined further. A text
 /// counts by its UTF-16 units.
 GOX_CONTRACTS_EXPORT quint64 hash_64(const void* bytes, std::size_t size, quint64 seed = 0);

@@ -137,6 +137,15 @@ bool XML_FILE_READER::next_child()
     return false;
 }
 
+bool XML_FILE_READER::next_child(const char* parent, std::initializer_list<const char*> allowed)
+{
+    const auto is_called = [this](const char* element) { return name() == QLatin1String(element); };
+    if (!next_child())
+        return false;
+    return std::any_of(allowed.begin(), allowed.end(), is_called) ||
+           fail(QStringLiteral("<%1> can't hold <%2>").arg(QLatin1String(parent), name().toString()));
+}
+
 bool XML_FILE_READER::has_attribute(const char* attribute) const
 {
     return m_xml.attributes().hasAttribute(QLatin1String(attribute));

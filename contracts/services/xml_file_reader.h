@@ -54,6 +54,10 @@ public:
     /// current element, which is left by that, and after an error.
     bool next_child();
 
+    /// The same for the children of <`parent`>, which are called like one of `allowed`: any
+    /// other is an error.
+    bool next_child(const char* parent, std::initializer_list<const char*> allowed);
+
     /// The current element's name, valid until the next step.
     QStringRef name() const { return m_xml.name(); }
 

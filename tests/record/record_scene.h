@@ -25,7 +25,7 @@ public:
         made.surroundings.library = QString(m_random.bounded(3), 'l');
         made.surroundings.asked_graph = m_random.bounded(2) == 1;
         for (int i = m_random.bounded(3); i > 0; --i)
-            made.surroundings.tables.append({text(), QByteArray(m_random.bounded(3), '\0')});
+            made.surroundings.tables.append({text(), {m_random.generate64(), m_random.generate64()}});
         made.details = details();
         made.details.name = QString("action %1, run %2, ä").arg(action).arg(run);
     }
@@ -89,7 +89,7 @@ public:
     QString path(const QString& file) const { return folder.filePath(file); }
     QString record() const { return path(name); }
 
-    QString put(const QVector<RECORDED_ACTION>& actions, const QVector<KNOWN_LIBRARY>& libraries = {},
+    QString put(const QVector<RECORDED_ACTION>& actions, const QVector<KNOWN_FILE>& libraries = {},
                 const std::shared_ptr<const RECORD_CONTENT>& content = nullptr) const
     {
         RECORD_WRITER writer(folder.path(), name, content || !is_read_first ? content : read(), libraries);

@@ -211,8 +211,8 @@ private:
             return QString("%1 ends").arg(ends.size());
         });
         add("library", [&](const QString& s) {
-            LIBRARY_DIGESTS digests(read()->libraries());
-            const DIGEST digest = digests.digest_of_library(path("library"));
+            FILE_DIGESTS digests(read()->libraries());
+            const DIGEST digest = digests.of(path("library"));
             m_libraries = digests.asked();
             return digest == digest_of(s.toUtf8()) ? "yes" : digest.is_null() ? "none" : "no";
         });
@@ -232,7 +232,7 @@ private:
     }
 
     std::optional<FULL_DISK> m_disk;
-    QVector<KNOWN_LIBRARY> m_libraries;
+    QVector<KNOWN_FILE> m_libraries;
 };
 
 class TST_RECORD : public WATCHED_TEST

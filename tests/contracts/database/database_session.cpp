@@ -238,8 +238,8 @@ QString DATABASE_SESSION::answer(QString& e, const QStringList& words, const QSt
         {"noted", [&] { return noted([&] { run(rest); }); }},
         {"digest",
          [&] {
-             const QByteArray digest = table_digest(a);
-             return digest.isEmpty() ? QString("none") : m_digests.of(digest);
+             const DIGEST digest = table_digest(a);
+             return digest.is_null() ? QString("none") : m_digests.of(digest);
          }},
         {"read_only", [&] { return make_read_only(), ""; }},
         {"show", [&] { return a.isEmpty() ? content_of(*this) : text_of(get_table_data(e, a)); }},

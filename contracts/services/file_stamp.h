@@ -2,6 +2,8 @@
 
 #include <QtCore/QString>
 
+#include "contracts/export.h"
+
 constexpr qint64 NO_TIME = -1; ///< of a file that does not exist, or a stamp that was not given
 constexpr qint64 NO_SIZE = -1; ///< of a file that does not exist, or whose size is unknown
 
@@ -17,4 +19,4 @@ struct FILE_STAMP
 
 /// The file's time and size as the disk has them now, as the scan rounds them; of a
 /// link, those of what it leads to. Neither when it does not exist. Any thread.
-FILE_STAMP stamp_of_file(const QString& path);
+GOX_CONTRACTS_EXPORT FILE_STAMP stamp_of_file(const QString& path);

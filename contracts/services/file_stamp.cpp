@@ -1,4 +1,4 @@
-#include "session/file_stamp.h"
+#include "contracts/services/file_stamp.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QFileInfo>
