@@ -10,11 +10,11 @@
 #include "contracts/paths/physical_path.h"
 #include "contracts/rules/rule_cache.h"
 #include "contracts/services/directory_scanner.h"
+#include "contracts/services/file_stamp.h"
 #include "contracts/services/question_log.h"
 #include "session/build_results.h"
 #include "session/file_entry.h"
 #include "session/file_spellings.h"
-#include "contracts/services/file_stamp.h"
 #include "session/lockable_map.h"
 
 class ACTION_INTERFACE;
@@ -186,6 +186,8 @@ private:
                              QStringList& shadowing);
     void enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file, SCANNED_FOLDER& folder,
                             QStringList& shadowing);
+    void enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file, const LOGICAL_PATH& key,
+                            SCANNED_FOLDER& folder, QStringList& shadowing);
     void walk_local_folder(const QString& directory, QStringList& folders_above, SCANNED_FOLDER& folder,
                            QStringList& shadowing);
     void enter_perforce_file(const PERFORCE_FILE& file, SCANNED_FOLDER& folder);
@@ -216,5 +218,6 @@ private:
     void abort_selected_actions();
 
     FILE_SPELLINGS m_spellings{file_map, file_lookup};
-    QStringList m_plugin_files; // where each of `plugins` comes from
+    QVector<LOGICAL_PATH> m_scanned_rule_files; // until load_rule_files
+    QStringList m_plugin_files;                 // where each of `plugins` comes from
 };

@@ -1,5 +1,7 @@
 #include <QtCore/QCoreApplication>
 
+#include <algorithm>
+
 #include "contracts/configuration/configuration.h"
 #include "session/build_session.h"
 #include "session/run_report.h"
@@ -19,17 +21,16 @@ void report(const QString& error)
 void BUILD_SESSION::load_rule_files()
 {
     QVector<PHYSICAL_PATH> rule_files;
-    auto place = file_map.begin();
-    while (place != file_map.end()) {
-        const QString& key = place.key();
-        if (!key.endsWith(QLatin1String("/rules.gox")) || key.startsWith(QLatin1String("<retail>/"))) {
-            ++place;
+    std::sort(m_scanned_rule_files.begin(), m_scanned_rule_files.end()); // as the map has them
+    for (const LOGICAL_PATH& key : qAsConst(m_scanned_rule_files)) {
+        const auto place = file_map.find(key);
+        if (place == file_map.end())
             continue;
-        }
         rule_files.append(place.value()->physical);
         m_spellings.file_left(place.value()->physical);
-        place = file_map.erase(place);
+        file_map.erase(place);
     }
+    m_scanned_rule_files.clear();
     for (const PHYSICAL_PATH& file : qAsConst(rule_files))
         report(rule_cache.add_rules(file));
     for (const QString& name : configuration->global_rules)

@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "contracts/configuration/configuration.h"
-#include "contracts/paths/letter_case.h"
 #include "contracts/paths/paths.h"
 #include "contracts/services/command_line_options.h"
 #include "contracts/services/file_list_dialog.h"
@@ -19,17 +18,9 @@ namespace {
 
 const int MOST_REMARKS = 20; // of one kind
 
-// The folder's key and the name of the file in lower case, in one piece of memory.
-LOGICAL_PATH key_in_folder(const QString& folder_key, const QString& path, int name_at)
+bool is_rule_file(const QString& key)
 {
-    const int folder_size = folder_key.size();
-    const int name_size = path.size() - name_at;
-    QString text(folder_size + name_size, Qt::Uninitialized);
-    QChar* const letters = text.data();
-    std::copy_n(folder_key.constData(), folder_size, letters);
-    std::copy_n(path.constData() + name_at, name_size, letters + folder_size);
-    lower_case_by_letter(letters + folder_size, name_size);
-    return LOGICAL_PATH(text);
+    return key.endsWith(QLatin1String("/rules.gox")) && !key.startsWith(QLatin1String("<retail>/"));
 }
 
 // The rule files in the folders above the scan roots, in the order of the data
@@ -90,7 +81,8 @@ bool BUILD_SESSION::scan_local_files(QTextStream& log)
         log << text;
         return false;
     }
-    enter_scanned_files(rule_files_above(parent_directories), folder, shadowing);
+    for (const DIRECTORY_SCANNER::FILE_INFO& file : rule_files_above(parent_directories))
+        enter_scanned_file(file, folder, shadowing);
     if (!shadowing.isEmpty() && !configuration->silent)
         ask_about_shadowing_files(shadowing);
     remark_some(scanner.take_left_out());
@@ -99,33 +91,25 @@ bool BUILD_SESSION::scan_local_files(QTextStream& log)
     return true;
 }
 
+// Files of one folder.
 void BUILD_SESSION::enter_scanned_files(const FW::VECTOR<DIRECTORY_SCANNER::FILE_INFO>& files,
                                         SCANNED_FOLDER& folder, QStringList& shadowing)
 {
-    for (const DIRECTORY_SCANNER::FILE_INFO& file : files)
-        enter_scanned_file(file, folder, shadowing);
+    enter_scanned_file(files.front(), folder, shadowing);
+    for (std::size_t i = 1; i < files.size(); ++i)
+        enter_scanned_file(files[i], folder.next_key(files[i].path), folder, shadowing);
 }
 
 void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file, SCANNED_FOLDER& folder,
                                        QStringList& shadowing)
 {
-    const PHYSICAL_PATH path(file.path);
-    const int name_at = file.path.lastIndexOf('/') + 1;
-    const bool same_folder = name_at == folder.physical.size() && file.path.startsWith(folder.physical);
-    LOGICAL_PATH key;
-    if (same_folder) {
-        key = key_in_folder(folder.logical, file.path, name_at);
-    } else {
-        key = PATHS::logical_path(path);
-        folder.physical = file.path.left(name_at);
-        const QString& key_text = key;
-        folder.logical = key_text.left(key_text.lastIndexOf('/') + 1);
-        // Outside all roots the key tells nothing of the folder.
-        if (folder.logical.isEmpty())
-            folder.physical.clear();
-        folder.is_spelled_so = false;
-    }
+    enter_scanned_file(file, folder.key_of(file.path), folder, shadowing);
+}
 
+void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file, const LOGICAL_PATH& key,
+                                       SCANNED_FOLDER& folder, QStringList& shadowing)
+{
+    const PHYSICAL_PATH path(file.path);
     FILE_ENTRY*& known = file_lookup[key];
     if (known) {
         if (!PATHS::override(path, known->physical, options->exists(QStringLiteral("dont_stop_on_error")))) {
@@ -143,10 +127,10 @@ void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file,
     known = entry;
     entry->local_state = FILE_STATE_NO_PERFORCE;
     entry->p4_state = FILE_STATE_NO_PERFORCE;
-    if (!file_map.locked) {
-        folder.hint = file_map.map.insert(folder.hint, key, entry);
-        ++folder.hint;
-    }
+    if (!file_map.locked)
+        folder.insert(file_map.map, key, entry);
+    if (is_rule_file(key))
+        m_scanned_rule_files.append(key);
     if (folder.is_spelled_so) {
         entry->physical = path;
     } else {
@@ -154,7 +138,7 @@ void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file,
         m_spellings.file_added(entry->physical, key);
         folder.note_spellings(entry->physical, path);
         folder.is_spelled_so = static_cast<const QString&>(entry->physical).startsWith(folder.physical) &&
-                               !folder.physical.isEmpty();
+                               !folder.logical.isEmpty();
     }
     entry->local_time = file.modified;
     entry->local_size = file.size;

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "contracts/paths/letter_case.h"
+#include "contracts/paths/paths.h"
 #include "session/build_session.h"
 
 // The folder of the file that was entered last. Whoever enters files has those
@@ -15,10 +17,51 @@ struct BUILD_SESSION::SCANNED_FOLDER
 {
     explicit SCANNED_FOLDER(const FILE_MAP& files) : hint(files.map.cbegin()) {}
 
+    using MAP = QMap<LOGICAL_PATH, FILE_ENTRY*>;
+
     QString physical;           // with its slash
     QString logical;            // with its slash
     bool is_spelled_so = false; // a file of it has been entered, in this very spelling
-    QMap<LOGICAL_PATH, FILE_ENTRY*>::const_iterator hint; // behind the file that was entered last
+    bool is_last = false;       // so far nothing in the map comes behind its files
+    MAP::const_iterator hint;   // behind the file that was entered last
+
+    // The key of a file, whose folder becomes this one.
+    LOGICAL_PATH key_of(const QString& path)
+    {
+        const int name_at = path.lastIndexOf('/') + 1;
+        if (name_at == physical.size() && path.startsWith(physical))
+            return next_key(path);
+        const LOGICAL_PATH key = PATHS::logical_path(PHYSICAL_PATH(path));
+        physical = path.left(name_at);
+        logical = key.left(static_cast<const QString&>(key).lastIndexOf('/') + 1);
+        is_spelled_so = false;
+        is_last = false;
+        return key;
+    }
+
+    // The same for a file that is known to lie in this folder. In one piece of memory.
+    LOGICAL_PATH next_key(const QString& path) const
+    {
+        if (logical.isEmpty()) // outside all roots the key tells nothing of the folder
+            return PATHS::logical_path(PHYSICAL_PATH(path));
+        const int size = path.size() - physical.size();
+        QString text(logical.size() + size, Qt::Uninitialized);
+        QChar* const letters = text.data();
+        std::copy_n(logical.constData(), logical.size(), letters);
+        std::copy_n(path.constData() + physical.size(), size, letters + logical.size());
+        lower_case_by_letter(letters + logical.size(), size);
+        return LOGICAL_PATH(text);
+    }
+
+    void insert(MAP& map, const LOGICAL_PATH& key, FILE_ENTRY* entry)
+    {
+        hint = map.insert(hint, key, entry);
+        if (!is_last)
+            ++hint;
+        is_last = is_last || hint == map.cend();
+        if (is_last)
+            hint = map.cend(); // the way there takes as many steps as the map is deep
+    }
 
     QStringList case_twins; // a remark for each two names of one place that differ in letter case alone
 
