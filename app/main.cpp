@@ -255,6 +255,7 @@ std::optional<int> run(int argc, char** argv, QApplication& application, Tallyli
     if (options.exists(QStringLiteral("swallow_startup_asserts")))
         FW::fw_message_box_hook = startup_message_hook;
     const bool is_started = session.start_up(splash, options.value(QStringLiteral("workspace")));
+    settle_heap();
     FW::fw_message_box_hook = nullptr;
     if (!is_started) {
         report.write(1);

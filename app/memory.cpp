@@ -18,13 +18,18 @@
 
 #if defined(__GLIBC__) && !defined(GOX_SANITIZED)
 
+static constexpr int MIB = 1024 * 1024;
+static constexpr int USUAL_ROOM = MIB / 8;  // as the C library has it
+static constexpr int USUAL_BLOCK = 4 * MIB; // of which a larger one has pages of its own
+static constexpr int ROOM_FOR_WINDOWS = 64 * MIB;
+
 // The heap gets room at its end that no page stands behind yet, and the system is asked
 // to put large ones there. Ordinary ones cost a tenth of a start-up over a large tree.
 void prepare_heap()
 {
-    const int room = 512 * 1024 * 1024;
-    const int large_block = 32 * 1024 * 1024;
-    const std::uintptr_t large_page = 2 * 1024 * 1024;
+    const int room = 512 * MIB;
+    const int large_block = 32 * MIB;
+    const std::uintptr_t large_page = 2 * MIB;
     mallopt(M_TOP_PAD, room);
     mallopt(M_TRIM_THRESHOLD, 2 * room);
     mallopt(M_MMAP_THRESHOLD, large_block);
@@ -36,12 +41,21 @@ void prepare_heap()
     if (end > begin)
         madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
     else
-        mallopt(M_TOP_PAD, 128 * 1024); // as it was: there is a limit on memory
+        mallopt(M_TOP_PAD, USUAL_ROOM); // there is a limit on memory
+}
+
+void settle_heap()
+{
+    mallopt(M_TOP_PAD, USUAL_ROOM);
+    mallopt(M_TRIM_THRESHOLD, 2 * USUAL_BLOCK);
+    mallopt(M_MMAP_THRESHOLD, USUAL_BLOCK);
+    malloc_trim(ROOM_FOR_WINDOWS);
 }
 
 #else
 
 void prepare_heap() {}
+void settle_heap() {}
 
 #endif
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <climits>
 
+#include "app/memory.h"
 #include "bench/bench_session.h"
 #include "bench/measure.h"
 #include "contracts/actions/dialog_helper.h"
@@ -200,6 +201,7 @@ void measure_output(int letters, FIGURES& figures)
 void bench_progress(const BENCH_OPTIONS& options, FIGURES& figures)
 {
     const int count = options.quick ? 10000 : 100000;
+    settle_heap(); // as the program does ahead of its windows
     measure_polls(count, figures);
     measure_changes(count, figures);
     figures.ratio(QString("opening with %1 rows").arg(count), opening(count),
