@@ -182,11 +182,11 @@ private:
     void register_graph_path_callback();
 
     struct SCANNED_FOLDER;
-    void enter_scanned_files(const FW::VECTOR<DIRECTORY_SCANNER::FILE_INFO>& files, SCANNED_FOLDER& folder,
+    void enter_scanned_files(FW::VECTOR<DIRECTORY_SCANNER::FILE_INFO>& files, SCANNED_FOLDER& folder,
                              QStringList& shadowing);
-    void enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file, SCANNED_FOLDER& folder,
+    void enter_scanned_file(DIRECTORY_SCANNER::FILE_INFO&& file, SCANNED_FOLDER& folder,
                             QStringList& shadowing);
-    void enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file, const LOGICAL_PATH& key,
+    void enter_scanned_file(DIRECTORY_SCANNER::FILE_INFO&& file, const LOGICAL_PATH& key,
                             SCANNED_FOLDER& folder, QStringList& shadowing);
     void walk_local_folder(const QString& directory, QStringList& folders_above, SCANNED_FOLDER& folder,
                            QStringList& shadowing);

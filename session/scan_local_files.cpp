@@ -81,8 +81,8 @@ bool BUILD_SESSION::scan_local_files(QTextStream& log)
         log << text;
         return false;
     }
-    for (const DIRECTORY_SCANNER::FILE_INFO& file : rule_files_above(parent_directories))
-        enter_scanned_file(file, folder, shadowing);
+    for (DIRECTORY_SCANNER::FILE_INFO& file : rule_files_above(parent_directories))
+        enter_scanned_file(std::move(file), folder, shadowing);
     if (!shadowing.isEmpty() && !configuration->silent)
         ask_about_shadowing_files(shadowing);
     remark_some(scanner.take_left_out());
@@ -92,34 +92,37 @@ bool BUILD_SESSION::scan_local_files(QTextStream& log)
 }
 
 // Files of one folder.
-void BUILD_SESSION::enter_scanned_files(const FW::VECTOR<DIRECTORY_SCANNER::FILE_INFO>& files,
+void BUILD_SESSION::enter_scanned_files(FW::VECTOR<DIRECTORY_SCANNER::FILE_INFO>& files,
                                         SCANNED_FOLDER& folder, QStringList& shadowing)
 {
-    enter_scanned_file(files.front(), folder, shadowing);
-    for (std::size_t i = 1; i < files.size(); ++i)
-        enter_scanned_file(files[i], folder.next_key(files[i].path), folder, shadowing);
+    enter_scanned_file(std::move(files.front()), folder, shadowing);
+    for (auto file = files.begin() + 1; file != files.end(); ++file)
+        enter_scanned_file(std::move(*file), folder.next_key(file->path), folder, shadowing);
 }
 
-void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file, SCANNED_FOLDER& folder,
+void BUILD_SESSION::enter_scanned_file(DIRECTORY_SCANNER::FILE_INFO&& file, SCANNED_FOLDER& folder,
                                        QStringList& shadowing)
 {
-    enter_scanned_file(file, folder.key_of(file.path), folder, shadowing);
+    const LOGICAL_PATH key = folder.key_of(file.path);
+    enter_scanned_file(std::move(file), key, folder, shadowing);
 }
 
-void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file, const LOGICAL_PATH& key,
+// The path moves on: another processor's memory is not written to for a count of its users.
+void BUILD_SESSION::enter_scanned_file(DIRECTORY_SCANNER::FILE_INFO&& file, const LOGICAL_PATH& key,
                                        SCANNED_FOLDER& folder, QStringList& shadowing)
 {
-    const PHYSICAL_PATH path(file.path);
+    PHYSICAL_PATH path(std::move(file.path));
     FILE_ENTRY*& known = file_lookup[key];
     if (known) {
         if (!PATHS::override(path, known->physical, options->exists(QStringLiteral("dont_stop_on_error")))) {
             known->local_time = file.modified; // the date of the file that loses, and yet the newer one
-            const bool is_same = file.path == static_cast<const QString&>(known->physical);
+            const bool is_same =
+                static_cast<const QString&>(path) == static_cast<const QString&>(known->physical);
             known->local_size = is_same ? file.size : -1;
             folder.note_spellings(known->physical, path);
             return;
         }
-        shadowing.append(file.path);
+        shadowing.append(path);
         m_spellings.file_left(known->physical);
         delete known;
     }
@@ -132,7 +135,7 @@ void BUILD_SESSION::enter_scanned_file(const DIRECTORY_SCANNER::FILE_INFO& file,
     if (is_rule_file(key))
         m_scanned_rule_files.append(key);
     if (folder.is_spelled_so) {
-        entry->physical = path;
+        entry->physical = std::move(path);
     } else {
         entry->physical = m_spellings.normalised(path, key);
         m_spellings.file_added(entry->physical, key);

@@ -4,6 +4,8 @@
 #include <QtCore/QString>
 #include <QtCore/QStringRef>
 
+#include <utility>
+
 #include "contracts/export.h"
 
 /// An absolute path on disk with forward slashes, in the disk's spelling.
@@ -17,6 +19,7 @@ class PHYSICAL_PATH
 public:
     PHYSICAL_PATH() = default; ///< an empty path: no place on disk
     explicit PHYSICAL_PATH(const QString& text) : m_text(text) {}
+    explicit PHYSICAL_PATH(QString&& text) : m_text(std::move(text)) {}
 
     operator const QString&() const { return m_text; }
 
