@@ -347,6 +347,7 @@ private:
             memory[ended[kept]] = m_model.memory.value(ended[kept]);
             m_memories.append(memory);
         }
+        m_model.memory = m_memories.first();
         return difference(m_tree);
     }
 
