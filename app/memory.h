@@ -5,5 +5,5 @@
 void prepare_heap();
 
 /// Gives back the room that a start-up did not need. From here on a large block that
-/// grows moves without its bytes being copied. Any thread; a second call does no harm.
+/// grows moves without its bytes being copied. Main thread.
 void settle_heap();

@@ -35,7 +35,7 @@ DIGEST PRESENT_SURROUNDINGS::library_of(const PROCESSOR_INTERFACE& processor)
     if (known != m_libraries.cend())
         return *known;
     const QString library = m_session.processor_libraries.value(&processor);
-    DIGEST digest = library.isEmpty() ? DIGEST() : m_digests.of(library);
+    DIGEST digest = library.isEmpty() ? DIGEST() : m_digests.of(library).digest;
     if (stamp_of_file(library) != m_session.library_stamps.value(library))
         digest = DIGEST(); // that of another library than the one that is at work
     return *m_libraries.insert(&processor, digest);

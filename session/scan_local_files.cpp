@@ -107,7 +107,7 @@ void BUILD_SESSION::enter_scanned_file(DIRECTORY_SCANNER::FILE_INFO&& file, SCAN
     enter_scanned_file(std::move(file), key, folder, shadowing);
 }
 
-// The path moves on: another processor's memory is not written to for a count of its users.
+// The path moves on, so that its text, which another thread wrote, is not written to here.
 void BUILD_SESSION::enter_scanned_file(DIRECTORY_SCANNER::FILE_INFO&& file, const LOGICAL_PATH& key,
                                        SCANNED_FOLDER& folder, QStringList& shadowing)
 {

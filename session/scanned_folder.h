@@ -56,9 +56,7 @@ struct BUILD_SESSION::SCANNED_FOLDER
     void insert(MAP& map, const LOGICAL_PATH& key, FILE_ENTRY* entry)
     {
         hint = map.insert(hint, key, entry);
-        if (!is_last)
-            ++hint;
-        is_last = is_last || hint == map.cend();
+        is_last = is_last || ++hint == map.cend();
         if (is_last)
             hint = map.cend(); // the way there takes as many steps as the map is deep
     }

@@ -184,18 +184,17 @@ void KV_DATABASE::note_stamp(const QString& file)
     m_stamps.insert(file, stamp);
 }
 
-// The digest comes first: a file that is replaced meanwhile is none of those that were told.
 DIGEST KV_DATABASE::digest(const QString& table)
 {
     static const DIGEST s_no_file = digest_of(QByteArray("no file"));
     if (m_is_connected && table != KV_SCHEMA_AS_TABLE && m_schema.table_index(table) < 0)
         return s_no_file; // what was told stands in the schema
     const QString file = table == KV_SCHEMA_AS_TABLE ? schema_file() : table_file(table);
-    const DIGEST digest = m_digests.of(kv_file_to_read(file));
-    const FILE_STAMP stamp = kv_file_stamp(file);
-    if (!m_is_connected || m_unsteady.contains(file) || m_stamps.value(file, stamp) != stamp)
+    if (!m_is_connected || m_unsteady.contains(file))
         return DIGEST();
-    return stamp.time == NO_TIME ? s_no_file : digest;
+    const KNOWN_FILE now = m_digests.of(kv_file_to_read(file));
+    const DIGEST digest = now.stamp.time == NO_TIME ? s_no_file : now.digest;
+    return m_stamps.value(file, now.stamp) == now.stamp ? digest : DIGEST();
 }
 
 bool KV_DATABASE::forget(QString& error, const QString& table)

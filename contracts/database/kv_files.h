@@ -64,6 +64,8 @@ QString kv_write_file(const QString& path, const KV_FILE_TO_WRITE& file);
 /// Where the content of a file of a folder stands now: the file itself, unless a
 /// save of the folder was cut off before the file took its place.
 QString kv_file_to_read(const QString& path);
+
+/// What it is now, by which a change by somebody else is noticed.
 inline FILE_STAMP kv_file_stamp(const QString& path)
 {
     return stamp_of_file(kv_file_to_read(path));

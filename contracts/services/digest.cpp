@@ -2,12 +2,10 @@
 
 #include <QtCore/QFile>
 
-#include <memory>
-
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 
-constexpr qint64 PIECE = qint64(1) << 20; // bytes of a file that are in memory at a time
+static constexpr qint64 PIECE = qint64(1) << 20; // bytes of a file that are in memory at a time
 
 DIGEST digest_of(const void* bytes, std::size_t size)
 {
@@ -20,11 +18,11 @@ DIGEST digest_of_file(const QString& path)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {};
-    const std::unique_ptr<XXH3_state_t, decltype(&XXH3_freeState)> state(XXH3_createState(), XXH3_freeState);
-    XXH3_128bits_reset(state.get());
+    XXH3_state_t state;
+    XXH3_128bits_reset(&state);
     for (QByteArray piece; !(piece = file.read(PIECE)).isEmpty();)
-        XXH3_128bits_update(state.get(), piece.constData(), std::size_t(piece.size()));
-    const XXH128_hash_t hash = XXH3_128bits_digest(state.get());
+        XXH3_128bits_update(&state, piece.constData(), std::size_t(piece.size()));
+    const XXH128_hash_t hash = XXH3_128bits_digest(&state);
     return file.error() == QFile::NoError ? DIGEST{hash.high64, hash.low64} : DIGEST{};
 }
 

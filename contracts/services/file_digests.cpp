@@ -11,17 +11,18 @@ FILE_DIGESTS::FILE_DIGESTS(const QVector<KNOWN_FILE>& known)
         m_known.insert(file.file, file);
 }
 
-DIGEST FILE_DIGESTS::of(const QString& file)
+KNOWN_FILE FILE_DIGESTS::of(const QString& file)
 {
-    KNOWN_FILE now = m_known.value(file);
     const FILE_STAMP stamp = stamp_of_file(file);
-    const bool is_known = now.stamp == stamp && !now.digest.is_null();
-    if (!is_known)
+    KNOWN_FILE now = m_known.value(file);
+    if (now.stamp != stamp || now.digest.is_null()) {
         now = {file, stamp, digest_of_file(file)};
-    if (!is_known && stamp_of_file(file) != stamp)
-        return DIGEST();
-    m_known.insert(file, now);
-    if (stamp.time + MSECS_TO_SETTLE < QDateTime::currentMSecsSinceEpoch() && !now.digest.is_null())
+        if (now.digest.is_null() || stamp_of_file(file) != stamp)
+            return {file, stamp, DIGEST()};
+        m_known.insert(file, now);
+    }
+    const bool is_told = m_asked.value(file).stamp == stamp;
+    if (!is_told && stamp.time + MSECS_TO_SETTLE < QDateTime::currentMSecsSinceEpoch())
         m_asked.insert(file, now);
-    return now.digest;
+    return now;
 }

@@ -29,9 +29,9 @@ public:
     /// `known` is what an earlier object said that is worth keeping.
     GOX_CONTRACTS_EXPORT explicit FILE_DIGESTS(const QVector<KNOWN_FILE>& known = {});
 
-    /// Of the file's bytes now; null when it can't be read or was replaced meanwhile,
-    /// which must not count as equal to anything.
-    GOX_CONTRACTS_EXPORT DIGEST of(const QString& file);
+    /// The file as it is now. The digest is null when it can't be read or was replaced
+    /// meanwhile, which must not count as equal to anything.
+    GOX_CONTRACTS_EXPORT KNOWN_FILE of(const QString& file);
 
     /// What is worth keeping for later objects. A file that was written within the last
     /// seconds is not: it may change once more under the same time.

@@ -212,7 +212,7 @@ private:
         });
         add("library", [&](const QString& s) {
             FILE_DIGESTS digests(read()->libraries());
-            const DIGEST digest = digests.of(path("library"));
+            const DIGEST digest = digests.of(path("library")).digest;
             m_libraries = digests.asked();
             return digest == digest_of(s.toUtf8()) ? "yes" : digest.is_null() ? "none" : "no";
         });
