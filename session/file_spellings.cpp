@@ -158,33 +158,6 @@ void FILE_SPELLINGS::file_added(const PHYSICAL_PATH& physical, const LOGICAL_PAT
     }
 }
 
-PHYSICAL_PATH FILE_SPELLINGS::enter(const PHYSICAL_PATH& path, const LOGICAL_PATH& key)
-{
-    if (enter_new_folder(STEP(path, key)))
-        return path;
-    const PHYSICAL_PATH place = normalised(path, key);
-    file_added(place, key);
-    return place;
-}
-
-// A scan asks for the first file of each folder, and nearly always the folder above is
-// known in this very spelling: then the file keeps its own. False where it is not so, and
-// nothing is done.
-bool FILE_SPELLINGS::enter_new_folder(const STEP& file)
-{
-    STEP folder = file;
-    if (m_has_strays || !m_is_complete || m_folders.contains(file.lower) || !folder.go_up())
-        return false;
-    STEP above = folder;
-    if (!above.go_up() || m_folders.contains(folder.borrowed_name()) || has_namesake(folder))
-        return false;
-    const QString spelling = m_folders.value(above.borrowed_name());
-    if (spelling.size() != above.size || !file.text.startsWith(spelling))
-        return false;
-    m_folders.insert(folder.name(), folder.path());
-    return true;
-}
-
 void FILE_SPELLINGS::file_left(const PHYSICAL_PATH& physical)
 {
     forget(physical);

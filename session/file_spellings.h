@@ -36,10 +36,6 @@ public:
     /// The file of `key` now lies at `physical`.
     void file_added(const PHYSICAL_PATH& physical, const LOGICAL_PATH& key);
 
-    /// Both for a file whose entry has no place yet: gives its place. `key` is the logical
-    /// path of `path`.
-    PHYSICAL_PATH enter(const PHYSICAL_PATH& path, const LOGICAL_PATH& key);
-
     /// A file that lay at `physical` has left the map or lies elsewhere now.
     void file_left(const PHYSICAL_PATH& physical);
 
@@ -52,7 +48,6 @@ private:
     QString walk_keys(const QString& folder, const QString& folder_key) const;
     QString spelling_of(const STEP& step, bool remember_nothing_found);
     bool has_namesake(const STEP& step) const;
-    bool enter_new_folder(const STEP& file);
     void forget(const QString& path);
 
     const FILE_MAP& m_files;

@@ -137,7 +137,8 @@ void BUILD_SESSION::enter_scanned_file(DIRECTORY_SCANNER::FILE_INFO&& file, cons
     if (folder.is_spelled_so) {
         entry->physical = std::move(path);
     } else {
-        entry->physical = m_spellings.enter(path, key);
+        entry->physical = m_spellings.normalised(path, key);
+        m_spellings.file_added(entry->physical, key);
         folder.note_spellings(entry->physical, path);
         folder.is_spelled_so = static_cast<const QString&>(entry->physical).startsWith(folder.physical) &&
                                !folder.logical.isEmpty();

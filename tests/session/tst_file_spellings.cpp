@@ -92,12 +92,10 @@ private:
         if (known)
             spellings.file_left(known->physical);
         m_entries.push_back(std::make_unique<FILE_ENTRY>());
-        FILE_ENTRY* const entry = m_entries.back().get();
-        files.insert(key, entry);
-        lookup.insert(key, entry);
-        entry->physical = as_it_stands ? path : spellings.enter(path, key);
-        if (as_it_stands)
-            spellings.file_added(path, key);
+        m_entries.back()->physical = as_it_stands ? path : spellings.normalised(path);
+        files.insert(key, m_entries.back().get());
+        lookup.insert(key, m_entries.back().get());
+        spellings.file_added(m_entries.back()->physical, key);
     }
 
     std::mt19937 m_random;
