@@ -77,10 +77,9 @@ void RECORD_STATEMENT::bind(int place, const char* bytes, int size)
     m_file->note_fault(sqlite3_bind_blob(m_statement.get(), place, bytes, size, SQLITE_STATIC));
 }
 
-void RECORD_STATEMENT::bind_text(int place, const QByteArray& utf8)
+void RECORD_STATEMENT::bind_text(int place, const char* utf8, int size)
 {
-    m_file->note_fault(
-        sqlite3_bind_text(m_statement.get(), place, utf8.constData(), utf8.size(), SQLITE_STATIC));
+    m_file->note_fault(sqlite3_bind_text(m_statement.get(), place, utf8, size, SQLITE_STATIC));
 }
 
 bool RECORD_STATEMENT::step()

@@ -38,7 +38,7 @@ public:
     /// Places count from 1. Bytes and text must outlive the next step.
     void bind(int place, qint64 value);
     void bind(int place, const char* bytes, int size);
-    void bind_text(int place, const QByteArray& utf8);
+    void bind_text(int place, const char* utf8, int size);
 
     /// To the next row; false at the end and after a fault. At the end the statement can
     /// be bound and stepped anew.

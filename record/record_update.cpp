@@ -49,6 +49,7 @@ bool RECORD_UPDATE::open()
     }
     m_content.reset();
     m_has_new_libraries = m_libraries != m_written_libraries;
+    m_pending_texts.reserve(FULL_AT);
     return !m_file.fault();
 }
 
@@ -123,9 +124,10 @@ void RECORD_UPDATE::add(const RECORDED_ACTION& action)
     entry.surroundings = number_of(action.surroundings);
     const QByteArray name = action.details.name.toUtf8();
     const QByteArray details = pack_details(action.details);
-    m_pending.append(
-        {slot_of(entry.key), pack_entry(entry), name, details_checksum(entry, name, details), details});
-    m_pending_bytes += int(sizeof(PENDING)) + name.size() + details.size();
+    m_pending.append({slot_of(entry.key), pack_entry(entry), details_checksum(entry, name, details),
+                      name.size(), details.size()});
+    m_pending_texts += name;
+    m_pending_texts += details;
 }
 
 int RECORD_UPDATE::slot_of(quint64 key)
@@ -174,16 +176,16 @@ bool RECORD_UPDATE::commit(bool is_last)
     if (write_pending()) {
         m_pending.clear();
         m_pending_surroundings.clear();
-        m_pending_bytes = 0;
+        m_pending_texts.resize(0); // its room stays
         m_full_at = FULL_AT;
         m_has_new_libraries = false;
         return true;
     }
-    if (is_last || m_file.fault().kind != RECORD_FAULT::LOCKED || m_pending_bytes > MAX_PENDING_BYTES)
+    if (is_last || m_file.fault().kind != RECORD_FAULT::LOCKED || pending_bytes() > MAX_PENDING_BYTES)
         return false;
     m_file.roll_back();
     m_sum = former_sum;
-    m_full_at = qMax(FULL_AT, 2 * m_pending_bytes);
+    m_full_at = qMax(FULL_AT, 2 * pending_bytes());
     return true;
 }
 
@@ -231,12 +233,15 @@ void RECORD_UPDATE::write_surroundings()
 void RECORD_UPDATE::write_details()
 {
     RECORD_STATEMENT statement(m_file, "INSERT OR REPLACE INTO details VALUES (?, ?, ?, ?)");
+    const char* text = m_pending_texts.constData();
     for (const PENDING& action : qAsConst(m_pending)) {
+        const char* const details = text + action.name_size;
         statement.bind(1, action.slot);
-        statement.bind_text(2, action.name);
+        statement.bind_text(2, text, action.name_size);
         statement.bind(3, qint64(action.checksum));
-        statement.bind(4, action.details.constData(), action.details.size());
+        statement.bind(4, details, action.details_size);
         statement.step();
+        text = details + action.details_size;
     }
 }
 

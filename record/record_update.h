@@ -29,7 +29,7 @@ public:
     /// Whether something waits for `commit`, and whether it is so much that it should be
     /// soon.
     bool has_pending() const { return !m_pending.isEmpty() || m_has_new_libraries; }
-    bool is_full() const { return m_pending_bytes > m_full_at; }
+    bool is_full() const { return pending_bytes() > m_full_at; }
 
     /// False on a fault. When the record is only locked, by somebody who looks into it, all
     /// goes on waiting and the result is true, but for the last commit.
@@ -48,11 +48,12 @@ private:
     {
         int slot;
         PACKED_ENTRY entry;
-        QByteArray name;
         quint64 checksum; // of the details
-        QByteArray details;
+        int name_size;    // of these bytes of m_pending_texts, in the order of the actions
+        int details_size;
     };
 
+    int pending_bytes() const { return m_pending_texts.size() + m_pending.size() * int(sizeof(PENDING)); }
     bool take_over();
     void take_rows(const RECORD_ROWS& rows);
     void take_surroundings(const RECORD_ROWS& rows);
@@ -86,7 +87,7 @@ private:
     QVector<quint64> m_keys; // by slot
     KEY_INDEX m_slots;
     QVector<PENDING> m_pending;
-    int m_pending_bytes = 0;
+    QByteArray m_pending_texts; // one piece, as so many small ones cost more to give back than to write
     int m_full_at = FULL_AT;
 
     QVector<QByteArray> m_surroundings;              // packed, by number
