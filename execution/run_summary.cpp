@@ -18,6 +18,7 @@ namespace {
 
 const qint64 LINE_INTERVAL = 60000;   // milliseconds, between two lines
 const qint64 TERMINAL_INTERVAL = 200; // the same where a line is rewritten
+const int LINES_AT_ONCE = 200;
 
 QElapsedTimer s_time;
 int s_planned = 0;
@@ -129,8 +130,15 @@ void report_stop()
 
 void report_explanations(const QVector<ACTION_INTERFACE*>& plan, const PLAN_JUDGEMENT& judgement)
 {
-    for (ACTION_INTERFACE* action : plan)
-        RUN_REPORT::line(name_of(*action) + ": " + judgement.explanations.value(action));
+    QStringList lines;
+    for (ACTION_INTERFACE* action : plan) {
+        lines.append(name_of(*action) + ": " + judgement.explanations.value(action));
+        if (lines.size() == LINES_AT_ONCE) {
+            RUN_REPORT::lines(lines);
+            lines.clear();
+        }
+    }
+    RUN_REPORT::lines(lines);
 }
 
 void report_share(const SHARD& shard, int actions, int planned)

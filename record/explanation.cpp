@@ -23,22 +23,33 @@ QString name_of(ACTION_INTERFACE& action)
     return action.processor->name() + " / " + action.display_text(true);
 }
 
-QVector<RECORDED_FILE> inputs_now(ACTION_INTERFACE& action, const ACTION_FILES& files)
+// Mostly the record has the same file under the same number, and with it the names.
+RECORDED_FILE file_now(const QVector<RECORDED_FILE>& former, int number, const PHYSICAL_PATH& path,
+                       QStringView place, const FILE_STAMP& stamp)
+{
+    if (number < former.size() && former.at(number).place == place)
+        return {former.at(number).logical, former.at(number).place, stamp};
+    return {PATHS::logical_path(path), place.toString(), stamp};
+}
+
+QVector<RECORDED_FILE> inputs_now(ACTION_INTERFACE& action, const QVector<RECORDED_FILE>& former,
+                                  const ACTION_FILES& files)
 {
     QVector<RECORDED_FILE> result;
     for (const FILE_ENTRY* input : qAsConst(action.input_files))
         if (!is_added_to(*input, action))
-            result.append({PATHS::logical_path(input->physical),
-                           files.places.place(input->physical).toString(), files.input(*input)});
+            result.append(file_now(former, result.size(), input->physical,
+                                   files.places.place(input->physical), files.input(*input)));
     return result;
 }
 
-QVector<RECORDED_FILE> targets_now(ACTION_INTERFACE& action, ACTION_FILES& files)
+QVector<RECORDED_FILE> targets_now(ACTION_INTERFACE& action, const QVector<RECORDED_FILE>& former,
+                                   ACTION_FILES& files)
 {
     QVector<RECORDED_FILE> result;
     for (auto target = action.target_files.cbegin(); target != action.target_files.cend(); ++target)
-        result.append({PATHS::logical_path(target.value()), files.places.place(target.value()).toString(),
-                       files.target(action, *target.key(), target.value())});
+        result.append(file_now(former, result.size(), target.value(), files.places.place(target.value()),
+                               files.target(action, *target.key(), target.value())));
     return result;
 }
 
@@ -97,9 +108,9 @@ QString targets_text(const QVector<RECORDED_FILE>& former, const QVector<RECORDE
 
 QString files_text(ACTION_INTERFACE& action, const BUILD_ENTRY_DETAILS& former, ACTION_FILES& files)
 {
-    QString text = inputs_text(former.inputs, inputs_now(action, files));
+    QString text = inputs_text(former.inputs, inputs_now(action, former.inputs, files));
     if (text.isEmpty())
-        text = targets_text(former.targets, targets_now(action, files));
+        text = targets_text(former.targets, targets_now(action, former.targets, files));
     if (text.isEmpty() && former.stamp != notes_of(action).stamp)
         text = QStringLiteral("stamp changed");
     return text.isEmpty() ? QStringLiteral("inputs or targets changed") : text;

@@ -100,8 +100,17 @@ bool RUN_REPORT::is_on()
 
 void RUN_REPORT::line(const QString& text)
 {
-    if (s_is_on)
-        write(stdout, line_eraser() + on_one_line(text).toLocal8Bit() + '\n');
+    lines({text});
+}
+
+void RUN_REPORT::lines(const QStringList& texts)
+{
+    if (!s_is_on || texts.isEmpty())
+        return;
+    QByteArray bytes = line_eraser();
+    for (const QString& text : texts)
+        bytes += on_one_line(text).toLocal8Bit() + '\n';
+    write(stdout, bytes);
 }
 
 void RUN_REPORT::step(const QString& text)

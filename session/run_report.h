@@ -14,6 +14,9 @@ bool is_on();
 /// One line to standard output; line ends in the text become blanks.
 void line(const QString& text);
 
+/// Several in one go, for who has a great many of them.
+void lines(const QStringList& texts);
+
 /// A line that says which step the run comes to. A crash names the step too,
 /// whether the report is on or not.
 void step(const QString& text);
