@@ -88,20 +88,14 @@ public:
         front_changed(rank);
     }
 
-    // The earliest position of all levels below `rank`.
+    // The earliest position of all levels below `rank`: of each subtree to the left of
+    // the way from its leaf to the root.
     int earliest_below(int rank) const
     {
         int earliest = NOWHERE;
-        int low = m_leaves;
-        int high = m_leaves + rank;
-        while (low < high) {
-            if (high % 2)
-                earliest = std::min(earliest, m_tree[std::size_t(--high)]);
-            if (low % 2)
-                earliest = std::min(earliest, m_tree[std::size_t(low++)]);
-            low /= 2;
-            high /= 2;
-        }
+        for (int node = m_leaves + rank; node > 1; node /= 2)
+            if (node % 2)
+                earliest = std::min(earliest, m_tree[std::size_t(node - 1)]);
         return earliest;
     }
 

@@ -41,13 +41,6 @@ FILE_CHECK_LIST::FILE_CHECK_LIST(const QStringList& files, Qt::CheckState state,
     connect(this, SIGNAL(itemChanged(QListWidgetItem*)), this, SIGNAL(checked_rows_changed()));
 }
 
-void FILE_CHECK_LIST::add_to_menu(const QString& text, const char* slot)
-{
-    QAction* const entry = new QAction(text, this);
-    connect(entry, SIGNAL(triggered()), this, slot);
-    addAction(entry);
-}
-
 QStringList FILE_CHECK_LIST::checked_files() const
 {
     QStringList files;

@@ -28,7 +28,6 @@ private slots:
     void check_none();
 
 private:
-    void add_to_menu(const QString& text, const char* slot);
     void set_state(const QList<QListWidgetItem*>& rows, Qt::CheckState state);
     void set_state_of_all(Qt::CheckState state);
 };

@@ -15,7 +15,7 @@ public:
 #ifdef Q_OS_UNIX
     explicit FULL_DISK(bool is_full, rlim_t bytes = 100)
     {
-        std::signal(SIGXFSZ, SIG_IGN);
+        std::signal(SIGXFSZ, [](int) {}); // a program that is started has to see to that by itself
         getrlimit(RLIMIT_FSIZE, &m_before);
         const rlimit limit{is_full ? bytes : m_before.rlim_cur, m_before.rlim_max};
         setrlimit(RLIMIT_FSIZE, &limit);
