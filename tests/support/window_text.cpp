@@ -3,6 +3,7 @@
 #include <QtWidgets/QAbstractSpinBox>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QProgressBar>
+#include <QtWidgets/QToolButton>
 
 namespace {
 
@@ -63,6 +64,8 @@ QString particulars_of(const QWidget& widget)
         states += "hidden";
     if (!widget.isEnabled() && (!widget.parentWidget() || widget.parentWidget()->isEnabled()))
         states += "disabled";
+    if (const auto* button = qobject_cast<const QToolButton*>(&widget); button && button->arrowType())
+        states += QStringList{"arrow up", "arrow down"}.value(button->arrowType() - Qt::UpArrow);
     for (const char* property : {"checked", "default", "readOnly"})
         if (widget.property(property).toBool())
             states += property;

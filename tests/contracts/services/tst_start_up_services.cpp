@@ -1,11 +1,15 @@
 #include <QtTest/QtTest>
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QListWidget>
+#include <QtWidgets/QScrollArea>
 
 #include "contracts/database/kv_xml_query_interface.h"
 #include "contracts/services/asset_graph.h"
 #include "contracts/services/file_list_dialog.h"
+#include "contracts/services/plain_message_box.h"
 #include "tests/session/step_scene.h"
 #include "tests/support/cases.h"
+#include "tests/support/dialog_answers.h"
 #include "tests/support/watched_test.h"
 #include "tests/support/window_looks.h"
 #include "tests/support/window_text.h"
@@ -40,6 +44,31 @@ private slots:
         for (const int percent : {100, 125, 150})
             looks += WINDOW_LOOKS::cut_off(dialog, percent);
         GOX_COMPARE_TEXT(looks.join('\n'), current_case()["looks"]);
+    }
+
+    // With a long text the buttons must not lie beyond the screen's edge.
+    void boxes()
+    {
+        QStringList seen;
+        for (const int line_ends : {19, 20, 200}) {
+            const QString text = QString("<b>line</b>\n").repeated(line_ends);
+            const auto look = [&](QDialog* box) {
+                const auto* label = box->findChild<QLabel*>("qt_msgbox_label");
+                const bool is_whole = label->text() == text && label->textFormat() == Qt::PlainText;
+                const bool is_low = box->height() < 30 * label->fontMetrics().lineSpacing();
+                seen += QString::number(line_ends) + (is_whole ? " whole" : "") + (is_low ? " low" : "") +
+                        (box->findChild<QScrollArea*>() ? " scrolls" : "");
+                QTest::keyClick(box, Qt::Key_Return);
+            };
+            DIALOG_ANSWERS answers;
+            answers.answer_with(look);
+            show_plain_box(QMessageBox::Warning, nullptr, text);
+            answers.answer_with(look);
+            seen += confirm_in_plain_box(nullptr, text) ? "yes" : "no";
+        }
+        GOX_COMPARE_TEXT(seen.join(", "), "19 whole low, 19 whole low, no, "
+                                          "20 whole low scrolls, 20 whole low scrolls, no, "
+                                          "200 whole low scrolls, 200 whole low scrolls, no");
     }
 
     void database_of_a_build_server_is_read_only()
