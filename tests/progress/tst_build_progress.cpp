@@ -128,6 +128,10 @@ SCENE::SCENE(const TEST_CASE& one)
         emit window->ui.actions->customContextMenuRequested({});
         return WINDOW_TEXT::menu(*static_cast<QMenu*>(QApplication::activePopupWidget()));
     });
+    m_steps.add("output_menu", [this](const QString&) {
+        emit window->ui.output->customContextMenuRequested({});
+        return WINDOW_TEXT::menu(*static_cast<QMenu*>(QApplication::activePopupWidget()));
+    });
     m_steps.add("pick", [](const QString& text) {
         QWidget* const menu = QApplication::activePopupWidget();
         for (QAction* const entry : menu->actions())
