@@ -6,7 +6,7 @@
 namespace {
 
 const char NOTHING[] = "", ANYTHING[] = ".*", TEXT[] = ".+", NUMBER[] = "-?\\d{1,9}", PATH[] = ".*/.*",
-           CRASH[] = "\\w+ (\\d+|overflow|throw|exit:\\d+)", RULE[] = "\\S+ \\S+",
+           CRASH[] = "\\w+ (\\d+|overflow|throw|throw_number|terminate|exit:\\d+)", RULE[] = "\\S+ \\S+",
            QUESTION[] = "(rule \\S+|table|sql|graph) \\S.*",
            TIME[] = "\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ";
 

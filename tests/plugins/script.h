@@ -13,7 +13,7 @@
 ///     crashes CALL HOW          the first such call does not come back: a call as the trace
 ///                               names it, "display_text", or of the plugin, "load",
 ///                               "construct" or "processors_of_plugin"; HOW is a signal's
-///                               number, "overflow", "throw" or "exit:STATUS"
+///                               number, "overflow", "throw", "throw_number", "terminate" or "exit:STATUS"
 ///     processor NAME            what follows belongs to it
 ///       order N                 0 by default
 ///       scan <raw>/folder       a scan directory

@@ -445,6 +445,10 @@ void crash_if_told(const QString& crash, const QString& call)
         use_up_the_stack(0);
     if (how == "throw")
         throw std::runtime_error("thrown by the script");
+    if (how == "throw_number")
+        throw 1;
+    if (how == "terminate")
+        std::terminate();
     if (how.startsWith("exit:"))
         std::exit(how.section(':', 1).toInt());
     int* volatile nowhere = nullptr;

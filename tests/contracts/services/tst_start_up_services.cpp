@@ -1,3 +1,5 @@
+#include <QtNetwork/QNetworkDatagram>
+#include <QtNetwork/QUdpSocket>
 #include <QtTest/QtTest>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QListWidget>
@@ -7,6 +9,7 @@
 #include "contracts/services/asset_graph.h"
 #include "contracts/services/file_list_dialog.h"
 #include "contracts/services/plain_message_box.h"
+#include "contracts/services/tallyline_context.h"
 #include "tests/session/step_scene.h"
 #include "tests/support/cases.h"
 #include "tests/support/dialog_answers.h"
@@ -69,6 +72,21 @@ private slots:
         GOX_COMPARE_TEXT(seen.join(", "), "19 whole low, 19 whole low, no, "
                                           "20 whole low scrolls, 20 whole low scrolls, no, "
                                           "200 whole low scrolls, 200 whole low scrolls, no");
+    }
+
+    void packets()
+    {
+        QUdpSocket server;
+        QVERIFY(server.bind(QHostAddress::LocalHost));
+        Tallyline::Context context("127.0.0.1", server.localPort(), "a tool,x=1", 44);
+        const Tallyline::Context::PACKET packet = context.AllocatePacket();
+        context.AddField(packet, "a key", "in \"C:\\x\"");
+        context.AddField(packet, "number", "-12");
+        context.Send(context.AllocatePacket()); // says nothing
+        context.Send(packet);
+        QTRY_VERIFY(server.hasPendingDatagrams());
+        QCOMPARE(server.receiveDatagram().data(),
+                 QByteArray("a\\ tool\\,x\\=1,number=44 a\\ key=\"in \\\"C:\\\\x\\\"\",number=-12i\n"));
     }
 
     void database_of_a_build_server_is_read_only()
