@@ -16,8 +16,8 @@
 
 namespace {
 
-const int MOST_REMARKS = 20; // of one kind
-const int LARGE_LOOKUP = 1 << 18;
+const int MOST_REMARKS = 20;      // of one kind
+const int LARGE_LOOKUP = 1 << 18; // entries: 2 MB of places for them
 
 bool is_rule_file(const QString& key)
 {

@@ -4,6 +4,8 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QTreeView>
 
+#include <cstdio>
+
 #include "app/run_cycle.h"
 #include "tests/plugins/scripted_processor.h"
 #include "tests/session/step_scene.h"
@@ -130,15 +132,18 @@ private slots:
     }
 
 private:
-    // The cycle keeps its selection window for the length of the process.
+    // The cycle keeps its selection window for the length of the process. What the
+    // process says is this one's, so that a warning of Qt in it fails the test.
     static void take_road_alone(const QString& road)
     {
         QProcess process;
         process.setProcessChannelMode(QProcess::MergedChannels);
         process.start(QCoreApplication::applicationFilePath(), {road});
-        const bool is_well = process.waitForFinished(120000) && process.exitStatus() == QProcess::NormalExit;
+        QVERIFY2(process.waitForFinished(120000), qPrintable(process.errorString()));
         const QByteArray output = process.readAll();
-        QVERIFY2(is_well && process.exitCode() == 0 && output.contains("3 passed"), output.constData());
+        std::puts(output.constData());
+        QVERIFY(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0);
+        QVERIFY(output.contains("3 passed")); // the road has been found
     }
 };
 
