@@ -62,8 +62,10 @@ const bool IS_ALONE = enter_own_network();
 class SCENARIO
 {
 public:
-    explicit SCENARIO(const TEST_CASE& one) : m_case(one), m_scene(one["tree"])
+    SCENARIO(const TEST_CASE& one, const QString& display) : m_case(one), m_scene(one["tree"])
     {
+        if (!display.isEmpty())
+            m_scene.gox.extra.insert("DISPLAY", display);
         write_files();
         add_plugins();
         if (m_case["as"].contains("nobody"))
@@ -85,7 +87,17 @@ public:
         return {expected.join('\n'), actual.join('\n')};
     }
 
+    void keep_reports(const QString& folder) const
+    {
+        for (const QString& part : expected_parts().keys())
+            if (part.contains("/report"))
+                QFile::copy(file_of(part), folder + '/' + QString(QTest::currentDataTag()).replace('/', ' ') +
+                                               ", " + part.section('/', -1));
+    }
+
 private:
+    QString file_of(const QString& part) const { return m_scene.tree.path(read(part.section(' ', 1))); }
+
     QString read(QString text) const
     {
         static const QRegularExpression repeat(QStringLiteral("\\{(\\d+) \\* ([^}]*)\\}"));
@@ -187,10 +199,6 @@ private:
         gox.closed_console = m_case["as"].contains("closed console");
         for (const QString& variable : m_case.lines("environment"))
             gox.extra.insert(variable.section('=', 0, 0), variable.section('=', 1));
-        const bool on_display = m_case["as"].contains("display");
-        const std::unique_ptr<VIRTUAL_DISPLAY> display(on_display ? new VIRTUAL_DISPLAY : nullptr);
-        if (display && !display->name().isEmpty())
-            gox.extra.insert("DISPLAY", display->name());
         if (m_case["as"].contains("watched")) {
             gox.extra.insert("QT_PLUGIN_PATH", QFileInfo(GOX_QT_PLUGINS).absoluteFilePath());
             gox.extra.insert("QT_QPA_GENERIC_PLUGINS", "gox_watcher");
@@ -242,21 +250,12 @@ private:
             return told(m_scene.gox.out);
         if (part == "remarks")
             return remarks().join('\n');
-        const QString file = m_scene.tree.path(read(part.section(' ', 1)));
+        const QString file = file_of(part);
         if (QFileInfo(file).isDir())
             return told(FILES::below(file).join('\n').toUtf8());
         if (QFileInfo(file).isFile())
-            return told(FILES::bytes(file) + (part.contains("/report") ? faults_of_report(file) : ""));
+            return told(FILES::bytes(file));
         return m_case.behind("").contains(part) ? QStringLiteral("(none)") : QString();
-    }
-
-    // What is wrong with a report, by the schema of its form.
-    static QByteArray faults_of_report(const QString& file)
-    {
-        QProcess check;
-        check.start("sh", {GOX_SOURCE_DIR "/tests/program/check-report.sh", file});
-        check.waitForFinished(-1);
-        return check.readAllStandardOutput();
     }
 
     QStringList remarks() const
@@ -308,13 +307,36 @@ void add_scenarios(const char* file)
     add_cases(QByteArray("program/") + file, PREPARATIONS + OUTCOMES);
 }
 
-void play_scenario()
+STAGE::STAGE() = default;
+STAGE::~STAGE() = default;
+
+void STAGE::play()
 {
     const TEST_CASE one = current_case();
 #ifdef GOX_SANITIZED // the sanitizer tells of the signals
     if (one["status"].startsWith("crashed"))
         GOX_SKIP("the sanitizer tells of crashes");
 #endif
-    const auto [expected, actual] = SCENARIO(one).outcome();
+    QString display = one["as"].contains("display") ? display_name() : QString();
+    if (one["as"].contains("display by TCP"))
+        display.prepend("localhost");
+    const SCENARIO scenario(one, display);
+    scenario.keep_reports(m_reports.path());
+    const auto [expected, actual] = scenario.outcome();
     GOX_COMPARE_TEXT(in_words_of(expected, actual), expected);
+}
+
+QString STAGE::faults_of_reports() const
+{
+    QProcess check;
+    check.start("sh", {GOX_SOURCE_DIR "/tests/program/check-report.sh", m_reports.path()});
+    check.waitForFinished(-1);
+    return QString::fromUtf8(check.readAllStandardOutput());
+}
+
+QString STAGE::display_name()
+{
+    if (!m_display)
+        m_display = std::make_unique<VIRTUAL_DISPLAY>();
+    return m_display->name();
 }

@@ -1,5 +1,11 @@
 #pragma once
 
+#include <QtCore/QTemporaryDir>
+
+#include <memory>
+
+class VIRTUAL_DISPLAY;
+
 /// Adds a row for each scenario of "tests/program/<file>": a data tree, a run of
 /// the program in it, and what the run leaves. What a scenario does not tell is as
 /// it mostly is.
@@ -11,8 +17,8 @@
 ///                          without a progress window unless they tell
 ///     script: TEXT         of the scripted plugin; otherwise an action "a" of "p"
 ///     as: WORDS            "nobody": permissions count; "plain locale"; "closed console"; "full disk",
-///                          which takes 100 bytes of each file; "display", with nobody at it;
-///                          "watched", so that seen.txt tells what a person sees
+///                          which takes 100 bytes of each file; "display", or "display by TCP", with nobody
+///                          at it; "watched", so that seen.txt tells what a person sees
 ///     environment:         a line each: NAME=VALUE
 ///     folder: NAME         the current folder, otherwise tool
 ///     options: WORDS       behind "--configuration=ci --dont_stop_on_error"
@@ -41,11 +47,29 @@
 ///     remarks: TEXT        of standard output, sorted, without "Remark: "; none unless told
 ///     console: TEXT        standard output
 ///     packets: TEXT        which it sends of itself, a line each; where the test has a network alone
-///     see FILE: TEXT       what the file holds, or which files the folder; behind a "report"
-///                          what its schema finds wrong, on Unix; "(none)" when it is not there
+///     see FILE: TEXT       what the file holds, or which files the folder; "(none)" when it
+///                          is not there
 ///
 /// Without a word of it, gox_startup_error.log and gox_plugin_error.log are empty.
 void add_scenarios(const char* file);
 
-/// Plays the scenario whose row it is. Fails the test where anything differs.
-void play_scenario();
+/// What the scenarios of a test program share.
+class STAGE
+{
+public:
+    STAGE();
+    ~STAGE();
+
+    /// Plays the scenario whose row it is. Fails the test where anything differs.
+    void play();
+
+    /// What is wrong by their schemas with the reports that were compared so far; nothing
+    /// but on Unix.
+    QString faults_of_reports() const;
+
+private:
+    QString display_name();
+
+    std::unique_ptr<VIRTUAL_DISPLAY> m_display; // once there was need of one
+    const QTemporaryDir m_reports;
+};

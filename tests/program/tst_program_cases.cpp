@@ -1,6 +1,7 @@
 #include <QtTest/QtTest>
 
 #include "tests/program/scenario.h"
+#include "tests/support/cases.h"
 #include "tests/support/watched_test.h"
 
 /// The real program, over scenarios that stand in the files of this folder.
@@ -10,25 +11,29 @@ class TST_PROGRAM_CASES : public WATCHED_TEST
 
 private slots:
     void start_data() { add_scenarios("start.cases"); }
-    void start() { play_scenario(); }
+    void start() { m_stage.play(); }
     void remarks_data() { add_scenarios("remarks.cases"); }
-    void remarks() { play_scenario(); }
+    void remarks() { m_stage.play(); }
     void faults_data() { add_scenarios("faults.cases"); }
-    void faults() { play_scenario(); }
+    void faults() { m_stage.play(); }
     void build_data() { add_scenarios("build.cases"); }
-    void build() { play_scenario(); }
+    void build() { m_stage.play(); }
     void report_data() { add_scenarios("report.cases"); }
-    void report() { play_scenario(); }
+    void report() { m_stage.play(); }
     void up_to_date_data() { add_scenarios("up_to_date.cases"); }
-    void up_to_date() { play_scenario(); }
+    void up_to_date() { m_stage.play(); }
     void shards_data() { add_scenarios("shards.cases"); }
-    void shards() { play_scenario(); }
+    void shards() { m_stage.play(); }
     void watched_data() { add_scenarios("watched.cases"); }
-    void watched() { play_scenario(); }
+    void watched() { m_stage.play(); }
     void metrics_data() { add_scenarios("metrics.cases"); }
-    void metrics() { play_scenario(); }
+    void metrics() { m_stage.play(); }
     void crash_data() { add_scenarios("crash.cases"); }
-    void crash() { play_scenario(); }
+    void crash() { m_stage.play(); }
+    void cleanupTestCase() { GOX_COMPARE_TEXT(m_stage.faults_of_reports(), QString()); }
+
+private:
+    STAGE m_stage;
 };
 
 QTEST_GUILESS_MAIN(TST_PROGRAM_CASES)

@@ -3,15 +3,15 @@
 #include <QtCore/QProcess>
 #include <QtCore/QString>
 
-/// A display with nobody in front of it, as long as it lives. GUI and GUI-less
-/// programs.
+/// A display with nobody in front of it, as long as it lives, for one program after
+/// another. GUI and GUI-less programs.
 class VIRTUAL_DISPLAY
 {
 public:
     VIRTUAL_DISPLAY()
     {
         m_server.start(QStringLiteral("Xvfb"),
-                       {"-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp"});
+                       {"-displayfd", "1", "-screen", "0", "800x600x24", "-listen", "tcp", "-noreset"});
         if (m_server.waitForReadyRead())
             m_name = ':' + QString::fromLatin1(m_server.readLine()).trimmed();
     }
@@ -21,8 +21,8 @@ public:
         m_server.waitForFinished();
     }
 
-    /// For the environment variable DISPLAY; empty where the machine has no such
-    /// server.
+    /// For the environment variable DISPLAY, and behind "localhost" as well; empty where the
+    /// machine has no such server.
     const QString& name() const { return m_name; }
 
 private:
