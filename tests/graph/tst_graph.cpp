@@ -112,7 +112,10 @@ QString text_of(Agraph_s* made, const ACTION_GRAPH& graph)
     std::rewind(stream);
     QFile file;
     file.open(stream, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
-    QString text = QString::fromUtf8(file.readAll()).simplified().replace("; ", ";\n");
+    QString text = QString::fromUtf8(file.readAll()).simplified();
+    // What a layout in this process leaves as the usual label of all graphs to come.
+    text.remove("node [label=\"\\N\"]; ").remove("label=\"\", ");
+    text.replace("; ", ";\n");
     for (int i = 0; i < graph.nodes.size(); ++i)
         text.replace(QString::number(quintptr(graph.nodes[i])), "node " + QString::number(i));
     return text;
