@@ -14,21 +14,14 @@ const int SPLASH_LETTERS = 64; // average ones; wide enough that few texts take 
 }
 
 PROGRESS_WIDGET::PROGRESS_WIDGET(QWidget* parent, Qt::WindowFlags flags)
-    : QWidget(parent, flags), m_progress(new QLabel(this)), m_bulletin(new QLabel(this))
+    : QWidget(parent, flags),
+      m_title(new QLabel(QStringLiteral("GOX"), this)),
+      m_progress(new QLabel(this)),
+      m_bulletin(new QLabel(this))
 {
     setObjectName(QStringLiteral("PROGRESS_WIDGET"));
-    QLabel* const title = new QLabel(QStringLiteral("GOX"), this);
-    QFont title_font = title->font();
-    if (title_font.pointSizeF() > 0) // a size in pixels has no points
-        title_font.setPointSizeF(title_font.pointSizeF() * 2);
-    else
-        title_font.setPixelSize(title_font.pixelSize() * 2);
-    title_font.setBold(true);
-    title->setFont(title_font);
-
     m_progress->setObjectName(QStringLiteral("progress_label"));
     m_progress->setTextFormat(Qt::PlainText);
-    m_progress->setMinimumHeight(m_progress->fontMetrics().lineSpacing() * 2);
     m_progress->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     m_progress->setWordWrap(true);
     m_bulletin->setObjectName(QStringLiteral("bulletin_label"));
@@ -37,20 +30,34 @@ PROGRESS_WIDGET::PROGRESS_WIDGET(QWidget* parent, Qt::WindowFlags flags)
     m_bulletin->hide();
 
     QVBoxLayout* const layout = new QVBoxLayout(this);
-    const int margin = title->fontMetrics().height();
-    layout->setContentsMargins(margin, margin, margin, margin);
-    layout->addWidget(title);
+    layout->addWidget(m_title);
     layout->addWidget(m_progress);
     layout->addWidget(m_bulletin);
+}
+
+// Fonts are asked for only when somebody is to see the window: an unattended run has no use
+// for them, and the system takes longer to find them than such a run may take altogether.
+void PROGRESS_WIDGET::measure()
+{
+    QFont title_font = m_progress->font();
+    if (title_font.pointSizeF() > 0) // a size in pixels has no points
+        title_font.setPointSizeF(title_font.pointSizeF() * 2);
+    else
+        title_font.setPixelSize(title_font.pixelSize() * 2);
+    title_font.setBold(true);
+    m_title->setFont(title_font);
+    m_progress->setMinimumHeight(m_progress->fontMetrics().lineSpacing() * 2);
+    const int margin = m_title->fontMetrics().height();
+    layout()->setContentsMargins(margin, margin, margin, margin);
     setFixedWidth(fontMetrics().averageCharWidth() * SPLASH_LETTERS + 2 * margin);
-    make_room();
 }
 
 // Wrapped texts tell the window too little of their height by themselves. What
 // was needed once stays, so that the splash does not jump from text to text.
 void PROGRESS_WIDGET::make_room()
 {
-    setFixedHeight(std::max(minimumHeight(), layout()->totalHeightForWidth(width())));
+    if (isVisible())
+        setFixedHeight(std::max(minimumHeight(), layout()->totalHeightForWidth(width())));
 }
 
 void PROGRESS_WIDGET::paintEvent(QPaintEvent* event)
@@ -64,6 +71,8 @@ void PROGRESS_WIDGET::paintEvent(QPaintEvent* event)
 void PROGRESS_WIDGET::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
+    measure();
+    make_room();
     if (isWindow() && screen())
         move(screen()->availableGeometry().center() - rect().center());
 }

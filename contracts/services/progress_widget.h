@@ -40,8 +40,10 @@ protected:
     void paintEvent(QPaintEvent* event) override; ///< with an edge, which the window itself has not
 
 private:
+    void measure();
     void make_room();
 
+    QLabel* m_title;
     QLabel* m_progress;
     QLabel* m_bulletin;
 };

@@ -34,7 +34,13 @@ private slots:
         const QString before = WINDOW_TEXT::form(splash);
         splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
         GOX_COMPARE_TEXT(before + '\n' + WINDOW_TEXT::form(splash), current_case()["splash"]);
+        splash.show();
         QVERIFY(splash.minimumSize() == splash.maximumSize());
+        const int low = splash.height();
+        splash.set_progress(QString("a long text ").repeated(50));
+        const int high = splash.height();
+        splash.set_progress("a short text");
+        QVERIFY(high > low && splash.height() == high); // it does not jump from text to text
         FILE_LIST_DIALOG dialog("a title", "a <b>text</b>", "take", {"a.txt", "b.txt"}, "leave", true,
                                 nullptr, {});
         auto* const list = dialog.findChild<QListWidget*>();
