@@ -19,7 +19,7 @@
 
 namespace {
 
-/// Of the text as it is painted, and of a ground of its own.
+/// Of the text, and of a ground of its own.
 QString colours_of(const QAbstractItemView& view, const QModelIndex& index)
 {
     QStyleOptionViewItem row;
@@ -32,6 +32,24 @@ QString colours_of(const QAbstractItemView& view, const QModelIndex& index)
     const QString text = index.data(Qt::ForegroundRole).isValid() ? colour.name() : "plain";
     const QBrush& ground = row.backgroundBrush;
     return ground.style() == Qt::NoBrush ? text : text + " on " + ground.color().name();
+}
+
+/// Which of the row's colours are not to be seen in it. Letters are softened at their edges.
+QString painted(QTreeView& view, const QModelIndex& index)
+{
+    const auto are_near = [](const QColor& a, const QColor& b) {
+        return std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) + std::abs(a.blue() - b.blue()) <
+               150;
+    };
+    view.expandAll();
+    const QImage row = view.viewport()->grab(view.visualRect(index)).toImage();
+    QStringList missing = colours_of(view, index).split(" on ");
+    for (int y = 0; y < row.height(); ++y)
+        for (int x = 0; x < row.width(); ++x)
+            for (const QString& colour : QStringList(missing))
+                if (are_near(row.pixelColor(x, y), QColor(colour)))
+                    missing.removeOne(colour);
+    return missing.isEmpty() ? "painted" : "lacks " + missing.join(", ");
 }
 
 /// The delegate shows the text of an item, which is not always the item's own.
@@ -83,6 +101,15 @@ QString cut(QString text)
     return shown;
 }
 
+// That the right mouse button brings up.
+QString menu_of(QAbstractScrollArea& view)
+{
+    QContextMenuEvent asked(QContextMenuEvent::Mouse, {}, view.viewport()->mapToGlobal({}));
+    QApplication::sendEvent(view.viewport(), &asked);
+    auto* const menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    return menu ? WINDOW_TEXT::menu(*menu) : "none";
+}
+
 QString s_opened; // in the file manager
 
 /// A session with the actions of a case, and the window over it.
@@ -119,19 +146,16 @@ SCENE::SCENE(const TEST_CASE& one)
     m_steps.watch = [this] { return seen(); };
     m_steps.add("open", [this](const QString& how) { open(how); });
     m_steps.add("rows", [this](const QString&) { return WINDOW_TEXT::rows(*window->ui.actions); });
+    m_steps.add("look", [this](const QString& name) { return painted(*window->ui.actions, rows(name)[0]); });
     m_steps.add("tip", [this](const QString& name) {
         QTreeWidget& tree = *window->ui.actions;
         return tool_tip_at(tree.viewport(), tree.visualRect(rows(name)[0]).center());
     });
     m_steps.add("menu", [this](const QString& name) {
         click_row(name);
-        emit window->ui.actions->customContextMenuRequested({});
-        return WINDOW_TEXT::menu(*static_cast<QMenu*>(QApplication::activePopupWidget()));
+        return menu_of(*window->ui.actions);
     });
-    m_steps.add("output_menu", [this](const QString&) {
-        emit window->ui.output->customContextMenuRequested({});
-        return WINDOW_TEXT::menu(*static_cast<QMenu*>(QApplication::activePopupWidget()));
-    });
+    m_steps.add("output_menu", [this](const QString&) { return menu_of(*window->ui.output); });
     m_steps.add("pick", [](const QString& text) {
         QWidget* const menu = QApplication::activePopupWidget();
         for (QAction* const entry : menu->actions())
