@@ -1,11 +1,12 @@
 // Letter case of paths: the remembered spellings against a plain walk over the
-// whole map, on random trees with all that can happen to them.
+// whole map or the disk, on random trees with all that can happen to them.
 
 #include <QtTest/QtTest>
 
 #include <memory>
 #include <random>
 
+#include "contracts/paths/letter_case.h"
 #include "contracts/paths/paths.h"
 #include "session/file_spellings.h"
 #include "tests/support/temporary_tree.h"
@@ -33,6 +34,35 @@ QString plain_spelling(const FILE_MAP& files, const QString& path)
         a.truncate(a.lastIndexOf('/'));
         b.truncate(b.lastIndexOf('/'));
     }
+}
+
+// What the names stand for below a folder, with each folder read when it is come to.
+QStringList plain_places(const QString& folder, const QStringList& names, bool only_folders)
+{
+    QStringList places{folder};
+    for (int i = 0; i < names.size(); ++i) {
+        QStringList found;
+        for (const QString& place : qAsConst(places)) {
+            const auto kinds = i + 1 < names.size() || only_folders ? QDir::Dirs : QDir::AllEntries;
+            QStringList entries = QDir(place).entryList(kinds | QDir::NoDotAndDotDot);
+            std::sort(entries.begin(), entries.end());
+            for (const QString& entry : qAsConst(entries))
+                if (lower_case_by_letter(entry) == lower_case_by_letter(names[i]))
+                    found.append(place + '/' + entry);
+        }
+        places = found;
+    }
+    return places;
+}
+
+// Where nothing is: the first folder on the way that is there, and the rest as it stands.
+QString plain_place(const QString& folder, const QStringList& names)
+{
+    QStringList found = plain_places(folder, names, false);
+    int known = names.size();
+    while (found.isEmpty())
+        found = plain_places(folder, names.mid(0, --known), true);
+    return QStringList(found.mid(0, 1) + names.mid(known)).join('/');
 }
 
 class RANDOM_TREE
@@ -129,6 +159,41 @@ private slots:
                 if (quick != plain)
                     qWarning() << "seed" << seed << "step" << step << path;
                 QCOMPARE(quick, plain);
+            }
+        }
+    }
+
+    void places_are_those_of_a_walk_over_the_disk()
+    {
+        const QStringList letters{"a", "A", "ab", "Ab", "aB", "AB", "ä", "Ä"};
+        std::mt19937 random(1);
+        const auto any_names = [&] {
+            QStringList names;
+            for (unsigned depth = 1 + random() % 4; depth > 0; --depth)
+                names.append(letters[int(random() % unsigned(letters.size()))]);
+            return names;
+        };
+        for (int round = 0; round < 12; ++round) {
+            const TEMPORARY_TREE tree;
+            QVERIFY(PATHS::initialise(tree.path("tool")));
+            PATHS::forget_folders();
+            const PHYSICAL_PATH raw(tree.path("raw_data"));
+            for (int i = 0; i < 12; ++i) { // some can't be, as a file is in the way
+                const QString place = raw + '/' + any_names().join('/');
+                QDir().mkpath(random() % 2 ? place : QFileInfo(place).path());
+                QFile(place).open(QIODevice::WriteOnly);
+            }
+            for (int i = 0; i < 60; ++i) {
+                const QStringList names = any_names();
+                const QString rest = '/' + names.join('/');
+                const QStringList there = plain_places(raw, names, false);
+                QStringList found;
+                for (const QString& place : PATHS::places_below(raw, rest))
+                    found.append(place);
+                QCOMPARE(found, there.isEmpty() ? QStringList(plain_place(raw, names)) : there);
+                const LOGICAL_PATH logical("<raw>" + rest);
+                const QStringList lower = QString(logical).split('/').mid(1);
+                QCOMPARE(PATHS::target_path(logical), PHYSICAL_PATH(plain_place(raw, lower)));
             }
         }
     }
