@@ -49,6 +49,7 @@ private slots:
                              dialog.get_selected_files().join(' '),
                          current_case()["files"]);
         dialog.show();
+        QVERIFY(list->width() > dialog.width() / 2);
         QStringList looks = WINDOW_LOOKS::stops(dialog);
         for (const int percent : {100, 125, 150})
             looks += WINDOW_LOOKS::cut_off(dialog, percent);
