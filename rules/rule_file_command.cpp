@@ -29,12 +29,12 @@ void RULE_FILE_COMMAND::exchange()
     QList<CACHED_RULE*> open;
     take_rows(open);
     m_cache->exchange(m_reading);
-    add_rows();
+    const bool has_rules = add_rows();
     for (int i = 0; i < m_folder_row->childCount(); ++i)
         if (open.contains(rule_of_row(*m_folder_row->child(i))))
             m_folder_row->child(i)->setExpanded(true);
     show_as_unreadable(*m_folder_row, m_cache->unreadable_folders().value(folder_of_row(*m_folder_row)));
-    for (QTreeWidgetItem* row = m_folder_row; row && m_folder_row->childCount(); row = row->parent())
+    for (QTreeWidgetItem* row = m_folder_row; row && has_rules; row = row->parent())
         show_as_holding(*row);
     m_folder_row->setExpanded(true);
 }
@@ -52,9 +52,11 @@ void RULE_FILE_COMMAND::take_rows(QList<CACHED_RULE*>& open)
     }
 }
 
-// In the order that they have in a new tree: each goes in front of those before it.
-void RULE_FILE_COMMAND::add_rows()
+// In the order that they have in a new tree: each goes in front of those before it. False
+// when there are none.
+bool RULE_FILE_COMMAND::add_rows()
 {
+    bool has_rules = false;
     const QMultiMap<QString, CACHED_RULE*>& rules = m_cache->rules;
     const QString keys_begin = rule_key(folder_of_row(*m_folder_row), QString());
     for (auto place = rules.lowerBound(keys_begin); place != rules.cend(); ++place) {
@@ -65,5 +67,7 @@ void RULE_FILE_COMMAND::add_rows()
             continue;
         QTreeWidgetItem* const known = m_rows.take(*place);
         m_folder_row->insertChild(0, known ? known : make_rule_row(*place, *schema));
+        has_rules = true;
     }
+    return has_rules;
 }

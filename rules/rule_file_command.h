@@ -24,7 +24,7 @@ public:
 private:
     void exchange();
     void take_rows(QList<CACHED_RULE*>& open);
-    void add_rows();
+    bool add_rows();
 
     RULE_CACHE* m_cache;
     RULE_FILE_READING m_reading;
