@@ -1,6 +1,7 @@
 #include <QtNetwork/QUdpSocket>
 #include <QtTest/QtTest>
 #include <QtWidgets/QDialog>
+#include <QtWidgets/QMessageBox>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QTreeView>
 
@@ -71,7 +72,7 @@ private:
     void answer(QDialog& dialog, const QString& acts)
     {
         note_packets();
-        m_log.append(dialog.objectName());
+        m_log.append(qobject_cast<QMessageBox*>(&dialog) ? "box" : dialog.objectName());
         for (const QString& act : acts.split(", "))
             take(dialog, act.section(' ', 0, 0), act.section(' ', 1));
     }
@@ -97,10 +98,8 @@ private:
         } else if (word == "interrupt") {
             session->abort_flag = true;
         } else if (word == "agree") {
-            m_answers.answer_with([](QDialog* box) {
-                auto* const button = qobject_cast<QPushButton*>(box->focusWidget());
-                button ? button->click() : box->reject();
-            });
+            auto* const button = qobject_cast<QPushButton*>(dialog.focusWidget());
+            button ? button->click() : dialog.reject();
         } else {
             dialog.close();
         }
