@@ -147,6 +147,12 @@ SCENE::SCENE(const TEST_CASE& one)
     m_steps.add("open", [this](const QString& how) { open(how); });
     m_steps.add("rows", [this](const QString&) { return WINDOW_TEXT::rows(*window->ui.actions); });
     m_steps.add("look", [this](const QString& name) { return painted(*window->ui.actions, rows(name)[0]); });
+    m_steps.add("spoken", [this](const QString&) {
+        QStringList lines;
+        for (const QModelIndex& row : rows(QString()))
+            lines += row.data().toString() + ": " + row.data(Qt::AccessibleDescriptionRole).toString();
+        return lines.join('\n');
+    });
     m_steps.add("tip", [this](const QString& name) {
         QTreeWidget& tree = *window->ui.actions;
         return tool_tip_at(tree.viewport(), tree.visualRect(rows(name)[0]).center());
