@@ -183,6 +183,9 @@ SCENE::SCENE(const TEST_CASE& one)
         QTRY_COMPARE(m_actions[name]->state, int(ACTION_RUNNING));
         window->tick();
     });
+    m_steps.add("shows", [this](const QString& text) {
+        QTRY_VERIFY((window->windowTitle() + window->ui.output->toPlainText()).contains(text));
+    });
     m_steps.add("polls", [this](const QString&) {
         QSignalSpy polls(&window->timer, SIGNAL(timeout()));
         QTRY_VERIFY(polls.size() > 2);
@@ -218,12 +221,16 @@ void SCENE::add(const QStringList& fields)
     action->target_files.insert(target, target->physical);
     for (const QString& name : fields.mid(6))
         action->add_dependency(*m_actions[name], false);
-    action->body = [this, is_deaf = fields[0] == "deaf"](STEP_ACTION& self) {
+    action->body = [this, is_deaf = fields[0] == "deaf", is_early = fields[0] == "early"](STEP_ACTION& self) {
+        if (is_early)
+            self.state = ACTION_SUCCEEDED;
         while (!m_gate.tryAcquire(1, 1))
             if (!is_deaf && self.aborts.loadAcquire() > 0) {
                 m_text_during_wait = WINDOW_TEXT::form(*window); // its thread waits for this one
                 return int(ACTION_FAILED);
             }
+        if (is_early)
+            self.add_output_line("last words");
         return int(ACTION_SUCCEEDED);
     };
     m_actions[fields[0]] = action;
