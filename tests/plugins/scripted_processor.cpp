@@ -179,7 +179,8 @@ public:
             targets.append({place, PATHS::logical_path(place), kinds.contains("intermediate"),
                             kinds.contains("secondary")});
         }
-        stamp = QDateTime::fromString(m_script.text("stamp"), Qt::ISODate);
+        if (m_script.has("stamp"))
+            stamp = QDateTime::fromString(m_script.text("stamp"), Qt::ISODate);
     }
 
     void resolve_dependencies(FILE_MAP& files, RULE_CACHE& rules) override
