@@ -314,10 +314,7 @@ private slots:
 private:
     static void make_unattended(STEP_SCENE& scene)
     {
-        char program[] = "gox", option[] = "--dont_stop_on_error";
-        char* arguments[] = {program, option, nullptr};
-        QStringList errors;
-        scene.options.initialise(2, arguments, errors);
+        scene.give_option("--dont_stop_on_error");
         scene.configuration.silent = true;
     }
 };

@@ -240,11 +240,8 @@ void SCENE::add(const QStringList& fields)
 
 void SCENE::open(const QString& how)
 {
-    char option[] = "--dont_stop_on_error";
-    QVector<char*> arguments(QCoreApplication::arguments().size() + 1,
-                             option); // not as many as the test's own
-    QStringList errors;
-    options.initialise(how.contains("dont_stop_on_error") ? arguments.size() : 1, arguments.data(), errors);
+    if (how.contains("dont_stop_on_error"))
+        give_option("--dont_stop_on_error");
     configuration.silent = how.contains("silent");
     if (how.contains("build"))
         session->prepare_build(false);

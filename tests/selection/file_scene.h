@@ -107,10 +107,8 @@ public:
         show_popups(with.contains("popup"));
         configuration.retail = !with.contains("no_retail");
         configuration.get_latest = with.contains("get_latest");
-        QByteArray words[] = {"gox", "--offline"};
-        char* arguments[] = {words[0].data(), words[1].data()};
-        QStringList errors;
-        options.initialise(with.contains("offline") ? 2 : 1, arguments, errors);
+        if (with.contains("offline"))
+            give_option("--offline");
     }
 
     void show_popups(bool on)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QTextStream>
 
 #include <functional>
@@ -99,6 +100,15 @@ public:
         session = new BUILD_SESSION(configuration, options, metrics, p4);
     }
     ~STEP_SCENE() { delete session; }
+
+    /// As if the program had been started with it.
+    void give_option(QByteArray option)
+    {
+        // More words than the test has been started with, or those would be taken for them.
+        QVector<char*> words(QCoreApplication::arguments().size() + 1, option.data());
+        QStringList errors;
+        options.initialise(words.size(), words.data(), errors);
+    }
 
     STEP_PROCESSOR* add_processor(const QString& name)
     {

@@ -110,11 +110,8 @@ void prepare(STEP_SCENE& scene, const TEST_CASE& one)
     scene.configuration.directories = one.lines("directories").toVector();
     scene.configuration.selected_providers = one.lines("providers");
     scene.configuration.selected_consumers = one.lines("consumers");
-    char option[] = "--dont_stop_on_error";
-    char* arguments[] = {option, option, option, option}; // as many as the test itself has not
-    QStringList errors;
-    if (set.contains(option + 2))
-        scene.options.initialise(4, arguments, errors);
+    if (set.contains("dont_stop_on_error"))
+        scene.give_option("--dont_stop_on_error");
     scene.session->processors = scripted_processors(
         SCRIPT::parse(one["script"].replace("TREE", scene.tree.path()), "script"), scene.tree.path("tool"));
     for (const QString& root : one.lines("roots"))

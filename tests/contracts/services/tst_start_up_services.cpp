@@ -102,15 +102,12 @@ private slots:
              {std::pair("--offline", false), std::pair("--build_server", false),
               std::pair("--offline", true)}) {
             STEP_SCENE scene;
-            QByteArray words[] = {"gox", option};
-            char* arguments[] = {words[0].data(), words[1].data()};
-            QStringList errors;
-            scene.options.initialise(2, arguments, errors);
+            scene.give_option(option);
             QVERIFY(QDir().mkpath(scene.session->database_path()));
             QTextStream log(&scene.log_text);
             QVERIFY(scene.session->connect_database(QString(), log, no_progress_dialog));
             QCOMPARE(scene.session->database->is_read_only(),
-                     words[1] == "--build_server" || no_progress_dialog);
+                     QByteArray(option) == "--build_server" || no_progress_dialog);
         }
     }
 
