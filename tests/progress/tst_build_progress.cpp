@@ -34,7 +34,8 @@ QString colours_of(const QAbstractItemView& view, const QModelIndex& index)
     return ground.style() == Qt::NoBrush ? text : text + " on " + ground.color().name();
 }
 
-/// Which of the row's colours are not to be seen in it. Letters are softened at their edges.
+/// Which of the row's colours are not to be seen in it, or whether its ground goes on behind
+/// the text. Letters are softened at their edges.
 QString painted(QTreeView& view, const QModelIndex& index)
 {
     const auto are_near = [](const QColor& a, const QColor& b) {
@@ -49,7 +50,9 @@ QString painted(QTreeView& view, const QModelIndex& index)
             for (const QString& colour : QStringList(missing))
                 if (are_near(row.pixelColor(x, y), QColor(colour)))
                     missing.removeOne(colour);
-    return missing.isEmpty() ? "painted" : "lacks " + missing.join(", ");
+    const QString at_end = row.pixelColor(row.width() - 2, row.height() / 2).name();
+    return missing.isEmpty() ? QString(colours_of(view, index).contains(at_end) ? "to the end" : "painted")
+                             : "lacks " + missing.join(", ");
 }
 
 /// The delegate shows the text of an item, which is not always the item's own.
