@@ -82,9 +82,8 @@ void ROW_ACTIONS::go_to_problem(int step)
                            tr("None of the rows that are shown failed or has warnings."), m_tree);
         return;
     }
-    row->parent()->setExpanded(true);
     m_tree->setCurrentItem(row);
-    m_tree->scrollToItem(row);
+    m_tree->scrollToItem(row); // which opens its group
 }
 
 const ACTION_INTERFACE* ROW_ACTIONS::current_action() const

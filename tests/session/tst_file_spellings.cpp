@@ -186,11 +186,13 @@ private slots:
             for (int i = 0; i < 60; ++i) {
                 const QStringList names = any_names();
                 const QString rest = '/' + names.join('/');
-                const QStringList there = plain_places(raw, names, false);
-                QStringList found;
-                for (const QString& place : PATHS::places_below(raw, rest))
-                    found.append(place);
-                QCOMPARE(found, there.isEmpty() ? QStringList(plain_place(raw, names)) : there);
+                for (const PHYSICAL_PATH& root : {raw, PHYSICAL_PATH(tree.path("working_data"))}) {
+                    const QStringList there = plain_places(root, names, false);
+                    QStringList found;
+                    for (const QString& place : PATHS::places_below(root, rest))
+                        found.append(place);
+                    QCOMPARE(found, there.isEmpty() ? QStringList(plain_place(root, names)) : there);
+                }
                 const LOGICAL_PATH logical("<raw>" + rest);
                 const QStringList lower = QString(logical).split('/').mid(1);
                 QCOMPARE(PATHS::target_path(logical), PHYSICAL_PATH(plain_place(raw, lower)));

@@ -41,6 +41,11 @@ private slots:
         const int high = splash.height();
         splash.set_progress("a short text");
         QVERIFY(high > low && splash.height() == high); // it does not jump from text to text
+        int end = 0;
+        for (const QLabel* label : splash.findChildren<QLabel*>()) {
+            QVERIFY2(label->y() >= end, qPrintable(label->text()));
+            end = label->geometry().bottom();
+        }
         FILE_LIST_DIALOG dialog("a title", "a <b>text</b>", "take", {"a.txt", "b.txt"}, "leave", true,
                                 nullptr, {});
         auto* const list = dialog.findChild<QListWidget*>();
