@@ -24,6 +24,7 @@ public:
                                      {{"Max size", "in pixels"}, {"Format", "of the file"}});
         RULE_SCHEMA::register_schema("Sound", "", {{"Rate", ""}});
         user_settings().clear();
+        QApplication::setPalette(QPalette(Qt::black)); // a dark theme, of which rows take nothing
         add_commands_of_windows();
         add_commands_of_the_person();
         add_commands_that_look();
