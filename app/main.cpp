@@ -294,8 +294,6 @@ int main(int argc, char** argv)
     QApplication::setStyle(QStringLiteral("windowsxp"));
     if (has_display)
         QApplication::setStyle(new READABLE_STYLE(QApplication::style()->objectName()));
-    else // by name, or the first widget would have the system look for the fonts that nobody sees
-        QApplication::setFont(QFont(QStringLiteral("Sans Serif")));
     const QString tool_name = QStringLiteral("GoX");
     TOOLS_METRICS::set_application(application);
     TOOLS_METRICS::tool_started(tool_name);

@@ -1,6 +1,7 @@
 #include "app/platform_choice.h"
 
 #include <QtCore/QByteArray>
+#include <QtGui/QFont>
 #include <QtGui/QGuiApplication>
 
 #include <cstring>
@@ -84,6 +85,8 @@ void end_preparation()
     UnhookWindowsHookEx(s_box_hook);
 }
 
+void name_font() {} // which are known there, and at another size
+
 // A service has windows that nobody sees.
 bool has_visible_station()
 {
@@ -144,6 +147,13 @@ bool may_answer(const QByteArray& display)
 void prepare_qt() {}
 void end_preparation() {}
 
+// The first widget asks for the default font, and the system takes as long to find out
+// which one that is as all else in a small run. Its usual name says the same.
+void name_font()
+{
+    QGuiApplication::setFont(QFont(QStringLiteral("Sans Serif")));
+}
+
 bool has_visible_station()
 {
     return true;
@@ -190,6 +200,8 @@ bool find_display()
 {
     end_preparation();
     const bool has_display = !is_windowless(QGuiApplication::platformName()) && has_visible_station();
+    if (!has_display)
+        name_font();
     if (!s_is_chosen_here)
         return has_display;
     s_is_chosen_here = false;

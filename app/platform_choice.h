@@ -9,5 +9,7 @@ void choose_platform(int argc, char** argv);
 
 /// Whether a person can see a window: false on the offscreen and the minimal
 /// platform, whoever chose them. Tells standard error of a display that could not
-/// be reached. Main thread, once the application object is there.
+/// be reached. Where nobody sees a window it gives the default font a name, so that the system's
+/// fonts are looked for only when somebody draws with them. Main thread, once the application
+/// object is there.
 bool find_display();
