@@ -161,7 +161,6 @@ void BUILD_PROGRESS_DIALOG::fit_legend()
 {
     QListWidget& legend = *ui.listWidget;
     legend.setItemDelegate(new LEGEND_DELEGATE(QPalette::Window, &legend));
-    legend.setWrapping(false);
     legend.viewport()->setAutoFillBackground(false);
     const QSize room = legend.minimumSize();
     QFont font = legend.font();
@@ -174,7 +173,6 @@ void BUILD_PROGRESS_DIALOG::fit_legend()
             QListWidgetItem& item = *legend.item(row);
             const QString text = item.text().trimmed() + QStringLiteral("   "); // the gap to the next one
             item.setSizeHint(QSize(metrics.horizontalAdvance(text), room.height()));
-            item.setTextAlignment(Qt::AlignLeft | Qt::AlignVCenter);
             width += item.sizeHint().width();
         }
         if (width <= room.width() && metrics.height() <= room.height())
@@ -292,7 +290,6 @@ void BUILD_PROGRESS_DIALOG::search_output()
         new OUTPUT_SEARCH(*ui.output, *m_find_line);
         column->addWidget(ui.output);
         column->addWidget(m_find_line);
-        ui.output->show();
         place->show();
     }
     m_find_line->open();

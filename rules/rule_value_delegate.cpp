@@ -85,6 +85,4 @@ void RULE_VALUE_DELEGATE::prepare_for_key(QLineEdit* edit, int key)
 {
     if (key == Qt::Key_Escape)
         edit->setText(m_text);
-    else if (key == Qt::Key_Up || key == Qt::Key_Down || key == Qt::Key_PageUp || key == Qt::Key_PageDown)
-        emit commitData(edit); // the tree goes to another row, which closes the editor
 }

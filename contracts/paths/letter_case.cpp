@@ -37,7 +37,7 @@ bool begins_with_folder(const QString& path, const QString& folder)
         const QChar a = path.at(i);
         const QChar b = folder.at(i);
         if (a != b && a.toCaseFolded() != b.toCaseFolded()) // or halves of letters
-            return a.isSurrogate() && b.isSurrogate() && path.startsWith(folder, Qt::CaseInsensitive);
+            return a.isSurrogate() && path.startsWith(folder, Qt::CaseInsensitive);
     }
     return true;
 }

@@ -12,7 +12,7 @@ struct ROOT
 {
     PHYSICAL_PATH path;
     QString logical;   // such as "<raw>"
-    bool is_companion; // an "old_" root
+    bool is_companion; // holds older data
 };
 
 struct STATE
@@ -35,16 +35,13 @@ bool is_below_or_equal(const QString& path, const QString& root)
     return begins_with_folder(path, root);
 }
 
+// The roots lie beside each other, so there is one at most.
 const ROOT* root_of(const QString& path)
 {
-    const ROOT* best = nullptr;
-    for (const ROOT& root : state().roots) {
-        const QString& text = root.path;
-        if (is_below_or_equal(path, text) &&
-            (!best || text.size() > static_cast<const QString&>(best->path).size()))
-            best = &root;
-    }
-    return best;
+    for (const ROOT& root : state().roots)
+        if (is_below_or_equal(path, root.path))
+            return &root;
+    return nullptr;
 }
 
 DISK_SPELLING& disk()

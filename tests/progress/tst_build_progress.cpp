@@ -203,6 +203,7 @@ SCENE::SCENE(const TEST_CASE& one)
     m_steps.add("slider", [this](const QString& how) {
         window->ui.output->verticalScrollBar()->setSliderDown(how == "down");
     });
+    m_steps.add("play", [this](const QString&) { window->ui.game_button->click(); }); // which is hidden
     m_steps.add("show_waiting", [this](const QString&) { window->show_waiting(); });
     m_steps.add("finish", [this](const QString&) { session->finish_build(true); });
 }
@@ -358,6 +359,13 @@ void TST_BUILD_PROGRESS::output_pane()
         QCOMPARE(browser.lineWrapMode() == QTextEdit::NoWrap, is_long);
         QCOMPARE(browser.document()->defaultFont(), font);
     }
+    for (const QString& text : {many, many + line}) {
+        bar->setValue(bar->maximum());
+        pane.show_text(text);
+    }
+    bar->setValue(3); // by a person, in the middle of it
+    QTRY_COMPARE(browser.document()->characterCount(), many.size() + line.size() + 1);
+    QCOMPARE(bar->value(), 3);
 }
 
 void TST_BUILD_PROGRESS::splash()

@@ -197,6 +197,8 @@ private:
                (row.font(0).bold() ? '*' + line + '*' : line);
         if (!row.text(1).isEmpty())
             line += " = " + QString(box.isNull() ? "" : box.toInt() ? "[x] " : "[ ] ") + row.text(1);
+        if (is_red && row.data(0, Qt::AccessibleDescriptionRole) != row.toolTip(0))
+            line += " unspoken";
         lines += line + (!is_state && &row == rows().currentItem() ? " <" : "");
         QVector<const QTreeWidgetItem*> children;
         for (int i = 0; i < row.childCount() && !is_closed; ++i)

@@ -167,6 +167,8 @@ private slots:
     {
         const QStringList letters{"a", "A", "ab", "Ab", "aB", "AB", "ä", "Ä"};
         std::mt19937 random(1);
+        const auto open_files = [] { return QDir("/proc/self/fd").count(); };
+        const uint open_before = open_files();
         const auto any_names = [&] {
             QStringList names;
             for (unsigned depth = 1 + random() % 4; depth > 0; --depth)
@@ -198,6 +200,7 @@ private slots:
                 QCOMPARE(PATHS::target_path(logical), PHYSICAL_PATH(plain_place(raw, lower)));
             }
         }
+        QCOMPARE(open_files(), open_before);
     }
 };
 

@@ -95,16 +95,17 @@ private slots:
         TEMPORARY_TREE tree;
         tree.make_folder("old_raw_data");
         tree.make_folder("old_working_data");
-        QVERIFY(PATHS::initialise(tree.path(one.has("tool") ? one["tool"] : "tool")));
+        const QString tool = tree.path(one.has("tool") ? one["tool"] : "tool");
+        QVERIFY(PATHS::initialise(tool));
         const LOGICAL_PATH path(one["path"]);
         PATHS::physical_path(path); // what is remembered of the time before there were files
         for (const QString& file : one.lines("files"))
             tree.write(file, "x");
-        PATHS::forget_folders();
+        QVERIFY(PATHS::initialise(tool)); // and that is forgotten
         const auto below = [&](const QString& place) { return place.mid(tree.path().size() + 1); };
         QCOMPARE(below(PATHS::physical_path(path)), one["read"]);
         QCOMPARE(below(PATHS::target_path(path)), one["write"]);
-        QVector<PHYSICAL_PATH> all;
+        QVector<PHYSICAL_PATH> all(1); // of a former call
         PATHS::physical_paths(path, all);
         QStringList places;
         for (const QString& one_place : all)
@@ -122,10 +123,15 @@ private slots:
     void letters_that_are_one_have_one_lower_case()
     {
         QHash<uint, QString> lower_of_folded;
+        QString former;
         for (uint letter = 0x21; letter < 0x11000; ++letter) {
             if (QChar::isSurrogate(letter))
                 continue;
-            const QString lower = lower_case_by_letter(QString::fromUcs4(&letter, 1));
+            const QString text = QString::fromUcs4(&letter, 1);
+            const QString lower = lower_case_by_letter(text);
+            QVERIFY(begins_with_folder(text + 'x', lower) == text.startsWith(lower, Qt::CaseInsensitive));
+            QVERIFY(!begins_with_folder(text, former) || text.startsWith(former, Qt::CaseInsensitive));
+            former = text;
             QCOMPARE(lower_of_folded.value(QChar::toCaseFolded(letter), lower), lower);
             lower_of_folded.insert(QChar::toCaseFolded(letter), lower);
         }

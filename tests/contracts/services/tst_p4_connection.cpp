@@ -31,7 +31,7 @@ private slots:
         const QString file = one.has("files") ? spelled("files") : tree.path(name);
         const QStringList files = file.split('\n', Qt::SkipEmptyParts);
         for (const char* command : {"edit", "add", "fstat", "filelog", "info"})
-            scene.answers(command, one.bytes("answer"));
+            scene.answers(command, spelled_bytes(one["answer"]));
 
         P4_CONNECTION p4(true, true, !one.has("off"));
         p4.set_time_limit(one.has("limit") ? one["limit"].toInt() : 50000);
