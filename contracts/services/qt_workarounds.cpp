@@ -61,12 +61,12 @@ QModelIndexList QT_WORKAROUNDS::selection_indices(const QItemSelectionModel* mod
     return model ? selection_indices(model->selection()) : QModelIndexList();
 }
 
-bool QT_WORKAROUNDS::restore_geometry(QWidget* window, const QByteArray& geometry)
+void QT_WORKAROUNDS::restore_geometry(QWidget* window, const QByteArray& geometry)
 {
     if (geometry.size() < LEAST_GEOMETRY || !window->restoreGeometry(geometry))
-        return false;
+        return;
     if (window->isMaximized() || window->isFullScreen())
-        return true;
+        return;
     const QScreen* screen = QGuiApplication::screenAt(window->geometry().center());
     if (!screen)
         screen = QGuiApplication::primaryScreen();
@@ -75,7 +75,6 @@ bool QT_WORKAROUNDS::restore_geometry(QWidget* window, const QByteArray& geometr
         window->resize(window->size().boundedTo(available.size()));
     if (!lies_on_a_screen(window->geometry()))
         window->move(available.center() - window->rect().center());
-    return true;
 }
 
 void QT_WORKAROUNDS::show_at_once(QWidget* window)

@@ -28,9 +28,8 @@ GOX_CONTRACTS_EXPORT QModelIndexList selection_indices(const QItemSelectionModel
 
 /// QWidget::restoreGeometry for bytes from a settings store: what was not made
 /// by saveGeometry changes nothing, and a window that would come up beside all
-/// screens, or larger than its screen, is brought onto one. False when the bytes
-/// were no geometry.
-GOX_CONTRACTS_EXPORT bool restore_geometry(QWidget* window, const QByteArray& geometry);
+/// screens, or larger than its screen, is brought onto one.
+GOX_CONTRACTS_EXPORT void restore_geometry(QWidget* window, const QByteArray& geometry);
 
 /// Shows the window and returns when it has been drawn, where no event loop runs
 /// that would draw it later: some platforms take nothing for a window until they

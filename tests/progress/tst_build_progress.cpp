@@ -281,6 +281,8 @@ QStringList SCENE::seen() const
     lines += window->paused_msecs > 0 ? "clock held" : "clock not held";
     lines += session->isRunning() ? "building" : "not building";
     lines += is_kept ? "geometry kept" : "no geometry";
+    if (window->ui.widget->height() > window->ui.label_2->height())
+        lines += "the name pushes the window about";
     if (!m_text_during_wait.isEmpty())
         lines += "while aborting " + m_text_during_wait.section("current_action ", 1).section('\n', 0, 0);
     lines += "clipboard \"" + QApplication::clipboard()->text() + '"';
