@@ -37,17 +37,6 @@ QPalette with_outlines(QPalette palette)
     return palette;
 }
 
-template <typename OPTION>
-bool copy_with_outlines(const QStyleOption* option, OPTION& copy)
-{
-    const OPTION* const whole = qstyleoption_cast<const OPTION*>(option);
-    if (whole) {
-        copy = *whole;
-        copy.palette = with_outlines(copy.palette);
-    }
-    return whole;
-}
-
 } // namespace
 
 READABLE_STYLE::READABLE_STYLE(const QString& base) : QProxyStyle(base) {}
@@ -69,13 +58,12 @@ void READABLE_STYLE::polish(QPalette& palette)
 void READABLE_STYLE::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                                    const QWidget* widget) const
 {
-    QStyleOptionButton button;
-    QStyleOptionViewItem row;
-    const bool is_box = element == PE_IndicatorCheckBox || element == PE_IndicatorRadioButton ||
-                        element == PE_IndicatorItemViewItemCheck;
-    if (is_box && copy_with_outlines(option, button))
-        option = &button;
-    else if (is_box && copy_with_outlines(option, row))
-        option = &row;
-    QProxyStyle::drawPrimitive(element, option, painter, widget);
+    // Those in front of rows are drawn as check boxes are.
+    const bool is_box = element == PE_IndicatorCheckBox || element == PE_IndicatorRadioButton;
+    const auto* const whole = qstyleoption_cast<const QStyleOptionButton*>(option);
+    if (!is_box || !whole)
+        return QProxyStyle::drawPrimitive(element, option, painter, widget);
+    QStyleOptionButton button(*whole);
+    button.palette = with_outlines(button.palette);
+    QProxyStyle::drawPrimitive(element, &button, painter, widget);
 }

@@ -46,7 +46,6 @@ RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration,
 std::optional<int> RUN_CYCLE::run()
 {
     while (true) {
-        m_get_latest = false;
         WORK_AT_HAND::note(QStringLiteral("the choice of files"));
         switch (choose_files()) {
         case CHOSEN:
@@ -80,7 +79,6 @@ RUN_CYCLE::CHOICE RUN_CYCLE::choose_files()
         return CHOSEN;
     }
     if (!m_attendance.has_display) {
-        m_splash.hide();
         RUN_REPORT::error(
             QStringLiteral("There is no display to choose files on. Use a configuration that is silent."));
         return NOBODY_TO_CHOOSE;

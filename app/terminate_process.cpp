@@ -16,7 +16,6 @@
 void terminate_process(int status)
 {
     std::fflush(stdout);
-    std::fflush(stderr);
     UTF8_TEXTS::give_console_back();
 #ifdef Q_OS_WIN
     TerminateProcess(GetCurrentProcess(), UINT(status));

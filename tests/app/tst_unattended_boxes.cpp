@@ -48,6 +48,10 @@ private slots:
         STUBBORN_DIALOG stubborn;
         QCOMPARE(dialog.exec(), int(QDialog::Rejected));
         QCOMPARE(stubborn.exec(), int(QDialog::Rejected));
+        const QPointer<QMessageBox> passing(new QMessageBox);
+        connect(passing->addButton(QMessageBox::Yes), &QPushButton::clicked, [&] { delete passing; });
+        passing->open();
+        QTRY_VERIFY(!passing);
     }
 };
 
