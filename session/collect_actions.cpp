@@ -122,26 +122,20 @@ namespace {
 template <typename TAKE>
 void collect_sources(FILE_ENTRY* entry, QSet<FILE_ENTRY*>& seen_through, TAKE take)
 {
-    if (!entry->intermediate || entry->providers.isEmpty()) {
-        take(entry);
-        return;
-    }
-    if (seen_through.contains(entry))
-        return;
-    QVector<FILE_ENTRY*> waiting{entry};
-    seen_through.insert(entry);
-    while (!waiting.isEmpty()) {
-        const FILE_ENTRY* const file = waiting.takeLast();
-        for (const ACTION_INTERFACE* provider : file->providers)
-            for (FILE_ENTRY* input : provider->input_files) {
-                if (!input->intermediate || input->providers.isEmpty()) {
-                    take(input);
-                } else if (!seen_through.contains(input)) {
-                    seen_through.insert(input);
-                    waiting.append(input);
-                }
-            }
-    }
+    QVector<FILE_ENTRY*> waiting;
+    const auto come_to = [&](FILE_ENTRY* file) {
+        if (!file->intermediate || file->providers.isEmpty()) {
+            take(file);
+        } else if (!seen_through.contains(file)) {
+            seen_through.insert(file);
+            waiting.append(file);
+        }
+    };
+    come_to(entry);
+    while (!waiting.isEmpty())
+        for (const ACTION_INTERFACE* provider : qAsConst(waiting.takeLast()->providers))
+            for (FILE_ENTRY* input : provider->input_files)
+                come_to(input);
 }
 
 // Most files have one reader and one writer. A vector that grows by itself takes room

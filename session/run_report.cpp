@@ -105,7 +105,7 @@ void RUN_REPORT::line(const QString& text)
 
 void RUN_REPORT::lines(const QStringList& texts)
 {
-    if (!s_is_on || texts.isEmpty())
+    if (!s_is_on)
         return;
     QByteArray bytes = line_eraser();
     for (const QString& text : texts)

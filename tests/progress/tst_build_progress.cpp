@@ -72,9 +72,11 @@ QStringList legend_lines(const QListWidget& legend)
         const QRect place = legend.visualItemRect(&item);
         const bool is_whole = place.left() >= end && legend.viewport()->rect().contains(place) &&
                               legend.fontMetrics().horizontalAdvance(text) < place.width();
-        lines +=
-            QString("legend \"%1\" %2%3")
-                .arg(text, colours_of(legend, legend.model()->index(row, 0)), is_whole ? "" : " cut off");
+        const QVariant brush = item.data(Qt::BackgroundRole);
+        lines += QString("legend \"%1\" %2%3%4")
+                     .arg(text, colours_of(legend, legend.model()->index(row, 0)),
+                          brush.isValid() ? ", brush " + brush.value<QBrush>().color().name() : "",
+                          is_whole ? "" : " cut off");
         all += text + "   ";
         end = place.right();
     }
@@ -166,11 +168,12 @@ SCENE::SCENE(const TEST_CASE& one)
     });
     m_steps.add("output_menu", [this](const QString&) { return menu_of(*window->ui.output); });
     m_steps.add("pick", [](const QString& text) {
-        QWidget* const menu = QApplication::activePopupWidget();
+        const QPointer<QWidget> menu = QApplication::activePopupWidget();
         for (QAction* const entry : menu->actions())
             if (entry->text() == text)
                 entry->trigger();
         menu->close();
+        QTRY_VERIFY(!menu);
     });
     m_steps.add("row", [this](const QString& name) { click_row(name); });
     m_steps.add("answer_by_closing", [this](const QString&) {

@@ -122,6 +122,8 @@ private slots:
     // Whatever a comparison without regard to case takes for one letter.
     void letters_that_are_one_have_one_lower_case()
     {
+        const QChar halves[] = {0xd801, 'A', 0xc4, 0xdc00}, lower_halves[] = {0xd801, 'a', 0xe4, 0xdc00};
+        QCOMPARE(lower_case_by_letter(QString(halves, 4)), QString(lower_halves, 4));
         QHash<uint, QString> lower_of_folded;
         QString former;
         for (uint letter = 0x21; letter < 0x11000; ++letter) {
