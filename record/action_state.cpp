@@ -107,7 +107,7 @@ FILE_STAMP stamp_of_uncertain()
 
 bool is_added_to(const FILE_ENTRY& input, const ACTION_INTERFACE& action)
 {
-    return input.providers.size() > 1 && input.main_provider && input.main_provider != &action &&
+    return input.main_provider && input.main_provider != &action &&
            input.providers.contains(const_cast<ACTION_INTERFACE*>(&action));
 }
 

@@ -132,7 +132,6 @@ void RULE_EDITOR_DIALOG::add_new(const QString& name, int position)
         return;
     CACHED_RULE* const rule = new CACHED_RULE;
     rule->name = name;
-    rule->inherit_properties = false;
     insert_rule(rule, position);
 }
 

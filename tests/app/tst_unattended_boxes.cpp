@@ -11,7 +11,9 @@ namespace {
 
 struct STUBBORN_DIALOG : QDialog
 {
-    void reject() override {}
+    void reject() override { was_asked = true; }
+
+    bool was_asked = false;
 };
 
 } // namespace
@@ -48,6 +50,7 @@ private slots:
         STUBBORN_DIALOG stubborn;
         QCOMPARE(dialog.exec(), int(QDialog::Rejected));
         QCOMPARE(stubborn.exec(), int(QDialog::Rejected));
+        QVERIFY(stubborn.was_asked);
         const QPointer<QMessageBox> passing(new QMessageBox);
         connect(passing->addButton(QMessageBox::Yes), &QPushButton::clicked, [&] { delete passing; });
         passing->open();

@@ -364,13 +364,15 @@ void TST_BUILD_PROGRESS::output_pane()
         QCOMPARE(browser.lineWrapMode() == QTextEdit::NoWrap, is_long);
         QCOMPARE(browser.document()->defaultFont(), font);
     }
-    for (const QString& text : {many, many + line}) {
-        bar->setValue(bar->maximum());
+    int value = 3;
+    for (const QString& text : {many, many + line, many}) {
         pane.show_text(text);
+        if (text == many)
+            bar->setValue(value = 3); // by a person, in the middle of it
+        QTRY_COMPARE(browser.document()->characterCount(), text.size() + 1);
+        QCOMPARE(bar->value(), value);
+        bar->setValue(value = 40000);
     }
-    bar->setValue(3); // by a person, in the middle of it
-    QTRY_COMPARE(browser.document()->characterCount(), many.size() + line.size() + 1);
-    QCOMPARE(bar->value(), 3);
 }
 
 void TST_BUILD_PROGRESS::splash()
@@ -385,6 +387,12 @@ void TST_BUILD_PROGRESS::splash()
     splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_NONE);
     splash.set_progress("few");
     QVERIFY(height > size.height() && splash.size() == QSize(size.width(), height)); // does not jump
+    QFont small = splash.font();
+    small.setPixelSize(11);
+    splash.setFont(small);
+    splash.hide();
+    splash.show();
+    QCOMPARE(splash.findChild<QLabel*>()->font().pixelSize(), 22); // of the title
 }
 
 QTEST_MAIN(TST_BUILD_PROGRESS)

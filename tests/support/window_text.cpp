@@ -1,7 +1,9 @@
 #include "tests/support/window_text.h"
 
+#include <QtGui/QTextDocument>
 #include <QtWidgets/QAbstractSpinBox>
 #include <QtWidgets/QComboBox>
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QProgressBar>
 #include <QtWidgets/QToolButton>
 
@@ -66,6 +68,9 @@ QString particulars_of(const QWidget& widget)
         states += "disabled";
     if (const auto* button = qobject_cast<const QToolButton*>(&widget); button && button->arrowType())
         states += QStringList{"arrow up", "arrow down"}.value(button->arrowType() - Qt::UpArrow);
+    if (const auto* label = qobject_cast<const QLabel*>(&widget))
+        if (label->textFormat() != Qt::PlainText && Qt::mightBeRichText(label->text()))
+            states += "rich";
     for (const char* property : {"checked", "default", "readOnly"})
         if (widget.property(property).toBool())
             states += property;
