@@ -33,7 +33,6 @@ QPalette with_outlines(QPalette palette)
     const QColor outline = seen_on({base}, base, palette.text().color(), OUTLINE_CONTRAST);
     palette.setColor(QPalette::Window, outline.lighter(127));
     palette.setColor(QPalette::Dark, outline);
-    palette.setColor(QPalette::Shadow, outline);
     return palette;
 }
 

@@ -98,7 +98,7 @@ void OUTPUT_SEARCH::go_to_place(int step)
     QTextCursor cursor = m_browser->textCursor();
     const int from = cursor.selectionStart(), count = m_places.size();
     int place = int(std::lower_bound(m_places.cbegin(), m_places.cend(), from) - m_places.cbegin());
-    const bool is_there = cursor.hasSelection() && place < count && m_places.at(place) == from;
+    const bool is_there = cursor.hasSelection() && m_places.value(place, -1) == from;
     if (step < 0 || is_there)
         place += step;
     place = (place + count) % count;

@@ -2,9 +2,11 @@
 
 #include <QtTest/QtTest>
 
+#include <csignal>
 #include <random>
 
 #include "contracts/paths/paths.h"
+#include "contracts/services/abort_watcher.h"
 #include "contracts/services/fw_memory.h"
 #include "contracts/services/stop_watch.h"
 #include "session/lockable_map.h"
@@ -148,6 +150,25 @@ private slots:
         shutting_down = true;
         QCOMPARE(thread_number_of_current_thread(), 0u);
         shutting_down = false;
+    }
+
+    void requests_to_end_go_to_the_first_watcher()
+    {
+#ifdef Q_OS_UNIX
+        static volatile bool is_former_asked = false;
+        const auto former = std::signal(SIGTERM, [](int) { is_former_asked = true; });
+        volatile bool is_first_asked = false, is_second_asked = false;
+        {
+            ABORT_WATCHER first(is_first_asked), second(is_second_asked);
+            first.start();
+            second.start();
+            std::raise(SIGTERM);
+        }
+        QVERIFY(is_first_asked && !is_second_asked && !is_former_asked);
+        std::raise(SIGTERM);
+        QVERIFY(is_former_asked);
+        std::signal(SIGTERM, former);
+#endif
     }
 
     void watches_add_up_intervals()
