@@ -83,7 +83,6 @@ bool write_table(QIODevice& file, const KV_TABLE_DATA& table)
             return false;
     }
     xml.writeCharacters(QStringLiteral("\n"));
-    xml.writeEndElement();
     xml.writeEndDocument();
     return move_piece(piece, file);
 }

@@ -284,7 +284,7 @@ QStringList SCENE::seen() const
     lines += window->paused_msecs > 0 ? "clock held" : "clock not held";
     lines += session->isRunning() ? "building" : "not building";
     lines += is_kept ? "geometry kept" : "no geometry";
-    if (window->ui.widget->height() > window->ui.label_2->height())
+    if (window->ui.widget->height() > window->ui.label_2->sizeHint().height())
         lines += "the name pushes the window about";
     if (!m_text_during_wait.isEmpty())
         lines += "while aborting " + m_text_during_wait.section("current_action ", 1).section('\n', 0, 0);
