@@ -22,8 +22,8 @@ private slots:
         scene.gox.extra.insert("TERM", "xterm");
         QVERIFY(scene.start("processor p\naction torn\nends 4\naction long\nlong ᄀ😀😀😀\n"
                             "takes 600000\naction last\n"));
-        QTRY_COMPARE_WITH_TIMEOUT(terminal.lines().last(),
-                                  QString("1 of 3 done, 1 failed, at hand: p / ᄀ"), 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(terminal.lines().last(), QString("1 of 3 done, 1 failed, at hand: p / ᄀ"),
+                                  20000);
         scene.gox.send_signal(SIGTERM);
         GOX_COMPARE_STATUS(scene.gox.wait(), 1, scene.gox);
         const QStringList lines = terminal.lines();
