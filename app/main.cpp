@@ -290,6 +290,7 @@ int main(int argc, char** argv)
 
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps); // icons are drawn as sharp as the screen is
     QApplication application(argc, argv);
+    QApplication::setApplicationVersion(QStringLiteral(GOX_VERSION)); // which the metrics tell
     const bool has_display = find_display();
     QApplication::setStyle(QStringLiteral("windowsxp"));
     if (has_display)

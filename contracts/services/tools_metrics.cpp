@@ -18,7 +18,7 @@ void send(const QString& name, const char* event)
                                NO_TOOL_NUMBER);
     const Tallyline::Context::PACKET packet = context.AllocatePacket();
     context.AddField(packet, event, "1");
-    if (s_application && !s_application->applicationVersion().isEmpty())
+    if (s_application)
         context.AddField(packet, "Version", s_application->applicationVersion().toLocal8Bit());
     context.Send(packet);
 }
