@@ -137,7 +137,6 @@ void PICTURE_PAINTER::paint_fine_edges(QPainter& painter, const QVector<int>& nu
 void PICTURE_PAINTER::paint_nodes(QPainter& painter, const QVector<int>& numbers, double zoom) const
 {
     painter.setRenderHint(QPainter::Antialiasing, zoom >= OUTLINE_ZOOM);
-    painter.setRenderHint(QPainter::TextAntialiasing);
     const bool has_labels = QFontMetricsF(m_picture.font).height() * zoom >= SMALLEST_LETTERS;
     painter.setFont(m_picture.font);
     for (const int number : numbers) {

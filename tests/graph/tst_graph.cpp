@@ -285,7 +285,7 @@ private slots:
     void joining_is_that_of_pairs();
     void viewer_data()
     {
-        add_cases("graph/viewer.cases", {"nodes", "program", "without plugins", "seconds", "steps"});
+        add_cases("graph/viewer.cases", {"nodes", "many", "program", "without plugins", "seconds", "steps"});
     }
     void viewer();
     void layouts_data() { add_cases("graph/layouts.cases", {"request", "closed", "said"}); }
@@ -376,7 +376,9 @@ void TST_GRAPH::viewer()
     const TEST_CASE one = current_case();
     const QTemporaryDir folder;
     set_program(one, folder.path());
-    std::unique_ptr<VIEWER> viewer = open_viewer(one.lines("nodes"));
+    const QStringList labels =
+        one.has("many") ? QVector<QString>(one["many"].toInt(), "a").toList() : one.lines("nodes");
+    std::unique_ptr<VIEWER> viewer = open_viewer(labels);
     WINDOW_TRANSCRIPT transcript;
     transcript.window = viewer.get();
     transcript.folder = folder.path();

@@ -382,6 +382,9 @@ void TST_BUILD_PROGRESS::splash()
     splash.show();
     const QSize size = splash.size();
     splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
+    QVERIFY(splash.height() > size.height());
+    const QColor frame = splash.palette().color(QPalette::Disabled, QPalette::Text);
+    QCOMPARE(splash.grab().toImage().pixelColor(0, 0), frame);
     splash.set_progress(QString("many words ").repeated(40));
     const int height = splash.height();
     splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_NONE);
