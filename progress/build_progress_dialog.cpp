@@ -290,7 +290,6 @@ void BUILD_PROGRESS_DIALOG::search_output()
         new OUTPUT_SEARCH(*ui.output, *m_find_line);
         column->addWidget(ui.output);
         column->addWidget(m_find_line);
-        place->show();
     }
     m_find_line->open();
 }

@@ -2,7 +2,26 @@
 
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QDialog>
+#include <QtWidgets/QFileDialog>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMessageBox>
+
+namespace {
+
+QString text_of(const QDialog& dialog)
+{
+    if (const auto* const box = qobject_cast<const QMessageBox*>(&dialog))
+        return box->text() + (box->informativeText().isEmpty() ? QString() : '\n' + box->informativeText());
+    QStringList parts{dialog.windowTitle()};
+    if (const auto* const files = qobject_cast<const QFileDialog*>(&dialog)) {
+        parts += dialog.findChild<QLineEdit*>("fileNameEdit")->text();
+        parts += files->nameFilters();
+    }
+    parts.removeAll(QString());
+    return parts.join(", ");
+}
+
+} // namespace
 
 DIALOG_ANSWERS::DIALOG_ANSWERS()
 {
@@ -15,9 +34,7 @@ void DIALOG_ANSWERS::look()
     QDialog* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
     if (!dialog || !dialog->isVisible() || m_in_hand.contains(dialog))
         return;
-    const QMessageBox* const box = qobject_cast<QMessageBox*>(dialog);
-    const QString more = box && !box->informativeText().isEmpty() ? '\n' + box->informativeText() : QString();
-    texts.append(box ? box->text() + more : dialog->windowTitle());
+    texts.append(text_of(*dialog));
     if (m_answers.isEmpty()) {
         ++unexpected;
         dialog->reject();

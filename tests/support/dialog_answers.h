@@ -22,7 +22,8 @@ public:
     /// The next dialog is handed to `answer`, which must end it.
     void answer_with(const std::function<void(QDialog*)>& answer) { m_answers.append(answer); }
 
-    QStringList texts;  ///< of every dialog so far: a message box's text, else the window title
+    QStringList texts;  ///< of every dialog so far: a message box's text, else the window title,
+                        ///< behind which a file dialog tells its name and kinds of files
     int unexpected = 0; ///< dialogs that nothing was queued for
     int waiting() const { return m_answers.size(); } ///< answers that no dialog has asked for
 
