@@ -284,7 +284,7 @@ void RULE_EDITOR_DIALOG::reject()
     close();
 }
 
-void RULE_EDITOR_DIALOG::closeEvent(QCloseEvent* event)
+void RULE_EDITOR_DIALOG::closeEvent(QCloseEvent*)
 {
     m_delegate->commit();
     if (!undo_stack.isClean() &&
@@ -297,7 +297,6 @@ void RULE_EDITOR_DIALOG::closeEvent(QCloseEvent* event)
         s_restart_was_asked_for = true;
     }
     keep_rule_editor(*this, *ui.rules);
-    event->accept();
 }
 
 // The keyboard's way to a value: its column can't be reached by arrow keys.

@@ -26,7 +26,7 @@ const WORDS ALL_WORDS[] = {
      TEXT},
     {"a processor", "order", NUMBER},
     {"a processor", "virtual", PATH},
-    {"an action", "action long group reads preset depends pulls awaits lingers", TEXT},
+    {"an action", "action long group reads preset depends pulls awaits lingers environment", TEXT},
     {"an action", "writes", PATH},
     {"an action", "stamp", TIME},
     {"an action", "begins total ends takes progress", NUMBER},

@@ -56,6 +56,7 @@
 ///       awaits_abort            until it is asked to stop
 ///       awaits FILE             the same, or until FILE is there, beside the script
 ///       progress N              progress_current
+///       environment NAME        says what the variable is
 ///       services                says which services it was given
 ///       rule NAME PROPERTY      says what the rule gives for the first input
 ///       asks QUESTION           says the answer, which goes into the targets, too

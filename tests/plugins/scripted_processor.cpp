@@ -255,6 +255,8 @@ private:
             wait_for(argument, "awaits");
         else if (word == "progress")
             progress_current = argument.toInt();
+        else if (word == "environment")
+            add_output_line(argument + '=' + qEnvironmentVariable(argument.toUtf8()));
         else if (word == "services")
             add_output_line(QStringLiteral("database: %1, asset graph: %2")
                                 .arg(s_database ? "yes" : "no", s_asset_graph ? "yes" : "no"));
