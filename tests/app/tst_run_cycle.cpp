@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "app/run_cycle.h"
+#include "contracts/services/file_stamp.h"
 #include "tests/plugins/scripted_processor.h"
 #include "tests/session/step_scene.h"
 #include "tests/support/cases.h"
@@ -28,10 +29,14 @@ public:
             qFatal("%s", qPrintable(m_server.errorString()));
         configuration.silent = one["set"].contains("silent");
         configuration.no_progress_dialog = one["set"].contains("no_progress_dialog");
-        tree.write("raw_data/one.txt", "1");
-        tree.write("raw_data/two.txt", "2");
+        tree.write("raw_data/one.txt", "1", FILES::hour(1));
+        tree.write("raw_data/two.txt", "2", FILES::hour(1));
         session->processors = scripted_processors(
             SCRIPT::parse("trace trace.txt\nprocessor p\n" + one["script"], "script"), tree.path("tool"));
+        const QString library = QCoreApplication::applicationFilePath();
+        session->library_stamps.insert(library, stamp_of_file(library));
+        for (const PROCESSOR_INTERFACE* processor : qAsConst(session->processors))
+            session->processor_libraries.insert(processor, library);
         for (int i = 0; i < m_persons.size(); ++i)
             m_answers.answer_with([this](QDialog* dialog) { answer(*dialog, m_persons.takeFirst()); });
     }
@@ -50,6 +55,9 @@ public:
         for (const QString& call : QString::fromUtf8(tree.read("tool/trace.txt")).split('\n'))
             if (call.contains(" execute "))
                 m_log.append("executed " + call.section(' ', -1));
+        for (ACTION_INTERFACE* action : qAsConst(session->actions))
+            if (action->output.contains("nothing to do"))
+                m_log.append(action->display_text(false) + " had nothing to do");
         m_log.append("splash: " + splash.progress() + (splash.isVisible() ? " still there" : ""));
         m_log.append((status ? QString("status %1").arg(*status) : QString("failure")) +
                      (cycle.was_stopped() ? ", stopped" : ""));
