@@ -63,8 +63,7 @@ bool confirm_in_plain_box(QWidget* parent, const QString& question)
     QMessageBox box(QMessageBox::Question, QStringLiteral("GOX"), QString(),
                     QMessageBox::Yes | QMessageBox::No, parent);
     set_plain_text(box, question);
-    box.setDefaultButton(QMessageBox::No);
-    box.setEscapeButton(QMessageBox::No);
+    box.setDefaultButton(QMessageBox::No); // and what Escape answers
     let_long_text_scroll(box);
     if (const QDialog* const dialog = qobject_cast<QDialog*>(parent))
         QObject::connect(dialog, SIGNAL(finished(int)), &box, SLOT(reject()));

@@ -121,6 +121,15 @@ private slots:
         QCOMPARE(lower_case_by_letter(place).size(), place.size());
     }
 
+    void slashes_at_the_end()
+    {
+        for (const char* text : {"a", "a/", "a///", "/a", "/"}) {
+            PHYSICAL_PATH path(text);
+            path.remove_end_slashes();
+            QCOMPARE(QString(path), QString(text).remove(QRegularExpression("/+$")));
+        }
+    }
+
     // Whatever a comparison without regard to case takes for one letter.
     void letters_that_are_one_have_one_lower_case()
     {
