@@ -35,7 +35,8 @@ const WORDS ALL_WORDS[] = {
     {"a processor", "asks virtual_asks", QUESTION},
     {"an action", "asks collect_asks resolve_asks", QUESTION},
     {"an action",
-     "ignores_dependencies needs_review review_fails ignores_abort awaits_abort services files knows_when "
+     "ignores_dependencies needs_review review_fails ignores_abort awaits_abort services streams files "
+     "knows_when "
      "copies adds",
      NOTHING}};
 

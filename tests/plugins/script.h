@@ -57,6 +57,7 @@
 ///       awaits FILE             the same, or until FILE is there, beside the script
 ///       progress N              progress_current
 ///       environment NAME        says what the variable is
+///       streams                 says what the three of the process lead to, on Linux
 ///       services                says which services it was given
 ///       rule NAME PROPERTY      says what the rule gives for the first input
 ///       asks QUESTION           says the answer, which goes into the targets, too

@@ -257,6 +257,9 @@ private:
             progress_current = argument.toInt();
         else if (word == "environment")
             add_output_line(argument + '=' + qEnvironmentVariable(argument.toUtf8()));
+        else if (word == "streams")
+            for (const char* stream : {"0", "1", "2"})
+                add_output_line(QFile::symLinkTarget(QStringLiteral("/proc/self/fd/") + stream));
         else if (word == "services")
             add_output_line(QStringLiteral("database: %1, asset graph: %2")
                                 .arg(s_database ? "yes" : "no", s_asset_graph ? "yes" : "no"));
