@@ -100,7 +100,8 @@ private slots:
         const QString tool = tree.path(one.has("tool") ? one["tool"] : "tool");
         QVERIFY(PATHS::initialise(tool));
         const LOGICAL_PATH path(one["path"]);
-        PATHS::physical_path(path); // what is remembered of the time before there were files
+        PATHS::physical_path(path);
+        PATHS::target_path(path); // what is remembered of the time before there were files
         for (const QString& file : one.lines("files"))
             tree.write(file, "x");
         QVERIFY(PATHS::initialise(tool)); // and that is forgotten
