@@ -57,7 +57,7 @@ void READABLE_STYLE::polish(QPalette& palette)
 void READABLE_STYLE::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                                    const QWidget* widget) const
 {
-    // Those in front of rows are drawn as check boxes are.
+    // Those in front of rows come here as check boxes, or are drawn in the colour of texts.
     const bool is_box = element == PE_IndicatorCheckBox || element == PE_IndicatorRadioButton;
     const auto* const whole = qstyleoption_cast<const QStyleOptionButton*>(option);
     if (!is_box || !whole)

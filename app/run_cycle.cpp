@@ -46,6 +46,7 @@ RUN_CYCLE::RUN_CYCLE(BUILD_SESSION& session, const CONFIGURATION& configuration,
 std::optional<int> RUN_CYCLE::run()
 {
     while (true) {
+        m_get_latest = false;
         WORK_AT_HAND::note(QStringLiteral("the choice of files"));
         switch (choose_files()) {
         case CHOSEN:

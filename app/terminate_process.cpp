@@ -16,6 +16,7 @@
 void terminate_process(int status)
 {
     std::fflush(stdout);
+    std::fflush(stderr); // which a plugin may have given a buffer
     UTF8_TEXTS::give_console_back();
 #ifdef Q_OS_WIN
     TerminateProcess(GetCurrentProcess(), UINT(status));

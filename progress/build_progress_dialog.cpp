@@ -161,6 +161,7 @@ void BUILD_PROGRESS_DIALOG::fit_legend()
 {
     QListWidget& legend = *ui.listWidget;
     legend.setItemDelegate(new LEGEND_DELEGATE(QPalette::Window, &legend));
+    legend.setWrapping(false); // or what has no room left would not be seen at all
     legend.viewport()->setAutoFillBackground(false);
     const QSize room = legend.minimumSize();
     QFont font = legend.font();

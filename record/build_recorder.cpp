@@ -318,6 +318,8 @@ QString BUILD_RECORDER::finish()
 
 bool BUILD_RECORDER::answer_action(ACTION_INTERFACE& action)
 {
+    if (!s_current)
+        return false;
     const std::lock_guard<std::mutex> lock(s_current->m_judging);
     return s_current->is_up_to_date(action);
 }

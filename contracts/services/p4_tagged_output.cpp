@@ -27,6 +27,7 @@ P4_TAGGED_OUTPUT::STEP P4_TAGGED_OUTPUT::add_line(const QByteArray& line)
 
 P4_TAGGED_OUTPUT::STEP P4_TAGGED_OUTPUT::fail(const QString& cause)
 {
+    m_record.clear();
     m_error = QStringLiteral("The answer of the Perforce client is not tagged output: %1").arg(cause);
     return BROKEN;
 }

@@ -36,8 +36,7 @@ const WORDS ALL_WORDS[] = {
     {"an action", "asks collect_asks resolve_asks", QUESTION},
     {"an action",
      "ignores_dependencies needs_review review_fails ignores_abort awaits_abort services streams files "
-     "knows_when "
-     "copies adds",
+     "knows_when copies adds",
      NOTHING}};
 
 // Patterns are dear to make, and a script has many lines.

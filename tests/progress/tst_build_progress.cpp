@@ -314,7 +314,6 @@ private slots:
     void window_data() { add_cases("progress/window.cases", {"actions", "steps"}); }
     void window();
     void output_pane();
-    void splash();
 };
 
 void TST_BUILD_PROGRESS::remaining_time()
@@ -373,29 +372,6 @@ void TST_BUILD_PROGRESS::output_pane()
         QCOMPARE(bar->value(), value);
         bar->setValue(value = 40000);
     }
-}
-
-void TST_BUILD_PROGRESS::splash()
-{
-    PROGRESS_WIDGET splash(nullptr, Qt::WindowFlags());
-    splash.set_progress("<b>one</b>");
-    splash.show();
-    const QSize size = splash.size();
-    splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
-    QVERIFY(splash.height() > size.height());
-    const QColor frame = splash.palette().color(QPalette::Disabled, QPalette::Text);
-    QCOMPARE(splash.grab().toImage().pixelColor(0, 0), frame);
-    splash.set_progress(QString("many words ").repeated(40));
-    const int height = splash.height();
-    splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_NONE);
-    splash.set_progress("few");
-    QVERIFY(height > size.height() && splash.size() == QSize(size.width(), height)); // does not jump
-    QFont small = splash.font();
-    small.setPixelSize(11);
-    splash.setFont(small);
-    splash.hide();
-    splash.show();
-    QCOMPARE(splash.findChild<QLabel*>()->font().pixelSize(), 22); // of the title
 }
 
 QTEST_MAIN(TST_BUILD_PROGRESS)

@@ -34,18 +34,32 @@ private slots:
         const QString before = WINDOW_TEXT::form(splash);
         splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
         GOX_COMPARE_TEXT(before + '\n' + WINDOW_TEXT::form(splash), current_case()["splash"]);
+        splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_NONE);
         splash.show();
         QVERIFY(splash.minimumSize() == splash.maximumSize());
+        const int lowest = splash.height(), width = splash.width();
+        splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
         const int low = splash.height();
         splash.set_progress(QString("a long text ").repeated(50));
         const int high = splash.height();
         splash.set_progress("a short text");
-        QVERIFY(high > low && splash.height() == high); // it does not jump from text to text
+        splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_NONE);
+        QVERIFY(low > lowest && high > low);
+        QCOMPARE(splash.size(), QSize(width, high)); // it does not jump from text to text
+        const QColor frame = splash.palette().color(QPalette::Disabled, QPalette::Text);
+        QCOMPARE(splash.grab().toImage().pixelColor(0, 0), frame);
+        splash.update_bulletin_board(BULLETIN_BOARD::CATEGORY_GOX);
         int end = 0;
         for (const QLabel* label : splash.findChildren<QLabel*>()) {
             QVERIFY2(label->y() >= end, qPrintable(label->text()));
             end = label->geometry().bottom();
         }
+        QFont small = splash.font();
+        small.setPixelSize(11);
+        splash.setFont(small);
+        splash.hide();
+        splash.show();
+        QCOMPARE(splash.findChild<QLabel*>()->font().pixelSize(), 22); // of the title
         FILE_LIST_DIALOG dialog("a title", "a <b>text</b>", "take", {"a.txt", "b.txt"}, "leave", true,
                                 nullptr, {});
         auto* const list = dialog.findChild<QListWidget*>();
